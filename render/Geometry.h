@@ -1,0 +1,79 @@
+#pragma once
+
+// Picture geometry: pure arithmetic on rectangles, without a Windows header, so that it runs on any host.
+// All rectangles are half open: right and bottom lie just outside.
+
+#include <cstddef>
+#include <cstdint>
+
+namespace norix {
+
+struct PixelRect {
+    int left = 0;
+    int top = 0;
+    int right = 0;
+    int bottom = 0;
+
+    int Width() const { return right - left; }
+    int Height() const { return bottom - top; }
+    bool IsEmpty() const { return right <= left || bottom <= top; }
+    bool operator==(const PixelRect&) const = default;
+};
+
+struct PixelSize {
+    int width = 0;
+    int height = 0;
+    bool IsEmpty() const { return width <= 0 || height <= 0; }
+    bool operator==(const PixelSize&) const = default;
+};
+
+// Clockwise quarter turns, counted in degrees: the only angles a picture can be shown at.
+enum class Rotation : int { None = 0, Quarter = 90, Half = 180, ThreeQuarters = 270 };
+
+// Brings any whole multiple of 90, negative ones too, into 0..270. False, and `rotation` untouched, for other
+// angles.
+bool RotationFromDegrees(int degrees, Rotation& rotation);
+
+PixelRect Whole(PixelSize size);
+PixelRect Intersect(const PixelRect& a, const PixelRect& b);
+PixelRect Offset(const PixelRect& rect, int dx, int dy);
+
+// A source rectangle that can be stretched: cut to the picture and at least one pixel wide and high.
+// A rectangle that misses the picture altogether becomes the whole picture.
+PixelRect UsableSource(const PixelRect& source, PixelSize picture);
+
+struct Stretch {
+    PixelRect source;
+    PixelRect target;
+    bool IsEmpty() const { return source.IsEmpty() || target.IsEmpty(); }
+    bool operator==(const Stretch&) const = default;
+};
+
+// Cuts a stretch to `bounds`, taking from the source what falls outside, so that what remains lies
+// where it lay before (to within one source pixel).
+Stretch ClipStretch(const Stretch& stretch, const PixelRect& bounds);
+
+// The largest rectangle with the picture's proportions, centred in `area`.
+PixelRect FitKeepingAspect(PixelSize picture, const PixelRect& area);
+
+PixelSize RotatedSize(PixelSize picture, Rotation rotation);
+
+// Where a rectangle of the picture lies after the picture has been turned.
+PixelRect RotateRect(const PixelRect& rect, PixelSize picture, Rotation rotation);
+
+// Where a rectangle of the picture appears in the window when `source` (picture coordinates, before
+// turning) fills the window. Not cut to the window.
+PixelRect PictureToWindow(const PixelRect& rect, const PixelRect& source, PixelSize picture,
+                          Rotation rotation, PixelSize window);
+
+// Bytes of one row of a 24-bit device-independent bitmap.
+constexpr int Bgr24RowBytes(int width) {
+    return (width * 3 + 3) & ~3;
+}
+
+// Turns the `source` part of a top-down 24-bit picture into `turned`, whose rows are `turnedStride` bytes.
+// `turned` holds RotatedSize() of the source rectangle.
+void RotateBgr24(const std::uint8_t* picture, std::ptrdiff_t stride, const PixelRect& source,
+                 Rotation rotation, std::uint8_t* turned, std::ptrdiff_t turnedStride);
+
+}  // namespace norix
