@@ -2,21 +2,17 @@
 
 // A presenter puts decoded pictures into the video window.
 //
-//   call            thread                          effect
-//   --------------  ------------------------------
-//   ------------------------------------------------------------- Format          any the pixel format that
-//   Present() wants; constant Initialize      decode thread, display thread   (re)builds everything for a
-//   picture size
-//                   parked
-//   Present         display thread                  shows one picture with its regions, overlays, caption,
-//   border DisplayChanged  any                             the display mode changed: rebuild at the next
-//   picture DrawLast        window thread                   draws the picture shown last into any device
-//   context destructor      the decoder's owner, after      releases everything
-//                   both threads have ended
+//   call            thread                                  effect
+//   --------------  --------------------------------------  ---------------------------------------------
+//   Format          any                                     the pixel format Present() wants; constant
+//   Initialize      decode thread, display thread parked    (re)builds everything for a picture size
+//   Present         display thread                          shows a picture with all that lies over it
+//   DisplayChanged  any                                     new display mode: rebuild at the next picture
+//   DrawLast        window thread                           draws the last picture into any device context
+//   destructor      the owner's, after both threads ended   releases everything
 //
 // There is no call for a new window size or position: every Present() reads the window.
-// Source rectangle, rotation, caption and border are set in PictureView, which outlives a change of
-// presenter.
+// Source rectangle, rotation, caption and border are set in PictureView, which outlives the presenter.
 //
 // The video window needs WS_CLIPCHILDREN and WS_CLIPSIBLINGS, or pictures cover its child windows.
 
