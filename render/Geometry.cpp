@@ -1,12 +1,10 @@
 #include "render/Geometry.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cstdint>
 
 namespace norix {
 namespace {
-
-constexpr int kBytes = 3;  // of one 24-bit pixel
 
 // value * numerator / denominator, rounded to the nearest integer. The sign of `value` is kept.
 int Scale(int value, int numerator, int denominator) {
@@ -21,12 +19,6 @@ void ClipSpan(int begin, int end, int targetLength, int& sourceBegin, int& sourc
     const int length = sourceEnd - sourceBegin;
     sourceBegin = origin + std::min(Scale(begin, length, targetLength), length - 1);
     sourceEnd = std::max(origin + Scale(end, length, targetLength), sourceBegin + 1);
-}
-
-void CopyPixel(std::uint8_t* to, const std::uint8_t* from) {
-    to[0] = from[0];
-    to[1] = from[1];
-    to[2] = from[2];
 }
 
 }  // namespace
@@ -87,21 +79,20 @@ PixelRect FitKeepingAspect(PixelSize picture, const PixelRect& area) {
 }
 
 PixelSize RotatedSize(PixelSize picture, Rotation rotation) {
-    if (rotation == Rotation::Quarter || rotation == Rotation::ThreeQuarters)
-        return {picture.height, picture.width};
+    if (rotation == Rotation::k90 || rotation == Rotation::k270) return {picture.height, picture.width};
     return picture;
 }
 
 PixelRect RotateRect(const PixelRect& rect, PixelSize picture, Rotation rotation) {
     switch (rotation) {
-        case Rotation::Quarter:
+        case Rotation::k90:
             return {picture.height - rect.bottom, rect.left, picture.height - rect.top, rect.right};
-        case Rotation::Half:
+        case Rotation::k180:
             return {picture.width - rect.right, picture.height - rect.bottom, picture.width - rect.left,
                     picture.height - rect.top};
-        case Rotation::ThreeQuarters:
+        case Rotation::k270:
             return {rect.top, picture.width - rect.right, rect.bottom, picture.width - rect.left};
-        case Rotation::None:
+        case Rotation::k0:
             break;
     }
     return rect;
@@ -115,47 +106,6 @@ PixelRect PictureToWindow(const PixelRect& rect, const PixelRect& source, PixelS
     return {Scale(turned.left, window.width, from.Width()), Scale(turned.top, window.height, from.Height()),
             Scale(turned.right, window.width, from.Width()),
             Scale(turned.bottom, window.height, from.Height())};
-}
-
-void RotateBgr24(const std::uint8_t* picture, std::ptrdiff_t stride, const PixelRect& source,
-                 Rotation rotation, std::uint8_t* turned, std::ptrdiff_t turnedStride) {
-    const int width = source.Width();
-    const int height = source.Height();
-    const std::uint8_t* first = picture + source.top * stride + source.left * kBytes;
-
-    if (rotation == Rotation::None || rotation == Rotation::Half) {
-        for (int y = 0; y < height; ++y) {
-            const std::uint8_t* from = first + y * stride;
-            if (rotation == Rotation::None) {
-                std::memcpy(turned + y * turnedStride, from, static_cast<std::size_t>(width) * kBytes);
-                continue;
-            }
-            std::uint8_t* to = turned + (height - 1 - y) * turnedStride + (width - 1) * kBytes;
-            for (int x = 0; x < width; ++x, from += kBytes, to -= kBytes)
-                CopyPixel(to, from);
-        }
-        return;
-    }
-
-    // Source column x becomes target row x (or its mirror). Square tiles keep the rows being written in the
-    // cache; whole columns would touch a new line with every pixel.
-    constexpr int kTile = 32;
-    const bool clockwise = rotation == Rotation::Quarter;
-    for (int tileY = 0; tileY < height; tileY += kTile) {
-        const int endY = std::min(tileY + kTile, height);
-        for (int tileX = 0; tileX < width; tileX += kTile) {
-            const int endX = std::min(tileX + kTile, width);
-            for (int x = tileX; x < endX; ++x) {
-                const int row = clockwise ? x : width - 1 - x;
-                const int column = clockwise ? height - 1 - tileY : tileY;
-                const std::ptrdiff_t step = clockwise ? -kBytes : kBytes;
-                const std::uint8_t* from = first + tileY * stride + x * kBytes;
-                std::uint8_t* to = turned + row * turnedStride + column * kBytes;
-                for (int y = tileY; y < endY; ++y, from += stride, to += step)
-                    CopyPixel(to, from);
-            }
-        }
-    }
 }
 
 }  // namespace norix

@@ -3,8 +3,7 @@
 // Picture geometry: pure arithmetic on rectangles, without a Windows header, so that it runs on any host.
 // All rectangles are half open: right and bottom lie just outside.
 
-#include <cstddef>
-#include <cstdint>
+#include "codec/Rotate.h"
 
 namespace norix {
 
@@ -27,8 +26,8 @@ struct PixelSize {
     bool operator==(const PixelSize&) const = default;
 };
 
-// Clockwise quarter turns, counted in degrees: the only angles a picture can be shown at.
-enum class Rotation : int { None = 0, Quarter = 90, Half = 180, ThreeQuarters = 270 };
+// Clockwise quarter turns: the only angles a picture can be shown at.
+using codec::Rotation;
 
 // Brings any whole multiple of 90, negative ones too, into 0..270. False, and `rotation` untouched, for other
 // angles.
@@ -66,14 +65,9 @@ PixelRect RotateRect(const PixelRect& rect, PixelSize picture, Rotation rotation
 PixelRect PictureToWindow(const PixelRect& rect, const PixelRect& source, PixelSize picture,
                           Rotation rotation, PixelSize window);
 
-// Bytes of one row of a 24-bit device-independent bitmap.
-constexpr int Bgr24RowBytes(int width) {
+// Bytes of one row of a 24-bit device-independent bitmap: padded to whole 32-bit words.
+constexpr int DibRowBytes(int width) {
     return (width * 3 + 3) & ~3;
 }
-
-// Turns the `source` part of a top-down 24-bit picture into `turned`, whose rows are `turnedStride` bytes.
-// `turned` holds RotatedSize() of the source rectangle.
-void RotateBgr24(const std::uint8_t* picture, std::ptrdiff_t stride, const PixelRect& source,
-                 Rotation rotation, std::uint8_t* turned, std::ptrdiff_t turnedStride);
 
 }  // namespace norix

@@ -97,8 +97,8 @@ void DrawOverPicture(HDC dc, PixelSize area, const Picture& picture, const Pictu
                      OverlayPainter* overlays, HWND window) {
     for (const Picture::Region& region : picture.regions) {
         if (!region.drawn) continue;
-        DrawGDIRect(
-            dc, PictureToWindow(region.rect, settings.source, picture.size, settings.rotation, area), window);
+        DrawGDIRect(dc, PictureToWindow(region.rect, settings.source, picture.size, settings.rotation, area),
+                    window);
     }
     if (overlays) {
         const SavedDc saved(dc);

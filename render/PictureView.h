@@ -19,7 +19,7 @@ class PictureView {
   public:
     struct Settings {
         PixelRect source;                             // picture coordinates, usable as it stands
-        Rotation rotation = Rotation::None;           // drawn by the GDI presenter only
+        Rotation rotation = Rotation::k0;             // drawn by the GDI presenter only
         std::shared_ptr<const std::wstring> caption;  // null: no caption
         bool border = false;
     };
@@ -53,7 +53,7 @@ class PictureView {
     PixelSize m_picture;
     bool m_digitalPtz = false;
     PixelRect m_source;
-    Rotation m_rotation = Rotation::None;
+    Rotation m_rotation = Rotation::k0;
     std::shared_ptr<const std::wstring> m_caption;
     bool m_captionShown = true;
     bool m_borderShown = false;

@@ -22,6 +22,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "codec/Picture.h"
 #include "render/Geometry.h"
 #include "render/PictureView.h"
 
@@ -29,12 +30,6 @@ namespace norix {
 
 // The numbers are those of the settings and the log.
 enum class DisplayMode : std::uint32_t { Gdi = 0, DirectDraw = 1 };
-
-enum class PictureFormat { Yuy2, Bgr24 };
-
-constexpr int BytesPerPixel(PictureFormat format) {
-    return format == PictureFormat::Yuy2 ? 2 : 3;
-}
 
 // One decoded picture, top row first. The presenter reads it during Present() only.
 struct Picture {
@@ -78,7 +73,7 @@ class Presenter {
     Presenter(const Presenter&) = delete;
     Presenter& operator=(const Presenter&) = delete;
 
-    virtual PictureFormat Format() const = 0;
+    virtual codec::PixelFormat Format() const = 0;
 
     // 0 on success. After a failure nothing is shown until a later call, or a rebuild inside Present(),
     // succeeds.
