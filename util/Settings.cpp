@@ -1,0 +1,135 @@
+#include "util/Settings.h"
+
+#include "util/ClientKey.h"
+#include "util/Log.h"
+#include "util/Registry.h"
+#include "util/SettingsTable.h"
+
+namespace util {
+namespace {
+
+std::optional<uint32_t> Stored(const DwordSetting& row) noexcept {
+    return IntReg(HKEY_LOCAL_MACHINE, kMachineKey, row.name).Optional();
+}
+
+uint32_t Number(SettingId id) noexcept {
+    return Resolve(Row(id), Stored(Row(id)));
+}
+
+bool Flag(SettingId id) noexcept {
+    return Number(id) != 0;
+}
+
+uint32_t PoolCount(SettingId count, uint32_t bytesEach) noexcept {
+    return FitPool(Row(count), Number(count), bytesEach);
+}
+
+}  // namespace
+
+namespace Settings {
+
+bool EnableDebugOutput() noexcept {
+    return Flag(SettingId::kEnableDebugOutput);
+}
+bool EnableDebugLogFile() noexcept {
+    return Flag(SettingId::kEnableDebugLogFile);
+}
+
+std::wstring DebugLogFilePath() {
+    const StringReg path(HKEY_LOCAL_MACHINE, kMachineKey, L"DebugLogFilePath");
+    return path.Exists() ? path.Value() : kDefaultLogFilePath;
+}
+
+bool ShowThreadId() noexcept {
+    return Flag(SettingId::kShowThreadId);
+}
+bool ShowFPS() noexcept {
+    return Flag(SettingId::kShowFPS);
+}
+bool ShowPTSDiff() noexcept {
+    return Flag(SettingId::kShowPTSDiff);
+}
+bool ShowFrameTimeInfo() noexcept {
+    return Flag(SettingId::kShowFrameTimeInfo);
+}
+bool ShowTimeSync() noexcept {
+    return Flag(SettingId::kShowTimeSync);
+}
+bool ShowTimeDiff() noexcept {
+    return Flag(SettingId::kShowTimeDiff);
+}
+
+uint32_t TargetPTSDiff(int frameRate) noexcept {
+    const DwordSetting& row = Row(SettingId::kTargetPTSDiff);
+    return Resolve(row, Stored(row), DefaultTargetPTSDiff(frameRate));
+}
+uint32_t TargetPTSDiffRange() noexcept {
+    return Number(SettingId::kTargetPTSDiffRange);
+}
+
+uint32_t VideoBufferNum() noexcept {
+    return PoolCount(SettingId::kVideoBufferNum, VideoBufferSize());
+}
+uint32_t VideoBufferSize() noexcept {
+    return Number(SettingId::kVideoBufferSize);
+}
+uint32_t AudioBufferNum() noexcept {
+    return PoolCount(SettingId::kAudioBufferNum, AudioBufferSize());
+}
+uint32_t AudioBufferSize() noexcept {
+    return Number(SettingId::kAudioBufferSize);
+}
+bool EnableDecodeFrameDrop() noexcept {
+    return Flag(SettingId::kEnableDecodeFrameDrop);
+}
+bool EnableDisplayFrameDrop() noexcept {
+    return Flag(SettingId::kEnableDisplayFrameDrop);
+}
+
+bool EnableTimeSync() noexcept {
+    return Flag(SettingId::kEnableTimeSync);
+}
+bool EnableVSync() noexcept {
+    return Flag(SettingId::kEnableVSync);
+}
+uint32_t DisplayBufferNum() noexcept {
+    return PoolCount(SettingId::kDisplayBufferNum, DisplayBufferSize());
+}
+uint32_t DisplayBufferSize() noexcept {
+    return Number(SettingId::kDisplayBufferSize);
+}
+
+uint32_t JpegBufferSize() noexcept {
+    return Number(SettingId::kJpegBufferSize);
+}
+uint32_t ULawBufferSize() noexcept {
+    return Number(SettingId::kULawBufferSize);
+}
+
+}  // namespace Settings
+
+ClientOptions ReadClientOptions() noexcept {
+    try {
+        CRegistryEx key;
+        key.Open(HKEY_CURRENT_USER, kClientSettingKey);
+        return {key.ReadDword(L"VideoOption").value_or(0), key.ReadDword(L"ProtocolOption").value_or(0)};
+    } catch (const CRegistryError& error) {
+        NORIX_LOG("ReadClientOptions", 1, "%s", error.what());
+        return {};
+    }
+}
+
+bool SetClientValue(const std::wstring& model, int channel, const std::wstring& name,
+                    const std::wstring& value) {
+    constexpr bool kCreate = true;
+    return StringReg(HKEY_CURRENT_USER, ClientKeyPath(model, channel).c_str(), name.c_str(), kCreate)
+        .Set(value);
+}
+
+std::wstring GetClientValue(const std::wstring& model, int channel, const std::wstring& name,
+                            const std::wstring& fallback) {
+    const StringReg stored(HKEY_CURRENT_USER, ClientKeyPath(model, channel).c_str(), name.c_str());
+    return stored.Exists() ? stored.Value() : fallback;
+}
+
+}  // namespace util
