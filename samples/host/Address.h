@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+// What the address bar holds: "host", "host:port" (the camera's HTTP port) or
+// "rtsp://[user[:password]@]host/...".
+struct Address {
+    std::wstring host;
+    long port = 0;           // 0: not given
+    std::wstring streamUri;  // without user and password; empty for a plain host
+    std::wstring user;
+    std::wstring password;
+};
+
+Address ParseAddress(const std::wstring& text);

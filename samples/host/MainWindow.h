@@ -1,0 +1,114 @@
+#pragma once
+
+#include <windows.h>
+
+#include <wrl/client.h>
+
+#include <deque>
+#include <memory>
+#include <span>
+#include <string>
+#include <type_traits>
+
+#include "CommandLine.h"
+#include "Container.h"
+#include "EventSink.h"
+#include "Log.h"
+#include "TypeInfo.h"
+
+// The program's exit codes.
+enum class ExitCode : int {
+    Done = 0,
+    NoControl = 1,
+    BadCommandLine = 2,
+    StepFailed = 3,
+    TimeRanOut = 4,
+    NoLog = 5,
+};
+
+// The top-level window: menu, address bar, the control, the list of events, the status bar. It also carries
+// out the script of the command line, one step per turn of the message loop.
+class MainWindow {
+  public:
+    MainWindow(const Options& options, Log& log);
+    ~MainWindow();
+    MainWindow(const MainWindow&) = delete;
+    MainWindow& operator=(const MainWindow&) = delete;
+
+    // Shows the window and handles messages until it is closed.
+    ExitCode Run();
+
+  private:
+    // One row per command: it becomes a menu item, a button in the address bar where it has a button text,
+    // and a keyboard shortcut where it has a key.
+    struct Command {
+        const wchar_t* menu;
+        const wchar_t* text;
+        const wchar_t* button;
+        BYTE modifiers;  // FCONTROL, FSHIFT, FALT
+        WORD key;        // 0: none
+        void (MainWindow::*run)();
+    };
+    static std::span<const Command> Commands();
+
+    void CreateMainWindow();
+    void CreateMenuAndShortcuts();
+    void CreateChildren();
+    HWND CreateChild(const wchar_t* windowClass, const wchar_t* text, DWORD style, int id = 0);
+    HWND CreateField(const wchar_t* label, const std::wstring& text, DWORD style = 0);
+    bool CreateControl();
+    void CloseControl();
+    void Layout();
+    void FitToVideo(SIZE video);
+
+    static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
+    LRESULT Handle(UINT message, WPARAM wParam, LPARAM lParam);
+    void OnCommand(int id);
+    void OnTimeUp();
+    LRESULT OnNotify(const NMHDR& header);
+
+    void OnEvent(const Event& event);
+    void ShowStatus(const Event& event);
+    void ShowEntry(const Log::Entry& entry);
+    void ShowMessage(const std::wstring& text);
+
+    void RunNextStep();
+    void Perform(const Action& action);
+    void Set(const std::wstring& property, const std::wstring& value);
+    void Call(const std::wstring& method, const std::vector<std::wstring>& arguments);
+    void Fail(const std::wstring& what);
+    void LeaveWith(ExitCode code);
+
+    // Commands
+    void Exit();
+    void Connect();
+    void Disconnect();
+    void ShowProperties();
+
+    const Options& options_;
+    Log& log_;
+
+    HWND window_ = nullptr;
+    HWND pane_ = nullptr;
+    HWND events_ = nullptr;
+    HWND status_ = nullptr;
+    HWND address_ = nullptr;
+    HWND user_ = nullptr;
+    HWND password_ = nullptr;
+    HWND focus_ = nullptr;   // where the keyboard was when the window was last left
+    std::vector<HWND> bar_;  // the address bar from left to right
+    std::unique_ptr<std::remove_pointer_t<HFONT>, decltype(&DeleteObject)> font_{nullptr, &DeleteObject};
+    std::unique_ptr<std::remove_pointer_t<HACCEL>, decltype(&DestroyAcceleratorTable)> shortcuts_{
+        nullptr, &DestroyAcceleratorTable};
+
+    ControlInfo info_;
+    Microsoft::WRL::ComPtr<Container> container_;
+    Microsoft::WRL::ComPtr<EventSink> sink_;
+
+    std::deque<Log::Entry> entries_;
+    std::deque<Action> script_;
+    std::deque<EventFilter> awaited_;  // of the step that is waiting; empty or one
+    std::vector<std::pair<EventFilter, Action>> reactions_;
+    bool inStep_ = false;
+    ExitCode exitCode_ = ExitCode::Done;
+};
