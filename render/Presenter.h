@@ -35,7 +35,7 @@ enum class DisplayMode : std::uint32_t { Gdi = 0, DirectDraw = 1 };
 struct Picture {
     const std::uint8_t* data = nullptr;
     PixelSize size;
-    int stride = 0;  // bytes from one row to the next
+    int stride = 0;  // bytes from one row to the next; `data` has stride * height of them
 
     // Motion or analytics regions in picture coordinates. The caller decides which are drawn: those in alarm,
     // while region display and that region are switched on.
