@@ -22,17 +22,21 @@ constexpr UINT kRunStepMessage = WM_APP + 1;
 constexpr UINT_PTR kRunTimer = 1;
 constexpr int kFirstCommandId = 1000;
 
-constexpr SIZE kDefaultVideo{640, 360};
+constexpr SIZE kDefaultVideo{768, 432};
+constexpr SIZE kMinimumWindow{320, 240};
 constexpr int kMargin = 6;
 constexpr int kFieldHeight = 22;
 constexpr int kBarHeight = kFieldHeight + 2 * kMargin;
-constexpr int kButtonWidth = 84;
-constexpr int kFieldWidth = 110;
-constexpr int kLabelWidth = 58;
-constexpr int kMinimumAddressWidth = 120;
+constexpr int kButtonWidth = 80;
+constexpr int kFieldWidth = 90;
+constexpr int kMinimumAddressWidth = 90;
 constexpr int kEventsHeight = 150;
 constexpr int kMinimumVideoHeight = 60;
 constexpr size_t kKeptEntries = 2000;
+
+constexpr int kTimeWidth = 90;
+constexpr int kKindWidth = 60;
+constexpr int kTextColumn = 2;
 
 constexpr int kStatusParts[] = {160, 250, -1};
 enum StatusPart { kConnectionPart, kFrameRatePart, kMessagePart };
@@ -175,13 +179,23 @@ HWND MainWindow::CreateChild(const wchar_t* windowClass, const wchar_t* text, DW
     return child;
 }
 
-HWND MainWindow::CreateField(const wchar_t* label, const std::wstring& text, DWORD style) {
-    bar_.push_back(CreateChild(WC_STATICW, label, SS_CENTERIMAGE | SS_RIGHT));
+HWND MainWindow::CreateField(const wchar_t* label, const std::wstring& text, int width, DWORD style) {
+    bar_.push_back({CreateChild(WC_STATICW, label, SS_CENTERIMAGE), TextWidth(label)});
     const HWND field = CreateChild(WC_EDITW, text.c_str(), WS_TABSTOP | ES_AUTOHSCROLL | style);
     // Only fields that somebody filled are handed to the control.
     SendMessageW(field, EM_SETMODIFY, !text.empty(), 0);
-    bar_.push_back(field);
+    bar_.push_back({field, width});
     return field;
+}
+
+int MainWindow::TextWidth(const wchar_t* text) const {
+    const HDC dc = GetDC(window_);
+    const HGDIOBJ previous = SelectObject(dc, font_.get());
+    SIZE size{};
+    GetTextExtentPoint32W(dc, text, static_cast<int>(std::wcslen(text)), &size);
+    SelectObject(dc, previous);
+    ReleaseDC(window_, dc);
+    return size.cx;
 }
 
 void MainWindow::CreateChildren() {
@@ -190,13 +204,15 @@ void MainWindow::CreateChildren() {
     SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof(metrics), &metrics, 0);
     font_.reset(CreateFontIndirectW(&metrics.lfMessageFont));
 
-    address_ = CreateField(L"Camera", options_.address);
-    user_ = CreateField(L"User", options_.user);
-    password_ = CreateField(L"Password", options_.password, ES_PASSWORD);
+    address_ = CreateField(L"Camera", options_.address, 0);
+    user_ = CreateField(L"User", options_.user, kFieldWidth);
+    password_ = CreateField(L"Password", options_.password, kFieldWidth, ES_PASSWORD);
     int id = kFirstCommandId;
     for (const Command& command : Commands()) {
-        if (command.button)
-            bar_.push_back(CreateChild(WC_BUTTONW, command.button, WS_TABSTOP | BS_PUSHBUTTON, id));
+        if (command.button) {
+            bar_.push_back(
+                {CreateChild(WC_BUTTONW, command.button, WS_TABSTOP | BS_PUSHBUTTON, id), kButtonWidth});
+        }
         ++id;
     }
 
@@ -206,7 +222,8 @@ void MainWindow::CreateChildren() {
     events_ = CreateChild(WC_LISTVIEWW, L"",
                           WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS | LVS_NOSORTHEADER);
     ListView_SetExtendedListViewStyle(events_, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
-    const std::pair<const wchar_t*, int> columns[] = {{L"Time", 90}, {L"Kind", 60}, {L"What", 600}};
+    const std::pair<const wchar_t*, int> columns[] = {
+        {L"Time", kTimeWidth}, {L"Kind", kKindWidth}, {L"What", 400}};
     int index = 0;
     for (const auto& [title, width] : columns) {
         LVCOLUMNW column{};
@@ -272,22 +289,14 @@ void MainWindow::Layout() {
     const auto place = [&move](HWND window, int x, int y, int cx, int cy) {
         if (move) move = DeferWindowPos(move, window, nullptr, x, y, cx, cy, SWP_NOZORDER | SWP_NOACTIVATE);
     };
-    const auto isField = [this](HWND window) {
-        return window == address_ || window == user_ || window == password_;
-    };
-    const auto preferredWidth = [&](size_t i) {
-        if (isField(bar_[i])) return kFieldWidth;
-        return i + 1 < bar_.size() && isField(bar_[i + 1]) ? kLabelWidth : kButtonWidth;
-    };
     int taken = kMargin;
-    for (size_t i = 0; i < bar_.size(); ++i) {
-        if (bar_[i] != address_) taken += preferredWidth(i) + kMargin;
-    }
-    const int addressWidth = std::max(width - taken - kMargin, kMinimumAddressWidth);
+    for (const BarItem& item : bar_)
+        taken += item.width + kMargin;
+    const int left = std::max(width - taken, kMinimumAddressWidth);
     int x = kMargin;
-    for (size_t i = 0; i < bar_.size(); ++i) {
-        const int cx = bar_[i] == address_ ? addressWidth : preferredWidth(i);
-        place(bar_[i], x, kMargin, cx, kFieldHeight);
+    for (const BarItem& item : bar_) {
+        const int cx = item.width ? item.width : left;
+        place(item.window, x, kMargin, cx, kFieldHeight);
         x += cx + kMargin;
     }
 
@@ -296,6 +305,10 @@ void MainWindow::Layout() {
     place(pane_, 0, kBarHeight, width, videoHeight);
     place(events_, 0, eventsTop, width, std::max(bottom - eventsTop, 0));
     if (move) EndDeferWindowPos(move);
+    // The last column takes what the others and the scroll bar leave.
+    ListView_SetColumnWidth(
+        events_, kTextColumn,
+        width - kTimeWidth - kKindWidth - GetSystemMetrics(SM_CXVSCROLL) - 2 * GetSystemMetrics(SM_CXEDGE));
     if (container_) container_->Resize();
 }
 
@@ -320,7 +333,7 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wParam, LPARAM lParam) {
             if (wParam != SIZE_MINIMIZED) Layout();
             return 0;
         case WM_GETMINMAXINFO:
-            reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {640, 360};
+            reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {kMinimumWindow.cx, kMinimumWindow.cy};
             return 0;
         case WM_COMMAND:
             OnCommand(LOWORD(wParam));

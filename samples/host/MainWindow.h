@@ -9,6 +9,8 @@
 #include <span>
 #include <string>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 #include "CommandLine.h"
 #include "Container.h"
@@ -55,7 +57,8 @@ class MainWindow {
     void CreateMenuAndShortcuts();
     void CreateChildren();
     HWND CreateChild(const wchar_t* windowClass, const wchar_t* text, DWORD style, int id = 0);
-    HWND CreateField(const wchar_t* label, const std::wstring& text, DWORD style = 0);
+    HWND CreateField(const wchar_t* label, const std::wstring& text, int width, DWORD style = 0);
+    int TextWidth(const wchar_t* text) const;
     bool CreateControl();
     void CloseControl();
     void Layout();
@@ -95,8 +98,12 @@ class MainWindow {
     HWND address_ = nullptr;
     HWND user_ = nullptr;
     HWND password_ = nullptr;
-    HWND focus_ = nullptr;   // where the keyboard was when the window was last left
-    std::vector<HWND> bar_;  // the address bar from left to right
+    HWND focus_ = nullptr;  // where the keyboard was when the window was last left
+    struct BarItem {
+        HWND window;
+        int width;  // 0: takes what the others leave
+    };
+    std::vector<BarItem> bar_;  // the address bar from left to right
     std::unique_ptr<std::remove_pointer_t<HFONT>, decltype(&DeleteObject)> font_{nullptr, &DeleteObject};
     std::unique_ptr<std::remove_pointer_t<HACCEL>, decltype(&DestroyAcceleratorTable)> shortcuts_{
         nullptr, &DestroyAcceleratorTable};
