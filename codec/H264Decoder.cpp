@@ -1,0 +1,264 @@
+#include "codec/H264Decoder.h"
+
+extern "C" {
+#include <libavutil/cpu.h>
+}
+
+#include <algorithm>
+
+#include "codec/ColorConvert.h"
+#include "codec/Libav.h"
+
+namespace codec {
+
+namespace {
+
+constexpr int kMaxSpeed = 7;
+constexpr int kMaxThreads = 4;
+
+/// What each decode speed leaves out; the header's table in the library's terms.
+struct SpeedSetting {
+    AVDiscard loopFilter;
+    AVDiscard pictures;
+};
+constexpr SpeedSetting kSpeeds[kMaxSpeed + 1] = {
+    {AVDISCARD_DEFAULT, AVDISCARD_DEFAULT}, {AVDISCARD_NONREF, AVDISCARD_DEFAULT},
+    {AVDISCARD_BIDIR, AVDISCARD_DEFAULT},   {AVDISCARD_NONINTRA, AVDISCARD_DEFAULT},
+    {AVDISCARD_ALL, AVDISCARD_DEFAULT},     {AVDISCARD_ALL, AVDISCARD_NONREF},
+    {AVDISCARD_ALL, AVDISCARD_BIDIR},       {AVDISCARD_ALL, AVDISCARD_NONINTRA},
+};
+
+}  // namespace
+
+class H264Decoder::Impl {
+  public:
+    explicit Impl(int threads)
+        : m_threads(threads > 0 ? threads : std::clamp(av_cpu_count(), 1, kMaxThreads)) {}
+
+    Status Initialise(const std::uint8_t* data, std::size_t size);
+    void Close();
+    void Reset();
+    void SetSpeed(int speed);
+
+    /// Gives input to the decoder (null: ends the stream) and keeps the picture that comes of it.
+    Status Advance(const AVPacket* packet);
+    Status Decode(const std::uint8_t* data, std::size_t size);
+    Status Drain();
+
+    /// Hands out the kept picture.
+    Status Deliver(const OutputPicture& out);
+    Status DeliverPlanar(PlanarPicture* picture);
+
+    bool IsOpen() const { return m_context != nullptr; }
+
+    int m_width = 0;
+    int m_height = 0;
+    int m_speed = 0;
+    int m_libraryError = 0;
+    PictureInfo m_info;
+    bool m_kept = false;  ///< m_frame holds a picture that was not delivered yet
+
+  private:
+    void ApplySpeed();
+
+    const int m_threads;
+    AvPtr<AVCodecContext> m_context;
+    AvPtr<AVFrame> m_frame;
+    InputPacket m_input;
+    ColorConverter m_converter;
+    bool m_draining = false;
+};
+
+Status H264Decoder::Impl::Initialise(const std::uint8_t* data, std::size_t size) {
+    Close();
+    if (!data || size == 0) return Status::kBadArgument;
+    const AVCodec* decoder = avcodec_find_decoder(AV_CODEC_ID_H264);
+    if (!decoder) return Status::kUnsupported;
+    m_context = NewVideoContext(decoder);
+    if (!m_frame) m_frame.reset(av_frame_alloc());
+    AvPtr<AVCodecParserContext> parser(av_parser_init(AV_CODEC_ID_H264));
+    Status status = m_input.Fill(data, size);
+    if (!m_context || !m_frame || !parser) status = Status::kOutOfMemory;
+    if (status != Status::kOk) {
+        Close();
+        return status;
+    }
+
+    // The parser reads the parameter sets without decoding the picture. It fills in a size only once it has
+    // seen a slice together with the parameter sets that it names.
+    parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
+    std::uint8_t* parsed = nullptr;
+    int parsedSize = 0;
+    av_parser_parse2(parser.get(), m_context.get(), &parsed, &parsedSize, m_input.data(), m_input.size(),
+                     AV_NOPTS_VALUE, AV_NOPTS_VALUE, 0);
+    const int width = parser->width;
+    const int height = parser->height;
+    if (width <= 0 || height <= 0) {
+        Close();
+        return Status::kNeedKeyFrame;
+    }
+    if (width > kMaxDimension || height > kMaxDimension) {
+        Close();
+        return Status::kUnsupported;
+    }
+
+    // The parser has left profile and reordering of this picture in the context; the decoder is to find out
+    // by itself.
+    m_context = NewVideoContext(decoder);
+    if (!m_context) return Status::kOutOfMemory;
+    m_context->thread_count = m_threads;
+    ApplySpeed();
+    m_libraryError = avcodec_open2(m_context.get(), decoder, nullptr);
+    if (m_libraryError < 0) {
+        const Status failure = StatusFromAv(m_libraryError);
+        Close();
+        return failure;
+    }
+    m_width = width;
+    m_height = height;
+    return Status::kOk;
+}
+
+void H264Decoder::Impl::Close() {
+    m_context.reset();
+    m_frame.reset();
+    m_input.Clear();
+    m_width = m_height = 0;
+    m_info = {};
+    m_kept = m_draining = false;
+}
+
+void H264Decoder::Impl::Reset() {
+    if (!IsOpen()) return;
+    avcodec_flush_buffers(m_context.get());
+    av_frame_unref(m_frame.get());
+    m_kept = m_draining = false;
+}
+
+void H264Decoder::Impl::SetSpeed(int speed) {
+    m_speed = std::clamp(speed, 0, kMaxSpeed);
+    if (IsOpen()) ApplySpeed();
+}
+
+void H264Decoder::Impl::ApplySpeed() {
+    const SpeedSetting& setting = kSpeeds[m_speed];
+    m_context->skip_loop_filter = setting.loopFilter;
+    m_context->skip_frame = setting.pictures;
+    // With this flag the decoder filters slices on their own threads without waiting for their neighbours.
+    if (m_speed > 0) {
+        m_context->flags2 |= AV_CODEC_FLAG2_FAST;
+    } else {
+        m_context->flags2 &= ~AV_CODEC_FLAG2_FAST;
+    }
+}
+
+Status H264Decoder::Impl::Advance(const AVPacket* packet) {
+    av_frame_unref(m_frame.get());
+    m_kept = false;
+    const Status status = SendAndReceive(m_context.get(), packet, m_frame.get(), &m_libraryError);
+    m_kept = status == Status::kOk;
+    return status;
+}
+
+Status H264Decoder::Impl::Decode(const std::uint8_t* data, std::size_t size) {
+    if (!IsOpen()) return Status::kNotInitialised;
+    if (!data || size == 0) return m_kept ? Status::kOk : Status::kNoPicture;
+    if (m_draining) Reset();
+    if (const Status status = m_input.Fill(data, size); status != Status::kOk) return status;
+    return Advance(m_input.get());
+}
+
+Status H264Decoder::Impl::Drain() {
+    if (!IsOpen()) return Status::kNotInitialised;
+    if (m_kept) return Status::kOk;
+    m_draining = true;
+    return Advance(nullptr);
+}
+
+Status H264Decoder::Impl::Deliver(const OutputPicture& out) {
+    if (m_frame->width != m_width || m_frame->height != m_height) {
+        m_width = m_frame->width;
+        m_height = m_frame->height;
+        return Status::kSizeChanged;
+    }
+    PlanarPicture view;
+    if (!ViewOf(*m_frame, &view)) {
+        m_kept = false;
+        return Status::kUnsupported;
+    }
+    if (const Status status = m_converter.Convert(view, out); status != Status::kOk) return status;
+    m_info = InfoOf(*m_frame);
+    av_frame_unref(m_frame.get());
+    m_kept = false;
+    return Status::kOk;
+}
+
+Status H264Decoder::Impl::DeliverPlanar(PlanarPicture* picture) {
+    m_kept = false;
+    if (!ViewOf(*m_frame, picture)) return Status::kUnsupported;
+    m_width = m_frame->width;
+    m_height = m_frame->height;
+    m_info = InfoOf(*m_frame);
+    return Status::kOk;
+}
+
+H264Decoder::H264Decoder(int threads) : m_impl(std::make_unique<Impl>(threads)) {}
+H264Decoder::~H264Decoder() = default;
+
+Status H264Decoder::Initialise(const std::uint8_t* data, std::size_t size) {
+    return m_impl->Initialise(data, size);
+}
+bool H264Decoder::IsInitialised() const {
+    return m_impl->IsOpen();
+}
+int H264Decoder::Width() const {
+    return m_impl->m_width;
+}
+int H264Decoder::Height() const {
+    return m_impl->m_height;
+}
+const PictureInfo& H264Decoder::Info() const {
+    return m_impl->m_info;
+}
+
+Status H264Decoder::Decode(const std::uint8_t* data, std::size_t size, const OutputPicture& out) {
+    if (!out.data) return Status::kBadArgument;
+    const Status status = m_impl->Decode(data, size);
+    return status == Status::kOk ? m_impl->Deliver(out) : status;
+}
+
+Status H264Decoder::DecodePlanar(const std::uint8_t* data, std::size_t size, PlanarPicture* picture) {
+    if (!picture) return Status::kBadArgument;
+    const Status status = m_impl->Decode(data, size);
+    return status == Status::kOk ? m_impl->DeliverPlanar(picture) : status;
+}
+
+Status H264Decoder::Drain(const OutputPicture& out) {
+    if (!out.data) return Status::kBadArgument;
+    const Status status = m_impl->Drain();
+    return status == Status::kOk ? m_impl->Deliver(out) : status;
+}
+
+Status H264Decoder::DrainPlanar(PlanarPicture* picture) {
+    if (!picture) return Status::kBadArgument;
+    const Status status = m_impl->Drain();
+    return status == Status::kOk ? m_impl->DeliverPlanar(picture) : status;
+}
+
+void H264Decoder::Reset() {
+    m_impl->Reset();
+}
+void H264Decoder::Close() {
+    m_impl->Close();
+}
+void H264Decoder::SetSpeed(int speed) {
+    m_impl->SetSpeed(speed);
+}
+int H264Decoder::Speed() const {
+    return m_impl->m_speed;
+}
+int H264Decoder::LibraryError() const {
+    return m_impl->m_libraryError;
+}
+
+}  // namespace codec

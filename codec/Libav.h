@@ -1,0 +1,72 @@
+#pragma once
+
+// What the decoders over libavcodec share: owners for its objects, the input packet, pictures as views.
+// Internal to codec/: nothing outside includes it, so that the FFmpeg headers stay in here.
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavutil/frame.h>
+}
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "codec/Picture.h"
+#include "codec/Status.h"
+
+namespace codec {
+
+struct AvDelete {
+    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+    void operator()(AVCodecParserContext* parser) const { av_parser_close(parser); }
+    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+    void operator()(AVBufferRef* buffer) const { av_buffer_unref(&buffer); }
+};
+
+template <typename T>
+using AvPtr = std::unique_ptr<T, AvDelete>;
+
+/// Maps a negative libavutil code to what callers may know of it.
+Status StatusFromAv(int code);
+
+/// The packet that is handed to a decoder. It copies the input once, because libavcodec reads some bytes
+/// beyond the end, into memory that is kept and reused as long as the decoder has let go of it.
+class InputPacket {
+  public:
+    /// Larger input is refused as kBadArgument.
+    static constexpr std::size_t kMaxBytes = 64u << 20;
+
+    /// Makes the packet hold `head` (may be empty) followed by `body`.
+    Status Fill(const std::uint8_t* head, std::size_t headSize, const std::uint8_t* body,
+                std::size_t bodySize);
+    Status Fill(const std::uint8_t* data, std::size_t size) { return Fill(nullptr, 0, data, size); }
+
+    const AVPacket* get() const { return m_packet.get(); }
+    const std::uint8_t* data() const { return m_packet->data; }
+    int size() const { return m_packet->size; }
+
+    /// Gives the memory back.
+    void Clear();
+
+  private:
+    AvPtr<AVBufferRef> m_buffer;
+    AvPtr<AVPacket> m_packet;
+};
+
+/// A decoder context as all of ours want it: no frame threads, no output larger than kMaxDimension. Null when
+/// out of memory. It is not opened yet.
+AvPtr<AVCodecContext> NewVideoContext(const AVCodec* decoder);
+
+/// Gives `packet` to the decoder and takes the picture that it yields at once, if any, into `frame`. A null
+/// packet starts or continues draining. kOk, kNoPicture, or a failure with the library's code in `*code`.
+Status SendAndReceive(AVCodecContext* context, const AVPacket* packet, AVFrame* frame, int* code);
+
+/// Describes the samples of a decoded frame; false for layouts that are not planar Y'CbCr. The view lives as
+/// long as the frame's data.
+bool ViewOf(const AVFrame& frame, PlanarPicture* picture);
+
+PictureInfo InfoOf(const AVFrame& frame);
+
+}  // namespace codec
