@@ -16,7 +16,8 @@
 // no text can forge one there, but a reader of the debugger output may see one line as several. In wide
 // formats write %ls for wide and %hs for narrow arguments; both mean the same to every C library.
 //
-// Secrets: wrap whatever may hold a password (URLs, query strings, headers, camera replies) in Redact():
+// Secrets: wrap whatever may hold a password (URLs, query strings, headers, camera replies) in
+// RedactSecrets() of Redact.h:
 //
 //     NORIX_LOG("RTSPCoumm::OpenUrl", 0, "url = %s", util::RedactSecrets(url).c_str());
 //

@@ -1,0 +1,28 @@
+#pragma once
+
+// Logs how long a scope took:
+//
+//     const util::CTimeDiff timing("CNorixSDKCtrl::Connect()");
+//
+// gives "[TimeDiff] CNorixSDKCtrl::Connect() = 12.34 (ms)" when the scope ends and the scope-timing switch is
+// on. A local object of one thread. Nothing throws.
+
+#include <cstdint>
+
+namespace util {
+
+class CTimeDiff {
+  public:
+    // The label must outlive the object: a literal.
+    explicit CTimeDiff(const char* label) noexcept;
+    ~CTimeDiff();
+    CTimeDiff(const CTimeDiff&) = delete;
+    CTimeDiff& operator=(const CTimeDiff&) = delete;
+
+  private:
+    const char* m_label;
+    int64_t m_frequency;  // counts per second
+    int64_t m_start;      // counts
+};
+
+}  // namespace util
