@@ -63,7 +63,8 @@ void PictureView::SetPictureSize(PixelSize size) {
 PictureView::Settings PictureView::Current(PixelSize picture) {
     const std::lock_guard lock(m_lock);
     m_picture = picture;
-    if (!m_digitalPtz) m_source = Whole(picture);
+    // All zero, which nobody can set, means that digital PTZ was on before the first picture.
+    if (!m_digitalPtz || m_source == PixelRect{}) m_source = Whole(picture);
     return {UsableSource(m_source, picture), m_rotation, m_captionShown ? m_caption : nullptr, m_borderShown};
 }
 

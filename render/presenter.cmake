@@ -1,30 +1,34 @@
-# The presenter's part of render/, for its CMakeLists.txt to include.
+# The presenter's part of render/, included by its CMakeLists.txt: the library render_presenter, with the pure
+# part alone where there is no Windows.
 
-# Runs anywhere.
-set(NORIX_PRESENTER_PURE_SOURCES Geometry.cpp Geometry.h PictureView.cpp PictureView.h)
+add_library(render_presenter STATIC Geometry.cpp Geometry.h PictureView.cpp PictureView.h)
+target_link_libraries(render_presenter PUBLIC util)
 
-# Needs Windows. Links with user32, gdi32, ddraw's interface identifiers (dxguid), codec and util.
-set(NORIX_PRESENTER_WINDOWS_SOURCES
-    DirectDrawFunctions.cpp
-    DirectDrawFunctions.h
-    DirectDrawPresenter.cpp
-    DirectDrawPresenter.h
-    DisplayChoice.cpp
-    DisplayChoice.h
-    GdiPresenter.cpp
-    GdiPresenter.h
-    Monitors.cpp
-    Monitors.h
-    NullPresenter.h
-    PictureBlit.cpp
-    PictureBlit.h
-    PictureDecoration.cpp
-    PictureDecoration.h
-    Presenter.cpp
-    Presenter.h
-    StatusPicture.cpp
-    StatusPicture.h)
-set(NORIX_PRESENTER_WINDOWS_LIBS gdi32 user32 dxguid)
+if(WIN32)
+    target_sources(render_presenter PRIVATE
+        DirectDrawFunctions.cpp
+        DirectDrawFunctions.h
+        DirectDrawPresenter.cpp
+        DirectDrawPresenter.h
+        DisplayChoice.cpp
+        DisplayChoice.h
+        GdiPresenter.cpp
+        GdiPresenter.h
+        Monitors.cpp
+        Monitors.h
+        NullPresenter.h
+        PictureBlit.cpp
+        PictureBlit.h
+        PictureDecoration.cpp
+        PictureDecoration.h
+        Presenter.cpp
+        Presenter.h
+        StatusPicture.cpp
+        StatusPicture.h)
+    # dxguid holds DirectDraw's interface identifiers; ddraw.dll itself is loaded at run time.
+    target_link_libraries(render_presenter PUBLIC codec gdi32 user32 PRIVATE dxguid)
 
-# The module's resource script includes this one, and so does every program that draws status pictures.
-set(NORIX_PRESENTER_RESOURCES ${CMAKE_CURRENT_LIST_DIR}/res/render.rc)
+    # The module's resource script includes this one; programs that draw status pictures add it to their sources.
+    set(NORIX_PRESENTER_RESOURCES ${CMAKE_CURRENT_LIST_DIR}/res/render.rc)
+    set_property(GLOBAL PROPERTY NORIX_PRESENTER_RESOURCES ${NORIX_PRESENTER_RESOURCES})
+endif()
