@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+#include "media/ControlMessages.h"
+#include "media/MediaPlatform.h"
+#include "media/Shared.h"
+
+namespace norix {
+
+// The control's window as its workers see it: a place to send messages to. Any thread; without a window all
+// messages vanish.
+class ControlWindow {
+  public:
+    void Set(WindowHandle window) { m_window.Set(window); }
+    WindowHandle Get() const { return m_window.Get(); }
+
+    void Post(ControlMessage message, std::uintptr_t wParam, std::intptr_t lParam) const {
+        platform::PostToWindow(Get(), message, wParam, lParam);
+    }
+
+    // For messages that carry pointers: returns when the window thread has handled the message. Never called
+    // with a lock held.
+    void Send(ControlMessage message, const void* wParam, const void* lParam) const {
+        platform::SendToWindow(Get(), message, reinterpret_cast<std::uintptr_t>(wParam),
+                               reinterpret_cast<std::intptr_t>(lParam));
+    }
+
+  private:
+    Shared<WindowHandle> m_window{nullptr};
+};
+
+}  // namespace norix

@@ -1,0 +1,199 @@
+#include "media/CtrlParam.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "media/FrameInfoParser.h"
+#include "media/PtsMonitor.h"
+#include "util/Log.h"
+
+namespace norix {
+
+// Marks an insert operation as under way, for WaitForInserts.
+class CCtrlParam::InsertScope {
+  public:
+    explicit InsertScope(std::atomic<int>& underWay) : m_underWay(underWay) { ++m_underWay; }
+    ~InsertScope() { --m_underWay; }
+    InsertScope(const InsertScope&) = delete;
+    InsertScope& operator=(const InsertScope&) = delete;
+
+  private:
+    std::atomic<int>& m_underWay;
+};
+
+CCtrlParam::CCtrlParam() : CCtrlParam(platform::ReadMediaSettings()) {}
+
+CCtrlParam::CCtrlParam(const MediaSettings& settings)
+    : m_settings(settings),
+      m_videoRecords(settings.videoBufferNum),
+      m_audioRecords(settings.audioBufferNum),
+      m_videoEmpty(settings.videoBufferNum),
+      m_videoFilled(settings.videoBufferNum),
+      m_audioEmpty(settings.audioBufferNum),
+      m_audioFilled(settings.audioBufferNum) {
+    constexpr std::uint32_t kKilobyte = 1024;
+    NORIX_LOG("CCtrlParam::CCtrlParam", 0, "VideoBufferNum = %u, VideoBufferSize = %u (KB)",
+              settings.videoBufferNum, settings.videoBufferSize / kKilobyte);
+    NORIX_LOG("CCtrlParam::CCtrlParam", 0, "AudioBufferNum = %u, AudioBufferSize = %u (KB)",
+              settings.audioBufferNum, settings.audioBufferSize / kKilobyte);
+    // Not cleared: pages that no frame ever reaches cost nothing.
+    for (VideoFrameRecord& record : m_videoRecords) {
+        record.data = std::make_unique_for_overwrite<std::uint8_t[]>(settings.videoBufferSize);
+    }
+    for (AudioFrameRecord& record : m_audioRecords) {
+        record.data = std::make_unique_for_overwrite<std::uint8_t[]>(settings.audioBufferSize);
+    }
+    FillPools();
+}
+
+CCtrlParam::~CCtrlParam() = default;
+
+void CCtrlParam::FillPools() {
+    m_videoFilled.Clear();
+    m_audioFilled.Clear();
+    m_videoEmpty.Clear();
+    m_audioEmpty.Clear();
+    for (VideoFrameRecord& record : m_videoRecords)
+        m_videoEmpty.PutTail(&record);
+    for (AudioFrameRecord& record : m_audioRecords)
+        m_audioEmpty.PutTail(&record);
+}
+
+void CCtrlParam::ResetForNewStream() {
+    FillPools();
+    m_counters.Count(FrameCounters::kResetAll);
+    m_skipToKeyFrame = false;
+    m_events.Reset();
+    m_trace.Stop();
+    m_trace.Start();
+    videoCodec.Set(VideoCodec::None);
+    audioCodec.Set(AudioCodec::None);
+    audioSampleRate.Set(0);
+    aacConfig.Set({});
+    streamForm.Set(StreamForm::Unknown);
+    for (auto& level : regionLevel)
+        level.Set(0);
+    m_pictureWidth.Set(0);
+    m_pictureHeight.Set(0);
+    displayChanged.Set(false);
+    m_closing.store(false);
+}
+
+void CCtrlParam::SetPictureSize(int width, int height) {
+    const bool changed = m_pictureWidth.Exchange(width) != width;
+    if (m_pictureHeight.Exchange(height) != height || changed) {
+        window.Post(WM_OnResolutionChanged, static_cast<std::uintptr_t>(width), height);
+    }
+}
+
+bool CCtrlParam::WaitForInserts(std::uint32_t milliseconds) const {
+    constexpr std::uint32_t kStepMs = 5;
+    for (std::uint32_t waited = 0; m_insertsUnderWay.load() != 0; waited += kStepMs) {
+        if (waited >= milliseconds) return false;
+        platform::SleepMs(kStepMs);
+    }
+    return true;
+}
+
+void CCtrlParam::SendNewFrame(const std::uint8_t* data, std::size_t size, int frameType, bool signal) {
+    const NewFrameDescription description{static_cast<std::uint32_t>(frameType), signal ? 1u : 0u,
+                                          static_cast<std::uint32_t>(size)};
+    window.Send(WM_OnNewFrame, &description, data);
+}
+
+VideoFrameRecord* CCtrlParam::WaitForEmptyVideo(std::uint32_t pts, bool keyFrame) {
+    VideoFrameRecord* record = nullptr;
+    while (GetEmptyVideoFrame(&record) != kResultOk) {
+        if (m_closing.load()) return nullptr;
+        if (m_settings.enableDecodeFrameDrop && !keyFrame) {
+            m_skipToKeyFrame = true;
+            NORIX_LOG("CCtrlParam::InsertFrameToVideoBuffer", 0,
+                      "InsertFrameToVideoBuffer(pts=%u) drop video frame (%c)", pts, 'p');
+            return nullptr;
+        }
+    }
+    return record;
+}
+
+AudioFrameRecord* CCtrlParam::WaitForEmptyAudio(std::uint32_t pts) {
+    AudioFrameRecord* record = nullptr;
+    while (GetEmptyAudioFrame(&record) != kResultOk) {
+        if (m_closing.load()) return nullptr;
+        if (m_settings.enableDecodeFrameDrop) {
+            NORIX_LOG("CCtrlParam::InsertFrameToAudioBuffer", 0,
+                      "InsertFrameToAudioBuffer(pts=%u) drop audio frame", pts);
+            return nullptr;
+        }
+    }
+    return record;
+}
+
+int CCtrlParam::InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t size, std::uint32_t pts,
+                                         int isPFrame) {
+    const InsertScope scope(m_insertsUnderWay);
+    if (!data || m_closing.load()) return -1;
+
+    m_trace.Record(pts, FrameTimingTrace::kReceived, platform::Ticks100ns());
+    m_counters.Count(FrameCounters::kReceived);
+    if (util::Switches().ptsDiff) ShowPTSDiff(pts, frameRate.Get());
+
+    const VideoCodec codec = videoCodec.Get();
+    const ParsedFrameInfo parsed = ParseFrameInfo(codec, data, size);
+    const std::uint8_t* const payload = data + parsed.headerLength;
+    const std::size_t payloadSize = size - parsed.headerLength;
+    streamForm.Set(parsed.headerLength != 0 ? StreamForm::WithHeader : StreamForm::Bare);
+
+    if (MediaRecorder* const recorder = m_recorder.load()) {
+        recorder->RecMedia(
+            codec == VideoCodec::H264 ? RecordMedia::VideoH264 : RecordMedia::VideoMpeg4OrMjpeg, data, size);
+    }
+    m_events.Report(parsed, window);
+    if (notifyVideoData.Get()) SendNewFrame(payload, payloadSize, isPFrame, parsed.signal);
+
+    const bool keyFrame = isPFrame == 0;
+    if (keyFrame) m_skipToKeyFrame = false;
+    if (m_skipToKeyFrame) {
+        NORIX_LOG("CCtrlParam::InsertFrameToVideoBuffer", 0,
+                  "InsertFrameToVideoBuffer(pts=%u) drop video frame (%c), skip GOP", pts, 'p');
+        return -1;
+    }
+    VideoFrameRecord* const record = WaitForEmptyVideo(pts, keyFrame);
+    if (!record) return -1;
+
+    const std::uint32_t length =
+        static_cast<std::uint32_t>(std::min<std::size_t>(payloadSize, m_settings.videoBufferSize));
+    std::memcpy(record->data.get(), payload, length);
+    record->frameType = static_cast<std::uint8_t>(isPFrame);
+    record->storedLength = length;
+    record->payloadLength = length;
+    record->headerLength = static_cast<std::uint32_t>(parsed.headerLength);
+    record->pts = pts;
+    record->info = parsed.info;
+    // Before the frame is handed on: afterwards its later stages may already be under way.
+    m_trace.Record(pts, FrameTimingTrace::kInserted, platform::Ticks100ns());
+    PutFilledVideoFrame(record);
+    return 1;
+}
+
+int CCtrlParam::InsertFrameToAudioBuffer(const std::uint8_t* data, std::size_t size, std::uint32_t pts) {
+    const InsertScope scope(m_insertsUnderWay);
+    if (!data || m_closing.load()) return -1;
+
+    const std::uint32_t length =
+        static_cast<std::uint32_t>(std::min<std::size_t>(size, m_settings.audioBufferSize));
+    if (MediaRecorder* const recorder = m_recorder.load(); recorder && recorder->IsRecordingRequested()) {
+        recorder->RecMedia(RecordMedia::Audio, data, length);
+    }
+    AudioFrameRecord* const record = WaitForEmptyAudio(pts);
+    if (!record) return -1;
+
+    std::memcpy(record->data.get(), data, length);
+    record->storedLength = length;
+    record->receivedLength = static_cast<std::uint32_t>(size);
+    record->pts = pts;
+    PutFilledAudioFrame(record, 1);
+    return 1;
+}
+
+}  // namespace norix

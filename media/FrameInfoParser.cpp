@@ -1,0 +1,228 @@
+#include "media/FrameInfoParser.h"
+
+#include <algorithm>
+#include <span>
+
+namespace norix {
+namespace {
+
+using Bytes = std::span<const std::uint8_t>;
+
+// The camera's header.
+constexpr std::size_t kPesFixedSize = 9;  // up to and with the byte that says how long the rest is
+constexpr std::size_t kPesLengthOffset = 8;
+
+// The information section: its fixed fields...
+constexpr std::uint8_t kSectionVersion = 1;
+constexpr std::size_t kSectionFixedSize = 27;
+constexpr std::uint8_t kFlagSignalLost = 0x01;
+constexpr std::uint8_t kFlagDigitalIo = 0x02;
+static_assert(kPesFixedSize + kSectionFixedSize == kCameraHeaderTimeOffset + 4);
+
+// ...and the elements behind them: type, length, data.
+enum ElementType : std::uint8_t {
+    kElementPadding = 0,  // a single byte
+    kElementRegion = 1,
+    kElementMotionAlert = 2,
+    kElementAnalytics = 3,
+    kElementGeneral = 4,
+};
+
+// Marks a section inside a frame.
+constexpr std::array<std::uint8_t, 16> kSectionId = {'N', 'o', 'r', 'i', 'x', 'F', 'r', 'a',
+                                                     'm', 'e', 'I', 'n', 'f', 'o', '0', '1'};
+
+// A section inside a frame lies near its start: this bounds the search in frames without one.
+constexpr std::size_t kSearchLimit = 4096;
+// Room for the identification and the longest section.
+constexpr std::size_t kSectionMax = kSectionId.size() + 255;
+
+constexpr std::uint8_t kNalSlice = 1;
+constexpr std::uint8_t kNalIdrSlice = 5;
+constexpr std::uint8_t kNalSei = 6;
+constexpr std::uint32_t kSeiUserDataUnregistered = 5;
+constexpr std::uint8_t kMpeg4UserData = 0xB2;
+constexpr std::uint8_t kMpeg4Vop = 0xB6;
+
+std::uint16_t Read16(Bytes bytes, std::size_t at) {
+    return static_cast<std::uint16_t>(bytes[at] << 8 | bytes[at + 1]);
+}
+
+std::uint32_t Read32(Bytes bytes, std::size_t at) {
+    return static_cast<std::uint32_t>(Read16(bytes, at)) << 16 | Read16(bytes, at + 2);
+}
+
+RegionRecord ReadRegion(Bytes bytes) {
+    RegionRecord region;
+    region.enabled = bytes[0];
+    region.x = Read16(bytes, 2);
+    region.y = Read16(bytes, 4);
+    region.width = Read16(bytes, 6);
+    region.height = Read16(bytes, 8);
+    region.threshold = bytes[10];
+    region.level = bytes[11];
+    return region;
+}
+
+void ReadElement(std::uint8_t type, Bytes data, ParsedFrameInfo& out) {
+    switch (type) {
+        case kElementRegion:
+            if (data.size() >= 1 + sizeof(RegionRecord) && data[0] < kRegionCount) {
+                out.info.regions[data[0]] = ReadRegion(data.subspan(1));
+            }
+            break;
+        case kElementMotionAlert:
+            if (data.size() >= 2) out.events.motionAlerts.Add({data[0], data[1]});
+            break;
+        case kElementAnalytics:
+            if (data.size() >= 4) out.events.analytics.Add({Read16(data, 0), Read16(data, 2)});
+            break;
+        case kElementGeneral:
+            if (data.size() >= 4) out.events.general.Add({Read16(data, 0), data[2], data[3]});
+            break;
+        default:  // of a later version
+            break;
+    }
+}
+
+void ReadSection(Bytes section, ParsedFrameInfo& out) {
+    if (section.size() < kSectionFixedSize || section[0] != kSectionVersion) return;
+    out.hasInformation = true;
+    out.signal = (section[1] & kFlagSignalLost) == 0;
+    if (section[1] & kFlagDigitalIo) {
+        out.events.hasDigitalIo = true;
+        out.events.digitalInputs = section[2];
+        out.events.digitalOutputs = section[3];
+        out.info.digitalIo = static_cast<std::uint32_t>(section[2]) << 16 | section[3];
+    }
+    out.info.referenceSize = Read32(section, 4);
+    out.timeStampMs = Read32(section, 8);
+    out.sequence = Read32(section, 12);
+    out.timeSeconds = Read32(section, 23);
+
+    Bytes rest = section.subspan(kSectionFixedSize);
+    while (!rest.empty()) {
+        if (rest[0] == kElementPadding) {
+            rest = rest.subspan(1);
+            continue;
+        }
+        if (rest.size() < 2 || rest.size() - 2 < rest[1]) return;  // cut off: what came before it counts
+        const std::size_t length = rest[1];
+        ReadElement(rest[0], rest.subspan(2, length), out);
+        rest = rest.subspan(2 + length);
+    }
+}
+
+// Bytes of the camera's header, 0 when the frame does not begin with one.
+std::size_t CameraHeaderLength(Bytes frame) {
+    if (frame.size() < kPesFixedSize || frame[0] != 0 || frame[1] != 0 || frame[2] != 1) return 0;
+    const std::uint8_t kind = frame[3] & 0xF0;
+    if (kind != 0xE0 && kind != 0xD0) return 0;
+    const std::size_t length = kPesFixedSize + frame[kPesLengthOffset];
+    return length >= kPesFixedSize + kSectionFixedSize && length <= frame.size() ? length : 0;
+}
+
+// Where the next 00 00 01 begins, from `from` on; the size when there is none.
+std::size_t FindStartCode(Bytes bytes, std::size_t from) {
+    for (std::size_t i = from; i + 3 <= bytes.size(); ++i) {
+        if (bytes[i] == 0 && bytes[i + 1] == 0 && bytes[i + 2] == 1) return i;
+    }
+    return bytes.size();
+}
+
+// The bytes without the 03 that keeps 00 00 from looking like a start code; at most what `buffer` holds.
+Bytes Unescape(Bytes escaped, std::span<std::uint8_t> buffer) {
+    std::size_t length = 0;
+    int zeros = 0;
+    for (const std::uint8_t byte : escaped) {
+        if (zeros >= 2 && byte == 3) {
+            zeros = 0;
+            continue;
+        }
+        if (length == buffer.size()) break;
+        zeros = byte == 0 ? zeros + 1 : 0;
+        buffer[length++] = byte;
+    }
+    return buffer.first(length);
+}
+
+bool ReadIdentifiedSection(Bytes payload, ParsedFrameInfo& out) {
+    if (payload.size() < kSectionId.size() ||
+        !std::equal(kSectionId.begin(), kSectionId.end(), payload.begin())) {
+        return false;
+    }
+    ReadSection(payload.subspan(kSectionId.size()), out);
+    return true;
+}
+
+// A number of an SEI message's head: FF bytes count 255 each, the first other byte ends it.
+bool ReadSeiNumber(Bytes& rest, std::uint32_t& value) {
+    value = 0;
+    while (!rest.empty()) {
+        const std::uint8_t byte = rest[0];
+        rest = rest.subspan(1);
+        value += byte;
+        if (byte != 0xFF) return true;
+    }
+    return false;
+}
+
+void ReadSei(Bytes messages, ParsedFrameInfo& out) {
+    Bytes rest = messages;
+    std::uint32_t type = 0;
+    std::uint32_t size = 0;
+    while (ReadSeiNumber(rest, type) && ReadSeiNumber(rest, size)) {
+        const Bytes payload = rest.first(std::min<std::size_t>(size, rest.size()));
+        if (type == kSeiUserDataUnregistered && ReadIdentifiedSection(payload, out)) return;
+        if (size >= rest.size()) return;
+        rest = rest.subspan(size);
+    }
+}
+
+void SearchH264(Bytes frame, ParsedFrameInfo& out) {
+    std::array<std::uint8_t, 2 * kSectionMax> buffer;
+    std::size_t start = FindStartCode(frame, 0);
+    while (start + 4 <= frame.size()) {
+        const std::uint8_t type = frame[start + 3] & 0x1F;
+        if (type == kNalSlice || type == kNalIdrSlice) return;
+        const std::size_t end = FindStartCode(frame, start + 3);
+        if (type == kNalSei) {
+            ReadSei(Unescape(frame.subspan(start + 4, end - (start + 4)), buffer), out);
+            if (out.hasInformation) return;
+        }
+        start = end;
+    }
+}
+
+void SearchMpeg4(Bytes frame, ParsedFrameInfo& out) {
+    std::array<std::uint8_t, kSectionMax> buffer;
+    std::size_t start = FindStartCode(frame, 0);
+    while (start + 4 <= frame.size()) {
+        const std::uint8_t code = frame[start + 3];
+        if (code == kMpeg4Vop) return;
+        const std::size_t end = FindStartCode(frame, start + 3);
+        if (code == kMpeg4UserData && end > start + 4) {
+            ReadIdentifiedSection(Unescape(frame.subspan(start + 4, end - (start + 4)), buffer), out);
+            if (out.hasInformation) return;
+        }
+        start = end;
+    }
+}
+
+}  // namespace
+
+ParsedFrameInfo ParseFrameInfo(VideoCodec codec, const std::uint8_t* data, std::size_t size) {
+    ParsedFrameInfo out;
+    const Bytes frame = data ? Bytes(data, size) : Bytes();
+    out.headerLength = CameraHeaderLength(frame);
+    if (out.headerLength != 0) {
+        ReadSection(frame.subspan(kPesFixedSize, out.headerLength - kPesFixedSize), out);
+        return out;
+    }
+    const Bytes head = frame.first(std::min(frame.size(), kSearchLimit));
+    if (codec == VideoCodec::H264) SearchH264(head, out);
+    if (codec == VideoCodec::Mpeg4) SearchMpeg4(head, out);
+    return out;
+}
+
+}  // namespace norix

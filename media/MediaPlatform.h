@@ -1,0 +1,35 @@
+#pragma once
+
+// What media/ needs of the system. MediaPlatformWin32.cpp is the product's; MediaPlatformNative.cpp serves
+// the builds for the development machine, whose tests see and set it through MediaPlatformFake.h.
+
+#include <cstdint>
+
+#include "media/MediaSettings.h"
+
+// The system's own declaration: HWND is a pointer to this.
+struct HWND__;
+
+namespace norix {
+
+using WindowHandle = HWND__*;
+
+namespace platform {
+
+// Both do nothing for a null window. Send waits until the window's thread has handled the message.
+void PostToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
+void SendToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
+
+MediaSettings ReadMediaSettings() noexcept;
+PtsSettings ReadPtsSettings(int frameRate) noexcept;
+
+// The multimedia timer: milliseconds, wraps after 49.7 days.
+std::uint32_t TimerMs() noexcept;
+
+// A clock for measuring spans: 100 ns units from an arbitrary start, never set back.
+std::uint64_t Ticks100ns() noexcept;
+
+void SleepMs(std::uint32_t milliseconds) noexcept;
+
+}  // namespace platform
+}  // namespace norix
