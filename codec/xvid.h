@@ -41,16 +41,15 @@
 #define XVID_ERR_FAIL (-1)
 #define XVID_ERR_MEMORY (-2)
 #define XVID_ERR_FORMAT (-3)
-#define XVID_ERR_VERSION (-4) /* the structure's version field names another major version */
-#define XVID_ERR_END (-5)     /* drained: no further pictures */
+#define XVID_ERR_VERSION (-4)    /* the structure's version field names another major version */
+#define XVID_ERR_END (-5)        /* drained: no further pictures */
 
 /* Output formats (xvid_image_t::csp). */
-#define XVID_CSP_I420 \
-    (1 << 1) /* planes Y, U, V one behind the other, or by plane[0..2] when all three are given */
+#define XVID_CSP_PLANAR (1 << 0) /* 4:2:0, plane[0..2] with stride[0..2] */
+#define XVID_CSP_I420 (1 << 1)   /* 4:2:0, one buffer: Y, then U and V with half of stride[0] */
 #define XVID_CSP_YUY2 (1 << 3)
-#define XVID_CSP_BGR (1 << 9)
-#define XVID_CSP_NULL (1 << 14)          /* decode, write nothing */
-#define XVID_CSP_VFLIP ((int)(1u << 31)) /* added to a format: bottom row first */
+#define XVID_CSP_BGR (1 << 9)   /* 24 bits, top row first */
+#define XVID_CSP_NULL (1 << 14) /* decode, write nothing */
 
 /* xvid_dec_stats_t::type */
 #define XVID_TYPE_VOL (-1)
