@@ -242,8 +242,9 @@ HRESULT DirectDrawPresenter::Show(const Picture& picture, const PictureView::Set
     m_lastSource = settings.source;
     // The clipper keeps to the window's visible part, but some drivers refuse a target that leaves the
     // surface.
-    const Stretch stretch = ClipStretch({settings.source, target}, Whole(m_primarySize));
+    Stretch stretch = ClipStretch({settings.source, target}, Whole(m_primarySize));
     if (stretch.IsEmpty()) return S_OK;  // nothing of the window is on this monitor
+    stretch.source = WholePairs(stretch.source, m_pictureSize);
 
     if (m_config.waitForVerticalBlank) m_device->WaitForVerticalBlank(DDWAITVB_BLOCKBEGIN, nullptr);
     RECT from = ToRect(stretch.source);

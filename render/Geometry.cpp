@@ -67,6 +67,10 @@ Stretch ClipStretch(const Stretch& stretch, const PixelRect& bounds) {
     return clipped;
 }
 
+PixelRect WholePairs(const PixelRect& source, PixelSize picture) {
+    return {source.left & ~1, source.top, std::min((source.right + 1) & ~1, picture.width), source.bottom};
+}
+
 PixelRect FitKeepingAspect(PixelSize picture, const PixelRect& area) {
     if (picture.IsEmpty() || area.IsEmpty()) return {};
     PixelSize fitted{area.Width(), Scale(picture.height, area.Width(), picture.width)};

@@ -52,6 +52,10 @@ struct Stretch {
 // where it lay before (to within one source pixel).
 Stretch ClipStretch(const Stretch& stretch, const PixelRect& bounds);
 
+// Widened to whole pairs of columns, which is how YUY2 stores colour. The last column of a picture of odd
+// width is a pair by itself.
+PixelRect WholePairs(const PixelRect& source, PixelSize picture);
+
 // The largest rectangle with the picture's proportions, centred in `area`.
 PixelRect FitKeepingAspect(PixelSize picture, const PixelRect& area);
 

@@ -124,6 +124,13 @@ TEST(ClipStretch, NeverLeavesSourceOrScreen) {
     EXPECT_GT(visible, 5000);
 }
 
+TEST(WholePairs, WidensWithinThePicture) {
+    EXPECT_EQ(WholePairs({101, 7, 120, 9}, {320, 240}), (PixelRect{100, 7, 120, 9}));
+    EXPECT_EQ(WholePairs({319, 0, 320, 1}, {320, 240}), (PixelRect{318, 0, 320, 1}));
+    EXPECT_EQ(WholePairs({0, 0, 1, 1}, {320, 240}), (PixelRect{0, 0, 2, 1}));
+    EXPECT_EQ(WholePairs({318, 0, 319, 1}, {319, 240}), (PixelRect{318, 0, 319, 1}));
+}
+
 TEST(FitKeepingAspect, CentresTheLargestFit) {
     const PixelSize picture{320, 240};
     EXPECT_EQ(FitKeepingAspect(picture, {0, 0, 640, 480}), (PixelRect{0, 0, 640, 480}));

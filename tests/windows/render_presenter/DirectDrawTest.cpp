@@ -1,0 +1,354 @@
+// What the DirectDraw presenter does when DirectDraw misbehaves: real surfaces, with single methods replaced.
+
+#include "render/DirectDrawPresenter.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+
+#include "tests/windows/render_presenter/Screen.h"
+
+namespace norix {
+namespace {
+
+using Microsoft::WRL::ComPtr;
+using testing::IsEmpty;
+
+constexpr PixelSize kPicture{320, 240};
+constexpr PixelRect kPlace{200, 150, 600, 450};
+
+// Replaces one method of a COM class, for all its objects, while it lives.
+class ReplacedMethod {
+  public:
+    ReplacedMethod(IUnknown* object, int index, void* replacement)
+        : m_entry(&(*reinterpret_cast<void***>(object))[index]), m_original(*m_entry) {
+        Write(replacement);
+    }
+    ~ReplacedMethod() { Write(m_original); }
+    ReplacedMethod(const ReplacedMethod&) = delete;
+    ReplacedMethod& operator=(const ReplacedMethod&) = delete;
+
+    void* Original() const { return m_original; }
+
+  private:
+    void Write(void* method) {
+        DWORD protection = 0;
+        VirtualProtect(m_entry, sizeof(*m_entry), PAGE_READWRITE, &protection);
+        *m_entry = method;
+        VirtualProtect(m_entry, sizeof(*m_entry), protection, &protection);
+    }
+
+    void** m_entry;
+    void* m_original;
+};
+
+// Places in the tables of IDirectDraw7 and IDirectDrawSurface7.
+constexpr int kCreateSurface = 6;
+constexpr int kWaitForVerticalBlank = 22;
+constexpr int kBlt = 5;
+constexpr int kLock = 25;
+constexpr int kRestore = 27;
+
+struct Script {
+    int failingLocks = 0;
+    int failingBlts = 0;
+    int withoutMemory = 0;  // locks that succeed and give no address
+    DWORD refusedCaps = 0;  // surfaces with all of these are refused
+    int failingCreations = 0;
+
+    int restores = 0;
+    int blanks = 0;
+    int devices = 0;   // made for one monitor
+    int defaults = 0;  // made for none
+    int enumerations = 0;
+    std::vector<DWORD> askedCaps;
+    RECT lastTarget = {};
+};
+Script g_script;
+
+void* g_lock;
+void* g_blt;
+void* g_create;
+void* g_restore;
+
+HRESULT WINAPI Lock(IDirectDrawSurface7* self, RECT* rect, DDSURFACEDESC2* description, DWORD flags,
+                    HANDLE event) {
+    if (g_script.failingLocks > 0) {
+        --g_script.failingLocks;
+        return DDERR_SURFACELOST;
+    }
+    const HRESULT result = reinterpret_cast<decltype(&Lock)>(g_lock)(self, rect, description, flags, event);
+    if (g_script.withoutMemory > 0 && SUCCEEDED(result)) {
+        --g_script.withoutMemory;
+        description->lpSurface = nullptr;
+    }
+    return result;
+}
+
+HRESULT WINAPI Blt(IDirectDrawSurface7* self, RECT* to, IDirectDrawSurface7* from, RECT* source, DWORD flags,
+                   DDBLTFX* effects) {
+    g_script.lastTarget = *to;
+    if (g_script.failingBlts > 0) {
+        --g_script.failingBlts;
+        return DDERR_SURFACELOST;
+    }
+    return reinterpret_cast<decltype(&Blt)>(g_blt)(self, to, from, source, flags, effects);
+}
+
+HRESULT WINAPI Restore(IDirectDrawSurface7* self) {
+    ++g_script.restores;
+    return reinterpret_cast<decltype(&Restore)>(g_restore)(self);
+}
+
+HRESULT WINAPI CreateSurface(IDirectDraw7* self, DDSURFACEDESC2* description, IDirectDrawSurface7** surface,
+                             IUnknown* outer) {
+    const DWORD caps = description->ddsCaps.dwCaps;
+    g_script.askedCaps.push_back(caps);
+    if (g_script.refusedCaps != 0 && (caps & g_script.refusedCaps) == g_script.refusedCaps)
+        return DDERR_OUTOFVIDEOMEMORY;
+    return reinterpret_cast<decltype(&CreateSurface)>(g_create)(self, description, surface, outer);
+}
+
+HRESULT WINAPI WaitForVerticalBlank(IDirectDraw7*, DWORD flags, HANDLE) {
+    g_script.blanks += flags == DDWAITVB_BLOCKBEGIN;
+    return DD_OK;
+}
+
+// A computer with two monitors side by side that share one real screen. Each has a device of its own.
+constexpr GUID kLeftDevice = {1, 0, 0, {0}};
+constexpr GUID kRightDevice = {2, 0, 0, {0}};
+const HMONITOR kLeft = reinterpret_cast<HMONITOR>(static_cast<UINT_PTR>(0x101));
+const HMONITOR kRight = reinterpret_cast<HMONITOR>(static_cast<UINT_PTR>(0x102));
+constexpr LONG kSeam = 640;
+bool g_listDevices = true;
+
+HMONITOR WINAPI FromWindow(HWND window, DWORD) {
+    RECT rect;
+    GetWindowRect(window, &rect);
+    return (rect.left + rect.right) / 2 < kSeam ? kLeft : kRight;
+}
+
+BOOL WINAPI MonitorInfo(HMONITOR monitor, LPMONITORINFO info) {
+    const bool left = monitor == kLeft;
+    info->dwFlags = left ? MONITORINFOF_PRIMARY : 0;
+    info->rcMonitor = left ? RECT{0, 0, kSeam, 1024} : RECT{kSeam, 100, 1280, 1024};
+    info->rcWork = info->rcMonitor;
+    return TRUE;
+}
+
+HRESULT WINAPI Enumerate(LPDDENUMCALLBACKEXA callback, void* context, DWORD flags) {
+    ++g_script.enumerations;
+    EXPECT_EQ(flags, static_cast<DWORD>(DDENUM_ATTACHEDSECONDARYDEVICES | DDENUM_NONDISPLAYDEVICES));
+    char name[] = "display";
+    GUID left = kLeftDevice;
+    GUID right = kRightDevice;
+    callback(nullptr, name, name, context, nullptr);
+    if (g_listDevices && callback(&left, name, name, context, kLeft))
+        callback(&right, nullptr, nullptr, context, kRight);
+    return DD_OK;
+}
+
+HRESULT WINAPI Create(GUID* device, void** object, REFIID iid, IUnknown* outer) {
+    ++(device ? g_script.devices : g_script.defaults);
+    if (g_script.failingCreations > 0 && --g_script.failingCreations == 0) return DDERR_GENERIC;
+    return DirectDrawFunctions::System().createEx(nullptr, object, iid, outer);
+}
+
+class DirectDrawTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(
+            DirectDrawFunctions::System().CreateEx(nullptr, reinterpret_cast<void**>(draw.GetAddressOf())),
+            DD_OK);
+        ASSERT_EQ(draw->SetCooperativeLevel(window.Handle(), DDSCL_NORMAL), DD_OK);
+        DDSURFACEDESC2 description = {};
+        description.dwSize = sizeof(description);
+        description.dwFlags = DDSD_CAPS;
+        description.ddsCaps.dwCaps = DDSCAPS_PRIMARYSURFACE;
+        ComPtr<IDirectDrawSurface7> surface;
+        ASSERT_EQ(draw->CreateSurface(&description, surface.GetAddressOf(), nullptr), DD_OK);
+        Replace(surface.Get(), kLock, reinterpret_cast<void*>(&Lock), g_lock);
+        Replace(surface.Get(), kBlt, reinterpret_cast<void*>(&Blt), g_blt);
+        Replace(surface.Get(), kRestore, reinterpret_cast<void*>(&Restore), g_restore);
+        Replace(draw.Get(), kCreateSurface, reinterpret_cast<void*>(&CreateSurface), g_create);
+        void* unused;
+        Replace(draw.Get(), kWaitForVerticalBlank, reinterpret_cast<void*>(&WaitForVerticalBlank), unused);
+
+        g_script = {};
+        g_listDevices = true;
+        config.videoWindow = window.Handle();
+        config.notifyWindow = window.Handle();
+        config.view = &view;
+        functions.createEx = Create;
+        functions.enumerateEx = Enumerate;
+        monitors.monitorFromWindow = FromWindow;
+        monitors.getMonitorInfo = MonitorInfo;
+        Make();
+    }
+
+    void Make() { presenter = std::make_unique<DirectDrawPresenter>(config, functions, CMonitors(monitors)); }
+    HRESULT Initialize() { return presenter->Initialize(kPicture.width, kPicture.height); }
+    HRESULT Show() { return presenter->Present(picture.Get()); }
+    bool IsShown() const { return Differences(Pixels::OfScreen(kPlace), TestGrid()).empty(); }
+
+    TestWindow window{kPlace, RGB(255, 0, 255)};
+    GridPicture picture{TestGrid(), kPicture, codec::PixelFormat::kYuy2};
+    PictureView view;
+    PresenterConfig config;
+    DirectDrawFunctions functions;
+    MonitorFunctions monitors = MonitorFunctions::FromUser32();
+    std::unique_ptr<DirectDrawPresenter> presenter;
+
+  private:
+    void Replace(IUnknown* object, int index, void* replacement, void*& original) {
+        replaced.push_back(std::make_unique<ReplacedMethod>(object, index, replacement));
+        original = replaced.back()->Original();
+    }
+
+    ComPtr<IDirectDraw7> draw;
+    std::vector<std::unique_ptr<ReplacedMethod>> replaced;
+};
+
+TEST_F(DirectDrawTest, DoesWithoutVideoMemoryWhereThereIsNone) {
+    g_script.refusedCaps = DDSCAPS_VIDEOMEMORY;
+    ASSERT_EQ(Initialize(), DD_OK);
+    EXPECT_THAT(g_script.askedCaps,
+                testing::ElementsAre(DDSCAPS_PRIMARYSURFACE | DDSCAPS_VIDEOMEMORY, DDSCAPS_PRIMARYSURFACE,
+                                     DDSCAPS_OFFSCREENPLAIN | DDSCAPS_VIDEOMEMORY, DDSCAPS_OFFSCREENPLAIN));
+    EXPECT_EQ(Show(), S_OK);
+    EXPECT_TRUE(IsShown());
+
+    // Without any memory it fails, shows nothing, and tries again with each picture.
+    g_script.refusedCaps = DDSCAPS_OFFSCREENPLAIN;
+    EXPECT_EQ(Initialize(), DDERR_OUTOFVIDEOMEMORY);
+    EXPECT_EQ(Show(), DDERR_OUTOFVIDEOMEMORY);
+    g_script.refusedCaps = 0;
+    EXPECT_EQ(Show(), S_OK);
+    EXPECT_TRUE(IsShown());
+}
+
+TEST_F(DirectDrawTest, LostSurfaceCostsPicturesAndComesBack) {
+    ASSERT_EQ(Initialize(), DD_OK);
+    ASSERT_EQ(Show(), S_OK);
+    const int made = g_script.enumerations;
+
+    g_script.failingLocks = 2;
+    EXPECT_EQ(Show(), DDERR_SURFACELOST);
+    EXPECT_EQ(Show(), DDERR_SURFACELOST);
+    EXPECT_EQ(g_script.restores, 2);
+    EXPECT_EQ(g_script.enumerations, made);
+    EXPECT_EQ(Show(), S_FALSE);  // can be locked again: made anew
+    EXPECT_EQ(g_script.enumerations, made + 1);
+    InvalidateRect(window.Handle(), nullptr, TRUE);
+    UpdateWindow(window.Handle());
+    ASSERT_FALSE(IsShown());
+    EXPECT_EQ(Show(), S_OK);
+    EXPECT_TRUE(IsShown());
+
+    // The primary surface is noticed only when it is drawn to.
+    g_script.failingBlts = 1;
+    g_script.restores = 0;
+    EXPECT_EQ(Show(), DDERR_SURFACELOST);
+    EXPECT_EQ(g_script.restores, 2);
+    EXPECT_EQ(Show(), S_FALSE);
+    EXPECT_EQ(Show(), S_OK);
+
+    g_script.withoutMemory = 1;
+    EXPECT_EQ(Show(), E_FAIL);
+    EXPECT_EQ(Show(), S_FALSE);
+    EXPECT_EQ(Show(), S_OK);
+}
+
+TEST_F(DirectDrawTest, ChangeOfDisplayCostsOnePicture) {
+    ASSERT_EQ(Initialize(), DD_OK);
+    ASSERT_EQ(Show(), S_OK);
+    const int made = g_script.enumerations;
+    for (const int lostLocks : {1, 0}) {  // with the surfaces lost, and kept by the system
+        g_script.enumerations = made;
+        g_script.failingLocks = lostLocks;
+        presenter->DisplayChanged();
+        EXPECT_EQ(Show(), S_FALSE);
+        EXPECT_EQ(g_script.enumerations, made + 1);
+        EXPECT_EQ(Show(), S_OK);
+        EXPECT_TRUE(IsShown());
+        EXPECT_EQ(g_script.enumerations, made + 1);
+    }
+
+    // Failing once, it goes on trying; the lost surfaces are never used.
+    presenter->DisplayChanged();
+    g_script.failingLocks = 1;
+    g_script.refusedCaps = DDSCAPS_OFFSCREENPLAIN;
+    EXPECT_TRUE(FAILED(Show()));
+    EXPECT_TRUE(FAILED(Show()));
+    g_script.refusedCaps = 0;
+    EXPECT_EQ(Show(), S_FALSE);
+    EXPECT_EQ(Show(), S_OK);
+    EXPECT_TRUE(IsShown());
+}
+
+TEST_F(DirectDrawTest, FollowsTheWindowToAnotherMonitor) {
+    ASSERT_EQ(Initialize(), DD_OK);
+    EXPECT_EQ(g_script.devices, 1);
+    EXPECT_EQ(g_script.defaults, 1);
+    ASSERT_EQ(Show(), S_OK);
+    EXPECT_EQ(g_script.lastTarget.left, kPlace.left);
+    EXPECT_EQ(g_script.lastTarget.top, kPlace.top);
+
+    window.Move({700, 300, 1100, 600});
+    EXPECT_EQ(Show(), S_OK);  // this picture is shown on the new monitor already
+    EXPECT_EQ(g_script.devices, 2);
+    EXPECT_EQ(g_script.lastTarget.left, 700 - kSeam);
+    EXPECT_EQ(g_script.lastTarget.top, 300 - 100);
+    EXPECT_EQ(Show(), S_OK);
+    EXPECT_EQ(g_script.devices, 2);
+
+    // Partly above the monitor: the target stays on its surface.
+    window.Move({700, 40, 1100, 340});
+    EXPECT_EQ(Show(), S_OK);
+    EXPECT_EQ(g_script.lastTarget.top, 0);
+    EXPECT_EQ(g_script.lastTarget.bottom, 240);
+
+    // Devices that know no monitors work in the coordinates of the whole screen.
+    g_listDevices = false;
+    ASSERT_EQ(Initialize(), DD_OK);
+    EXPECT_EQ(g_script.devices, 2);
+    EXPECT_EQ(Show(), S_OK);
+    EXPECT_EQ(g_script.lastTarget.left, 700);
+    EXPECT_EQ(g_script.lastTarget.top, 40);
+}
+
+TEST_F(DirectDrawTest, CreationFailuresAreReportedAndRetried) {
+    for (const int which : {1, 2}) {  // the default object, the monitor's own
+        g_script.failingCreations = which;
+        EXPECT_EQ(Initialize(), which == 1 ? E_FAIL : DDERR_GENERIC);
+        EXPECT_EQ(Show(), S_OK);
+        EXPECT_TRUE(IsShown());
+    }
+
+    // Without the control's window there is nothing to build for, which is no failure.
+    config.notifyWindow = nullptr;
+    Make();
+    g_script.askedCaps.clear();
+    EXPECT_EQ(Initialize(), S_OK);
+    EXPECT_EQ(Show(), S_FALSE);
+    EXPECT_THAT(g_script.askedCaps, IsEmpty());
+
+    functions = {};
+    config.notifyWindow = window.Handle();
+    Make();
+    EXPECT_EQ(Initialize(), DDERR_GENERIC);
+    EXPECT_EQ(Show(), DDERR_GENERIC);
+}
+
+TEST_F(DirectDrawTest, WaitsForTheVerticalBlankOnlyWhenAskedTo) {
+    ASSERT_EQ(Show(), S_OK);
+    EXPECT_EQ(g_script.blanks, 0);
+    config.waitForVerticalBlank = true;
+    Make();
+    ASSERT_EQ(Show(), S_OK);
+    ASSERT_EQ(Show(), S_OK);
+    EXPECT_EQ(g_script.blanks, 2);
+}
+
+}  // namespace
+}  // namespace norix

@@ -1,0 +1,350 @@
+// What both presenters must show, read back from the screen.
+
+#include "render/Presenter.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "tests/windows/render_presenter/Screen.h"
+#include "util/Handles.h"
+
+namespace norix {
+namespace {
+
+using testing::IsEmpty;
+
+constexpr COLORREF kUntouched = RGB(255, 0, 255);
+constexpr PixelSize kPicture{320, 240};
+constexpr PixelRect kPlace{200, 150, 600, 450};
+
+class PresenterTest : public testing::TestWithParam<DisplayMode> {
+  protected:
+    PresenterTest() { Make(); }
+
+    void Make() {
+        config.videoWindow = window.Handle();
+        config.notifyWindow = window.Handle();
+        config.view = &view;
+        config.overlays = overlays;
+        presenter = CreatePresenter(GetParam(), config);
+        ASSERT_EQ(presenter->Initialize(kPicture.width, kPicture.height), S_OK);
+        view.SetPictureSize(kPicture);
+    }
+
+    bool IsGdi() const { return GetParam() == DisplayMode::Gdi; }
+    GridPicture MakePicture(const Grid& grid, PixelSize size = kPicture) const {
+        return GridPicture(grid, size, presenter->Format());
+    }
+    HRESULT Show(const Grid& grid) { return presenter->Present(MakePicture(grid).Get()); }
+
+    // NORIX_SAVE_SCREENS=folder keeps what the tests saw.
+    Pixels Look(const PixelRect& rect, const char* name) const {
+        const Pixels pixels = Pixels::OfScreen(rect);
+        if (const char* folder = std::getenv("NORIX_SAVE_SCREENS"))
+            pixels.Save((std::string(folder) + "/" + (IsGdi() ? "gdi-" : "ddraw-") + name + ".bmp").c_str());
+        return pixels;
+    }
+
+    const Grid grid = TestGrid();
+    PictureView view;
+    OverlayPainter* overlays = nullptr;
+    TestWindow window{kPlace, kUntouched};
+    PresenterConfig config;
+    std::unique_ptr<Presenter> presenter;
+};
+
+INSTANTIATE_TEST_SUITE_P(Modes, PresenterTest, testing::Values(DisplayMode::Gdi, DisplayMode::DirectDraw),
+                         [](const auto& info) {
+                             return info.param == DisplayMode::Gdi ? "Gdi" : "DirectDraw";
+                         });
+
+TEST_P(PresenterTest, FillsTheWindowAtAnySize) {
+    EXPECT_EQ(Show(grid), S_OK);
+    EXPECT_THAT(Differences(Look(kPlace, "enlarged"), grid), IsEmpty());
+
+    // Every following picture finds the window as it is then.
+    for (const PixelRect& place :
+         {PixelRect{100, 100, 420, 340}, PixelRect{100, 100, 260, 420}, PixelRect{300, 50, 1179, 601}}) {
+        window.Move(place);
+        EXPECT_EQ(Show(grid), S_OK);
+        EXPECT_THAT(Differences(Look(place, "moved"), grid), IsEmpty());
+    }
+}
+
+TEST_P(PresenterTest, ShowsTheNewestPictureWhateverItsSize) {
+    EXPECT_EQ(Show(grid), S_OK);
+    const Grid other = Turned(grid, Rotation::k180);
+    for (const PixelSize size : {PixelSize{64, 48}, PixelSize{1280, 720}, PixelSize{322, 241}}) {
+        const GridPicture picture = MakePicture(other, size);
+        EXPECT_EQ(presenter->Present(picture.Get()), S_OK) << size.width;
+        EXPECT_THAT(Differences(Look(kPlace, "other"), other), IsEmpty()) << size.width;
+    }
+}
+
+TEST_P(PresenterTest, ReadsRowsAtTheirStride) {
+    const Picture narrow = MakePicture(grid).Get();
+    for (const int padding : {4, 64}) {
+        const GridPicture padded(grid, kPicture, presenter->Format(), narrow.stride + padding);
+        EXPECT_EQ(presenter->Present(padded.Get()), S_OK);
+        EXPECT_THAT(Differences(Look(kPlace, "stride"), grid), IsEmpty()) << padding;
+    }
+}
+
+TEST_P(PresenterTest, StaysBehindOtherWindows) {
+    const COLORREF colour = RGB(10, 120, 250);
+    const PixelRect overlap{400, 100, 700, 500};  // the right half of the picture, and beyond
+    const TestWindow above(overlap, colour);
+    const TestWindow child({20, 30, 120, 80}, colour, window.Handle());
+    EXPECT_EQ(Show(grid), S_OK);
+
+    const Pixels screen = Look({150, 80, 720, 520}, "behind");
+    const Pixels picture = Look(kPlace, "behind-picture");
+    EXPECT_THAT(Differences(picture, grid, {0, 90, 200, 300}), IsEmpty());
+    for (int y = 100; y < 500; y += 25)
+        for (int x = 400; x < 700; x += 25)
+            EXPECT_EQ(screen.At(x - 150, y - 80), colour) << x << ',' << y;
+    for (int y = 30; y < 80; y += 7)
+        for (int x = 20; x < 120; x += 7)
+            EXPECT_EQ(picture.At(x, y), colour) << x << ',' << y;
+}
+
+TEST_P(PresenterTest, ShowsWhatIsOnTheScreenOfAWindowThatIsNot) {
+    const int width = GetSystemMetrics(SM_CXSCREEN);
+    const int height = GetSystemMetrics(SM_CYSCREEN);
+    for (const PixelRect& place :
+         {PixelRect{-150, -100, 250, 200}, PixelRect{width - 170, height - 130, width + 230, height + 170}}) {
+        window.Move(place);
+        EXPECT_EQ(Show(grid), S_OK);
+        const PixelRect visible = Intersect(place, {0, 0, width, height});
+        // Reading beyond the screen gives nothing useful: compare what lies on it.
+        EXPECT_THAT(Differences(Look(place, "cut"), grid, Offset(visible, -place.left, -place.top)),
+                    IsEmpty());
+    }
+    window.Move({width + 10, 0, width + 100, 100});
+    EXPECT_EQ(Show(grid), S_OK);
+}
+
+TEST_P(PresenterTest, EnlargesTheSourceRectangle) {
+    view.EnableDigitalPtz(true);
+    struct {
+        PixelRect source;
+        Grid expected;
+    } const cases[] = {{{80, 0, 240, 160}, Part(grid, 1, 0, 3, 2)},
+                       {{0, 160, 320, 240}, Part(grid, 0, 2, 4, 3)},
+                       {{240, 80, 320, 240}, Part(grid, 3, 1, 4, 3)},
+                       {{101, 101, 120, 119}, Part(grid, 1, 1, 2, 2)},  // odd edges
+                       {{320, 240, 320, 240}, Part(grid, 3, 2, 4, 3)}};
+    for (const auto& [source, expected] : cases) {
+        ASSERT_EQ(view.SetSourceRect(source.left, source.top, source.right, source.bottom), S_OK);
+        EXPECT_EQ(Show(grid), S_OK);
+        EXPECT_THAT(Differences(Look(kPlace, "source"), expected), IsEmpty()) << source.left;
+    }
+    view.EnableDigitalPtz(false);
+    EXPECT_EQ(Show(grid), S_OK);
+    EXPECT_THAT(Differences(Look(kPlace, "source-off"), grid), IsEmpty());
+}
+
+TEST_P(PresenterTest, SkipsAWindowThatCannotBeSeen) {
+    window.Move({0, 0, 0, 0});
+    EXPECT_EQ(Show(grid), S_FALSE);
+    window.Move(kPlace);
+    EXPECT_EQ(Show(grid), S_OK);
+    EXPECT_EQ(presenter->Present(Picture{}), E_INVALIDARG);
+    ShowWindow(window.Handle(), SW_HIDE);
+    EXPECT_EQ(Show(grid), S_OK);  // nothing to see, and nothing on the screen
+    EXPECT_NE(Look(kPlace, "hidden").At(50, 50), grid[0][0]);
+
+    auto gone = std::make_unique<TestWindow>(kPlace, kUntouched);
+    config.videoWindow = gone->Handle();
+    presenter = CreatePresenter(GetParam(), config);
+    ASSERT_EQ(presenter->Initialize(kPicture.width, kPicture.height), S_OK);
+    gone.reset();
+    EXPECT_EQ(Show(grid), S_FALSE);
+}
+
+class CrossPainter : public OverlayPainter {
+  public:
+    void PaintOverlays(HDC dc) override {
+        const RECT bar{100, 100, 140, 180};
+        SetBkColor(dc, RGB(1, 2, 3));
+        ExtTextOutW(dc, 0, 0, ETO_OPAQUE, &bar, nullptr, 0, nullptr);
+        if (failing) throw std::runtime_error("overlay");
+    }
+    bool failing = false;
+};
+
+TEST_P(PresenterTest, PaintsOverThePicture) {
+    CrossPainter painter;
+    overlays = &painter;
+    Make();
+    view.SetCaption(L"Gate (AV-TCP)");
+    view.SetBorderShown(true);
+    GridPicture picture = MakePicture(grid);
+    picture.Get().regions[0] = {{160, 160, 240, 220}, true};
+    picture.Get().regions[1] = {{10, 160, 60, 220}, false};
+
+    // A painter that fails costs its own drawing only.
+    for (const bool failing : {false, true}) {
+        painter.failing = failing;
+        EXPECT_EQ(presenter->Present(picture.Get()), S_OK);
+        const Pixels seen = Look(kPlace, "painted");
+        EXPECT_EQ(seen.At(120, 140), RGB(1, 2, 3));         // the painter's bar, in window coordinates
+        EXPECT_EQ(seen.At(200, 240), RGB(255, 0, 0));       // the region's left edge, scaled by 1.25
+        EXPECT_EQ(seen.At(299, 240), RGB(255, 0, 0));       // and its right one
+        EXPECT_TRUE(Alike(seen.At(250, 240), grid[2][2]));  // not filled
+        EXPECT_TRUE(Alike(seen.At(12, 240), grid[2][0]));   // the region that is not drawn
+        EXPECT_EQ(seen.At(390, 9), RGB(24, 27, 33));        // the caption's band
+        EXPECT_EQ(seen.At(0, 299), seen.At(399, 150));      // the border, all around
+        EXPECT_EQ(seen.At(0, 0), seen.At(399, 299));
+        EXPECT_TRUE(Alike(seen.At(1, 298), grid[2][0]));  // one pixel wide
+        int letters = 0;
+        for (int x = 6; x < 100; ++x)
+            for (int y = 2; y < 16; ++y)
+                letters += GetGValue(seen.At(x, y)) > 200;
+        EXPECT_GT(letters, 40);
+    }
+
+    view.SetCaptionShown(false);
+    view.SetBorderShown(false);
+    EXPECT_EQ(presenter->Present(picture.Get()), S_OK);
+    const Pixels seen = Look(kPlace, "unframed");
+    EXPECT_TRUE(Alike(seen.At(0, 0), grid[0][0]));
+    EXPECT_TRUE(Alike(seen.At(390, 9), grid[0][3]));
+}
+
+TEST_P(PresenterTest, GivesTheLastPictureToAnyDevice) {
+    const PixelRect target{0, 0, 200, 150};
+    const RECT rect{0, 0, 200, 150};
+    const util::UniqueMemoryDc memory(CreateCompatibleDC(nullptr));
+    const util::WindowDc screen(nullptr);
+    const util::UniqueBitmap bitmap(CreateCompatibleBitmap(screen.Get(), 200, 150));
+    const util::SelectGuard selected(memory.Get(), bitmap.Get());
+
+    EXPECT_FALSE(presenter->DrawLast(memory.Get(), rect));
+    EXPECT_EQ(Show(grid), S_OK);
+    EXPECT_TRUE(presenter->DrawLast(memory.Get(), rect));
+    EXPECT_THAT(Differences(Pixels::Of(memory.Get(), target), grid), IsEmpty());
+
+    // Only the part that is shown.
+    view.EnableDigitalPtz(true);
+    ASSERT_EQ(view.SetSourceRect(80, 0, 240, 160), S_OK);
+    EXPECT_EQ(Show(grid), S_OK);
+
+    // A metafile records what a printer would get.
+    const HDC recorder = CreateEnhMetaFileW(nullptr, nullptr, nullptr, nullptr);
+    EXPECT_TRUE(presenter->DrawLast(recorder, rect));
+    const HENHMETAFILE recording = CloseEnhMetaFile(recorder);
+    PlayEnhMetaFile(memory.Get(), recording, &rect);
+    DeleteEnhMetaFile(recording);
+    EXPECT_THAT(
+        Differences(Pixels::Of(memory.Get(), {20, 20, 180, 130}), Part(grid, 1, 0, 3, 2), {0, 0, 60, 40}),
+        IsEmpty());
+}
+
+TEST_P(PresenterTest, SurvivesAChangeOfDisplay) {
+    EXPECT_EQ(Show(grid), S_OK);
+    presenter->DisplayChanged();
+    const Grid other = Turned(grid, Rotation::k180);
+    const HRESULT first = Show(other);
+    EXPECT_EQ(first, IsGdi() ? S_OK : S_FALSE);  // new surfaces cost a picture, a new bitmap does not
+    EXPECT_EQ(Show(other), S_OK);
+    EXPECT_THAT(Differences(Look(kPlace, "display-changed"), other), IsEmpty());
+}
+
+// GDI objects that this process holds. Wine has no count of them, but keeps the table that the system shares
+// with its processes; its entries have the 64-bit layout in every process.
+int CountGdiObjects() {
+    if (const DWORD counted = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS))
+        return static_cast<int>(counted);
+    struct Entry {
+        std::uint64_t object;
+        std::uint32_t owner;
+        std::uint16_t unique;
+        std::uint8_t type, flags;
+        std::uint64_t user;
+    };
+    static_assert(sizeof(Entry) == 24);
+    constexpr int kEntries = 0x4000;
+    constexpr std::size_t kSharedHandleTable = 0x94;  // in the process environment block
+    const char* block;
+    __asm__("movl %%fs:0x30, %0" : "=r"(block));
+    const auto* table = *reinterpret_cast<const Entry* const*>(block + kSharedHandleTable);
+    return table ? static_cast<int>(std::count_if(table, table + kEntries,
+                                                  [](const Entry& entry) { return entry.type != 0; }))
+                 : 0;
+}
+
+TEST_P(PresenterTest, LeaksNoGdiObjects) {
+    CrossPainter painter;
+    overlays = &painter;
+    const auto run = [&](int times) {
+        for (int i = 0; i < times; ++i) {
+            Make();
+            view.SetCaption(L"caption");
+            view.SetRotation(static_cast<Rotation>(i % 4 * 90));
+            for (int step = 0; step < 4; ++step) {
+                window.Move({100, 100, 200 + 10 * step, 200});
+                EXPECT_EQ(Show(grid), S_OK);
+                if (step == 2) presenter->DisplayChanged(), Show(grid), Show(grid);
+                RECT rect{0, 0, 50, 50};
+                const util::WindowDc dc(window.Handle());
+                EXPECT_TRUE(presenter->DrawLast(dc.Get(), rect));
+            }
+        }
+        presenter.reset();
+        PumpMessages();
+    };
+    run(2);
+    const int before = CountGdiObjects();
+    ASSERT_GT(before, 0);
+    {
+        const util::UniqueBrush one(CreateSolidBrush(RGB(1, 2, 3)));
+        ASSERT_EQ(CountGdiObjects(), before + 1);  // the count notices one object
+    }
+    run(20);
+    EXPECT_LE(CountGdiObjects(), before + 4);
+}
+
+class GdiPresenterTest : public PresenterTest {};
+INSTANTIATE_TEST_SUITE_P(Modes, GdiPresenterTest, testing::Values(DisplayMode::Gdi),
+                         [](const auto&) { return "Gdi"; });
+
+TEST_P(GdiPresenterTest, TurnsThePicture) {
+    for (const Rotation rotation : {Rotation::k90, Rotation::k180, Rotation::k270, Rotation::k0}) {
+        view.SetRotation(rotation);
+        EXPECT_EQ(Show(grid), S_OK);
+        const std::string name = "turned-" + std::to_string(static_cast<int>(rotation));
+        EXPECT_THAT(Differences(Look(kPlace, name.c_str()), Turned(grid, rotation)), IsEmpty()) << name;
+    }
+    // The part is chosen in the picture as it comes from the camera, and then turned.
+    view.EnableDigitalPtz(true);
+    ASSERT_EQ(view.SetSourceRect(80, 0, 320, 160), S_OK);
+    view.SetRotation(Rotation::k90);
+    GridPicture picture = MakePicture(grid);
+    picture.Get().regions[2] = {{80, 80, 160, 160}, true};  // lower left of the part: upper left when turned
+    EXPECT_EQ(presenter->Present(picture.Get()), S_OK);
+    const Pixels seen = Look(kPlace, "turned-part");
+    EXPECT_THAT(Differences(seen, Turned(Part(grid, 1, 0, 4, 2), Rotation::k90)), IsEmpty());
+    EXPECT_EQ(seen.At(0, 50), RGB(255, 0, 0));
+    EXPECT_EQ(seen.At(199, 50), RGB(255, 0, 0));
+    EXPECT_FALSE(Alike(seen.At(300, 50), RGB(255, 0, 0)));
+}
+
+TEST_P(GdiPresenterTest, TakesWidthsWhoseRowsEndInsideAWord) {
+    for (int width = 317; width <= 321; ++width) {
+        const GridPicture picture = MakePicture(grid, {width, 37});
+        for (const Rotation rotation : {Rotation::k0, Rotation::k90}) {
+            view.SetRotation(rotation);
+            EXPECT_EQ(presenter->Present(picture.Get()), S_OK);
+            EXPECT_THAT(Differences(Look(kPlace, "odd"), Turned(grid, rotation)), IsEmpty()) << width;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace norix
