@@ -11,13 +11,6 @@
 namespace util {
 namespace {
 
-// A thread may be entered with a stack that is aligned to 4 bytes only, too little for SSE code.
-#ifdef __i386__
-#define NORIX_THREAD_ENTRY __attribute__((force_align_arg_pointer))
-#else
-#define NORIX_THREAD_ENTRY
-#endif
-
 // A reference to the module that holds this code. For the main program it counts nothing.
 UniqueModule ReferenceOwnModule() noexcept {
     static const char s_anchor = 0;
@@ -59,7 +52,7 @@ struct GenericThread::Launch {
     }
 };
 
-NORIX_THREAD_ENTRY DWORD WINAPI GenericThread::Main(void* parameter) noexcept {
+DWORD WINAPI GenericThread::Main(void* parameter) noexcept {
     HMODULE module = nullptr;
     {
         const std::unique_ptr<Launch> launch(static_cast<Launch*>(parameter));

@@ -1,0 +1,135 @@
+#include "util/LogLine.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace util {
+namespace {
+
+struct Origin {
+    std::wstring file;
+    int line;
+    std::wstring function;
+};
+
+template <class Char>
+std::basic_string<Char> As(const std::wstring& text) {
+    return {text.begin(), text.end()};
+}
+
+template <class Char>
+void AppendText(LogLine<Char>& line, const Char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    line.Text(format, arguments);
+    va_end(arguments);
+}
+
+template <class Char>
+std::wstring Build(std::optional<int> threadId, const std::wstring& text, std::optional<Origin> origin) {
+    LogLine<Char> line;
+    if (threadId) {
+        line.Begin(*threadId);
+    } else {
+        line.Begin();
+    }
+    AppendText(line, As<Char>(text).c_str());
+    if (origin)
+        line.Location(As<Char>(origin->file).c_str(), origin->line, As<Char>(origin->function).c_str());
+    line.End();
+    EXPECT_EQ(line.Str(), line.CStr());
+    return {line.Str().begin(), line.Str().end()};
+}
+
+TEST(LogLine, HasTagThreadTextLocationAndLineEnd) {
+    struct Case {
+        std::optional<int> threadId;
+        std::wstring text;
+        std::optional<Origin> origin;
+        std::wstring line;
+    };
+    const Case cases[] = {
+        {std::nullopt, L"text", std::nullopt, L"[NorixSDK]text\r\n"},
+        {std::nullopt, L"", std::nullopt, L"[NorixSDK]\r\n"},
+        {42, L"text", std::nullopt, L"[NorixSDK][T00042] text\r\n"},
+        {1234567, L"text", std::nullopt, L"[NorixSDK][T1234567] text\r\n"},
+        {std::nullopt, L"a\r\nb", std::nullopt, L"[NorixSDK]a\r\nb\r\n"},
+        {7, L"x", Origin{L".\\control\\NorixSDKCtl.cpp", 120, L"CNorixSDKCtrl::OnTimer"},
+         L"[NorixSDK][T00007] x [NorixSDKCtl.cpp(120) CNorixSDKCtrl::OnTimer()]\r\n"},
+        {std::nullopt, L"x", Origin{L"/src/render/Decoder.cpp", 1, L"F"},
+         L"[NorixSDK]x [Decoder.cpp(1) F()]\r\n"},
+        {std::nullopt, L"x", Origin{L"a/b\\c.cpp", 1, L"F"}, L"[NorixSDK]x [c.cpp(1) F()]\r\n"},
+        {std::nullopt, L"x", Origin{L"a\\b/c.cpp", 1, L"F"}, L"[NorixSDK]x [c.cpp(1) F()]\r\n"},
+        {std::nullopt, L"x", Origin{L"c.cpp", 99999, L""}, L"[NorixSDK]x [c.cpp(99999) ()]\r\n"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(Build<char>(c.threadId, c.text, c.origin), c.line);
+        EXPECT_EQ(Build<wchar_t>(c.threadId, c.text, c.origin), c.line);
+    }
+}
+
+template <class Char>
+void ExpectCuts() {
+    const Origin origin{L"File.cpp", 12, L"C::M"};
+    for (const size_t length : {2046, 2047, 2048, 5000}) {
+        const std::wstring kept(std::min<size_t>(length, 2047), L'x');
+        EXPECT_EQ(Build<Char>(7, std::wstring(length, L'x'), origin),
+                  L"[NorixSDK][T00007] " + kept + L" [File.cpp(12) C::M()]\r\n");
+    }
+    const std::wstring longest = Build<Char>(7, std::wstring(5000, L'x'),
+                                             Origin{std::wstring(3000, L'f'), 12, std::wstring(3000, L'm')});
+    EXPECT_EQ(longest.size(), kLogLineCapacity - 1);
+    EXPECT_TRUE(longest.ends_with(L"f\r\n"));
+}
+
+TEST(LogLine, CutsTextsAndLocationsButNeverTheLineEnd) {
+    ExpectCuts<char>();
+    ExpectCuts<wchar_t>();
+}
+
+using Bytes = std::vector<uint8_t>;
+
+TEST(LogRecord, PrefixGrowsWithTheLength) {
+    struct Case {
+        uint32_t length;
+        Bytes narrow;
+    };
+    const Case cases[] = {
+        {0, {0}},
+        {254, {254}},
+        {255, {0xFF, 0xFF, 0x00}},
+        {0x1234, {0xFF, 0x34, 0x12}},
+        {0xFFFD, {0xFF, 0xFD, 0xFF}},
+        {0xFFFE, {0xFF, 0xFF, 0xFF, 0xFE, 0xFF, 0x00, 0x00}},
+        {0xFFFF, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x00}},
+        {0x12345678, {0xFF, 0xFF, 0xFF, 0x78, 0x56, 0x34, 0x12}},
+    };
+    for (const Case& c : cases) {
+        const LogRecordPrefix narrow(c.length, false);
+        EXPECT_EQ(Bytes(narrow.bytes.begin(), narrow.bytes.begin() + narrow.size), c.narrow) << c.length;
+
+        Bytes marked = {0xFF, 0xFE, 0xFF};
+        marked.insert(marked.end(), c.narrow.begin(), c.narrow.end());
+        const LogRecordPrefix wide(c.length, true);
+        EXPECT_EQ(Bytes(wide.bytes.begin(), wide.bytes.begin() + wide.size), marked) << c.length;
+    }
+}
+
+TEST(LogRecord, HoldsTheCharactersAfterThePrefix) {
+    const LogRecord narrow(std::string_view("ab\r\n"));
+    EXPECT_EQ(Bytes(narrow.Data(), narrow.Data() + narrow.Size()), (Bytes{4, 'a', 'b', '\r', '\n'}));
+
+    const LogRecord wide(std::wstring_view(L"a\u20AC"));
+    EXPECT_EQ(Bytes(wide.Data(), wide.Data() + wide.Size()),
+              (Bytes{0xFF, 0xFE, 0xFF, 2, 'a', 0, 0xAC, 0x20}));
+
+    const std::wstring longest(kLogLineCapacity, L'x');
+    EXPECT_EQ(LogRecord(std::wstring_view(longest)).Size(), 6 + 2 * kLogLineCapacity);
+}
+
+}  // namespace
+}  // namespace util

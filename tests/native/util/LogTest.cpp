@@ -1,0 +1,80 @@
+#include "util/Log.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "util/LogCapture.h"
+
+namespace util {
+namespace {
+
+TEST(Log, DoesNotEvaluateArgumentsWhileOff) {
+    int evaluated = 0;
+    NORIX_LOG("F", 0, "%d", ++evaluated);
+    NORIX_LOGW(L"F", 0, L"%d", ++evaluated);
+    EXPECT_EQ(evaluated, 0);
+
+    const LogCapture capture;
+    NORIX_LOG("F", 0, "%d", ++evaluated);
+    NORIX_LOGW(L"F", 0, L"%d", ++evaluated);
+    EXPECT_EQ(capture.Lines(), (std::vector<std::string>{"1", "2"}));
+}
+
+TEST(Log, ProducesLinesWithEitherSwitch) {
+    const LogCapture capture;
+    Switches().output.Set(0);
+    Switches().file.Set(1);
+    NORIX_LOG("F", 0, "file only");
+    Switches().file.Set(0);
+    NORIX_LOG("F", 0, "neither");
+    EXPECT_EQ(capture.Lines(), std::vector<std::string>{"file only"});
+}
+
+TEST(Log, PrintsWhereACallStandsWhenAsked) {
+    const LogCapture capture;
+    const int line = __LINE__ + 1;
+    NORIX_LOG("C::M", 1, "%s at %d%%", "x", 50);
+    NORIX_LOGW(L"C::W", 1, L"%ls and %hs", L"wide", "narrow");
+    EXPECT_EQ(
+        capture.Lines(),
+        (std::vector<std::string>{"x at 50% [LogTest.cpp(" + std::to_string(line) + ") C::M()]",
+                                  "wide and narrow [LogTest.cpp(" + std::to_string(line + 1) + ") C::W()]"}));
+}
+
+TEST(Log, LeavesTheSystemErrorAsItWas) {
+    const LogCapture capture;
+    errno = ENOENT;
+    NORIX_LOG("F", 0, "%ls", L"\xD800");  // not to be converted, which sets errno
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(Log, TakesLinesAndSwitchChangesFromManyThreads) {
+    constexpr int kThreads = 4;
+    constexpr int kLines = 200;
+    const LogCapture capture;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([t] {
+            for (int i = 0; i < kLines; ++i) {
+                NORIX_LOG("F", 0, "%d %d", t, i);
+                Switches().fps.Set(i);
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+
+    std::vector<int> next(kThreads, 0);
+    for (const std::string& line : capture.Lines()) {
+        const int t = line.at(0) - '0';
+        EXPECT_EQ(line, std::to_string(t) + " " + std::to_string(next.at(t)++));
+    }
+    EXPECT_EQ(next, std::vector<int>(kThreads, kLines));
+}
+
+}  // namespace
+}  // namespace util
