@@ -1,0 +1,470 @@
+// Taking the control into a container, activating it in place, and getting it out again, in every order a
+// container may choose.
+
+#include <olectl.h>
+
+#include <array>
+
+#include "tests/windows/container/ContainerTest.h"
+
+namespace {
+
+using testing::Contains;
+
+// Asking for the page's address is part of the window's creation; focus moves as the desktop likes.
+const std::vector<std::string> kOptional = {"GetMoniker", "OnFocus(true)", "OnFocus(false)"};
+const std::vector<std::string> kActivation = {"CanInPlaceActivate", "OnInPlaceActivate", "GetWindow",
+                                              "GetWindowContext", "ShowObject"};
+
+RECT RectIn(HWND child, HWND parent) {
+    RECT rect{};
+    GetWindowRect(child, &rect);
+    MapWindowPoints(nullptr, parent, reinterpret_cast<POINT*>(&rect), 2);
+    return rect;
+}
+
+void ExpectRect(const RECT& actual, const RECT& expected) {
+    EXPECT_EQ(std::tie(actual.left, actual.top, actual.right, actual.bottom),
+              std::tie(expected.left, expected.top, expected.right, expected.bottom));
+}
+
+using ActivationTest = ContainerTest;
+
+TEST_F(ActivationTest, RefusesAggregation) {
+    ComPtr<IClassFactory> factory;
+    ASSERT_EQ(module.GetClassObject(ControlModule::ControlClass(), IID_PPV_ARGS(&factory)), S_OK);
+    void* aggregated = reinterpret_cast<void*>(1);
+    EXPECT_EQ(factory->CreateInstance(static_cast<IOleClientSite*>(&site), IID_IUnknown, &aggregated),
+              CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(aggregated, nullptr);
+}
+
+TEST_F(ActivationTest, FactoryAnswersForItsClassAndLocksTheModule) {
+    ComPtr<IClassFactory> factory;
+    EXPECT_EQ(module.GetClassObject(CLSID_StdPicture, IID_PPV_ARGS(&factory)), CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(factory, nullptr);
+    ASSERT_EQ(module.GetClassObject(ControlModule::ControlClass(), IID_PPV_ARGS(&factory)), S_OK);
+    void* object = reinterpret_cast<void*>(1);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IMarshal, &object), E_NOINTERFACE);
+    EXPECT_EQ(object, nullptr);
+
+    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
+    factory.Reset();
+    EXPECT_EQ(module.CanUnloadNow(), S_FALSE);
+    ASSERT_EQ(module.GetClassObject(ControlModule::ControlClass(), IID_PPV_ARGS(&factory)), S_OK);
+    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+}
+
+TEST_F(ActivationTest, IsReleasedWithoutEverHavingHadASite) {
+    Create();
+    InitNew();
+    EXPECT_EQ(ControlWindow(), nullptr);
+}
+
+TEST_F(ActivationTest, IsReleasedWithoutHavingBeenClosed) {
+    CreateInSite();
+    DoVerb(OLEIVERB_INPLACEACTIVATE);
+    // A careless container: no Close, no SetClientSite(NULL), the last reference goes.
+    automation.Reset();
+    HWND control = ControlWindow();
+    object.Reset();
+    EXPECT_FALSE(IsWindow(control));
+    IgnoreCalls();
+    if (site.InPlaceActive()) site.OnInPlaceDeactivate();  // the control may not call a container it has left
+}
+
+TEST_F(ActivationTest, ActivatesWhicheverComesFirstSiteOrState) {
+    for (const bool siteFirst : {true, false}) {
+        SCOPED_TRACE(siteFirst ? "site first" : "state first");
+        Create();
+        if (siteFirst) SetSite();
+        InitNew();
+        if (!siteFirst) SetSite();
+        ExpectCalls({});
+        DoVerb(OLEIVERB_INPLACEACTIVATE);
+        ExpectCalls(kActivation, kOptional);
+        EXPECT_TRUE(IsWindowVisible(ControlWindow()));
+        CloseControl();
+        ReleaseControl();
+        IgnoreCalls();
+    }
+}
+
+TEST_F(ActivationTest, GivesBackItsSite) {
+    Create();
+    ComPtr<IOleClientSite> current;
+    EXPECT_EQ(object->GetClientSite(&current), S_OK);
+    EXPECT_EQ(current, nullptr);
+    SetSite();
+    EXPECT_EQ(object->GetClientSite(&current), S_OK);
+    EXPECT_EQ(current.Get(), &site);
+    current.Reset();
+    // Again, and another one: the first is let go of.
+    SetSite();
+    RecordingFrame otherFrame(window.Get(), log);
+    RecordingSite other(window.Get(), otherFrame, log);
+    EXPECT_EQ(object->SetClientSite(&other), S_OK);
+    EXPECT_EQ(site.References(), 0);
+    EXPECT_EQ(object->SetClientSite(nullptr), S_OK);
+}
+
+TEST_F(ActivationTest, QuickActivationReplacesTheLongWay) {
+    Create();
+    QACONTAINER container{};
+    container.cbSize = sizeof(container);
+    container.pClientSite = &site;
+    QACONTROL control{};
+    control.cbSize = sizeof(control);
+    const auto quick = Query<IQuickActivate>();
+    ASSERT_EQ(quick->QuickActivate(&container, &control), S_OK);
+    InitNew();
+
+    DWORD misc = 0;
+    EXPECT_EQ(object->GetMiscStatus(DVASPECT_CONTENT, &misc), S_OK);
+    EXPECT_EQ(control.cbSize, sizeof(control));
+    EXPECT_EQ(control.dwMiscStatus, misc);
+    EXPECT_TRUE(control.dwViewStatus & VIEWSTATUS_OPAQUE);
+    SIZEL size{4000, 3000};
+    EXPECT_EQ(quick->SetContentExtent(&size), S_OK);
+    SIZEL now{};
+    EXPECT_EQ(quick->GetContentExtent(&now), S_OK);
+    EXPECT_EQ(now.cx, size.cx);
+    EXPECT_EQ(now.cy, size.cy);
+    DoVerb(OLEIVERB_INPLACEACTIVATE);
+    ExpectCalls(kActivation, kOptional);
+}
+
+TEST_F(ActivationTest, RefusesQuickActivationItCannotRead) {
+    Create();
+    const auto quick = Query<IQuickActivate>();
+    QACONTAINER container{};
+    QACONTROL control{};
+    EXPECT_HRESULT_FAILED(quick->QuickActivate(&container, &control));  // both sizes are zero
+    EXPECT_HRESULT_FAILED(quick->QuickActivate(nullptr, nullptr));
+    EXPECT_EQ(site.References(), 0);
+}
+
+TEST_F(ActivationTest, DeclaresItselfAnActiveControl) {
+    Create();
+    DWORD misc = 0;
+    ASSERT_EQ(object->GetMiscStatus(DVASPECT_CONTENT, &misc), S_OK);
+    EXPECT_EQ(misc & (OLEMISC_INSIDEOUT | OLEMISC_ACTIVATEWHENVISIBLE),
+              static_cast<DWORD>(OLEMISC_INSIDEOUT | OLEMISC_ACTIVATEWHENVISIBLE));
+    EXPECT_FALSE(misc & OLEMISC_INVISIBLEATRUNTIME);
+    EXPECT_HRESULT_FAILED(object->GetMiscStatus(DVASPECT_CONTENT, nullptr));
+}
+
+TEST_F(ActivationTest, WindowIsWhereTheContainerWantsIt) {
+    CreateInSite();
+    DoVerb(OLEIVERB_INPLACEACTIVATE);
+    const HWND control = ControlWindow();
+    ASSERT_TRUE(IsWindow(control));
+    EXPECT_EQ(GetParent(control), window.Get());
+    ExpectRect(RectIn(control, window.Get()), site.position);
+
+    const auto inPlace = Query<IOleInPlaceObject>();
+    const RECT moved{30, 40, 330, 240};
+    EXPECT_EQ(inPlace->SetObjectRects(&moved, &site.clip), S_OK);
+    ExpectRect(RectIn(control, window.Get()), moved);
+    EXPECT_HRESULT_FAILED(inPlace->SetObjectRects(nullptr, nullptr));
+}
+
+TEST_F(ActivationTest, ShowsOnlyWhatTheContainerLeavesVisible) {
+    CreateInSite();
+    DoVerb(OLEIVERB_INPLACEACTIVATE);
+    const auto inPlace = Query<IOleInPlaceObject>();
+    // A point given in the container's coordinates belongs to the control where it is visible.
+    const auto visibleAt = [&](int x, int y) {
+        return ChildWindowFromPointEx(window.Get(), {x, y}, CWP_SKIPINVISIBLE) == ControlWindow();
+    };
+    const auto regionHas = [&](int x, int y) {
+        const RECT at = RectIn(ControlWindow(), window.Get());
+        const HRGN region = CreateRectRgn(0, 0, 0, 0);
+        const int kind = GetWindowRgn(ControlWindow(), region);
+        const bool has = kind == ERROR || PtInRegion(region, x - at.left, y - at.top);
+        DeleteObject(region);
+        return has;
+    };
+    const RECT position{50, 50, 250, 200};
+    const RECT half{0, 0, 150, 120};
+    ASSERT_EQ(inPlace->SetObjectRects(&position, &half), S_OK);
+    ExpectRect(RectIn(ControlWindow(), window.Get()), position);  // the picture does not move
+    EXPECT_TRUE(visibleAt(100, 100) && regionHas(100, 100));
+    EXPECT_FALSE(regionHas(200, 100)) << "right of the clipping rectangle";
+    EXPECT_FALSE(regionHas(100, 150)) << "below the clipping rectangle";
+
+    const RECT elsewhere{300, 0, 400, 300};
+    ASSERT_EQ(inPlace->SetObjectRects(&position, &elsewhere), S_OK);
+    EXPECT_FALSE(regionHas(100, 100)) << "nothing of the control is inside the clipping rectangle";
+
+    ASSERT_EQ(inPlace->SetObjectRects(&position, &site.clip), S_OK);
+    EXPECT_TRUE(regionHas(200, 150)) << "the whole control is visible again";
+}
+
+TEST_F(ActivationTest, UiActivatesAndDeactivatesStepByStep) {
+    CreateInSite();
+    DoVerb(OLEIVERB_UIACTIVATE);
+    auto expected = kActivation;
+    expected.insert(expected.end(),
+                    {"OnUIActivate", "frame.SetActiveObject(object)", "frame.SetBorderSpace(none)"});
+    ExpectCalls(expected, kOptional);
+    EXPECT_TRUE(PumpUntil([&] { return GetFocus() == ControlWindow(); }));
+    DoVerb(OLEIVERB_UIACTIVATE);  // once is enough
+    ExpectCalls({}, {"GetWindow", "GetWindowContext", "ShowObject", "OnFocus(true)"});
+
+    const auto inPlace = Query<IOleInPlaceObject>();
+    EXPECT_EQ(inPlace->UIDeactivate(), S_OK);
+    ExpectCalls({"frame.SetActiveObject(none)", "OnUIDeactivate"}, kOptional);
+    EXPECT_TRUE(site.InPlaceActive());
+    EXPECT_EQ(inPlace->UIDeactivate(), S_OK);
+    ExpectCalls({});
+
+    DoVerb(OLEIVERB_UIACTIVATE);
+    IgnoreCalls();
+    const HWND control = ControlWindow();
+    EXPECT_EQ(inPlace->InPlaceDeactivate(), S_OK);
+    ExpectCalls({"frame.SetActiveObject(none)", "OnUIDeactivate", "OnInPlaceDeactivate"}, kOptional);
+    EXPECT_FALSE(IsWindow(control));
+    EXPECT_EQ(inPlace->InPlaceDeactivate(), S_OK);
+    ExpectCalls({});
+    EXPECT_EQ(frame.References(), 0);
+}
+
+TEST_F(ActivationTest, VerbsShowAndHide) {
+    CreateInSite();
+    for (const LONG verb : {OLEIVERB_PRIMARY, OLEIVERB_SHOW}) {
+        SCOPED_TRACE(verb);
+        DoVerb(verb);
+        EXPECT_TRUE(IsWindowVisible(ControlWindow()));
+        DoVerb(OLEIVERB_HIDE);
+        EXPECT_FALSE(IsWindowVisible(ControlWindow()));
+        EXPECT_FALSE(site.UiActive());
+    }
+    DoVerb(OLEIVERB_INPLACEACTIVATE);
+    EXPECT_TRUE(IsWindowVisible(ControlWindow()));
+
+    // A verb nobody knows: the default one for a positive number, an error for a negative.
+    EXPECT_EQ(object->DoVerb(77, nullptr, &site, 0, window.Get(), &site.position), OLEOBJ_S_INVALIDVERB);
+    EXPECT_HRESULT_FAILED(object->DoVerb(-77, nullptr, &site, 0, window.Get(), &site.position));
+}
+
+TEST_F(ActivationTest, PropertiesVerbGoesToTheContainerFirst) {
+    CreateInSite();
+    DoVerb(OLEIVERB_PROPERTIES);
+    ExpectCalls({"ShowPropertyFrame"});
+    const auto pages = Query<ISpecifyPropertyPages>();
+    CAUUID list{};
+    ASSERT_EQ(pages->GetPages(&list), S_OK);
+    ASSERT_GE(list.cElems, 1u);
+    ComPtr<IClassFactory> factory;
+    EXPECT_EQ(module.GetClassObject(list.pElems[0], IID_PPV_ARGS(&factory)), S_OK);
+    CoTaskMemFree(list.pElems);
+
+    ComPtr<IPropertyPage> page;
+    ASSERT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&page)), S_OK);
+    PROPPAGEINFO info{};
+    info.cb = sizeof(info);
+    EXPECT_EQ(page->GetPageInfo(&info), S_OK);
+    EXPECT_NE(info.pszTitle, nullptr);
+    CoTaskMemFree(info.pszTitle);
+    CoTaskMemFree(info.pszDocString);
+    CoTaskMemFree(info.pszHelpFile);
+    IUnknown* shown[] = {object.Get()};
+    EXPECT_EQ(page->SetObjects(1, shown), S_OK);
+    const RECT area{0, 0, 200, 100};
+    EXPECT_EQ(page->Activate(window.Get(), &area, FALSE), S_OK);
+    EXPECT_EQ(page->Show(SW_SHOW), S_OK);
+    EXPECT_EQ(page->IsPageDirty(), S_FALSE);
+    EXPECT_EQ(page->Apply(), S_OK);
+    EXPECT_EQ(page->Deactivate(), S_OK);
+    EXPECT_EQ(page->SetObjects(0, nullptr), S_OK);
+}
+
+TEST_F(ActivationTest, CanBeActivatedAgainAfterClose) {
+    CreateInSite();
+    for (int round = 0; round < 3; ++round) {
+        DoVerb(OLEIVERB_UIACTIVATE);
+        EXPECT_TRUE(IsWindowVisible(ControlWindow()));
+        IgnoreCalls();
+        EXPECT_EQ(object->Close(OLECLOSE_NOSAVE), S_OK);
+        ExpectCalls({"frame.SetActiveObject(none)", "OnUIDeactivate", "OnInPlaceDeactivate"}, kOptional);
+        EXPECT_EQ(ControlWindow(), nullptr);
+        EXPECT_EQ(object->Close(OLECLOSE_NOSAVE), S_OK);
+        ExpectCalls({});
+    }
+}
+
+TEST_F(ActivationTest, CloseAsksToBeSavedOnlyWhenChanged) {
+    CreateInSite();
+    EXPECT_EQ(object->Close(OLECLOSE_SAVEIFDIRTY), S_OK);
+    ExpectCalls({});
+    SetProperty(Automation(), L"ServerIP", L"192.0.2.1");
+    EXPECT_EQ(object->Close(OLECLOSE_SAVEIFDIRTY), S_OK);
+    ExpectCalls({"SaveObject"});
+    EXPECT_EQ(object->Close(OLECLOSE_NOSAVE), S_OK);
+    ExpectCalls({});
+}
+
+TEST_F(ActivationTest, LosingTheSiteDeactivates) {
+    CreateInSite();
+    DoVerb(OLEIVERB_UIACTIVATE);
+    IgnoreCalls();
+    EXPECT_EQ(object->SetClientSite(nullptr), S_OK);
+    ExpectCalls({"frame.SetActiveObject(none)", "OnUIDeactivate", "OnInPlaceDeactivate"}, kOptional);
+    EXPECT_EQ(ControlWindow(), nullptr);
+    EXPECT_EQ(site.References(), 0);
+}
+
+TEST_F(ActivationTest, SurvivesTheLossOfTheContainersWindow) {
+    CreateInSite();
+    DoVerb(OLEIVERB_UIACTIVATE);
+    window.Destroy();
+    EXPECT_EQ(ControlWindow(), nullptr);
+    EXPECT_FALSE(site.InPlaceActive());
+    IgnoreCalls();
+    EXPECT_EQ(object->Close(OLECLOSE_NOSAVE), S_OK);
+    ExpectCalls({});
+}
+
+TEST_F(ActivationTest, RefusesWindowlessActivationPolitely) {
+    site.offersWindowless = true;
+    CreateInSite();
+    ComPtr<IUnknown> windowless;
+    EXPECT_EQ(object->QueryInterface(IID_IOleInPlaceObjectWindowless, &windowless), E_NOINTERFACE);
+    EXPECT_EQ(windowless, nullptr);
+    DoVerb(OLEIVERB_UIACTIVATE);
+    EXPECT_TRUE(IsWindowVisible(ControlWindow()));
+}
+
+TEST_F(ActivationTest, NeedsNoFrame) {
+    site.offersFrame = false;
+    CreateInSite();
+    DoVerb(OLEIVERB_UIACTIVATE);
+    EXPECT_TRUE(site.UiActive());
+}
+
+TEST_F(ActivationTest, FailsCleanlyWithoutAPlaceToGo) {
+    Create();
+    EXPECT_HRESULT_FAILED(
+        object->DoVerb(OLEIVERB_UIACTIVATE, nullptr, nullptr, 0, window.Get(), &site.position));
+    site.offersInPlace = false;
+    SetSite();
+    for (const LONG verb : {OLEIVERB_PRIMARY, OLEIVERB_SHOW, OLEIVERB_INPLACEACTIVATE, OLEIVERB_UIACTIVATE}) {
+        EXPECT_HRESULT_FAILED(object->DoVerb(verb, nullptr, &site, 0, window.Get(), &site.position)) << verb;
+    }
+    EXPECT_EQ(ControlWindow(), nullptr);
+    ExpectCalls({});
+}
+
+// A container may fail at any point. The control then is as inactive as before, has told the container so if
+// it had told it of the activation, and works as soon as the container does.
+TEST_F(ActivationTest, RecoversFromEveryFailingCallback) {
+    CreateInSite();
+    for (const char* callback :
+         {"CanInPlaceActivate", "OnInPlaceActivate", "GetWindow", "GetWindowContext"}) {
+        SCOPED_TRACE(callback);
+        site.failing = {callback};
+        EXPECT_HRESULT_FAILED(
+            object->DoVerb(OLEIVERB_UIACTIVATE, nullptr, &site, 0, window.Get(), &site.position));
+        EXPECT_FALSE(site.InPlaceActive());
+        EXPECT_EQ(ControlWindow(), nullptr);
+        site.failing.clear();
+        DoVerb(OLEIVERB_UIACTIVATE);
+        EXPECT_TRUE(site.UiActive());
+        EXPECT_EQ(Query<IOleInPlaceObject>()->InPlaceDeactivate(), S_OK);
+    }
+    for (const char* callback :
+         {"OnUIActivate", "ShowObject", "OnUIDeactivate", "OnInPlaceDeactivate", "SaveObject"}) {
+        SCOPED_TRACE(callback);
+        site.failing = {callback};
+        object->DoVerb(OLEIVERB_UIACTIVATE, nullptr, &site, 0, window.Get(), &site.position);
+        SetProperty(Automation(), L"ServerIP", callback);
+        object->Close(OLECLOSE_SAVEIFDIRTY);
+        EXPECT_FALSE(site.InPlaceActive());
+        site.failing.clear();
+    }
+    IgnoreCalls();
+}
+
+TEST_F(ActivationTest, LivesInAContainerWhereNothingWorks) {
+    site.everythingFails = true;
+    CreateInSite();
+    EXPECT_HRESULT_FAILED(object->DoVerb(OLEIVERB_PRIMARY, nullptr, &site, 0, window.Get(), &site.position));
+    EXPECT_EQ(object->SetHostNames(L"Host", nullptr), S_OK);
+    EXPECT_EQ(Query<IOleControl>()->OnAmbientPropertyChange(DISPID_UNKNOWN), S_OK);
+    SetProperty(Automation(), L"ServerIP", L"192.0.2.1");
+    EXPECT_STREQ(_bstr_t(GetProperty(Automation(), L"ServerIP")), L"192.0.2.1");
+    IgnoreCalls();
+}
+
+TEST_F(ActivationTest, LivesInAContainerThatOffersTheMinimum) {
+    site.offersControlSite = false;
+    site.offersAmbients = false;
+    site.offersFrame = false;
+    CreateInSite();
+    DoVerb(OLEIVERB_UIACTIVATE);
+    EXPECT_TRUE(site.UiActive());
+    EXPECT_EQ(Query<IOleControl>()->OnAmbientPropertyChange(DISPID_AMBIENT_USERMODE), S_OK);
+}
+
+TEST_F(ActivationTest, FollowsAmbientProperties) {
+    const auto number = [](VARTYPE type, LONG value) {
+        VARIANT variant{};
+        variant.vt = type;
+        variant.lVal = value;
+        return variant;
+    };
+    site.ambients[DISPID_AMBIENT_USERMODE] = number(VT_BOOL, VARIANT_TRUE);
+    site.ambients[DISPID_AMBIENT_BACKCOLOR] = number(VT_I4, RGB(10, 20, 30));
+    CreateInSite();
+    DoVerb(OLEIVERB_INPLACEACTIVATE);
+    const auto control = Query<IOleControl>();
+    for (const DISPID id :
+         {DISPID_AMBIENT_USERMODE, DISPID_AMBIENT_BACKCOLOR, DISPID_AMBIENT_FONT, DISPID_UNKNOWN}) {
+        EXPECT_EQ(control->OnAmbientPropertyChange(id), S_OK);
+    }
+    // Values of the wrong type must not do harm.
+    site.ambients[DISPID_AMBIENT_USERMODE] = number(VT_ERROR, 1);
+    site.ambients[DISPID_AMBIENT_BACKCOLOR] = number(VT_UNKNOWN, 0);
+    EXPECT_EQ(control->OnAmbientPropertyChange(DISPID_UNKNOWN), S_OK);
+}
+
+TEST_F(ActivationTest, KeepsItsExtent) {
+    CreateInSite();
+    SIZEL initial{};
+    ASSERT_EQ(object->GetExtent(DVASPECT_CONTENT, &initial), S_OK);
+    EXPECT_GT(initial.cx, 0);
+    EXPECT_GT(initial.cy, 0);
+    SIZEL wanted{12345, 6789};
+    ASSERT_EQ(object->SetExtent(DVASPECT_CONTENT, &wanted), S_OK);
+    DoVerb(OLEIVERB_INPLACEACTIVATE);
+    SIZEL extent{};
+    ASSERT_EQ(object->GetExtent(DVASPECT_CONTENT, &extent), S_OK);
+    EXPECT_EQ(extent.cx, wanted.cx);
+    EXPECT_EQ(extent.cy, wanted.cy);
+    EXPECT_EQ(Query<IViewObject2>()->GetExtent(DVASPECT_CONTENT, -1, nullptr, &extent), S_OK);
+    EXPECT_EQ(extent.cx, wanted.cx);
+    EXPECT_EQ(object->SetExtent(DVASPECT_ICON, &wanted), DV_E_DVASPECT);
+    EXPECT_EQ(object->GetExtent(DVASPECT_ICON, &extent), DV_E_DVASPECT);
+}
+
+TEST_F(ActivationTest, OffersTabAndUnknownKeysToItsContainer) {
+    CreateInSite();
+    DoVerb(OLEIVERB_UIACTIVATE);
+    IgnoreCalls();
+    MSG tab{};
+    tab.hwnd = ControlWindow();
+    tab.message = WM_KEYDOWN;
+    tab.wParam = VK_TAB;
+    ASSERT_NE(frame.ActiveObject(), nullptr);
+    EXPECT_EQ(frame.ActiveObject()->TranslateAccelerator(&tab), S_OK);
+    ExpectCalls({"TranslateAccelerator(0)"});
+    site.failing = {"TranslateAccelerator(0)"};
+    EXPECT_EQ(frame.ActiveObject()->TranslateAccelerator(&tab), S_FALSE);
+    EXPECT_HRESULT_FAILED(frame.ActiveObject()->TranslateAccelerator(nullptr));
+    site.offersControlSite = false;
+    EXPECT_EQ(frame.ActiveObject()->TranslateAccelerator(&tab), S_FALSE);
+    IgnoreCalls();
+}
+
+}  // namespace

@@ -1,0 +1,91 @@
+// Many lives of the control in one process leave nothing behind.
+
+#include <iostream>
+
+#include "tests/windows/container/ContainerTest.h"
+#include "tests/windows/container/ResourceUse.h"
+
+namespace {
+
+// What the system caches on first use is there after these.
+constexpr int kWarmUpRounds = 50;
+constexpr int kControlRounds = 1000;
+constexpr int kModuleRounds = 200;
+
+// Something left behind in every tenth round is found.
+constexpr long kTolerated = 20;
+constexpr long kToleratedHeapBytes = 8 * 1024;
+
+void ExpectNoGrowth(const ResourceUse& before, const ResourceUse& after) {
+    std::cout << "before: " << before << "\nafter:  " << after << std::endl;
+    EXPECT_LE(after.handles, before.handles + kTolerated);
+    EXPECT_LE(after.threads, before.threads);
+    EXPECT_LE(after.windows, before.windows);
+    EXPECT_LE(after.gdiSlots, before.gdiSlots + kTolerated);
+    EXPECT_LE(after.userSlots, before.userSlots + kTolerated);
+    EXPECT_LE(after.heapBlocks, before.heapBlocks + kTolerated);
+    EXPECT_LE(after.heapBytes, before.heapBytes + kToleratedHeapBytes);
+}
+
+// A whole life of a control: loaded, shown, listened to, used, drawn, closed.
+void LiveOnce(const ControlModule& module, HWND window) {
+    CallLog log;
+    RecordingFrame frame(window, log);
+    RecordingSite site(window, frame, log);
+    EventRecorder recorder;
+    ComPtr<IOleObject> object;
+    ASSERT_EQ(module.Create(IID_PPV_ARGS(&object)), S_OK);
+    ComPtr<IPersistStreamInit> persist;
+    ASSERT_EQ(object.As(&persist), S_OK);
+    persist->InitNew();
+    ASSERT_EQ(object->SetClientSite(&site), S_OK);
+    ASSERT_EQ(recorder.Advise(object.Get()), S_OK);
+    ASSERT_EQ(object->DoVerb(OLEIVERB_UIACTIVATE, nullptr, &site, 0, window, &site.position), S_OK);
+
+    ComPtr<IDispatch> automation;
+    ASSERT_EQ(object.As(&automation), S_OK);
+    SetProperty(automation.Get(), L"ServerIP", L"192.0.2.1");
+    SetProperty(automation.Get(), L"ServerIP", L"");
+    FireEvent(automation.Get());
+    EXPECT_EQ(recorder.events.size(), 1u);
+    UpdateWindow(window);
+
+    recorder.Unadvise();
+    EXPECT_EQ(object->Close(OLECLOSE_NOSAVE), S_OK);
+    EXPECT_EQ(object->SetClientSite(nullptr), S_OK);
+    automation.Reset();
+    persist.Reset();
+    EXPECT_EQ(object.Reset(), 0u);
+}
+
+TEST(EnduranceTest, ManyControlsInOneProcess) {
+    const ControlModule module;
+    ASSERT_TRUE(module);
+    const HostWindow window;
+    for (int round = 0; round < kWarmUpRounds; ++round)
+        ASSERT_NO_FATAL_FAILURE(LiveOnce(module, window.Get()));
+    const auto before = ResourceUse::Now();
+    for (int round = 0; round < kControlRounds; ++round)
+        ASSERT_NO_FATAL_FAILURE(LiveOnce(module, window.Get()));
+    ExpectNoGrowth(before, ResourceUse::Now());
+    EXPECT_EQ(module.CanUnloadNow(), S_OK);
+}
+
+TEST(EnduranceTest, ManyModulesInOneProcess) {
+    const HostWindow window;
+    const auto liveInOwnModule = [&] {
+        ControlModule module;
+        ASSERT_TRUE(module);
+        ASSERT_NO_FATAL_FAILURE(LiveOnce(module, window.Get()));
+        ASSERT_EQ(module.CanUnloadNow(), S_OK);
+        ASSERT_TRUE(module.Unload()) << "somebody keeps the module loaded";
+    };
+    for (int round = 0; round < kWarmUpRounds; ++round)
+        ASSERT_NO_FATAL_FAILURE(liveInOwnModule());
+    const auto before = ResourceUse::Now();
+    for (int round = 0; round < kModuleRounds; ++round)
+        ASSERT_NO_FATAL_FAILURE(liveInOwnModule());
+    ExpectNoGrowth(before, ResourceUse::Now());
+}
+
+}  // namespace

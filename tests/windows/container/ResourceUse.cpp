@@ -1,0 +1,104 @@
+#include "tests/windows/container/ResourceUse.h"
+
+#include <tlhelp32.h>
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include "util/Handles.h"
+
+namespace {
+
+long CountThreads() {
+    const util::UniqueFile snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof(entry);
+    long count = 0;
+    for (BOOL more = Thread32First(snapshot.Get(), &entry); more;
+         more = Thread32Next(snapshot.Get(), &entry)) {
+        if (entry.th32OwnerProcessID == GetCurrentProcessId()) ++count;
+    }
+    return count;
+}
+
+BOOL CALLBACK CountWindow(HWND window, LPARAM count) {
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    if (process == GetCurrentProcessId()) ++*reinterpret_cast<long*>(count);
+    return TRUE;
+}
+
+BOOL CALLBACK CountTopLevel(HWND window, LPARAM count) {
+    CountWindow(window, count);
+    EnumChildWindows(window, &CountWindow, count);
+    return TRUE;
+}
+
+long CountWindows() {
+    long count = 0;
+    EnumWindows(&CountTopLevel, reinterpret_cast<LPARAM>(&count));
+    EnumChildWindows(HWND_MESSAGE, &CountWindow, reinterpret_cast<LPARAM>(&count));
+    return count;
+}
+
+// GetGuiResources answers 0 under Wine. What can be seen everywhere is which slots of the handle table are
+// taken: new objects fill the free ones from wherever they are, so among enough of them the highest slot
+// tells how far the table has grown.
+constexpr size_t kProbes = 256;
+
+template <class Create, class Destroy>
+long HighestSlot(Create create, Destroy destroy) {
+    std::array<ULONG_PTR, kProbes> objects{};
+    for (auto& object : objects)
+        object = reinterpret_cast<ULONG_PTR>(create());
+    long highest = 0;
+    for (const auto object : objects)
+        highest = std::max(highest, static_cast<long>(object & 0xFFFF));
+    for (const auto object : objects)
+        destroy(object);
+    return highest;
+}
+
+void CountHeap(long& blocks, long& bytes) {
+    std::vector<HANDLE> heaps(GetProcessHeaps(0, nullptr));
+    heaps.resize(
+        std::min<size_t>(heaps.size(), GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data())));
+    for (const HANDLE heap : heaps) {
+        if (!HeapLock(heap)) continue;
+        PROCESS_HEAP_ENTRY entry{};
+        while (HeapWalk(heap, &entry)) {
+            if (!(entry.wFlags & PROCESS_HEAP_ENTRY_BUSY)) continue;
+            ++blocks;
+            bytes += static_cast<long>(entry.cbData);
+        }
+        HeapUnlock(heap);
+    }
+}
+
+}  // namespace
+
+ResourceUse ResourceUse::Now() {
+    MSG message{};
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+        DispatchMessageW(&message);
+
+    ResourceUse use{};
+    DWORD handles = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &handles);
+    use.handles = static_cast<long>(handles);
+    use.threads = CountThreads();
+    use.windows = CountWindows();
+    use.gdiSlots = HighestSlot([] { return CreatePen(PS_SOLID, 1, 0); },
+                               [](ULONG_PTR pen) { DeleteObject(reinterpret_cast<HGDIOBJ>(pen)); });
+    use.userSlots = HighestSlot([] { return CreateMenu(); },
+                                [](ULONG_PTR menu) { DestroyMenu(reinterpret_cast<HMENU>(menu)); });
+    CountHeap(use.heapBlocks, use.heapBytes);
+    return use;
+}
+
+std::ostream& operator<<(std::ostream& out, const ResourceUse& use) {
+    return out << "handles " << use.handles << ", threads " << use.threads << ", windows " << use.windows
+               << ", GDI slots " << use.gdiSlots << ", USER slots " << use.userSlots << ", heap blocks "
+               << use.heapBlocks << ", heap bytes " << use.heapBytes;
+}
