@@ -2,10 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdarg>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "AppendText.h"
 
 namespace util {
 namespace {
@@ -22,14 +23,6 @@ std::basic_string<Char> As(const std::wstring& text) {
 }
 
 template <class Char>
-void AppendText(LogLine<Char>& line, const Char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    line.Text(format, arguments);
-    va_end(arguments);
-}
-
-template <class Char>
 std::wstring Build(std::optional<int> threadId, const std::wstring& text, std::optional<Origin> origin) {
     LogLine<Char> line;
     if (threadId) {
@@ -37,7 +30,7 @@ std::wstring Build(std::optional<int> threadId, const std::wstring& text, std::o
     } else {
         line.Begin();
     }
-    AppendText(line, As<Char>(text).c_str());
+    test::AppendText(line, As<Char>(text).c_str());
     if (origin)
         line.Location(As<Char>(origin->file).c_str(), origin->line, As<Char>(origin->function).c_str());
     line.End();

@@ -1,9 +1,9 @@
 // Feeds texts as a camera or host could send them to every pure function that takes such texts.
 
-#include <cstdarg>
 #include <cstdlib>
 #include <string>
 
+#include "AppendText.h"
 #include "util/ClientKey.h"
 #include "util/LogLine.h"
 #include "util/Redact.h"
@@ -13,13 +13,6 @@ namespace {
 
 void Require(bool holds) {
     if (!holds) std::abort();
-}
-
-void AppendText(util::LogLine<char>& line, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    line.Text(format, arguments);
-    va_end(arguments);
 }
 
 // A secret of plain characters never survives, whatever surrounds it.
@@ -35,7 +28,7 @@ void CheckRedaction(const std::string& text) {
 void CheckLine(const std::string& text) {
     util::LogLine<char> line;
     line.Begin(1);
-    AppendText(line, "%s", text.c_str());
+    util::test::AppendText(line, "%s", text.c_str());
     line.Location(text.c_str(), 1, text.c_str());
     line.End();
     Require(line.Str().starts_with("[NorixSDK][T00001] ") && line.Str().ends_with("\r\n"));

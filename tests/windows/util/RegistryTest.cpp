@@ -1,0 +1,184 @@
+#include "util/Registry.h"
+
+#include <gtest/gtest.h>
+
+#include "PrivateHives.h"
+#include "util/Settings.h"
+
+namespace util {
+namespace {
+
+constexpr wchar_t kKey[] = L"Software\\Test";
+
+class RegistryTest : public testing::Test {
+  protected:
+    test::PrivateHives m_hives;
+};
+
+using SettingsTest = RegistryTest;
+
+TEST_F(RegistryTest, IntRegReadsNothingButDwords) {
+    m_hives.Store(HKEY_LOCAL_MACHINE, kKey, L"good", 0xFFFFFFFF);
+    m_hives.Store(HKEY_LOCAL_MACHINE, kKey, L"text", std::wstring(L"5"));
+    m_hives.Store(HKEY_LOCAL_MACHINE, kKey, L"binary", REG_BINARY, "abcd", 4);
+    m_hives.Store(HKEY_LOCAL_MACHINE, kKey, L"short", REG_DWORD, "ab", 2);
+    m_hives.Store(HKEY_LOCAL_MACHINE, kKey, L"long", REG_DWORD, "abcdefgh", 8);
+
+    const IntReg good(HKEY_LOCAL_MACHINE, kKey, L"good");
+    EXPECT_TRUE(good.Exists());
+    EXPECT_EQ(good.Value(), 0xFFFFFFFFu);
+    for (const wchar_t* name : {L"text", L"binary", L"short", L"long", L"none"}) {
+        const IntReg missing(HKEY_LOCAL_MACHINE, kKey, name);
+        EXPECT_FALSE(missing.Exists()) << name;
+        EXPECT_EQ(missing.Value(), 0u);
+    }
+    EXPECT_FALSE(IntReg(HKEY_LOCAL_MACHINE, L"Software\\None", L"good").Exists());
+}
+
+TEST_F(RegistryTest, StringRegReadsStringsHoweverTheyWereWritten) {
+    struct Case {
+        std::string name;
+        std::string bytes;
+        std::wstring text;
+    };
+    const Case cases[] = {
+        {"terminated", {"a\0b\0\0\0", 6}, L"ab"},
+        {"bare", {"a\0b\0", 4}, L"ab"},
+        {"odd", {"a\0b\0c", 5}, L"ab"},
+        {"twice", {"a\0\0\0\0\0", 6}, L"a"},
+        {"rest", {"a\0\0\0b\0\0\0", 8}, L"a"},
+        {"empty", {"", 0}, L""},
+        {"half", {"a", 1}, L""},
+        {"longest", std::string(2 * 32767, 'a'), std::wstring(32767, 0x6161)},
+    };
+    for (const Case& c : cases) {
+        m_hives.Store(HKEY_LOCAL_MACHINE, kKey, L"value", REG_SZ, c.bytes.data(),
+                      static_cast<DWORD>(c.bytes.size()));
+        const StringReg value(HKEY_LOCAL_MACHINE, kKey, L"value");
+        EXPECT_TRUE(value.Exists()) << c.name;
+        EXPECT_EQ(value.Value(), c.text) << c.name;
+    }
+    m_hives.Store(HKEY_LOCAL_MACHINE, kKey, L"number", 5);
+    m_hives.Store(HKEY_LOCAL_MACHINE, kKey, L"huge", std::wstring(100'000, L'x'));
+    m_hives.Store(HKEY_LOCAL_MACHINE, kKey, L"expand", REG_EXPAND_SZ, L"%TEMP%", 14);
+    for (const wchar_t* name : {L"number", L"huge", L"expand", L"none"}) {
+        EXPECT_FALSE(StringReg(HKEY_LOCAL_MACHINE, kKey, name).Exists()) << name;
+    }
+}
+
+TEST_F(RegistryTest, StringRegCreatesItsKeyOnlyWhenAsked) {
+    StringReg reader(HKEY_CURRENT_USER, kKey, L"value");
+    EXPECT_FALSE(reader.Set(L"x"));
+    HKEY opened = nullptr;
+    EXPECT_EQ(RegOpenKeyW(HKEY_CURRENT_USER, kKey, &opened), ERROR_FILE_NOT_FOUND);
+
+    StringReg writer(HKEY_CURRENT_USER, kKey, L"value", true);
+    EXPECT_FALSE(writer.Exists());
+    EXPECT_TRUE(writer.Set(L"text"));
+    EXPECT_EQ(writer.Value(), L"text");
+    EXPECT_EQ(StringReg(HKEY_CURRENT_USER, kKey, L"value").Value(), L"text");
+}
+
+TEST_F(RegistryTest, CRegistryExOpensOneKeyAfterTheOther) {
+    CRegistryEx key;
+    EXPECT_FALSE(key.ReadDword(L"n"));
+    EXPECT_FALSE(key.WriteString(L"s", L"closed"));
+
+    key.Open(HKEY_CURRENT_USER, kKey);
+    EXPECT_FALSE(key.ReadString(L"s"));
+    EXPECT_TRUE(key.WriteString(L"s", L"text"));
+    EXPECT_EQ(key.ReadString(L"s"), L"text");
+
+    m_hives.Store(HKEY_CURRENT_USER, L"Software\\Other", L"n", 7);
+    key.Open(HKEY_CURRENT_USER, L"Software\\Other");
+    EXPECT_EQ(key.ReadDword(L"n"), 7u);
+    key.Close();
+    EXPECT_FALSE(key.ReadDword(L"n"));
+}
+
+TEST_F(RegistryTest, CRegistryExThrowsWhenItCannotCreate) {
+    CRegistryEx key;
+    key.Open(HKEY_CURRENT_USER, kKey);
+    try {
+        key.Open(HKEY_CURRENT_USER, std::wstring(300, L'x').c_str());
+        FAIL();
+    } catch (const CRegistryError& error) {
+        EXPECT_STREQ(error.what(), "Error! Cannot create registry key!");
+    }
+    EXPECT_FALSE(key.ReadString(L"s"));
+}
+
+TEST_F(SettingsTest, AnEmptyRegistryGivesTheDefaults) {
+    EXPECT_FALSE(Settings::EnableDebugOutput());
+    EXPECT_FALSE(Settings::EnableDebugLogFile());
+    EXPECT_EQ(Settings::DebugLogFilePath(), L"D:\\NorixSDK.log");
+    EXPECT_TRUE(Settings::ShowThreadId());
+    EXPECT_FALSE(Settings::ShowFPS());
+    EXPECT_FALSE(Settings::ShowPTSDiff());
+    EXPECT_FALSE(Settings::ShowFrameTimeInfo());
+    EXPECT_FALSE(Settings::ShowTimeSync());
+    EXPECT_TRUE(Settings::ShowTimeDiff());
+    EXPECT_EQ(Settings::TargetPTSDiff(25), 40u);
+    EXPECT_EQ(Settings::TargetPTSDiffRange(), 5u);
+    EXPECT_EQ(Settings::VideoBufferNum(), 10u);
+    EXPECT_EQ(Settings::VideoBufferSize(), 800000u);
+    EXPECT_EQ(Settings::AudioBufferNum(), 10u);
+    EXPECT_EQ(Settings::AudioBufferSize(), 4096u);
+    EXPECT_TRUE(Settings::EnableDecodeFrameDrop());
+    EXPECT_TRUE(Settings::EnableDisplayFrameDrop());
+    EXPECT_TRUE(Settings::EnableTimeSync());
+    EXPECT_FALSE(Settings::EnableVSync());
+    EXPECT_EQ(Settings::DisplayBufferNum(), 6u);
+    EXPECT_EQ(Settings::DisplayBufferSize(), 0x900000u);
+    EXPECT_EQ(Settings::JpegBufferSize(), 512000u);
+    EXPECT_EQ(Settings::ULawBufferSize(), 8196u);
+}
+
+TEST_F(SettingsTest, EachReadSeesWhatIsStoredThen) {
+    const auto store = [this](const wchar_t* name, DWORD value) {
+        m_hives.Store(HKEY_LOCAL_MACHINE, kMachineKey, name, value);
+    };
+    store(L"VideoBufferNum", 0);
+    EXPECT_EQ(Settings::VideoBufferNum(), 10u);
+    store(L"VideoBufferNum", 40);
+    EXPECT_EQ(Settings::VideoBufferNum(), 40u);
+    store(L"VideoBufferNum", 0xFFFFFFFF);
+    store(L"VideoBufferSize", 0xFFFFFFFF);
+    EXPECT_EQ(Settings::VideoBufferSize(), 32u << 20);
+    EXPECT_EQ(Settings::VideoBufferNum(), 16u);
+    store(L"EnableDecodeFrameDrop", 0);
+    EXPECT_FALSE(Settings::EnableDecodeFrameDrop());
+    store(L"DisplayBufferSize", 0);
+    EXPECT_EQ(Settings::DisplayBufferSize(), 0u);
+    store(L"TargetPTSDiff", 0);
+    EXPECT_EQ(Settings::TargetPTSDiff(25), 1u);
+    m_hives.Store(HKEY_LOCAL_MACHINE, kMachineKey, L"DebugLogFilePath", std::wstring(L"C:\\x.log"));
+    EXPECT_EQ(Settings::DebugLogFilePath(), L"C:\\x.log");
+}
+
+TEST_F(SettingsTest, ClientOptionsAreZeroUntilStored) {
+    const ClientOptions none = ReadClientOptions();
+    EXPECT_EQ(none.video, 0u);
+    EXPECT_EQ(none.protocol, 0u);
+    m_hives.Store(HKEY_CURRENT_USER, kClientSettingKey, L"VideoOption", 3);
+    m_hives.Store(HKEY_CURRENT_USER, kClientSettingKey, L"ProtocolOption", 2);
+    const ClientOptions stored = ReadClientOptions();
+    EXPECT_EQ(stored.video, 3u);
+    EXPECT_EQ(stored.protocol, 2u);
+}
+
+TEST_F(SettingsTest, ClientValuesBelongToAModelAndAChannel) {
+    EXPECT_TRUE(SetClientValue(L"NX-100", 1, L"volume", L"80"));
+    EXPECT_EQ(GetClientValue(L"NX-100", 1, L"volume", L"50"), L"80");
+    EXPECT_EQ(GetClientValue(L"NX-100", 2, L"volume", L"50"), L"50");
+    EXPECT_EQ(GetClientValue(L"NX-200", 1, L"volume", L"50"), L"50");
+    EXPECT_EQ(StringReg(HKEY_CURRENT_USER, L"Software\\Norix\\NX-100\\CH1", L"volume").Value(), L"80");
+
+    EXPECT_TRUE(SetClientValue(L"", -1, L"", L"x"));
+    EXPECT_EQ(StringReg(HKEY_CURRENT_USER, L"Software\\Norix\\CH-1", L"").Value(), L"x");
+    EXPECT_FALSE(SetClientValue(std::wstring(300, L'm'), 1, L"n", L"v"));
+    EXPECT_EQ(GetClientValue(std::wstring(300, L'm'), 1, L"n", L"default"), L"default");
+}
+
+}  // namespace
+}  // namespace util
