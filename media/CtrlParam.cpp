@@ -77,6 +77,7 @@ void CCtrlParam::ResetForNewStream() {
     m_pictureWidth.Set(0);
     m_pictureHeight.Set(0);
     displayChanged.Set(false);
+    window.Reopen();
     m_closing.store(false);
 }
 
@@ -89,9 +90,10 @@ void CCtrlParam::SetPictureSize(int width, int height) {
 
 bool CCtrlParam::WaitForInserts(std::uint32_t milliseconds) const {
     constexpr std::uint32_t kStepMs = 5;
-    for (std::uint32_t waited = 0; m_insertsUnderWay.load() != 0; waited += kStepMs) {
-        if (waited >= milliseconds) return false;
-        platform::SleepMs(kStepMs);
+    const std::uint32_t begin = platform::TimerMs();
+    while (m_insertsUnderWay.load() != 0) {
+        if (platform::TimerMs() - begin >= milliseconds) return false;
+        platform::AnswerSentMessages(kStepMs);
     }
     return true;
 }

@@ -111,7 +111,8 @@ class CCtrlParam {
     bool IsClosing() const { return m_closing.load(); }
 
     // Waits until no insert operation is under way; false when one still is after that time. After
-    // SetClosing(true) and a true answer, no receiver touches the queues any more.
+    // SetClosing(true) and a true answer, no receiver touches the queues any more. Meant for the window's
+    // thread: messages that an insert operation is sending to it are answered meanwhile.
     bool WaitForInserts(std::uint32_t milliseconds) const;
 
     // The recorder that the insert operations feed; null for none. It outlives the receivers.

@@ -31,5 +31,18 @@ std::uint64_t Ticks100ns() noexcept;
 
 void SleepMs(std::uint32_t milliseconds) noexcept;
 
+// Waits at most so long while answering the messages that other threads send to windows of this thread, and
+// no others. What a window's thread does instead of sleeping while it waits for a worker that may be sending.
+void AnswerSentMessages(std::uint32_t milliseconds) noexcept;
+
+// While one lives, the timer and SleepMs are as fine as the system allows: a millisecond.
+class FineTimer {
+  public:
+    FineTimer() noexcept;
+    ~FineTimer();
+    FineTimer(const FineTimer&) = delete;
+    FineTimer& operator=(const FineTimer&) = delete;
+};
+
 }  // namespace platform
 }  // namespace norix

@@ -78,4 +78,11 @@ void SleepMs(std::uint32_t milliseconds) noexcept {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
+void AnswerSentMessages(std::uint32_t milliseconds) noexcept {
+    SleepMs(milliseconds);
+}
+
+FineTimer::FineTimer() noexcept = default;
+FineTimer::~FineTimer() = default;
+
 }  // namespace norix::platform

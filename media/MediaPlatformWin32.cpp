@@ -50,4 +50,22 @@ void SleepMs(std::uint32_t milliseconds) noexcept {
     Sleep(milliseconds);
 }
 
+void AnswerSentMessages(std::uint32_t milliseconds) noexcept {
+    if (MsgWaitForMultipleObjects(0, nullptr, FALSE, milliseconds, QS_SENDMESSAGE) != WAIT_OBJECT_0) return;
+    MSG message;
+    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+}
+
+namespace {
+constexpr UINT kFinestMs = 1;
+}
+
+FineTimer::FineTimer() noexcept {
+    timeBeginPeriod(kFinestMs);
+}
+
+FineTimer::~FineTimer() {
+    timeEndPeriod(kFinestMs);
+}
+
 }  // namespace norix::platform

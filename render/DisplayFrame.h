@@ -18,7 +18,7 @@ constexpr int PictureStride(codec::PixelFormat format, int width) {
 }
 
 // Bytes that such a picture takes, whole rows throughout.
-constexpr std::size_t PictureSizeBytes(codec::PixelFormat format, PixelSize size) {
+inline std::size_t PictureSizeBytes(codec::PixelFormat format, PixelSize size) {
     if (size.IsEmpty()) return 0;
     return static_cast<std::size_t>(PictureStride(format, size.width)) *
            static_cast<std::size_t>(size.height);
