@@ -79,7 +79,8 @@ TEST_P(PresenterTest, FillsTheWindowAtAnySize) {
 TEST_P(PresenterTest, ShowsTheNewestPictureWhateverItsSize) {
     EXPECT_EQ(Show(grid), S_OK);
     const Grid other = Turned(grid, Rotation::k180);
-    for (const PixelSize size : {PixelSize{64, 48}, PixelSize{1280, 720}, PixelSize{322, 241}}) {
+    for (const PixelSize size :
+         {PixelSize{64, 48}, PixelSize{1280, 720}, PixelSize{322, 241}, PixelSize{321, 239}}) {
         const GridPicture picture = MakePicture(other, size);
         EXPECT_EQ(presenter->Present(picture.Get()), S_OK) << size.width;
         EXPECT_THAT(Differences(Look(kPlace, "other"), other), IsEmpty()) << size.width;

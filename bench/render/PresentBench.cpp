@@ -1,0 +1,232 @@
+// Milliseconds per presented picture. The argument names: picture height, window width (its height keeps
+// 16:9). "Bare" calls are what a presenter cannot do without, on the same window in the same run.
+
+#include <benchmark/benchmark.h>
+#include <windows.h>
+#include <wrl/client.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "render/DirectDrawFunctions.h"
+#include "render/PictureBlit.h"
+#include "render/Presenter.h"
+#include "util/Handles.h"
+
+namespace norix {
+namespace {
+
+constexpr int kSmallWindow = 960;
+constexpr int kLargeWindow = 1280;
+
+PixelSize SixteenByNine(int height) {
+    return {height * 16 / 9, height};
+}
+
+class Window {
+  public:
+    explicit Window(int width)
+        : m_window(CreateWindowExW(WS_EX_TOPMOST | WS_EX_TOOLWINDOW, L"STATIC", L"",
+                                   WS_POPUP | WS_CLIPCHILDREN | WS_CLIPSIBLINGS, 0, 0, width, width * 9 / 16,
+                                   nullptr, nullptr, nullptr, nullptr)) {
+        ShowWindow(m_window, SW_SHOWNOACTIVATE);
+        UpdateWindow(m_window);
+        Pump();
+    }
+    ~Window() {
+        DestroyWindow(m_window);
+        Pump();
+    }
+    Window(const Window&) = delete;
+    Window& operator=(const Window&) = delete;
+
+    HWND Handle() const { return m_window; }
+
+  private:
+    static void Pump() {
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+            DispatchMessageW(&message);
+    }
+
+    HWND m_window;
+};
+
+// Two different pictures with the steps and gradients of a camera's, and a little noise. Pure noise would
+// measure how badly a branch predictor does on it.
+class Pictures {
+  public:
+    Pictures(PixelSize size, codec::PixelFormat format) {
+        const int stride = codec::RowBytes(format, size.width);
+        for (std::size_t which = 0; which < 2; ++which) {
+            std::vector<std::uint8_t>& bytes = m_bytes[which];
+            bytes.resize(static_cast<std::size_t>(stride) * size.height);
+            std::uint32_t noise = 12345;
+            for (int y = 0; y < size.height; ++y) {
+                std::uint8_t* const row = &bytes[static_cast<std::size_t>(y) * stride];
+                for (int x = 0; x < stride; ++x) {
+                    noise = noise * 1664525 + 1013904223;
+                    row[x] =
+                        static_cast<std::uint8_t>(32 + (x / 16 + y / 4 + which * 40) % 160 + (noise >> 30));
+                }
+            }
+            m_pictures[which].data = bytes.data();
+            m_pictures[which].size = size;
+            m_pictures[which].stride = stride;
+        }
+    }
+    const Picture& Next() { return m_pictures[m_count++ % 2]; }
+
+  private:
+    std::vector<std::uint8_t> m_bytes[2];
+    Picture m_pictures[2];
+    std::size_t m_count = 0;
+};
+
+void RunPresenter(benchmark::State& state, DisplayMode mode, PictureView& view) {
+    const PixelSize size = SixteenByNine(static_cast<int>(state.range(0)));
+    const Window window(static_cast<int>(state.range(1)));
+    PresenterConfig config;
+    config.videoWindow = window.Handle();
+    config.notifyWindow = window.Handle();
+    config.view = &view;
+    const auto presenter = CreatePresenter(mode, config);
+    if (presenter->Initialize(size.width, size.height) != S_OK) {
+        state.SkipWithError("no presenter");
+        return;
+    }
+    Pictures pictures(size, presenter->Format());
+    for (auto _ : state) {
+        if (presenter->Present(pictures.Next()) != S_OK) state.SkipWithError("not shown");
+        GdiFlush();
+    }
+}
+
+void DirectDraw(benchmark::State& state) {
+    PictureView view;
+    RunPresenter(state, DisplayMode::DirectDraw, view);
+}
+
+void Gdi(benchmark::State& state) {
+    PictureView view;
+    RunPresenter(state, DisplayMode::Gdi, view);
+}
+
+void GdiTurned(benchmark::State& state) {
+    PictureView view;
+    view.SetRotation(Rotation::k90);
+    RunPresenter(state, DisplayMode::Gdi, view);
+}
+
+void DirectDrawWithCaption(benchmark::State& state) {
+    PictureView view;
+    view.SetCaption(L"Gate (AV-TCP)");
+    view.SetBorderShown(true);
+    RunPresenter(state, DisplayMode::DirectDraw, view);
+}
+
+void GdiWithCaption(benchmark::State& state) {
+    PictureView view;
+    view.SetCaption(L"Gate (AV-TCP)");
+    view.SetBorderShown(true);
+    RunPresenter(state, DisplayMode::Gdi, view);
+}
+
+void BareStretchToWindow(benchmark::State& state) {
+    const PixelSize size = SixteenByNine(static_cast<int>(state.range(0)));
+    const int width = static_cast<int>(state.range(1));
+    const Window window(width);
+    Pictures pictures(size, codec::PixelFormat::kBgr24);
+    const util::WindowDc dc(window.Handle());
+    for (auto _ : state) {
+        StretchBgr(dc.Get(), {0, 0, width, width * 9 / 16}, {pictures.Next().data, size.width, 0, size});
+        GdiFlush();
+    }
+}
+
+// One surface, filled once, shown again and again.
+void BareBlt(benchmark::State& state) {
+    using Microsoft::WRL::ComPtr;
+    const PixelSize size = SixteenByNine(static_cast<int>(state.range(0)));
+    const int width = static_cast<int>(state.range(1));
+    const Window window(width);
+    ComPtr<IDirectDraw7> draw;
+    ComPtr<IDirectDrawSurface7> primary;
+    ComPtr<IDirectDrawSurface7> surface;
+    ComPtr<IDirectDrawClipper> clipper;
+    DirectDrawFunctions::System().CreateEx(nullptr, reinterpret_cast<void**>(draw.GetAddressOf()));
+    if (!draw || draw->SetCooperativeLevel(window.Handle(), DDSCL_NORMAL) != DD_OK) {
+        state.SkipWithError("no DirectDraw");
+        return;
+    }
+    DDSURFACEDESC2 description = {};
+    description.dwSize = sizeof(description);
+    description.dwFlags = DDSD_CAPS;
+    description.ddsCaps.dwCaps = DDSCAPS_PRIMARYSURFACE;
+    draw->CreateSurface(&description, primary.GetAddressOf(), nullptr);
+    draw->CreateClipper(0, clipper.GetAddressOf(), nullptr);
+    description.dwFlags = DDSD_CAPS | DDSD_WIDTH | DDSD_HEIGHT | DDSD_PIXELFORMAT;
+    description.dwWidth = static_cast<DWORD>(size.width);
+    description.dwHeight = static_cast<DWORD>(size.height);
+    description.ddsCaps.dwCaps = DDSCAPS_OFFSCREENPLAIN;
+    description.ddpfPixelFormat.dwSize = sizeof(description.ddpfPixelFormat);
+    description.ddpfPixelFormat.dwFlags = DDPF_FOURCC;
+    description.ddpfPixelFormat.dwFourCC = MAKEFOURCC('Y', 'U', 'Y', '2');
+    draw->CreateSurface(&description, surface.GetAddressOf(), nullptr);
+    if (!primary || !clipper || !surface) {
+        state.SkipWithError("no surfaces");
+        return;
+    }
+    clipper->SetHWnd(0, window.Handle());
+    primary->SetClipper(clipper.Get());
+    DDSURFACEDESC2 locked = {};
+    locked.dwSize = sizeof(locked);
+    if (FAILED(surface->Lock(nullptr, &locked, DDLOCK_WAIT, nullptr))) {
+        state.SkipWithError("no lock");
+        return;
+    }
+    Pictures pictures(size, codec::PixelFormat::kYuy2);
+    const Picture& picture = pictures.Next();
+    for (int row = 0; row < size.height; ++row)
+        std::copy_n(picture.data + static_cast<std::size_t>(row) * size.width * 2, size.width * 2,
+                    static_cast<std::uint8_t*>(locked.lpSurface) + row * locked.lPitch);
+    surface->Unlock(nullptr);
+    RECT target{0, 0, width, width * 9 / 16};
+    for (auto _ : state) {
+        if (FAILED(primary->Blt(&target, surface.Get(), nullptr, DDBLT_WAIT, nullptr)))
+            state.SkipWithError("not shown");
+        GdiFlush();
+    }
+}
+
+void BareCopyOfYuy2(benchmark::State& state) {
+    const PixelSize size = SixteenByNine(static_cast<int>(state.range(0)));
+    Pictures pictures(size, codec::PixelFormat::kYuy2);
+    std::vector<std::uint8_t> target(static_cast<std::size_t>(size.width) * 2 * size.height);
+    for (auto _ : state) {
+        std::copy_n(pictures.Next().data, target.size(), target.data());
+        benchmark::DoNotOptimize(target.data());
+    }
+}
+
+void Sizes(benchmark::internal::Benchmark* bench) {
+    bench->Args({720, kSmallWindow})
+        ->Args({720, kLargeWindow})
+        ->Args({1080, kSmallWindow})
+        ->Args({1080, kLargeWindow})
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
+}
+
+BENCHMARK(DirectDraw)->Apply(Sizes);
+BENCHMARK(Gdi)->Apply(Sizes);
+BENCHMARK(DirectDrawWithCaption)->Apply(Sizes);
+BENCHMARK(GdiWithCaption)->Apply(Sizes);
+BENCHMARK(GdiTurned)->Apply(Sizes);
+BENCHMARK(BareBlt)->Apply(Sizes);
+BENCHMARK(BareStretchToWindow)->Apply(Sizes);
+BENCHMARK(BareCopyOfYuy2)->Args({720, 0})->Args({1080, 0})->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace norix
