@@ -378,7 +378,7 @@ TEST_F(ActivationTest, RecoversFromEveryFailingCallback) {
         SCOPED_TRACE(callback);
         site.failing = {callback};
         object->DoVerb(OLEIVERB_UIACTIVATE, nullptr, &site, 0, window.Get(), &site.position);
-        SetProperty(Automation(), L"ServerIP", callback);
+        SetProperty(Automation(), L"ServerIP", L"192.0.2.1");
         object->Close(OLECLOSE_SAVEIFDIRTY);
         EXPECT_FALSE(site.InPlaceActive());
         site.failing.clear();

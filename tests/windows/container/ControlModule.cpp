@@ -1,32 +1,11 @@
 #include "tests/windows/container/ControlModule.h"
 
-#include <filesystem>
-
 #include "control/Identity.h"
+#include "tests/windows/container/BuiltFile.h"
 
 using Microsoft::WRL::ComPtr;
 
-namespace {
-
-constexpr wchar_t kModuleName[] = L"NorixSDK.ocx";
-
-// The test program is somewhere below the build folder that holds the module.
-std::wstring FindModule() {
-    wchar_t self[MAX_PATH];
-    GetModuleFileNameW(nullptr, self, MAX_PATH);
-    std::error_code error;
-    for (auto folder = std::filesystem::path(self).parent_path(); folder.has_relative_path();
-         folder = folder.parent_path()) {
-        for (const auto& candidate : {folder / kModuleName, folder / L"control" / kModuleName}) {
-            if (std::filesystem::exists(candidate, error)) return candidate.wstring();
-        }
-    }
-    return kModuleName;
-}
-
-}  // namespace
-
-ControlModule::ControlModule() : path_(FindModule()), module_(LoadLibraryW(path_.c_str())) {
+ControlModule::ControlModule() : path_(FindBuiltFile(L"NorixSDK.ocx")), module_(LoadLibraryW(path_.c_str())) {
     if (!module_) return;
     // By way of void*: the two kinds of function pointer have nothing in common.
     getClassObject_ = reinterpret_cast<GetClassObjectFunction>(

@@ -102,7 +102,8 @@ TEST_F(IdentityTest, TellsItsEventInterface) {
 
 TEST_F(IdentityTest, IsSafeForScriptsInEveryInterfaceItHas) {
     Create();
-    const auto safety = Query<IObjectSafety>();
+    ComPtr<IObjectSafety> safety;
+    ASSERT_EQ(object->QueryInterface(IID_IObjectSafety, &safety), S_OK);
     constexpr DWORD kBoth = INTERFACESAFE_FOR_UNTRUSTED_CALLER | INTERFACESAFE_FOR_UNTRUSTED_DATA;
     DWORD supported = 0;
     DWORD enabled = kBoth;
