@@ -1,0 +1,72 @@
+#include "framework/EventGate.h"
+
+#include <oleauto.h>
+
+#include <algorithm>
+
+#include "framework/EntryPoint.h"
+#include "framework/OleControl.h"
+
+namespace framework {
+
+namespace {
+/// A host that never thaws must not grow the control: the oldest event gives way.
+constexpr std::size_t kMaxHeld = 256;
+}  // namespace
+
+EventGate::~EventGate() {
+    for (Held& held : m_held)
+        Clear(held);
+}
+
+void EventGate::Fire(DISPID id, std::span<VARIANT> arguments) {
+    if (m_frozen != 0) {
+        Hold(id, arguments);
+    } else {
+        Deliver(id, arguments);
+    }
+}
+
+void EventGate::Thaw() {
+    if (m_frozen == 0 || --m_frozen != 0) return;
+    const KeepAlive<COleControl> keep(m_owner);
+    while (m_frozen == 0 && !m_held.empty()) {  // a handler may freeze again
+        Held held = std::move(m_held.front());
+        m_held.pop_front();
+        Deliver(held.id, held.arguments);
+        Clear(held);
+    }
+}
+
+void EventGate::Deliver(DISPID id, std::span<VARIANT> arguments) {
+    const KeepAlive<COleControl> keep(m_owner);
+    m_owner.ConnectionPoints().Events().ForEach<IDispatch>([&](IDispatch& sink) {
+        DISPPARAMS parameters = {arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
+        // What a handler answers concerns nobody here: one failing sink must not silence the others.
+        sink.Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters, nullptr, nullptr,
+                    nullptr);
+    });
+}
+
+void EventGate::Hold(DISPID id, std::span<VARIANT> arguments) {
+    const bool byReference = std::any_of(arguments.begin(), arguments.end(), [](const VARIANT& argument) {
+        return (argument.vt & VT_BYREF) != 0;
+    });
+    if (byReference || !m_owner.ConnectionPoints().Events().HasSinks()) return;
+    if (m_held.size() == kMaxHeld) {
+        Clear(m_held.front());
+        m_held.pop_front();
+    }
+    Held& held = m_held.emplace_back(Held{id, std::vector<VARIANT>(arguments.size())});
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        VariantInit(&held.arguments[i]);
+        VariantCopy(&held.arguments[i], &arguments[i]);
+    }
+}
+
+void EventGate::Clear(Held& held) {
+    for (VARIANT& argument : held.arguments)
+        VariantClear(&argument);
+}
+
+}  // namespace framework

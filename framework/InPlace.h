@@ -1,0 +1,68 @@
+#pragma once
+
+#include <windows.h>
+
+#include <oleidl.h>
+#include <wrl/client.h>
+
+#include "framework/InterfacePart.h"
+
+namespace framework {
+
+class COleControl;
+
+/// In-place activation: brings the control's window into the container's and back out.
+///
+/// Windowless activation is refused: a container that probes for IOleInPlaceObjectWindowless gets
+/// E_NOINTERFACE and goes on with a window.
+class InPlace final : public InterfacePart<COleControl, IOleInPlaceObject, IOleInPlaceActiveObject> {
+  public:
+    using InterfacePart::InterfacePart;
+
+    /// Also answers for IOleWindow, the base of both interfaces.
+    void* Find(REFIID iid);
+
+    // IOleWindow
+    STDMETHODIMP GetWindow(HWND* window) override;
+    STDMETHODIMP ContextSensitiveHelp(BOOL enter) override;
+    // IOleInPlaceObject
+    STDMETHODIMP InPlaceDeactivate() override;
+    STDMETHODIMP UIDeactivate() override;
+    STDMETHODIMP SetObjectRects(LPCRECT position, LPCRECT clip) override;
+    STDMETHODIMP ReactivateAndUndo() override;
+    // IOleInPlaceActiveObject
+    STDMETHODIMP TranslateAccelerator(LPMSG message) override;
+    STDMETHODIMP OnFrameWindowActivate(BOOL activate) override;
+    STDMETHODIMP OnDocWindowActivate(BOOL activate) override;
+    STDMETHODIMP ResizeBorder(LPCRECT border, IOleInPlaceUIWindow* window, BOOL isFrame) override;
+    STDMETHODIMP EnableModeless(BOOL enable) override;
+
+    /// Activates in the container's window; with `userInterface` also takes the focus. Every failure leaves
+    /// the control as inactive as it was.
+    HRESULT Activate(bool userInterface);
+    /// Leaves the container's window and destroys the control's.
+    void Deactivate();
+    HRESULT Hide();
+    bool IsActive() const { return m_active; }
+
+    /// Forgets the container without a call to it: the control is being destroyed.
+    void Abandon();
+    /// The window has gone, by the control's or by the container's doing.
+    void OnWindowDestroyed();
+    void OnFocus(bool gained);
+    void OnMouseActivate();
+
+  private:
+    HRESULT EnterContainer();
+    HRESULT PlaceWindow();
+    HRESULT ActivateUserInterface();
+    void DeactivateUserInterface();
+
+    bool m_active = false;
+    bool m_userInterfaceActive = false;
+    Microsoft::WRL::ComPtr<IOleInPlaceSite> m_site;          // while active
+    Microsoft::WRL::ComPtr<IOleInPlaceFrame> m_frame;        // while active
+    Microsoft::WRL::ComPtr<IOleInPlaceUIWindow> m_document;  // while active; may be null
+};
+
+}  // namespace framework
