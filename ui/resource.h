@@ -1,0 +1,7 @@
+#pragma once
+
+// Resource identifiers of ui/: 3000 to 3099.
+#define IDD_AUTHENTICATION 3000
+#define IDC_AUTHENTICATION_SERVER 3001
+#define IDC_AUTHENTICATION_USER 3002
+#define IDC_AUTHENTICATION_PASSWORD 3003
