@@ -1,0 +1,31 @@
+#pragma once
+
+#include <windows.h>
+
+namespace norix {
+
+class CNorixSDKCtrl;
+
+/// Turns mouse messages of the video into events. Coordinates are pixels of the control's window.
+///
+/// A click is a press and a release of the same button inside the control; its event follows the release.
+/// The second press of a double click fires the double-click event instead of the press.
+class MouseEvents {
+  public:
+    explicit MouseEvents(CNorixSDKCtrl& owner) : m_owner(owner) {}
+
+    /// False for messages that are not the mouse's.
+    bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
+
+  private:
+    struct Button;
+    void Press(const Button& button, LPARAM position);
+    void Release(const Button& button, LPARAM position);
+    void DoubleClick(const Button& button, LPARAM position);
+    void Wheel(WPARAM wParam, LPARAM position);
+
+    CNorixSDKCtrl& m_owner;
+    const Button* m_pressed = nullptr;  // between press and release
+};
+
+}  // namespace norix

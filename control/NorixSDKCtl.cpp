@@ -1,0 +1,247 @@
+#include <winsock2.h>  // before windows.h
+
+#include "control/NorixSDKCtl.h"
+
+#include "codec/StaticInit.h"
+#include "control/Events.h"
+#include "control/Identity.h"
+#include "control/resource.h"
+#include "framework/EntryPoint.h"
+#include "media/ControlMessages.h"
+#include "util/Log.h"
+#include "util/LogSetup.h"
+#include "util/Text.h"
+#include "util/Version.h"
+
+namespace norix {
+
+namespace {
+
+// Active when visible, set up without a user interface, activated without UI, no drawing of its border by the
+// container, and rendered by the control itself.
+constexpr DWORD kMiscStatus = OLEMISC_ACTIVATEWHENVISIBLE | OLEMISC_SETCLIENTSITEFIRST | OLEMISC_INSIDEOUT |
+                              OLEMISC_CANTLINKINSIDE | OLEMISC_RECOMPOSEONRESIZE;
+
+constexpr framework::ControlClass kControl = {
+    .clsid = kControlClass,
+    .userType = kControlName,
+    .typeLibrary = kTypeLibrary,
+    .typeLibraryMajor = kTypeLibraryMajor,
+    .typeLibraryMinor = kTypeLibraryMinor,
+    .dispatchInterface = kDispatchInterface,
+    .eventInterface = kEventInterface,
+    .propertyPage = kPropertyPageClass,
+    .miscStatus = kMiscStatus,
+    .initialSize = {320, 240},
+};
+
+constexpr framework::ClassRegistration kRegistration = {
+    .clsid = kControlClass,
+    .description = kControlName,
+    .versionIndependentProgId = kVersionIndependentProgId,
+    .progId = kProgId,
+    .typeLibrary = kTypeLibrary,
+    .version = L"1.0",
+    .miscStatus = kMiscStatus,
+    .toolboxBitmap = IDB_TOOLBOX,
+};
+
+constexpr WORD kWinsockVersion = MAKEWORD(2, 2);
+
+unsigned WindowNumber(HWND window) {
+    return static_cast<unsigned>(reinterpret_cast<UINT_PTR>(window));
+}
+
+CNorixSDKCtrl::CNorixSDKCtrlFactory g_controlFactory;
+
+}  // namespace
+
+CNorixSDKCtrl::CNorixSDKCtrlFactory::CNorixSDKCtrlFactory() : COleObjectFactory(kRegistration) {}
+
+IUnknown* CNorixSDKCtrl::CNorixSDKCtrlFactory::CreateObject() {
+    return static_cast<IDispatch*>(new CNorixSDKCtrl());
+}
+
+// ---- Construction and destruction
+// ---------------------------------------------------------------------------
+
+CNorixSDKCtrl::CNorixSDKCtrl()
+    : COleControl(kControl, Table()),
+      m_objectSafety(*this),
+      m_mouse(*this),
+      m_viewCommands(*this),
+      m_connection(*this) {
+    util::ReadLogSwitches();
+    const std::string version = util::ModuleVersion(framework::COleControlModule::Get().Instance())
+                                    .value_or(util::FileVersion())
+                                    .Text();
+    m_properties.versionInfo = util::AnsiToWide(version);
+    NORIX_LOG("CNorixSDKCtrl::CNorixSDKCtrl", 1, "CNorixSDKCtrl() constructor begins, file version = %s",
+              version.c_str());
+    m_session = std::make_unique<SessionContext>();
+    m_session->param.window.Set(Handle());
+
+    WSADATA winsock;
+    m_winsockStarted = WSAStartup(kWinsockVersion, &winsock) == 0;
+    if (!m_winsockStarted) {
+        MessageBoxW(nullptr, L"Could not find a usable WinSock DLL", nullptr, MB_OK | MB_ICONEXCLAMATION);
+        return;
+    }
+    const int codecStatus = codec::StaticInit();
+    if (codecStatus != 0) {
+        NORIX_LOG("CNorixSDKCtrl::CNorixSDKCtrl", 1, "ippStaticInit() return failed = %d", codecStatus);
+    }
+}
+
+CNorixSDKCtrl::~CNorixSDKCtrl() {
+    NORIX_LOG("CNorixSDKCtrl::~CNorixSDKCtrl", 1, "CNorixSDKCtrl() destructor begins");
+    m_connection.FinishDisconnect(Connection::Finish::Quietly);
+    if (m_winsockStarted) WSACleanup();
+}
+
+void* CNorixSDKCtrl::OnQueryInterface(REFIID iid) {
+    return m_objectSafety.Find(iid);
+}
+
+// ---- The window
+// -----------------------------------------------------------------------------------------------
+
+HRESULT CNorixSDKCtrl::ReadHostPage() {
+    const std::optional<std::wstring> address = ReadContainerAddress(Embedding().Site());
+    if (!address) return S_OK;
+    std::optional<HostPage> page;
+    if (!ParsePageAddress(*address, page)) return E_FAIL;
+    if (!page) return S_OK;
+    m_properties.serverIP = page->host;
+    if (!page->isHttps) m_properties.httpPort = page->port;
+    NORIX_LOG("CNorixSDKCtrl::OnCreate", 1, "CNorixSDKCtrl::OnCreate() browser: scheme=%s, host=%s, port=%d",
+              page->isHttps ? "https" : "http", util::WideToUtf8(page->host).c_str(),
+              static_cast<int>(page->port));
+    m_page = std::move(page);
+    return S_OK;
+}
+
+HRESULT CNorixSDKCtrl::OnCreate() {
+    NORIX_LOG("CNorixSDKCtrl::OnCreate", 1, "CNorixSDKCtrl::OnCreate()");
+    const HRESULT page = ReadHostPage();
+    if (FAILED(page)) return page;
+    m_session->param.window.Set(Handle());
+    m_session->param.ResetForNewStream();
+    m_statusView.SetPicture(StatusPicture::Disconnect);
+    m_dropTarget = DropTarget::Register(Handle(), *this);
+    m_windowCreated.Set();
+    RunPostponedHandlers();
+    return S_OK;
+}
+
+void CNorixSDKCtrl::OnDestroy() {
+    NORIX_LOG("CNorixSDKCtrl::OnDestroy", 1, "CNorixSDKCtrl::OnDestroy()");
+    if (m_dropTarget != nullptr) std::exchange(m_dropTarget, nullptr)->Revoke();
+    // The system gives window handles out again: no worker may post to this one any more.
+    m_session->param.window.Set(nullptr);
+}
+
+bool CNorixSDKCtrl::WaitForWindowCreation() {
+    // A control without a container would wait for ever: nobody is there to activate it.
+    if (Embedding().Site() == nullptr && !CreateHiddenWindow()) return false;
+    const HANDLE created = m_windowCreated.Get();
+    while (!m_windowCreated.Wait(0)) {
+        MSG message;
+        if (!PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+            MsgWaitForMultipleObjectsEx(1, &created, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+            continue;
+        }
+        if (message.message == WM_QUIT) {
+            PostQuitMessage(static_cast<int>(message.wParam));  // for the host's own loop
+            return false;
+        }
+        NORIX_LOG(
+            "CNorixSDKCtrl::WaitForWindowCreation", 1,
+            "CNorixSDKCtrl::WaitForWindowCreation(), PumpMessage(id=0x%08x, wParam=0x%08x, lParam=0x%08x)",
+            message.message, static_cast<unsigned>(message.wParam), static_cast<unsigned>(message.lParam));
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+    return true;
+}
+
+void CNorixSDKCtrl::OnDraw(HDC dc, const RECT& bounds) {
+    m_statusView.Draw(dc, bounds, !m_properties.ignoreCaption && m_properties.captionInfo != eciNone,
+                      !m_properties.ignoreBorder);
+}
+
+LRESULT CNorixSDKCtrl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
+        case WM_CREATE: {
+            const LRESULT result = COleControl::OnMessage(message, wParam, lParam);
+            return FAILED(result) ? result : OnCreate();
+        }
+        case WM_DESTROY:
+            OnDestroy();
+            break;
+        case WM_TIMER:
+            OnTimer(wParam);
+            return 0;
+        case WM_DISPLAYCHANGE:
+            m_session->param.displayChanged.Set(true);
+            break;
+        case WM_GETDLGCODE:
+            return DLGC_WANTARROWS | DLGC_WANTCHARS;  // keys for the view, not the dialog
+        default:
+            if (OnPrivateMessage(message, wParam, lParam) || m_mouse.OnMessage(message, wParam, lParam))
+                return 0;
+    }
+    return COleControl::OnMessage(message, wParam, lParam);
+}
+
+void CNorixSDKCtrl::OnTimer(UINT_PTR id) {
+    switch (id) {
+        case kTimerStatistics:
+            m_connection.OnStatisticsTimer();
+            break;
+        case kTimerAutoConnect:
+            m_connection.OnAutoConnectTimer();
+            break;
+        case kTimerReconnect:
+            m_connection.OnReconnectTimer();
+            break;
+        case kTimerDeferredView:
+            m_viewCommands.OnDeferredViewTimer();
+            break;
+        default:
+            break;
+    }
+}
+
+// ---- Reports of worker threads ----------------------------------------------------------------------------
+
+int RTSPCallback(int code, unsigned value, void* control) {
+    auto* owner = static_cast<CNorixSDKCtrl*>(control);
+    // The window handle is read where worker threads may read it, not from the control.
+    const HWND window = owner == nullptr ? nullptr : owner->Session().param.window.Get();
+    if (code == 1) {
+        if (window != nullptr) PostMessageW(window, WM_OnConnectStatus, value, 0);
+        NORIX_LOG("RTSPCallback", 1, "PostMessage(0x%08x, WM_OnConnectStatus, %d)", WindowNumber(window),
+                  value);
+    } else if (code == 2) {
+        if (window != nullptr) {
+            const SessionContext& session = owner->Session();
+            PostMessageW(window, WM_OnForceI, static_cast<WPARAM>(session.channel.Get()),
+                         session.stream.Get());
+        }
+        NORIX_LOG("RTSPCallback", 1, "PostMessage(0x%08x, WM_OnForceI)", WindowNumber(window));
+    }
+    return code;
+}
+
+void CNorixSDKCtrl::OpenDeliveries() {
+    for (DeliveryGate* gate : {&m_dioStatusDelivery, &m_newFrameDelivery, &m_newPacketDelivery})
+        gate->Open();
+}
+
+void CNorixSDKCtrl::CloseDeliveries() {
+    for (DeliveryGate* gate : {&m_dioStatusDelivery, &m_newFrameDelivery, &m_newPacketDelivery})
+        gate->Close();
+}
+
+}  // namespace norix

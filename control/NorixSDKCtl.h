@@ -1,0 +1,200 @@
+#pragma once
+
+#include <windows.h>
+
+#include <wrl/client.h>
+
+#include <memory>
+#include <optional>
+
+#include "control/Connection.h"
+#include "control/ControlProperties.h"
+#include "control/Delivery.h"
+#include "control/DropTarget.h"
+#include "control/HostPage.h"
+#include "control/MouseEvents.h"
+#include "control/SessionContext.h"
+#include "control/StatusView.h"
+#include "control/ViewCommands.h"
+#include "framework/ObjectFactory.h"
+#include "framework/ObjectSafety.h"
+#include "framework/OleControl.h"
+#include "media/ControlMessages.h"
+#include "util/Handles.h"
+
+namespace norix {
+
+/// Timers of the control's window, 1000 ms each.
+enum ControlTimer : UINT_PTR {
+    kTimerStatistics = 3,
+    kTimerAutoConnect = 5,
+    kTimerReconnect = 9,
+    kTimerDeferredView = 11,
+};
+inline constexpr UINT kTimerPeriod = 1000;
+
+/// What the RTSP session driver calls, on its thread. Code 1: the connection status `value` is reported.
+/// Code 2: a key frame is wanted. Both are posted to the control's window. Any other code does nothing.
+/// Returns the code. `control` is a CNorixSDKCtrl and may be null.
+int RTSPCallback(int code, unsigned value, void* control);
+
+/// The control: what a host creates by "NORIXSDK.NorixSDKCtrl.1".
+///
+/// A façade. It owns the parts that do the work and is where they meet: automation methods forward to them,
+/// messages of worker threads arrive here and become events. Everything runs on the thread that created it;
+/// worker threads reach it only through the private window messages of media/ControlMessages.h.
+class CNorixSDKCtrl final : public framework::COleControl, private DropSink {
+  public:
+    class CNorixSDKCtrlFactory final : public framework::COleObjectFactory {
+      public:
+        CNorixSDKCtrlFactory();
+
+      private:
+        IUnknown* CreateObject() override;
+    };
+
+    CNorixSDKCtrl();
+
+    ControlProperties& Properties() { return m_properties; }
+    SessionContext& Session() { return *m_session; }
+    Connection& ConnectionState() { return m_connection; }
+    StatusView& Status() { return m_statusView; }
+    ViewCommands& Commands() { return m_viewCommands; }
+    /// The page that holds the control; nothing in a host that is no browser.
+    const std::optional<HostPage>& Page() const { return m_page; }
+
+    /// Opened when a connection starts, closed when it ends.
+    void OpenDeliveries();
+    void CloseDeliveries();
+
+    /// Returns once the control's window is there, dispatching the thread's messages meanwhile: a host may
+    /// set properties and connect before it activates the control. A control that no container has taken in
+    /// gets a hidden window. False when that fails, or when the thread is told to quit while it waits.
+    bool WaitForWindowCreation();
+
+    // ---- Properties: change handlers and accessors ------------------------------------------------------
+
+    void OnPropertyModified() { SetModifiedFlag(); }
+    void OnMotionEditModeChanged();
+    void OnEnableAudioControlChanged();
+    void OnMagicCodeChanged();
+    void OnForceGDIChanged();
+    void OnNotifyVideoDataChanged();
+    void OnNotifyNewPacketChanged();
+    void OnRecordMaxFileTimeLengthChanged();
+    void OnConnectionTimeoutChanged();
+    void OnCHIndexChanged();
+    void OnStreamIndexChanged();
+    void OnCaptionInfoChanged();
+
+    short GetConnectStatus() const { return m_connection.Status(); }
+    long GetVideoFrameRate() const { return m_connection.AverageFrameRate(); }
+    double GetFrameRate() const { return m_connection.AverageFrameRate(); }
+    short GetStreamType() const;
+    bool GetIgnoreBorder() const { return m_properties.ignoreBorder; }
+    void SetIgnoreBorder(bool ignore);
+    bool GetIgnoreCaption() const { return m_properties.ignoreCaption; }
+    void SetIgnoreCaption(bool ignore);
+    framework::Text GetServerModelType() const { return m_properties.serverModelType; }
+    void SetServerModelType(const framework::Text& model) { m_properties.serverModelType = model; }
+    framework::Text GetInterfaceAddress() const { return m_properties.interfaceAddress; }
+    void SetInterfaceAddress(const framework::Text& address);
+    long GetStreamingType() const { return m_properties.streamingType; }
+    void SetStreamingType(long type) { m_properties.streamingType = type; }
+
+    // ---- Methods ----------------------------------------------------------------------------------------
+
+    long Connect();
+    long Disconnect();
+    long ConnectServer() { return Connect(); }
+    long DisconnectServer() { return Disconnect(); }
+    void SetMulticastInfo(const framework::Text& address, const framework::Text& videoPort,
+                          const framework::Text& audioPort);
+    void SetMulticastInfoEx(const framework::Text& videoAddress, long videoPort,
+                            const framework::Text& audioAddress, long audioPort);
+    long SetMulticastInfoByType(long type, const framework::Text& address, long port);
+
+    short SaveClientSetting();
+    void SetClientReg(const framework::Text& model, long channel, const framework::Text& name,
+                      const framework::Text& value);
+    framework::Text GetClientReg(const framework::Text& model, long channel, const framework::Text& name,
+                                 const framework::Text& defaultValue);
+
+    framework::Text HttpCommand(const framework::Text& sendType, const framework::Text& server,
+                                const framework::Text& url, bool wantReply);
+    framework::Text GetPresetName();
+    void SavePresetPosition(const framework::Text& name, short index);
+    long SendCameraCommand(const framework::Text& command, short parameter);
+
+    long StartRecording(short format);
+    long StopRecording(short format);
+    void SaveSnapShot(const framework::Text& path, const framework::Text& name, bool automatic);
+    void GetSnapshotData(long format);
+    bool AudioPost(bool enable);
+    bool AudioPostEx(bool enable, const framework::Text& uri, short codec, long sampleRate);
+
+    void PreviewFullScreen(bool full);
+    long SetVideoSize(long width, long height);
+    framework::Text ConvertCoordinateInJSON(long x, long y, bool videoToWindow);
+    long RotateVideo(long angle);
+    long ChangeDecodeSpeed(long speed);
+    void EnableDigitalPTZ(bool enable);
+
+    long CreateOverlappedWindow(long index, long left, long top, long width, long height, bool show,
+                                bool resizable, const framework::Text& caption);
+    long DeleteOverlappedWindow(long index);
+    framework::Text GetOverlappedWindowInJSON(long index);
+
+    long RemoveAllGraphicObjs();
+    long RemoveGraphicObj(long handle);
+    long CreatePen(short red, short green, short blue, short lineWidth, short style);
+    long CreateBrush(short red, short green, short blue);
+    long CreateFont(short red, short green, short blue, long pointSize, const framework::Text& face);
+    long DrawLine(long beginX, long beginY, long endX, long endY, long pen);
+    long DrawRectangle(long left, long top, long width, long height, long pen, long brush);
+    long DrawEllipse(long left, long top, long width, long height, long pen, long brush);
+    long DrawText(const framework::Text& text, long left, long top, long width, long height, short format,
+                  long font, long brush);
+
+    static const framework::DispatchTable& Table();
+
+  protected:
+    ~CNorixSDKCtrl() override;
+
+    void* OnQueryInterface(REFIID iid) override;
+    LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+    void OnDraw(HDC dc, const RECT& bounds) override;
+
+  private:
+    HRESULT OnCreate();
+    void OnDestroy();
+    void OnTimer(UINT_PTR id);
+    /// The private messages; false for any other message.
+    bool OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    void OnNewFrame(const void* description, const void* bytes);
+    void OnNewPacket(const void* description, const void* bytes);
+    void OnRequestFileName(const SYSTEMTIME& time);
+    void OnSnapshotData(const void* bytes, const SnapshotDescription* picture);
+    void OnForceI(long channel, long stream);
+    void OnIVAEvent(long index, long functionType);
+    void OnShowAuthDialog();
+    void OnTextDropped(const std::wstring& text) override;
+    HRESULT ReadHostPage();
+
+    ControlProperties m_properties;
+    framework::ObjectSafety<CNorixSDKCtrl> m_objectSafety;
+    util::Event m_windowCreated{util::Event::Kind::kManualReset};
+    std::unique_ptr<SessionContext> m_session;
+    std::optional<HostPage> m_page;
+    StatusView m_statusView;
+    MouseEvents m_mouse;
+    ViewCommands m_viewCommands;
+    Connection m_connection;
+    DeliveryGate m_dioStatusDelivery;
+    DeliveryGate m_newFrameDelivery;
+    DeliveryGate m_newPacketDelivery;
+    Microsoft::WRL::ComPtr<DropTarget> m_dropTarget;
+    bool m_winsockStarted = false;
+};
+
+}  // namespace norix

@@ -1,0 +1,259 @@
+// Automation: the change handlers of properties and the methods. Each is a few lines that forward to the part
+// that owns the job. Methods whose part needs a connection answer as they do without one.
+
+#include <algorithm>
+#include <charconv>
+
+#include "control/NorixSDKCtl.h"
+#include "util/Log.h"
+#include "util/Settings.h"
+#include "util/Text.h"
+
+namespace norix {
+
+using framework::Text;
+
+namespace {
+
+constexpr long kMinimumConnectionTimeout = 1000;  // ms
+constexpr long kMaximumRecordSeconds = 24 * 60 * 60;
+constexpr long kMaximumPort = 65535;
+
+/// A port written as text; -1 for anything but a number from 0 to 65535.
+long ParsePort(const Text& text) {
+    const std::string digits = util::WideToUtf8(text);
+    long port = -1;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
+    const bool valid =
+        error == std::errc() && end == digits.data() + digits.size() && port >= 0 && port <= kMaximumPort;
+    return valid ? port : -1;
+}
+
+}  // namespace
+
+// ---- Change handlers and accessors
+// --------------------------------------------------------------------------
+
+void CNorixSDKCtrl::OnMotionEditModeChanged() {
+    WaitForWindowCreation();
+    SetModifiedFlag();
+}
+
+void CNorixSDKCtrl::OnEnableAudioControlChanged() {
+    WaitForWindowCreation();
+    SetModifiedFlag();
+}
+
+void CNorixSDKCtrl::OnMagicCodeChanged() {
+    SetModifiedFlag();
+    if (WaitForWindowCreation() && m_page) SetTimer(Handle(), kTimerAutoConnect, kTimerPeriod, nullptr);
+}
+
+void CNorixSDKCtrl::OnForceGDIChanged() {
+    m_session->param.forceGDI.Set(m_properties.forceGDI);
+    SetModifiedFlag();
+}
+
+void CNorixSDKCtrl::OnNotifyVideoDataChanged() {
+    m_session->param.notifyVideoData.Set(m_properties.notifyVideoData);
+    SetModifiedFlag();
+}
+
+void CNorixSDKCtrl::OnNotifyNewPacketChanged() {
+    m_session->param.notifyNewPacket.Set(m_properties.notifyNewPacket);
+    SetModifiedFlag();
+}
+
+void CNorixSDKCtrl::OnRecordMaxFileTimeLengthChanged() {
+    m_properties.recordMaxFileTimeLength =
+        std::clamp(m_properties.recordMaxFileTimeLength, 0L, kMaximumRecordSeconds);
+    SetModifiedFlag();
+}
+
+void CNorixSDKCtrl::OnConnectionTimeoutChanged() {
+    m_properties.connectionTimeout = std::max(m_properties.connectionTimeout, kMinimumConnectionTimeout);
+    SetModifiedFlag();
+}
+
+void CNorixSDKCtrl::OnCHIndexChanged() {
+    m_properties.chIndex = std::max(m_properties.chIndex, 1L);
+    m_session->channel.Set(m_properties.chIndex);
+    SetModifiedFlag();
+}
+
+void CNorixSDKCtrl::OnStreamIndexChanged() {
+    m_properties.streamIndex = std::max(m_properties.streamIndex, 1L);
+    m_session->stream.Set(m_properties.streamIndex);
+    SetModifiedFlag();
+}
+
+void CNorixSDKCtrl::OnCaptionInfoChanged() {
+    SetModifiedFlag();
+    InvalidateControl();
+}
+
+void CNorixSDKCtrl::SetIgnoreBorder(bool ignore) {
+    m_properties.ignoreBorder = ignore;
+    SetModifiedFlag();
+    InvalidateControl();
+}
+
+void CNorixSDKCtrl::SetIgnoreCaption(bool ignore) {
+    m_properties.ignoreCaption = ignore;
+    SetModifiedFlag();
+    InvalidateControl();
+}
+
+void CNorixSDKCtrl::SetInterfaceAddress(const Text& address) {
+    m_properties.interfaceAddress = address;
+    SetModifiedFlag();
+}
+
+short CNorixSDKCtrl::GetStreamType() const {
+    return static_cast<short>(m_session->param.videoCodec.Get());
+}
+
+// ---- Connection
+// ---------------------------------------------------------------------------------------------
+
+long CNorixSDKCtrl::Connect() {
+    return m_connection.Connect();
+}
+long CNorixSDKCtrl::Disconnect() {
+    return m_connection.Disconnect();
+}
+
+void CNorixSDKCtrl::SetMulticastInfo(const Text& address, const Text& videoPort, const Text& audioPort) {
+    SetMulticastInfoEx(address, ParsePort(videoPort), address, ParsePort(audioPort));
+}
+
+void CNorixSDKCtrl::SetMulticastInfoEx(const Text& videoAddress, long videoPort, const Text& audioAddress,
+                                       long audioPort) {
+    SetMulticastInfoByType(emiVideo, videoAddress, videoPort);
+    SetMulticastInfoByType(emiAudio, audioAddress, audioPort);
+}
+
+long CNorixSDKCtrl::SetMulticastInfoByType(long type, const Text& address, long port) {
+    if (type < emiVideo || type > emiMetadata || port < 0 || port > kMaximumPort) return E_INVALIDARG;
+    MulticastInfo info = m_session->param.multicast.Get();
+    info[static_cast<MulticastStream>(type)] = {util::WideToUtf8(address), static_cast<std::uint16_t>(port)};
+    m_session->param.multicast.Set(info);
+    return S_OK;
+}
+
+// ---- Client settings
+// ----------------------------------------------------------------------------------------
+
+short CNorixSDKCtrl::SaveClientSetting() {
+    return -1;
+}  // no settings dialog is open
+
+void CNorixSDKCtrl::SetClientReg(const Text& model, long channel, const Text& name, const Text& value) {
+    util::SetClientValue(model, static_cast<int>(channel), name, value);
+}
+
+Text CNorixSDKCtrl::GetClientReg(const Text& model, long channel, const Text& name,
+                                 const Text& defaultValue) {
+    return util::GetClientValue(model, static_cast<int>(channel), name, defaultValue);
+}
+
+// ---- Camera commands
+// ------------------------------------------------------------------------------------------
+
+Text CNorixSDKCtrl::HttpCommand(const Text& sendType, const Text& server, const Text&, bool) {
+    if (server.empty() || (sendType != L"GET" && sendType != L"POST")) return {};
+    return L"Error";  // nothing could be sent
+}
+
+Text CNorixSDKCtrl::GetPresetName() {
+    return {};
+}
+void CNorixSDKCtrl::SavePresetPosition(const Text&, short) {}
+long CNorixSDKCtrl::SendCameraCommand(const Text&, short) {
+    return -1;
+}
+
+// ---- Recording, snapshots, talk-back
+// --------------------------------------------------------------------------
+
+long CNorixSDKCtrl::StartRecording(short) {
+    return E_FAIL;
+}
+long CNorixSDKCtrl::StopRecording(short) {
+    return S_OK;
+}
+void CNorixSDKCtrl::SaveSnapShot(const Text&, const Text&, bool) {}
+void CNorixSDKCtrl::GetSnapshotData(long) {}
+
+// What is to be off is off.
+bool CNorixSDKCtrl::AudioPost(bool enable) {
+    return !enable;
+}
+bool CNorixSDKCtrl::AudioPostEx(bool enable, const Text&, short, long) {
+    return !enable;
+}
+
+// ---- View
+// -----------------------------------------------------------------------------------------------------
+
+void CNorixSDKCtrl::PreviewFullScreen(bool full) {
+    m_viewCommands.PreviewFullScreen(full);
+}
+long CNorixSDKCtrl::SetVideoSize(long width, long height) {
+    return m_viewCommands.SetVideoSize(width, height);
+}
+Text CNorixSDKCtrl::ConvertCoordinateInJSON(long x, long y, bool videoToWindow) {
+    return m_viewCommands.ConvertCoordinateInJSON(x, y, videoToWindow);
+}
+long CNorixSDKCtrl::RotateVideo(long angle) {
+    return m_viewCommands.RotateVideo(angle);
+}
+long CNorixSDKCtrl::ChangeDecodeSpeed(long speed) {
+    return m_viewCommands.ChangeDecodeSpeed(speed);
+}
+void CNorixSDKCtrl::EnableDigitalPTZ(bool enable) {
+    m_viewCommands.EnableDigitalPTZ(enable);
+}
+
+// ---- Overlays: they belong to a connection's decoder
+// ------------------------------------------------------------
+
+long CNorixSDKCtrl::CreateOverlappedWindow(long, long, long, long, long, bool, bool, const Text&) {
+    return E_POINTER;
+}
+long CNorixSDKCtrl::DeleteOverlappedWindow(long) {
+    return E_FAIL;
+}
+Text CNorixSDKCtrl::GetOverlappedWindowInJSON(long) {
+    return {};
+}
+
+long CNorixSDKCtrl::RemoveAllGraphicObjs() {
+    return E_POINTER;
+}
+long CNorixSDKCtrl::RemoveGraphicObj(long) {
+    return E_POINTER;
+}
+long CNorixSDKCtrl::CreatePen(short, short, short, short, short) {
+    return E_POINTER;
+}
+long CNorixSDKCtrl::CreateBrush(short, short, short) {
+    return E_POINTER;
+}
+long CNorixSDKCtrl::CreateFont(short, short, short, long, const Text&) {
+    return E_POINTER;
+}
+long CNorixSDKCtrl::DrawLine(long, long, long, long, long) {
+    return E_POINTER;
+}
+long CNorixSDKCtrl::DrawRectangle(long, long, long, long, long, long) {
+    return E_POINTER;
+}
+long CNorixSDKCtrl::DrawEllipse(long, long, long, long, long, long) {
+    return E_POINTER;
+}
+long CNorixSDKCtrl::DrawText(const Text&, long, long, long, long, short, long, long) {
+    return E_POINTER;
+}
+
+}  // namespace norix

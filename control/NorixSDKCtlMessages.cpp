@@ -1,0 +1,142 @@
+// The private messages of worker threads: each becomes an event of the control.
+
+#include "control/Events.h"
+#include "control/NorixSDKCtl.h"
+#include "media/ControlMessages.h"
+#include "ui/AuthenticationDialog.h"
+#include "util/Format.h"
+#include "util/Handles.h"
+#include "util/Log.h"
+#include "util/Text.h"
+
+namespace norix {
+
+bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    const auto first = static_cast<long>(wParam);
+    const auto second = static_cast<long>(lParam);
+    switch (message) {
+        case WM_OnMotionWindowUpdate:
+            return true;  // the motion windows are no longer being edited
+        case WM_OnDIOStatus:
+            m_dioStatusDelivery.Deliver([&] { FireEvent(events::OnDIOStatus, first, second); });
+            return true;
+        case WM_OnRecordStatus:
+            m_properties.recordStatus = static_cast<short>(first);
+            FireEvent(events::OnRecordStatus, first);
+            return true;
+        case WM_OnResolutionChanged:
+            FireEvent(events::OnResolutionChanged, first, second);
+            return true;
+        case WM_OnMDAlert:
+            FireEvent(events::OnMDAlert, static_cast<short>(first), static_cast<short>(second));
+            return true;
+        case WM_OnNewFrame:
+            OnNewFrame(reinterpret_cast<const void*>(wParam), reinterpret_cast<const void*>(lParam));
+            return true;
+        case WM_OnRequestFileName:
+            if (wParam != 0) OnRequestFileName(*reinterpret_cast<const SYSTEMTIME*>(wParam));
+            return true;
+        case WM_OnNewPacket:
+            OnNewPacket(reinterpret_cast<const void*>(wParam), reinterpret_cast<const void*>(lParam));
+            return true;
+        case WM_OnConnectStatus:
+            m_connection.OnConnectStatus(static_cast<EConnectStatus>(first));
+            return true;
+        case WM_OnDisConnect:
+            NORIX_LOG("CNorixSDKCtrl::OnDisconnect", 1,
+                      "CNorixSDKCtrl::OnDisconnect() begins, received WM_OnDisConnect message");
+            Disconnect();
+            return true;
+        case WM_OnForceI:
+            OnForceI(first, second);
+            return true;
+        case WM_OnSnapshotData:
+            OnSnapshotData(reinterpret_cast<const void*>(wParam),
+                           reinterpret_cast<const SnapshotDescription*>(lParam));
+            return true;
+        case WM_OnIVAEvent:
+            OnIVAEvent(first, second);
+            return true;
+        case WM_OnGeneralEvent:
+            FireEvent(events::OnGeneralEvent, first, (second >> 8) & 0xFF, second & 0xFF);
+            return true;
+        case WM_OnShowAuthDialog:
+            OnShowAuthDialog();
+            return true;
+        default:
+            return false;
+    }
+}
+
+void CNorixSDKCtrl::OnForceI(long channel, long stream) {
+    const std::wstring url =
+        L"/kest-cgi/forcei.cgi?channel=" + std::to_wstring(channel) + L"&stream=" + std::to_wstring(stream);
+    HttpCommand(L"GET", m_properties.serverIP, url, false);
+}
+
+void CNorixSDKCtrl::OnNewFrame(const void* description, const void* bytes) {
+    if (description == nullptr || bytes == nullptr) return;
+    m_newFrameDelivery.Deliver([&] {
+        const auto& frame = *static_cast<const NewFrameDescription*>(description);
+        ByteArrayVariant data(bytes, frame.byteLength);
+        FireEvent(events::OnNewFrame, static_cast<long>(frame.frameType), static_cast<long>(frame.byteLength),
+                  frame.signal != 0, data.Get());
+    });
+}
+
+// Packets are taken over like frames, but there is no event for them: hosts that asked for packets get none.
+void CNorixSDKCtrl::OnNewPacket(const void* description, const void* bytes) {
+    if (description == nullptr || bytes == nullptr) return;
+    m_newPacketDelivery.Deliver([&] {
+        const ByteArrayVariant data(bytes, static_cast<const NewFrameDescription*>(description)->byteLength);
+    });
+}
+
+void CNorixSDKCtrl::OnRequestFileName(const SYSTEMTIME& time) {
+    const std::string text =
+        util::Format("%d_%02d_%02d_%02d_%02d_%02d_%u", time.wYear, time.wMonth, time.wDay, time.wHour,
+                     time.wMinute, time.wSecond, time.wMilliseconds);
+    VARIANT name;
+    framework::WriteVariant<framework::Text>(name, util::AnsiToWide(text));
+    FireEvent(events::OnRequestFileName, &name);
+    VariantClear(&name);
+}
+
+void CNorixSDKCtrl::OnSnapshotData(const void* bytes, const SnapshotDescription* picture) {
+    if (bytes == nullptr || picture == nullptr) return;
+    ByteArrayVariant data(bytes, picture->byteLength);
+    FireEvent(events::OnNotifySnapshotData, static_cast<long>(m_session->param.pictureFormat.Get()),
+              static_cast<long>(picture->width), static_cast<long>(picture->height),
+              static_cast<long>(picture->byteLength), data.Get());
+}
+
+void CNorixSDKCtrl::OnIVAEvent(long index, long functionType) {
+    const std::wstring text = L"{ \"index\": " + std::to_wstring(index) + L", \"function_type\": " +
+                              std::to_wstring(functionType) + L" }";
+    util::UniqueBstr json = util::MakeBstr(text);
+    if (!json) return;
+    BSTR replaceable = json.Release();  // a handler may put another text in its place
+    FireEvent(events::OnIVAEvent, index, functionType, &replaceable);
+    SysFreeString(replaceable);
+}
+
+void CNorixSDKCtrl::OnTextDropped(const std::wstring& text) {
+    util::UniqueBstr address = util::MakeBstr(text);
+    if (!address) return;
+    BSTR replaceable = address.Release();
+    FireEvent(events::OnDrop, &replaceable);
+    SysFreeString(replaceable);
+}
+
+void CNorixSDKCtrl::OnShowAuthDialog() {
+    if (!m_properties.showUserAuthenticationDialog) return;
+    const std::optional<Credentials> entered =
+        AskForCredentials(framework::COleControlModule::Get().Instance(), Handle(), m_properties.serverIP,
+                          {m_properties.username, m_properties.password});
+    if (!entered) return;
+    m_properties.username = entered->user;
+    m_properties.password = entered->password;
+    if (HasWindow()) SetTimer(Handle(), kTimerReconnect, kTimerPeriod, nullptr);
+}
+
+}  // namespace norix

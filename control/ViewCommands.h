@@ -1,0 +1,43 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "control/ViewCoordinates.h"
+
+namespace norix {
+
+class CNorixSDKCtrl;
+
+/// The host's commands on the view: sizes and coordinates, rotation, decode speed, digital PTZ. Window
+/// thread. What acts on the decoder answers E_POINTER while no connection has one.
+class ViewCommands {
+  public:
+    explicit ViewCommands(CNorixSDKCtrl& owner) : m_owner(owner) {}
+
+    /// Fixes the size that coordinates refer to, in pixels of the video; 0 x 0 goes back to the picture's
+    /// own size. E_INVALIDARG for negative values.
+    long SetVideoSize(long width, long height);
+    /// Converts between pixels of the video and of the control's window. Empty when either size is not
+    /// known.
+    std::wstring ConvertCoordinateInJSON(long x, long y, bool videoToWindow) const;
+    /// A multiple of 90 degrees, or E_INVALIDARG.
+    long RotateVideo(long angle);
+    /// 0 (everything) to 7 (fastest); other values are limited to these.
+    long ChangeDecodeSpeed(long speed);
+    void EnableDigitalPTZ(bool enable);
+    void PreviewFullScreen(bool full);
+
+    /// The tick of kTimerDeferredView.
+    void OnDeferredViewTimer();
+
+  private:
+    ViewSize VideoSize() const;
+    ViewSize WindowSize() const;
+
+    CNorixSDKCtrl& m_owner;
+    ViewSize m_configuredSize;
+};
+
+}  // namespace norix

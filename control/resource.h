@@ -1,0 +1,5 @@
+#pragma once
+
+#define IDD_PROPERTY_PAGE 101
+#define IDB_TOOLBOX 102
+#define IDC_PROPERTY_TEXT 1001
