@@ -46,13 +46,16 @@ constexpr std::array<DwordSetting, static_cast<size_t>(kCount)> kTable{{
 }};
 // clang-format on
 
-constexpr bool RowsAreInOrder() {
+// Rows are found by their id's number, and a default is never out of bounds.
+constexpr bool RowsAreSound() {
     for (size_t i = 0; i < kTable.size(); ++i) {
-        if (kTable[i].id != static_cast<SettingId>(i)) return false;
+        const DwordSetting& row = kTable[i];
+        if (row.id != static_cast<SettingId>(i)) return false;
+        if (row.fallback < row.min || row.fallback > row.max) return false;
     }
     return true;
 }
-static_assert(RowsAreInOrder());
+static_assert(RowsAreSound());
 
 }  // namespace
 

@@ -2,23 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-#include <string>
+#include <optional>
+#include <utility>
 
 #include "util/LogCapture.h"
 
 namespace util {
 namespace {
-
-TEST(SettingsTable, EveryDefaultIsWithinItsBounds) {
-    std::set<std::wstring> names;
-    for (int i = 0; i < static_cast<int>(SettingId::kCount); ++i) {
-        const DwordSetting& row = Row(static_cast<SettingId>(i));
-        EXPECT_GE(row.fallback, row.min);
-        EXPECT_LE(row.fallback, row.max);
-        EXPECT_TRUE(names.insert(row.name).second);
-    }
-}
 
 TEST(SettingsTable, ResolvesWhatIsStored) {
     constexpr uint32_t kHuge = 0xFFFFFFFF;

@@ -2,11 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <mutex>
-#include <thread>
 #include <vector>
-
-#include "util/Locks.h"
 
 namespace util {
 namespace {
@@ -84,47 +80,6 @@ TEST(Handles, GlobalLockGuardUnlocks) {
         EXPECT_EQ(GlobalFlags(memory.Get()) & GMEM_LOCKCOUNT, 1u);
     }
     EXPECT_EQ(GlobalFlags(memory.Get()) & GMEM_LOCKCOUNT, 0u);
-}
-
-TEST(Handles, EventsWakeByKind) {
-    Event once(Event::Kind::kAutoReset);
-    Event lasting(Event::Kind::kManualReset);
-    EXPECT_FALSE(once.Wait(0));
-    once.Set();
-    lasting.Set();
-    EXPECT_TRUE(once.Wait(0));
-    EXPECT_FALSE(once.Wait(0));
-    EXPECT_TRUE(lasting.Wait(0));
-    EXPECT_TRUE(lasting.Wait(0));
-    lasting.Reset();
-    EXPECT_FALSE(lasting.Wait(0));
-}
-
-template <class Lock>
-int CountUnder(Lock& lock) {
-    int count = 0;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 20000; ++i) {
-                const std::lock_guard guard(lock);
-                ++count;
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    return count;
-}
-
-TEST(Locks, LetOneThreadInAtATime) {
-    SlimLock slim;
-    EXPECT_EQ(CountUnder(slim), 80000);
-    CriticalSection section;
-    EXPECT_EQ(CountUnder(section), 80000);
-    const std::lock_guard outer(section);
-    EXPECT_TRUE(section.try_lock());
-    section.unlock();
 }
 
 }  // namespace
