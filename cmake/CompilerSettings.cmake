@@ -1,0 +1,44 @@
+# Compiler settings that hold for every target.
+
+# Every header is included by its path from the root: #include "util/Log.h".
+include_directories(${PROJECT_SOURCE_DIR})
+
+# The resource compiler doesn't understand the C++ compiler's options, hence the language filter.
+add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-Wall> $<$<COMPILE_LANGUAGE:C,CXX>:-Wextra>
+                    $<$<COMPILE_LANGUAGE:C,CXX>:-Werror>)
+
+if(WIN32)
+    enable_language(RC)
+    add_compile_definitions(_WIN32_WINNT=0x0601 WINVER=0x0601 UNICODE _UNICODE)
+else()
+    find_package(Threads REQUIRED)
+    link_libraries(Threads::Threads)
+endif()
+
+# Sanitizers, for host builds with clang: a list such as "address;undefined" or "thread".
+set(NORIX_SANITIZE "" CACHE STRING "Sanitizers to build everything with")
+if(NORIX_SANITIZE)
+    list(JOIN NORIX_SANITIZE "," sanitizers)
+    add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${sanitizers})
+    if("address" IN_LIST NORIX_SANITIZE)
+        # Coverage counters in every library, so that fuzz targets see into them.
+        add_compile_options(-fsanitize=fuzzer-no-link)
+        set(NORIX_FUZZING ON)
+    endif()
+endif()
+
+# A compiler cache makes a fresh clone build in seconds once another clone has been built on this machine.
+option(NORIX_CCACHE "Compile through ccache when it is installed" ON)
+find_program(NORIX_CCACHE_PROGRAM ccache)
+mark_as_advanced(NORIX_CCACHE_PROGRAM)
+if(NORIX_CCACHE AND NORIX_CCACHE_PROGRAM)
+    set(norix_cache $ENV{NORIX_CACHE})
+    if(NOT norix_cache)
+        set(norix_cache $ENV{HOME}/.cache/norixsdk)
+    endif()
+    set(launcher ${CMAKE_COMMAND} -E env CCACHE_DIR=${norix_cache}/ccache CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}
+        CCACHE_NOHASHDIR=1 CCACHE_MAXSIZE=2G ${NORIX_CCACHE_PROGRAM})
+    set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
+endif()

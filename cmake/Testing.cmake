@@ -1,0 +1,107 @@
+# Tests, benchmarks and fuzz targets.
+#
+#   norix_add_test(NAME util_tests SOURCES LogTest.cpp ... LIBS util
+#                  [NATIVE | WINDOWS | BOTH] [LABELS ...] [TIMEOUT seconds] [ARGS ...] [NEEDS_DISPLAY])
+#     One GoogleTest program per area, which is one ctest entry. NATIVE programs are built on the build machine with
+#     the sanitizers, WINDOWS ones are cross-built and run under Wine; BOTH (the default) is both. Where the kind of
+#     build does not fit, the call does nothing, so it needs no if() around it.
+#   norix_add_benchmark(NAME codec_bench SOURCES ... LIBS ... [NATIVE | WINDOWS | BOTH])
+#     A Google Benchmark program. ctest runs it once with the shortest possible run, to keep it alive; figures come
+#     from running it by hand (see docs/building.md).
+#   norix_add_fuzzer(NAME rtsp_reply_fuzzer SOURCES ... LIBS ... [CORPUS dir] [SECONDS n])
+#     A libFuzzer program, in native-asan only. ctest replays the corpus and then mutates for the given seconds.
+
+enable_testing()
+
+set(NORIX_TEST_TIMEOUT 120 CACHE STRING "Seconds after which a test program is ended")
+
+find_package(GTest REQUIRED)
+find_package(benchmark REQUIRED)
+
+# Sets `result` to whether something of this kind belongs into the current build.
+function(norix_kind_fits result native windows both)
+    set(fits TRUE)
+    if(native AND NOT both AND WIN32)
+        set(fits FALSE)
+    endif()
+    if(windows AND NOT both AND NOT WIN32)
+        set(fits FALSE)
+    endif()
+    set(${result} ${fits} PARENT_SCOPE)
+endfunction()
+
+# What the sanitizers have to be told, and the root folder, from where test data is found.
+function(norix_set_test_properties name timeout labels)
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${timeout} LABELS "${labels}" WORKING_DIRECTORY
+                                                                                  ${PROJECT_SOURCE_DIR})
+    set_tests_properties(
+        ${name} PROPERTIES ENVIRONMENT "UBSAN_OPTIONS=print_stacktrace=1;TSAN_OPTIONS=halt_on_error=1 second_deadlock_stack=1")
+endfunction()
+
+function(norix_add_test)
+    cmake_parse_arguments(arg "NATIVE;WINDOWS;BOTH;NEEDS_DISPLAY" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ARGS" ${ARGN})
+    if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SOURCES)
+        message(FATAL_ERROR "norix_add_test: bad arguments: ${ARGN}")
+    endif()
+    norix_kind_fits(fits "${arg_NATIVE}" "${arg_WINDOWS}" "${arg_BOTH}")
+    if(NOT fits)
+        return()
+    endif()
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT ${NORIX_TEST_TIMEOUT})
+    endif()
+
+    add_executable(${arg_NAME} ${arg_SOURCES})
+    target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBS} GTest::gmock)
+    # An area that needs its own set-up brings its own main; all others share GoogleTest's.
+    if(NOT TARGET norix_gtest_main)
+        find_package(GTest REQUIRED)
+    endif()
+    target_link_libraries(${arg_NAME} PRIVATE GTest::gtest_main)
+    add_test(NAME ${arg_NAME} COMMAND ${arg_NAME} ${arg_ARGS})
+    norix_set_test_properties(${arg_NAME} ${arg_TIMEOUT} "${arg_LABELS}")
+endfunction()
+
+function(norix_add_benchmark)
+    cmake_parse_arguments(arg "NATIVE;WINDOWS;BOTH" "NAME" "SOURCES;LIBS" ${ARGN})
+    if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SOURCES)
+        message(FATAL_ERROR "norix_add_benchmark: bad arguments: ${ARGN}")
+    endif()
+    norix_kind_fits(fits "${arg_NATIVE}" "${arg_WINDOWS}" "${arg_BOTH}")
+    if(NOT fits)
+        return()
+    endif()
+
+    add_executable(${arg_NAME} ${arg_SOURCES})
+    target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBS} benchmark::benchmark benchmark::benchmark_main)
+    add_test(NAME ${arg_NAME}_runs COMMAND ${arg_NAME} --benchmark_min_time=0.001)
+    norix_set_test_properties(${arg_NAME}_runs ${NORIX_TEST_TIMEOUT} bench)
+endfunction()
+
+function(norix_add_fuzzer)
+    cmake_parse_arguments(arg "" "NAME;CORPUS;SECONDS" "SOURCES;LIBS" ${ARGN})
+    if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SOURCES)
+        message(FATAL_ERROR "norix_add_fuzzer: bad arguments: ${ARGN}")
+    endif()
+    if(NOT NORIX_FUZZING)
+        return()
+    endif()
+    if(NOT arg_SECONDS)
+        set(arg_SECONDS 5)
+    endif()
+
+    add_executable(${arg_NAME} ${arg_SOURCES})
+    target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBS})
+    target_link_options(${arg_NAME} PRIVATE -fsanitize=fuzzer)
+
+    # New inputs go to the build folder; the corpus in the tree is only read.
+    set(found ${CMAKE_CURRENT_BINARY_DIR}/${arg_NAME}.found)
+    file(MAKE_DIRECTORY ${found})
+    set(corpus)
+    if(arg_CORPUS)
+        get_filename_component(corpus ${arg_CORPUS} ABSOLUTE)
+    endif()
+    add_test(NAME ${arg_NAME} COMMAND ${arg_NAME} -max_total_time=${arg_SECONDS} -timeout=10 -rss_limit_mb=1024
+                                      -print_final_stats=1 -artifact_prefix=${found}/ ${found} ${corpus})
+    norix_set_test_properties(${arg_NAME} 120 fuzz)
+endfunction()
