@@ -56,6 +56,7 @@ long Connection::Connect() {
 
     util::ReadLogDetails();
     m_owner.Session().param.ResetForNewStream();
+    m_owner.Session().param.Trace().Start();
     m_owner.OpenDeliveries();
 
     // There is no receiver to start yet, so the attempt ends as one that could not be started.
@@ -78,6 +79,8 @@ long Connection::Disconnect() {
 void Connection::FinishDisconnect(Finish how) {
     const util::CTimeDiff timing("CNorixSDKCtrl::FinishDisconnect()");
     m_disconnecting = true;
+    m_owner.Session().param.SetClosing(true);
+    m_owner.Session().param.Trace().Stop();
     m_owner.CloseDeliveries();
     m_owner.AudioPost(false);
     m_owner.AudioPostEx(false, L"", 0, 0);

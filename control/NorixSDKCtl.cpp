@@ -84,7 +84,7 @@ CNorixSDKCtrl::CNorixSDKCtrl()
     WSADATA winsock;
     m_winsockStarted = WSAStartup(kWinsockVersion, &winsock) == 0;
     if (!m_winsockStarted) {
-        MessageBoxW(nullptr, L"Could not find a usable WinSock DLL", nullptr, MB_OK | MB_ICONEXCLAMATION);
+        MessageBoxW(nullptr, L"Could not find a usable WinSock DLL", L"", MB_OK | MB_ICONEXCLAMATION);
         return;
     }
     const int codecStatus = codec::StaticInit();
