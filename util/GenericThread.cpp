@@ -28,6 +28,20 @@ void SetCurrentThreadName(const std::string& name) {
     if (set) set(GetCurrentThread(), Utf8ToWide(name).c_str());
 }
 
+// Waits until the object is signalled, at most that long, and lets messages through that other threads send
+// to windows of this one: the thread that is to end may be waiting for such an answer.
+bool WaitAnsweringSentMessages(HANDLE object, DWORD milliseconds) noexcept {
+    const DWORD start = GetTickCount();
+    for (;;) {
+        const DWORD passed = GetTickCount() - start;
+        const DWORD left = passed < milliseconds ? milliseconds - passed : 0;
+        const DWORD woken = MsgWaitForMultipleObjects(1, &object, FALSE, left, QS_SENDMESSAGE);
+        if (woken != WAIT_OBJECT_0 + 1) return woken == WAIT_OBJECT_0;
+        MSG unused;
+        PeekMessageW(&unused, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+    }
+}
+
 }  // namespace
 
 // What the new thread is handed, and owns.
@@ -83,10 +97,9 @@ void GenericThread::RequestStop() noexcept {
 bool GenericThread::Stop(const StopReport& report) noexcept {
     if (!Started()) return true;
     RequestStop();
-    const bool ended =
-        m_id != GetCurrentThreadId() &&
-        AwaitExit([this](DWORD ms) { return WaitForSingleObject(m_handle.Get(), ms) == WAIT_OBJECT_0; },
-                  [&](int attempt) { Report(report, attempt); });
+    const bool ended = m_id != GetCurrentThreadId() &&
+                       AwaitExit([this](DWORD ms) { return WaitAnsweringSentMessages(m_handle.Get(), ms); },
+                                 [&](int attempt) { Report(report, attempt); });
     if (!ended) {
         NORIX_LOG("GenericThread::Stop", 1, "%s thread (id = %d) is abandoned.", m_name.c_str(),
                   static_cast<int>(m_id));

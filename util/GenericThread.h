@@ -13,9 +13,10 @@
 // terminated: one that doesn't end in time is abandoned and runs on until its body returns by itself. So a
 // body
 //   - must own what it touches, or share it (capture a shared_ptr), never reach into its creator;
-//   - ends soon after StopRequested(), and waits on StopToken::Wait or together with StopToken::Event;
-//   - doesn't SendMessage to the thread that stops it without a time limit: that thread is waiting, not
-//   answering.
+//   - ends soon after StopRequested(), and waits on StopToken::Wait or together with StopToken::Event.
+// A body may send messages to windows of the thread that stops it: Stop answers sent messages (no posted
+// ones) while it waits, so a window procedure can be entered from inside Stop.
+//
 // The body and its captures live until the body has returned and are destroyed on the thread itself. An
 // exception that leaves the body is logged and ends the thread.
 //

@@ -51,6 +51,27 @@ TEST(GenericThread, RunsItsBodyUntilStopped) {
     EXPECT_TRUE(gone.Wait(0));
 }
 
+// A worker that hands its last result to a window of the stopping thread must not stall the stop.
+TEST(GenericThread, StopAnswersMessagesSentByTheThread) {
+    const HWND window =
+        CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    ASSERT_NE(window, nullptr);
+    GenericThread thread("Worker");
+    Event running(Event::Kind::kAutoReset);
+    const auto body = [&](StopToken& stop) {
+        running.Set();
+        stop.Wait(kDeadlineMs);
+        SendMessageW(window, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(L"last result"));
+    };
+    ASSERT_TRUE(thread.Start(THREAD_PRIORITY_NORMAL, body));
+    ASSERT_TRUE(running.Wait(kDeadlineMs));
+    EXPECT_TRUE(thread.Stop());
+    wchar_t text[32] = {};
+    GetWindowTextW(window, text, 32);
+    EXPECT_STREQ(text, L"last result");
+    DestroyWindow(window);
+}
+
 TEST(GenericThread, DestructorStops) {
     bool ended = false;
     {
