@@ -81,6 +81,12 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink {
     void OnForceGDIChanged();
     void OnNotifyVideoDataChanged();
     void OnNotifyNewPacketChanged();
+    void OnDeInterlaceChanged();
+    void OnDisplayChanged();
+    void OnDecodeAVChanged();
+    void OnIFrameOnlyChanged();
+    void OnVoiceMuteChanged();
+    void OnVoiceVolumeChanged();
     void OnRecordMaxFileTimeLengthChanged();
     void OnConnectionTimeoutChanged();
     void OnCHIndexChanged();
@@ -180,6 +186,12 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink {
     void OnShowAuthDialog();
     void OnTextDropped(const std::wstring& text) override;
     HRESULT ReadHostPage();
+    /// Hands a property's value to the threads that use it.
+    template <class T, class U>
+    void Pass(const T& value, Shared<U>& shared) {
+        shared.Set(static_cast<U>(value));
+        SetModifiedFlag();
+    }
 
     ControlProperties m_properties;
     framework::ObjectSafety<CNorixSDKCtrl> m_objectSafety;

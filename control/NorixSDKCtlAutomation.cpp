@@ -49,19 +49,33 @@ void CNorixSDKCtrl::OnMagicCodeChanged() {
     if (WaitForWindowCreation() && m_page) SetTimer(Handle(), kTimerAutoConnect, kTimerPeriod, nullptr);
 }
 
+// What the threads of a connection read from the parameter block, at once.
 void CNorixSDKCtrl::OnForceGDIChanged() {
-    m_session->param.forceGDI.Set(m_properties.forceGDI);
-    SetModifiedFlag();
+    Pass(m_properties.forceGDI, m_session->param.forceGDI);
 }
-
 void CNorixSDKCtrl::OnNotifyVideoDataChanged() {
-    m_session->param.notifyVideoData.Set(m_properties.notifyVideoData);
-    SetModifiedFlag();
+    Pass(m_properties.notifyVideoData, m_session->param.notifyVideoData);
 }
-
 void CNorixSDKCtrl::OnNotifyNewPacketChanged() {
-    m_session->param.notifyNewPacket.Set(m_properties.notifyNewPacket);
-    SetModifiedFlag();
+    Pass(m_properties.notifyNewPacket, m_session->param.notifyNewPacket);
+}
+void CNorixSDKCtrl::OnDeInterlaceChanged() {
+    Pass(m_properties.deInterlace, m_session->param.deInterlace);
+}
+void CNorixSDKCtrl::OnDisplayChanged() {
+    Pass(m_properties.display, m_session->param.display);
+}
+void CNorixSDKCtrl::OnDecodeAVChanged() {
+    Pass(m_properties.decodeAV, m_session->param.decodeAV);
+}
+void CNorixSDKCtrl::OnIFrameOnlyChanged() {
+    Pass(m_properties.iFrameOnly, m_session->param.iFrameOnly);
+}
+void CNorixSDKCtrl::OnVoiceMuteChanged() {
+    Pass(m_properties.voiceMute, m_session->param.voiceMute);
+}
+void CNorixSDKCtrl::OnVoiceVolumeChanged() {
+    Pass(m_properties.voiceVolume, m_session->param.voiceVolume);
 }
 
 void CNorixSDKCtrl::OnRecordMaxFileTimeLengthChanged() {
@@ -106,6 +120,9 @@ void CNorixSDKCtrl::SetIgnoreCaption(bool ignore) {
 
 void CNorixSDKCtrl::SetInterfaceAddress(const Text& address) {
     m_properties.interfaceAddress = address;
+    MulticastInfo info = m_session->param.multicast.Get();
+    info.interfaceAddress = util::WideToUtf8(address);
+    m_session->param.multicast.Set(info);
     SetModifiedFlag();
 }
 
