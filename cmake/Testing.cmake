@@ -4,7 +4,8 @@
 #                  [NATIVE | WINDOWS | BOTH] [LABELS ...] [TIMEOUT seconds] [ARGS ...] [NEEDS_DISPLAY])
 #     One GoogleTest program per area, which is one ctest entry. NATIVE programs are built on the build machine with
 #     the sanitizers, WINDOWS ones are cross-built and run under Wine; BOTH (the default) is both. Where the kind of
-#     build does not fit, the call does nothing, so it needs no if() around it.
+#     build does not fit, the call does nothing, so it needs no if() around it. NEEDS_DISPLAY: opens windows, which is
+#     why only one such program runs at a time.
 #   norix_add_benchmark(NAME codec_bench SOURCES ... LIBS ... [NATIVE | WINDOWS | BOTH])
 #     A Google Benchmark program. ctest runs it once with the shortest possible run, to keep it alive; figures come
 #     from running it by hand (see docs/building.md).
@@ -53,13 +54,13 @@ function(norix_add_test)
 
     add_executable(${arg_NAME} ${arg_SOURCES})
     target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBS} GTest::gmock)
-    # An area that needs its own set-up brings its own main; all others share GoogleTest's.
-    if(NOT TARGET norix_gtest_main)
-        find_package(GTest REQUIRED)
-    endif()
+    # From a static library: an area that needs a set-up of its own simply has its own main.
     target_link_libraries(${arg_NAME} PRIVATE GTest::gtest_main)
     add_test(NAME ${arg_NAME} COMMAND ${arg_NAME} ${arg_ARGS})
     norix_set_test_properties(${arg_NAME} ${arg_TIMEOUT} "${arg_LABELS}")
+    if(arg_NEEDS_DISPLAY)
+        set_tests_properties(${arg_NAME} PROPERTIES RESOURCE_LOCK display)
+    endif()
 endfunction()
 
 function(norix_add_benchmark)

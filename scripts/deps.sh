@@ -5,19 +5,27 @@
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
-toolchain=$norix_root/cmake/mingw-w64-i686.cmake
+norix_toolchain=$norix_root/cmake/mingw-w64-i686.cmake
 jobs=$(nproc)
 
 # --------------------------------------------------------------------------------------------------- One library each
-# A function gets the folder to work in; it installs into $prefix. Add its name to `libraries`, what it must leave
-# behind to `results`, and the Debian package that carries the same source version to `versioned_by`.
+# A function gets a folder to work in and installs into $prefix. `packages` names the installed Debian package whose
+# source version it takes: a newer one builds the library anew. `results` is what has to be there afterwards.
 
-libraries=(googletest benchmark typelib)
-versioned_by=(googletest libbenchmark-dev g++-mingw-w64-i686-posix mingw-w64-i686-dev)
-results=(
-    lib/libgtest.a lib/libgmock.a lib/libgtest_main.a lib/cmake/GTest/GTestConfig.cmake include/gmock/gmock.h
-    lib/libbenchmark.a lib/libbenchmark_main.a lib/cmake/benchmark/benchmarkConfig.cmake
-    typelib/stdole2.tlb
+libraries=(googletest benchmark ffmpeg libjpeg_turbo typelib)
+declare -A packages=(
+    [googletest]=googletest
+    [benchmark]=libbenchmark-dev
+    [ffmpeg]=libavcodec-dev
+    [libjpeg_turbo]=libturbojpeg0-dev
+    [typelib]=mingw-w64-tools
+)
+declare -A results=(
+    [googletest]='lib/libgtest.a lib/libgmock.a lib/libgtest_main.a lib/cmake/GTest/GTestConfig.cmake'
+    [benchmark]='lib/libbenchmark.a lib/libbenchmark_main.a lib/cmake/benchmark/benchmarkConfig.cmake'
+    [ffmpeg]='lib/libavcodec.a lib/libavutil.a include/libavcodec/avcodec.h include/libavutil/frame.h'
+    [libjpeg_turbo]='lib/libturbojpeg.a include/turbojpeg.h'
+    [typelib]='typelib/stdole2.tlb'
 )
 
 googletest() {
@@ -27,11 +35,32 @@ googletest() {
 benchmark() {
     fetch_source benchmark libbenchmark-dev "$1"
     build_with_cmake "$1/source" "$1" -DGIT_VERSION="$(source_version libbenchmark-dev | sed 's/-.*//')" \
-        -DHAVE_STD_REGEX=ON -DHAVE_STEADY_CLOCK=ON -DBENCHMARK_ENABLE_TESTING=OFF -DBENCHMARK_ENABLE_GTEST_TESTS=OFF \
-        -DBENCHMARK_ENABLE_WERROR=OFF -DBENCHMARK_INSTALL_DOCS=OFF
+        -DHAVE_STD_REGEX=ON -DHAVE_STEADY_CLOCK=ON -DBENCHMARK_ENABLE_TESTING=OFF \
+        -DBENCHMARK_ENABLE_GTEST_TESTS=OFF -DBENCHMARK_ENABLE_WERROR=OFF -DBENCHMARK_INSTALL_DOCS=OFF
 }
 
-# The type library that every other one refers to; its copy here spares the compiler a search through Wine.
+# The decoders that a camera's streams need and nothing else; under the LGPL. Threads are Windows' own.
+ffmpeg() {
+    fetch_source ffmpeg libavcodec-dev "$1"
+    (
+        cd "$1/source"
+        ./configure --prefix="$prefix" --target-os=mingw32 --arch=i686 --cross-prefix=i686-w64-mingw32- \
+            --cc=i686-w64-mingw32-gcc-posix --pkg-config=false --enable-static --disable-shared --disable-programs \
+            --disable-doc --disable-debug --disable-autodetect --disable-everything --disable-network \
+            --disable-avdevice --disable-avfilter --disable-avformat --disable-swresample --disable-swscale \
+            --disable-postproc --enable-decoder=h264,aac,mjpeg,mpeg4 --enable-parser=h264,aac,mpeg4video \
+            --disable-pthreads --enable-w32threads --extra-cflags='-mstackrealign -ffunction-sections'
+        make -j "$jobs"
+        make install
+    )
+}
+
+libjpeg_turbo() {
+    fetch_source libjpeg-turbo libturbojpeg0-dev "$1"
+    build_with_cmake "$1/source" "$1" -DREQUIRE_SIMD=ON -DENABLE_SHARED=OFF -DWITH_JAVA=OFF
+}
+
+# The type library that every other one refers to; a copy here spares the compiler a search through Wine.
 typelib() {
     mkdir -p "$prefix/typelib"
     cp "$(wine_windows_files)/stdole2.tlb" "$prefix/typelib/"
@@ -43,14 +72,14 @@ typelib() {
 build_with_cmake() {
     local source=$1 folder=$2
     shift 2
-    cmake -G Ninja -S "$source" -B "$folder/build" -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_BUILD_TYPE=Release \
+    cmake -G Ninja -S "$source" -B "$folder/build" -DCMAKE_TOOLCHAIN_FILE="$norix_toolchain" -DCMAKE_BUILD_TYPE=Release \
         -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR:PATH=lib -DBUILD_SHARED_LIBS=OFF "$@"
     cmake --build "$folder/build" --parallel "$jobs" --target install
 }
 
-# The source version that an installed package was built from.
+# The source versions that installed packages were built from.
 source_version() {
-    dpkg-query -W -f='${source:Version}' "$1"
+    dpkg-query -W -f='${source:Version}\n' "$@"
 }
 
 # fetch_source SOURCE PACKAGE FOLDER: unpacks the Debian source that the installed PACKAGE was built from into
@@ -77,10 +106,11 @@ key_of() {
     sha256sum | cut -c1-16
 }
 
-# point NAME FOLDER: makes build/NAME lead to FOLDER, and notes that it is in use.
+# point NAME FOLDER FUNCTION: makes build/NAME lead to FOLDER, which FUNCTION fills if it isn't there.
 point() {
-    mkdir -p "$norix_root/build"
+    make_once "$2" "build/$1" "$3"
     touch "$2.used"
+    mkdir -p "$norix_root/build"
     [ "$(readlink "$norix_root/build/$1" 2>/dev/null)" = "$2" ] || ln -sfn "$2" "$norix_root/build/$1"
 }
 
@@ -105,22 +135,30 @@ make_once() {
     rm -rf "$work"
 }
 
-build_libraries() {
-    local work=$1 library result
-    prefix=$work/result
+# build_library FOLDER: builds $library into FOLDER/result.
+build_library() {
+    local work=$1 result
+    export prefix=$work/result
     mkdir -p "$prefix"
-    export prefix
-    for library in "${libraries[@]}"; do
-        say "building $library"
-        mkdir -p "$work/$library"
-        # A shell of its own, because errexit is off in everything that `if` calls.
-        export -f "$library" build_with_cmake fetch_source source_version apt_mirrors wine_windows_files wine_kind \
-            system_wine die
-        export toolchain jobs norix_release norix_wine_root
-        quietly "deps-$library" bash -euo pipefail -c "$library '$work/$library'" || return 1
+    say "building $library"
+    # A shell of its own, because errexit is off in everything that `if` calls.
+    quietly "deps-$library" bash -euo pipefail -c "$(functions "$library"); $library '$work'" || return 1
+    for result in ${results[$library]}; do
+        [ -s "$prefix/$result" ] || { say "not there after the build of $library: $result"; return 1; }
     done
-    for result in "${results[@]}"; do
-        [ -s "$prefix/$result" ] || { say "missing after the build: $result"; return 1; }
+}
+
+# The functions that building the named library may use, as text: for the shell that builds, and for the key.
+functions() {
+    declare -f "$1" build_with_cmake fetch_source source_version apt_mirrors wine_windows_files wine_kind system_wine die
+}
+
+# All libraries under one folder, with hard links.
+merge_libraries() {
+    local work=$1 folder
+    mkdir -p "$work/result"
+    for folder in "${built[@]}"; do
+        cp -al "$folder/." "$work/result/"
     done
 }
 
@@ -132,24 +170,30 @@ build_wine_prefix() {
 }
 
 main() {
-    local libraries_key prefix_key
-    libraries_key=$({
-        cat "$norix_root/scripts/deps.sh" "$toolchain"
-        for package in "${versioned_by[@]}"; do source_version "$package"; done
-    } | key_of)
-    prefix_key=$({
+    local key folder library
+    built=()
+    for library in "${libraries[@]}"; do
+        key=$({
+            functions "$library"
+            cat "$norix_toolchain"
+            source_version "${packages[$library]}" g++-mingw-w64-i686-posix mingw-w64-i686-dev
+        } | key_of)
+        folder=$norix_cache/$library-$key
+        make_once "$folder" "$library" build_library
+        touch "$folder.used"
+        built+=("$folder")
+    done
+    point deps "$norix_cache/deps-$(printf '%s\n' "${built[@]}" | key_of)" merge_libraries
+
+    key=$({
         cat "$norix_root/scripts/wine-prefix"
         wine_kind
         sha256sum "$(wine_windows_files)/ntdll.dll"
     } | key_of)
-
-    make_once "$norix_cache/deps-$libraries_key" "the libraries" build_libraries
-    make_once "$norix_cache/wineprefix-$prefix_key" "the Wine prefix" build_wine_prefix
-    point deps "$norix_cache/deps-$libraries_key"
-    point wineprefix-base "$norix_cache/wineprefix-$prefix_key"
+    point wineprefix-base "$norix_cache/wineprefix-$key" build_wine_prefix
     remove_unused
 }
 
 mkdir -p "$norix_cache"
-export norix_cache
+export norix_toolchain jobs norix_release norix_wine_root
 with_lock "$norix_cache/.lock" main

@@ -63,10 +63,10 @@ wine_windows_files() {
 
 # The Debian mirrors this machine is set up with, the main archive first; one-line and deb822 sources alike.
 apt_mirrors() {
-    awk 'FILENAME ~ /\.sources$/ { if ($1 == "URIs:") for (i = 2; i <= NF; i++) print $i; next }
-         $1 == "deb" { i = 2; if ($i ~ /^\[/) { while ($i !~ /\]$/) i++; i++ } print $i }' \
-        $(ls /etc/apt/sources.list /etc/apt/sources.list.d/*.sources /etc/apt/sources.list.d/*.list 2>/dev/null) |
-        awk '/debian/ && !/security/ && !seen[$0]++ { sub(/\/+$/, ""); print }'
+    find /etc/apt -maxdepth 2 \( -name '*.sources' -o -name '*.list' \) -exec awk '
+        FILENAME ~ /\.sources$/ { if ($1 == "URIs:") for (i = 2; i <= NF; i++) print $i; next }
+        $1 == "deb" { i = 2; if ($i ~ /^\[/) { while ($i !~ /\]$/) i++; i++ } print $i }' {} + |
+        awk '/debian/ && !/security/ { sub(/\/+$/, ""); if (!seen[$0]++) print }'
 }
 
 debian_mirror() {
