@@ -5,6 +5,9 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <atomic>
+#include <deque>
+#include <new>
 
 #include "codec/ColorConvert.h"
 #include "codec/Libav.h"
@@ -27,6 +30,38 @@ constexpr SpeedSetting kSpeeds[kMaxSpeed + 1] = {
     {AVDISCARD_ALL, AVDISCARD_DEFAULT},     {AVDISCARD_ALL, AVDISCARD_NONREF},
     {AVDISCARD_ALL, AVDISCARD_BIDIR},       {AVDISCARD_ALL, AVDISCARD_NONINTRA},
 };
+
+/// What an access unit is made of, as far as it can be told from outside.
+struct UnitContents {
+    bool idr = false;
+    bool parameters = false;
+    std::uint64_t parametersHash = 0;  ///< of all its sequence parameter sets
+};
+
+UnitContents Inspect(const std::uint8_t* data, std::size_t size) {
+    constexpr int kIdrSlice = 5;
+    constexpr int kSequenceParameters = 7;
+    constexpr int kTypeMask = 0x1f;
+    constexpr std::uint64_t kFnvBasis = 0xcbf29ce484222325u;
+    constexpr std::uint64_t kFnvPrime = 0x100000001b3u;
+    UnitContents contents;
+    contents.parametersHash = kFnvBasis;
+    bool hashing = false;
+    for (std::size_t at = 0; at < size; ++at) {
+        if (at + 3 < size && data[at] == 0 && data[at + 1] == 0 && data[at + 2] == 1) {
+            const int type = data[at + 3] & kTypeMask;
+            hashing = type == kSequenceParameters;
+            contents.parameters |= hashing;
+            contents.idr |= type == kIdrSlice;
+            // Parameter sets precede the slices, which are long.
+            if (type > 0 && type <= kIdrSlice) break;
+            at += 3;
+        } else if (hashing && data[at] != 0) {
+            contents.parametersHash = (contents.parametersHash ^ data[at]) * kFnvPrime;
+        }
+    }
+    return contents;
+}
 
 }  // namespace
 
@@ -59,7 +94,10 @@ class H264Decoder::Impl {
     bool m_kept = false;  ///< m_frame holds a picture that was not delivered yet
 
   private:
+    Status Open();
     void ApplySpeed();
+    Status StartAfreshWhereDue(const UnitContents& contents);
+    void DrainIntoLeftOver();
 
     const int m_threads;
     AvPtr<AVCodecContext> m_context;
@@ -67,6 +105,9 @@ class H264Decoder::Impl {
     InputPacket m_input;
     ColorConverter m_converter;
     bool m_draining = false;
+    std::atomic<bool> m_damageSeen = false;  ///< since the decoder was opened; set by its threads
+    std::deque<AvPtr<AVFrame>> m_leftOver;   ///< from before the decoder was opened anew, in order
+    std::uint64_t m_parametersHash = 0;
 };
 
 Status H264Decoder::Impl::Initialise(const std::uint8_t* data, std::size_t size) {
@@ -102,37 +143,83 @@ Status H264Decoder::Impl::Initialise(const std::uint8_t* data, std::size_t size)
         return Status::kUnsupported;
     }
 
-    // The parser has left profile and reordering of this picture in the context; the decoder is to find out
-    // by itself.
-    m_context = NewVideoContext(decoder);
-    if (!m_context) return Status::kOutOfMemory;
-    m_context->thread_count = m_threads;
-    ApplySpeed();
-    m_libraryError = avcodec_open2(m_context.get(), decoder, nullptr);
-    if (m_libraryError < 0) {
-        const Status failure = StatusFromAv(m_libraryError);
+    // A context of its own for decoding: the parser has left profile and reordering of this picture in the
+    // first one.
+    if (const Status opened = Open(); opened != Status::kOk) {
         Close();
-        return failure;
+        return opened;
     }
+    m_parametersHash = Inspect(data, size).parametersHash;
     m_width = width;
     m_height = height;
     return Status::kOk;
 }
 
+Status H264Decoder::Impl::Open() {
+    const AVCodec* decoder = avcodec_find_decoder(AV_CODEC_ID_H264);
+    m_context = NewVideoContext(decoder);
+    if (!m_context) return Status::kOutOfMemory;
+    m_context->thread_count = m_threads;
+    WatchErrors(m_context.get(), &m_damageSeen);
+    ApplySpeed();
+    m_damageSeen = false;
+    const int result = avcodec_open2(m_context.get(), decoder, nullptr);
+    if (result < 0) m_libraryError = result;
+    return StatusFromAv(result);
+}
+
 void H264Decoder::Impl::Close() {
     m_context.reset();
+    m_leftOver.clear();
     m_frame.reset();
     m_input.Clear();
     m_width = m_height = 0;
     m_info = {};
     m_kept = m_draining = false;
+    m_parametersHash = 0;
 }
 
 void H264Decoder::Impl::Reset() {
     if (!IsOpen()) return;
     avcodec_flush_buffers(m_context.get());
     av_frame_unref(m_frame.get());
+    m_leftOver.clear();
     m_kept = m_draining = false;
+    // The number of pictures that the decoder holds back stays after a flush; it is learned again at the key
+    // frame.
+    m_damageSeen = true;
+}
+
+/// Damage leaves traces in the library's decoder that a key frame does not wipe out: coefficients that an
+/// interrupted macroblock did not use come up in the next intra picture, and a number of pictures to hold
+/// back, once raised, is never lowered. So decoding goes on with a new decoder at the first key frame after
+/// damage; likewise when the stream changes its parameters.
+Status H264Decoder::Impl::StartAfreshWhereDue(const UnitContents& contents) {
+    if (!contents.idr) return Status::kOk;
+    const bool changed = contents.parameters && contents.parametersHash != m_parametersHash;
+    if (contents.parameters) m_parametersHash = contents.parametersHash;
+    if (!changed && !m_damageSeen) return Status::kOk;
+    DrainIntoLeftOver();
+    const Status status = Open();
+    if (status != Status::kOk) Close();
+    return status;
+}
+
+/// Keeps the pictures that still wait for their turn: they are due while the new decoder, which holds back as
+/// many, gives none.
+void H264Decoder::Impl::DrainIntoLeftOver() {
+    m_leftOver.clear();
+    if (m_context->has_b_frames == 0) return;
+    avcodec_send_packet(m_context.get(), nullptr);
+    try {
+        while (true) {
+            AvPtr<AVFrame> frame(av_frame_alloc());
+            if (!frame || avcodec_receive_frame(m_context.get(), frame.get()) < 0) break;
+            m_leftOver.push_back(std::move(frame));
+        }
+    } catch (const std::bad_alloc&) {
+        m_leftOver.clear();
+    }
 }
 
 void H264Decoder::Impl::SetSpeed(int speed) {
@@ -155,7 +242,14 @@ void H264Decoder::Impl::ApplySpeed() {
 Status H264Decoder::Impl::Advance(const AVPacket* packet) {
     av_frame_unref(m_frame.get());
     m_kept = false;
-    const Status status = SendAndReceive(m_context.get(), packet, m_frame.get(), &m_libraryError);
+    Status status = SendAndReceive(m_context.get(), packet, m_frame.get(), &m_libraryError);
+    if (status == Status::kOk) {
+        m_leftOver.clear();
+    } else if (!m_leftOver.empty()) {
+        m_frame = std::move(m_leftOver.front());
+        m_leftOver.pop_front();
+        status = Status::kOk;
+    }
     m_kept = status == Status::kOk;
     return status;
 }
@@ -165,6 +259,7 @@ Status H264Decoder::Impl::Decode(const std::uint8_t* data, std::size_t size) {
     if (!data || size == 0) return m_kept ? Status::kOk : Status::kNoPicture;
     if (m_draining) Reset();
     if (const Status status = m_input.Fill(data, size); status != Status::kOk) return status;
+    if (const Status status = StartAfreshWhereDue(Inspect(data, size)); status != Status::kOk) return status;
     return Advance(m_input.get());
 }
 

@@ -65,6 +65,19 @@ bool IsBounded(int width, int height) {
     return width >= 1 && height >= 1 && width <= kMaxDimension && height <= kMaxDimension;
 }
 
+/// Whether the picture brings Huffman tables of its own.
+bool HasHuffmanTables(const std::uint8_t* data, std::size_t size) {
+    constexpr std::uint8_t kHuffmanTables = 0xc4;
+    constexpr std::uint8_t kStartOfScan = 0xda;
+    for (std::size_t at = 2; at + 3 < size && data[at] == 0xff;) {
+        const std::uint8_t marker = data[at + 1];
+        if (marker == kHuffmanTables) return true;
+        if (marker == kStartOfScan) return false;
+        at += 2 + static_cast<std::size_t>(data[at + 2] << 8 | data[at + 3]);
+    }
+    return false;
+}
+
 constexpr unsigned long kMaxInput = 64ul << 20;
 
 }  // namespace
@@ -82,28 +95,37 @@ class JpegDecoder::Impl {
     /// What a decompression came to: the library reports damage that it got over as a failure with a mild
     /// code.
     Status Judge(int result);
+    /// Notes the error and drops the handle: after an error in a header it would refuse everything that
+    /// follows.
+    Status GiveUp();
 
     TjHandle m_handle;
+    bool m_tablesLeft = false;  ///< the handle still has a picture's own Huffman tables
     std::vector<std::uint8_t> m_planes;
     ColorConverter m_converter;
 };
 
 Status JpegDecoder::Impl::ReadHeader(const std::uint8_t* data, std::size_t size, JpegInfo* info) {
     if (!data || size == 0 || size > kMaxInput || !info) return Status::kBadArgument;
+    // The library keeps tables from picture to picture; one that brings none is to get the standard tables,
+    // not those of another, perhaps damaged, picture.
+    const bool ownTables = HasHuffmanTables(data, size);
+    if (m_tablesLeft && !ownTables) m_handle.reset();
     if (!m_handle) m_handle.reset(tjInitDecompress());
     if (!m_handle) return Status::kOutOfMemory;
-    int subsampling = 0;
-    int colorspace = 0;
+    m_tablesLeft = ownTables;
+
+    int subsampling = -1;
+    int colorspace = -1;
     JpegInfo found;
-    if (tjDecompressHeader3(m_handle.get(), data, static_cast<unsigned long>(size), &found.width,
-                            &found.height, &subsampling, &colorspace) != 0) {
-        m_error = tjGetErrorStr2(m_handle.get());
-        // A header that is complete but strange is reported as mild.
-        if (tjGetErrorCode(m_handle.get()) != TJERR_WARNING) return Status::kBadData;
-    }
+    const int result = tjDecompressHeader3(m_handle.get(), data, static_cast<unsigned long>(size),
+                                           &found.width, &found.height, &subsampling, &colorspace);
+    // Warnings make the call fail although the header could be read; tables without a picture don't.
+    const bool whole = subsampling >= 0 && colorspace >= 0 && found.width > 0 && found.height > 0;
+    const bool usable = whole && (result == 0 || tjGetErrorCode(m_handle.get()) == TJERR_WARNING);
+    if (!usable) return GiveUp();
     if (colorspace != TJCS_YCbCr && colorspace != TJCS_GRAY) return Status::kUnsupported;
     if (!FromTurbo(subsampling, &found.chroma)) return Status::kUnsupported;
-    if (found.width < 1 || found.height < 1) return Status::kBadData;
     if (!IsBounded(found.width, found.height)) return Status::kUnsupported;
     *info = found;
     return Status::kOk;
@@ -112,10 +134,17 @@ Status JpegDecoder::Impl::ReadHeader(const std::uint8_t* data, std::size_t size,
 Status JpegDecoder::Impl::Judge(int result) {
     m_damaged = false;
     if (result == 0) return Status::kOk;
+    if (tjGetErrorCode(m_handle.get()) != TJERR_WARNING) return GiveUp();
     m_error = tjGetErrorStr2(m_handle.get());
-    if (tjGetErrorCode(m_handle.get()) != TJERR_WARNING) return Status::kBadData;
     m_damaged = true;
     return Status::kOk;
+}
+
+Status JpegDecoder::Impl::GiveUp() {
+    m_error = tjGetErrorStr2(m_handle.get());
+    m_handle.reset();
+    m_tablesLeft = false;
+    return Status::kBadData;
 }
 
 Status JpegDecoder::Impl::DecodePlanar(const std::uint8_t* data, std::size_t size, PlanarPicture* picture) {

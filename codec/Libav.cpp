@@ -8,6 +8,8 @@ extern "C" {
 #include <cerrno>
 #include <cstring>
 
+#include "codec/LibavLog.h"
+
 namespace codec {
 
 namespace {
@@ -58,6 +60,11 @@ Status InputPacket::Fill(const std::uint8_t* head, std::size_t headSize, const s
 void InputPacket::Clear() {
     m_packet.reset();
     m_buffer.reset();
+}
+
+void WatchErrors(AVCodecContext* context, std::atomic<bool>* flag) {
+    InstallLogCallback();
+    context->opaque = flag;
 }
 
 AvPtr<AVCodecContext> NewVideoContext(const AVCodec* decoder) {

@@ -8,6 +8,7 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -58,6 +59,10 @@ class InputPacket {
 /// A decoder context as all of ours want it: no frame threads, no output larger than kMaxDimension. Null when
 /// out of memory. It is not opened yet.
 AvPtr<AVCodecContext> NewVideoContext(const AVCodec* decoder);
+
+/// Has `*flag` set whenever the library complains of the data that `context` decodes, from whichever thread:
+/// most errors are concealed and show nowhere but in its messages. The flag outlives the context.
+void WatchErrors(AVCodecContext* context, std::atomic<bool>* flag);
 
 /// Gives `packet` to the decoder and takes the picture that it yields at once, if any, into `frame`. A null
 /// packet starts or continues draining. kOk, kNoPicture, or a failure with the library's code in `*code`.

@@ -17,7 +17,7 @@ namespace {
 // All products are 16-bit high multiplications of a sample in the upper byte, so that the scalar code below
 // can repeat the vector code bit for bit.
 constexpr int HighProduct(int sample, int factor) {
-    return (sample * 256 * factor) >> 16;
+    return (sample * factor) >> 8;
 }
 
 /// BT.601 from Y'CbCr to B'G'R', in 1/32 of a level.

@@ -11,7 +11,7 @@ namespace {
 // All products are 16-bit high multiplications of a sample in the upper byte, so that the scalar code below
 // can repeat the vector code bit for bit.
 constexpr int HighProduct(int sample, int factor) {
-    return (sample * 256 * factor) >> 16;
+    return (sample * factor) >> 8;
 }
 
 // Range reduction, in 1/256 of a level: full 0..255 to 16..235 (luma) and 16..240 (chroma).
