@@ -22,9 +22,7 @@ SIZE PixelsPerInch() {
 }  // namespace
 
 ComPtr<Container> Container::Create(HWND frame, HWND pane, InPlaceFrame::StatusHandler showStatus) {
-    ComPtr<Container> container;
-    container.Attach(new Container(frame, pane, InPlaceFrame::Create(frame, std::move(showStatus))));
-    return container;
+    return new Container(frame, pane, InPlaceFrame::Create(frame, std::move(showStatus)));
 }
 
 Container::Container(HWND frame, HWND pane, ComPtr<InPlaceFrame> inPlaceFrame)

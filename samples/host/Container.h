@@ -90,7 +90,7 @@ class Container final : public IOleClientSite,
 
     RECT PaneRect() const;
 
-    std::atomic<ULONG> references_{1};
+    std::atomic<ULONG> references_{0};
     const HWND frame_;
     const HWND pane_;
     const Microsoft::WRL::ComPtr<InPlaceFrame> inPlaceFrame_;

@@ -32,9 +32,7 @@ bool Event::Reply(const std::wstring& text) const {
 }
 
 ComPtr<EventSink> EventSink::Create(Interface events, Handler handler) {
-    ComPtr<EventSink> sink;
-    sink.Attach(new EventSink(std::move(events), std::move(handler)));
-    return sink;
+    return new EventSink(std::move(events), std::move(handler));
 }
 
 EventSink::EventSink(Interface events, Handler handler)

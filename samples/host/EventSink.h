@@ -55,7 +55,7 @@ class EventSink final : public IDispatch {
     EventSink(Interface events, Handler handler);
     ~EventSink() = default;
 
-    std::atomic<ULONG> references_{1};
+    std::atomic<ULONG> references_{0};
     const Interface events_;
     const Handler handler_;
     Microsoft::WRL::ComPtr<IConnectionPoint> point_;

@@ -5,9 +5,7 @@
 using Microsoft::WRL::ComPtr;
 
 ComPtr<InPlaceFrame> InPlaceFrame::Create(HWND window, StatusHandler showStatus) {
-    ComPtr<InPlaceFrame> frame;
-    frame.Attach(new InPlaceFrame(window, std::move(showStatus)));
-    return frame;
+    return new InPlaceFrame(window, std::move(showStatus));
 }
 
 InPlaceFrame::InPlaceFrame(HWND window, StatusHandler showStatus)

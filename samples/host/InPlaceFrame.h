@@ -47,7 +47,7 @@ class InPlaceFrame final : public IOleInPlaceFrame {
     InPlaceFrame(HWND window, StatusHandler showStatus);
     ~InPlaceFrame() = default;
 
-    std::atomic<ULONG> references_{1};
+    std::atomic<ULONG> references_{0};
     const HWND window_;
     const StatusHandler showStatus_;
     Microsoft::WRL::ComPtr<IOleInPlaceActiveObject> activeObject_;

@@ -19,10 +19,10 @@ using testing::ElementsAre;
 // The library's entry points. Found at run time: nothing here needs it to be installed to start.
 class Atl {
   public:
-    Atl() : module_(LoadLibraryW(L"atl.dll")) {
-        const bool found = Find(init_, "AtlAxWinInit") && Find(getControl_, "AtlAxGetControl") &&
-                           Find(advise_, "AtlAdvise") && Find(unadvise_, "AtlUnadvise");
-        usable_ = found && init_();
+    // Its window classes can be registered once in a process.
+    static const Atl& Instance() {
+        static const Atl instance;
+        return instance;
     }
     bool Usable() const { return usable_; }
     HRESULT GetControl(HWND window, IUnknown** control) const { return getControl_(window, control); }
@@ -34,6 +34,12 @@ class Atl {
     }
 
   private:
+    Atl() : module_(LoadLibraryW(L"atl.dll")) {
+        const bool found = Find(init_, "AtlAxWinInit") && Find(getControl_, "AtlAxGetControl") &&
+                           Find(advise_, "AtlAdvise") && Find(unadvise_, "AtlUnadvise");
+        usable_ = found && init_();
+    }
+
     template <class Function>
     bool Find(Function& function, const char* name) {
         if (module_)
@@ -125,7 +131,7 @@ class AtlContainerTest : public ContainerTest {
         return value;
     }
 
-    Atl atl;
+    const Atl& atl = Atl::Instance();
     std::optional<ClassRegistration> registration;
     HWND holder = nullptr;
     ComPtr<IUnknown> control;
