@@ -1,0 +1,257 @@
+#include "codec/H264Decoder.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/native/codec/Corpus.h"
+
+namespace codec::test {
+namespace {
+
+/// The sums of all pictures that a stream gives, with where each came from: the packet's number, or -1 from
+/// the end.
+struct Decoded {
+    std::vector<Reference> sums;
+    std::vector<int> packets;
+};
+
+Decoded DecodeAll(H264Decoder& decoder, const std::vector<Bytes>& packets) {
+    Decoded decoded;
+    PlanarPicture picture;
+    for (std::size_t i = 0; i < packets.size(); ++i) {
+        if (decoder.DecodePlanar(packets[i].data(), packets[i].size(), &picture) == Status::kOk) {
+            decoded.sums.push_back(SumOf(picture));
+            decoded.packets.push_back(static_cast<int>(i));
+        }
+    }
+    while (decoder.DrainPlanar(&picture) == Status::kOk) {
+        decoded.sums.push_back(SumOf(picture));
+        decoded.packets.push_back(-1);
+    }
+    return decoded;
+}
+
+Status Open(H264Decoder& decoder, const Bytes& packet) {
+    return decoder.Initialise(packet.data(), packet.size());
+}
+
+OutputPicture OutputTo(Bytes& buffer, PixelFormat format) {
+    return {format, buffer.data(), buffer.size(), 0};
+}
+
+class H264Clip : public testing::TestWithParam<const char*> {};
+
+TEST_P(H264Clip, GivesTheSamePicturesAsFfmpeg) {
+    const std::string clip = std::string("h264_") + GetParam();
+    const std::vector<Bytes> packets = LoadPackets(clip);
+    for (int threads : {1, 3}) {
+        H264Decoder decoder(threads);
+        ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
+        EXPECT_EQ(DecodeAll(decoder, packets).sums, LoadReferences(clip)) << threads << " threads";
+    }
+}
+
+TEST_P(H264Clip, ConvertsWithinTwoLevels) {
+    const std::vector<Bytes> packets = LoadPackets(std::string("h264_") + GetParam());
+    for (PixelFormat format : {PixelFormat::kYuy2, PixelFormat::kBgr24}) {
+        H264Decoder packed;
+        H264Decoder planar;
+        ASSERT_EQ(Open(packed, packets[0]), Status::kOk);
+        ASSERT_EQ(Open(planar, packets[0]), Status::kOk);
+        // The buffer ends with the picture: a sanitizer sees a write beyond it.
+        Bytes buffer(PictureBytes(format, packed.Width(), packed.Height()));
+        PlanarPicture reference;
+        Status status = Status::kNoPicture;
+        for (std::size_t i = 0; i < packets.size() && status != Status::kOk; ++i) {
+            status = packed.Decode(packets[i].data(), packets[i].size(), OutputTo(buffer, format));
+            ASSERT_EQ(planar.DecodePlanar(packets[i].data(), packets[i].size(), &reference), status);
+        }
+        ASSERT_EQ(status, Status::kOk);
+        EXPECT_LE(DifferenceFromReference(buffer, reference, format), 2);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Clips, H264Clip,
+                         testing::Values("baseline_64x48", "main_b_352x288", "high_slices_640x360",
+                                         "interlaced_720x576", "full_range_320x240", "high422_322x242",
+                                         "high444_177x145", "high10_176x144", "high_1920x1080",
+                                         "high_3840x2160"),
+                         [](const auto& info) { return std::string(info.param); });
+
+TEST(H264Decoder, DeliversFromThePacketThatCompletesThePicture) {
+    const std::vector<Bytes> packets = LoadPackets("h264_baseline_64x48");
+    H264Decoder decoder(4);
+    ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
+    const Decoded decoded = DecodeAll(decoder, packets);
+    ASSERT_EQ(decoded.packets.size(), packets.size());
+    for (std::size_t i = 0; i < packets.size(); ++i)
+        EXPECT_EQ(decoded.packets[i], static_cast<int>(i));
+}
+
+TEST(H264Decoder, AskingWithoutInputNeverBreaksTheOrderOfBFrames) {
+    const std::vector<Bytes> packets = LoadPackets("h264_main_b_352x288");
+    H264Decoder decoder;
+    ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
+    std::vector<Reference> sums;
+    PlanarPicture picture;
+    for (const Bytes& packet : packets) {
+        if (decoder.DecodePlanar(packet.data(), packet.size(), &picture) == Status::kOk)
+            sums.push_back(SumOf(picture));
+        EXPECT_EQ(decoder.DecodePlanar(nullptr, 0, &picture), Status::kNoPicture);
+    }
+    EXPECT_LT(sums.size(), packets.size()) << "the clip has no reordering";
+    while (decoder.DrainPlanar(&picture) == Status::kOk)
+        sums.push_back(SumOf(picture));
+    EXPECT_EQ(sums, LoadReferences("h264_main_b_352x288"));
+
+    // A new stream after the end of the first.
+    EXPECT_EQ(DecodeAll(decoder, packets).sums, sums);
+}
+
+TEST(H264Decoder, ReportsSizeAndInterlacing) {
+    const std::vector<Bytes> packets = LoadPackets("h264_interlaced_720x576");
+    H264Decoder decoder;
+    EXPECT_EQ(decoder.Width(), 0);
+    ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
+    EXPECT_EQ(decoder.Width(), 720);
+    EXPECT_EQ(decoder.Height(), 576);
+    PlanarPicture picture;
+    std::size_t next = 0;
+    while (decoder.DecodePlanar(packets[next].data(), packets[next].size(), &picture) != Status::kOk)
+        ++next;
+    EXPECT_TRUE(picture.interlaced);
+    EXPECT_TRUE(decoder.Info().interlaced);
+    EXPECT_TRUE(decoder.Info().topFieldFirst);
+    EXPECT_TRUE(decoder.Info().keyFrame);
+    EXPECT_FALSE(decoder.Info().damaged);
+
+    // 1080 isn't a whole number of macroblocks.
+    ASSERT_EQ(Open(decoder, LoadPackets("h264_high_1920x1080")[0]), Status::kOk);
+    EXPECT_EQ(decoder.Height(), 1080);
+}
+
+TEST(H264Decoder, OpensAtKeyFramesOnly) {
+    const std::vector<Bytes> packets = LoadPackets("h264_baseline_64x48");
+    H264Decoder decoder;
+    PlanarPicture picture;
+    Bytes buffer(64 * 48 * 3);
+    EXPECT_EQ(Open(decoder, packets[3]), Status::kNeedKeyFrame);
+    EXPECT_FALSE(decoder.IsInitialised());
+    EXPECT_EQ(decoder.DecodePlanar(packets[0].data(), packets[0].size(), &picture), Status::kNotInitialised);
+    EXPECT_EQ(Open(decoder, Bytes{0}), Status::kNeedKeyFrame);
+    EXPECT_EQ(decoder.Initialise(nullptr, 5), Status::kBadArgument);
+
+    // Opened, but joined in the middle of a group of pictures: nothing until the next key frame (each 8th
+    // here).
+    ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
+    for (std::size_t i = 3; i < 8; ++i) {
+        EXPECT_NE(decoder.DecodePlanar(packets[i].data(), packets[i].size(), &picture), Status::kOk) << i;
+    }
+    EXPECT_EQ(decoder.DecodePlanar(packets[8].data(), packets[8].size(), &picture), Status::kOk);
+    EXPECT_EQ(SumOf(picture), LoadReferences("h264_baseline_64x48")[8]);
+}
+
+TEST(H264Decoder, KeepsThePictureAcrossAChangeOfSize) {
+    const std::vector<Bytes> small = LoadPackets("h264_baseline_64x48");
+    const std::vector<Bytes> large = LoadPackets("h264_full_range_320x240");
+    H264Decoder decoder;
+    ASSERT_EQ(Open(decoder, small[0]), Status::kOk);
+    Bytes buffer(PictureBytes(PixelFormat::kYuy2, 64, 48));
+    for (const Bytes& packet : small) {
+        ASSERT_EQ(decoder.Decode(packet.data(), packet.size(), OutputTo(buffer, PixelFormat::kYuy2)),
+                  Status::kOk);
+    }
+    ASSERT_EQ(decoder.Decode(large[0].data(), large[0].size(), OutputTo(buffer, PixelFormat::kYuy2)),
+              Status::kSizeChanged);
+    EXPECT_EQ(decoder.Width(), 320);
+    EXPECT_EQ(decoder.Height(), 240);
+    EXPECT_EQ(decoder.Decode(nullptr, 0, OutputTo(buffer, PixelFormat::kYuy2)), Status::kBufferTooSmall);
+    buffer.resize(PictureBytes(PixelFormat::kYuy2, 320, 240));
+    EXPECT_EQ(decoder.Decode(nullptr, 0, OutputTo(buffer, PixelFormat::kYuy2)), Status::kOk);
+    EXPECT_EQ(decoder.Decode(nullptr, 0, OutputTo(buffer, PixelFormat::kYuy2)), Status::kNoPicture);
+
+    // The first picture of the new size is the one that was kept.
+    H264Decoder fresh;
+    Bytes expected(buffer.size());
+    ASSERT_EQ(Open(fresh, large[0]), Status::kOk);
+    ASSERT_EQ(fresh.Decode(large[0].data(), large[0].size(), OutputTo(expected, PixelFormat::kYuy2)),
+              Status::kOk);
+    EXPECT_EQ(buffer, expected);
+}
+
+TEST(H264Decoder, HigherSpeedsLeaveOutWhatTheTableSays) {
+    // Groups of 20 with three B-frames in a row, the middle one of which is referred to.
+    const std::vector<Bytes> packets = LoadPackets("h264_main_b_352x288");
+    const std::vector<Reference> exact = LoadReferences("h264_main_b_352x288");
+    std::vector<std::size_t> pictures;
+    for (int speed = 0; speed <= 7; ++speed) {
+        H264Decoder decoder;
+        decoder.SetSpeed(speed);
+        ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
+        EXPECT_EQ(decoder.Speed(), speed);
+        const Decoded decoded = DecodeAll(decoder, packets);
+        pictures.push_back(decoded.sums.size());
+        EXPECT_EQ(decoded.sums == exact, speed == 0) << "speed " << speed;
+    }
+    for (std::size_t speed = 0; speed <= 4; ++speed)
+        EXPECT_EQ(pictures[speed], packets.size()) << "speed " << speed;
+    EXPECT_LT(pictures[5], pictures[4]);
+    EXPECT_LT(pictures[6], pictures[5]);
+    EXPECT_EQ(pictures[7], 2u);
+
+    H264Decoder decoder;
+    decoder.SetSpeed(99);
+    EXPECT_EQ(decoder.Speed(), 7);
+    decoder.SetSpeed(-1);
+    EXPECT_EQ(decoder.Speed(), 0);
+}
+
+TEST(H264Decoder, ADamagedPictureCostsNoMoreThanItsGroup) {
+    std::vector<Bytes> packets = LoadPackets("h264_baseline_64x48");
+    const std::vector<Reference> exact = LoadReferences("h264_baseline_64x48");
+    packets[3].resize(packets[3].size() / 2);
+    packets[5] = {0, 0, 0, 1, 0x65, 0xff, 0xff};
+    H264Decoder decoder;
+    ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
+    PlanarPicture picture;
+    for (std::size_t i = 0; i < packets.size(); ++i) {
+        const Status status = decoder.DecodePlanar(packets[i].data(), packets[i].size(), &picture);
+        if (i == 3 && status == Status::kOk) EXPECT_TRUE(decoder.Info().damaged);
+        if (i < 3 || i >= 8) {
+            ASSERT_EQ(status, Status::kOk) << i;
+            EXPECT_EQ(SumOf(picture), exact[i]) << i;
+        }
+    }
+}
+
+TEST(H264Decoder, DamageLeavesTheGroupsAroundItWhole) {
+    // Two groups of 20 with B-frames: those that wait for their turn at the second key frame must not be
+    // lost.
+    std::vector<Bytes> packets = LoadPackets("h264_main_b_352x288");
+    const std::vector<Reference> exact = LoadReferences("h264_main_b_352x288");
+    packets[10].resize(packets[10].size() / 2);
+    H264Decoder decoder;
+    ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
+    const std::vector<Reference> sums = DecodeAll(decoder, packets).sums;
+    ASSERT_EQ(sums.size(), exact.size());
+    for (std::size_t i = 0; i < sums.size(); ++i) {
+        if (i < 8 || i >= 20) EXPECT_EQ(sums[i], exact[i]) << i;
+    }
+}
+
+TEST(H264Decoder, RefusesBadBuffersWithoutLosingThePicture) {
+    const Bytes packet = LoadPackets("h264_baseline_64x48")[0];
+    H264Decoder decoder;
+    ASSERT_EQ(Open(decoder, packet), Status::kOk);
+    Bytes buffer(PictureBytes(PixelFormat::kBgr24, 64, 48));
+    EXPECT_EQ(decoder.Decode(packet.data(), packet.size(), {PixelFormat::kBgr24, nullptr, 0, 0}),
+              Status::kBadArgument);
+    EXPECT_EQ(decoder.Decode(packet.data(), packet.size(),
+                             {PixelFormat::kBgr24, buffer.data(), buffer.size() - 1, 0}),
+              Status::kBufferTooSmall);
+    EXPECT_EQ(decoder.Decode(nullptr, 0, {PixelFormat::kBgr24, buffer.data(), buffer.size(), 64 * 3 - 1}),
+              Status::kBadArgument);
+    EXPECT_EQ(decoder.Decode(nullptr, 0, OutputTo(buffer, PixelFormat::kBgr24)), Status::kOk);
+}
+
+}  // namespace
+}  // namespace codec::test

@@ -1,0 +1,26 @@
+#include <algorithm>
+#include <vector>
+
+#include "codec/H264Decoder.h"
+#include "codec/StaticInit.h"
+
+// The first byte chooses speed and output format; the rest is one access unit after the other, each behind
+// its length.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const int kInitialised = codec::StaticInit();
+    if (kInitialised != codec::kStaticInitOk || size < 3) return 0;
+    codec::H264Decoder decoder(1);
+    decoder.SetSpeed(data[0] & 7);
+    const auto format = data[0] & 8 ? codec::PixelFormat::kYuy2 : codec::PixelFormat::kBgr24;
+    std::vector<std::uint8_t> buffer(1 << 20);
+    for (std::size_t at = 1; at + 2 < size;) {
+        const std::size_t length = std::min<std::size_t>(data[at] | data[at + 1] << 8, size - at - 2);
+        const std::uint8_t* unit = data + at + 2;
+        at += 2 + length;
+        if (!decoder.IsInitialised() && decoder.Initialise(unit, length) != codec::Status::kOk) continue;
+        // Larger pictures only cost time.
+        if (decoder.Width() * decoder.Height() > 512 * 512) break;
+        (void)decoder.Decode(unit, length, {format, buffer.data(), buffer.size(), 0});
+    }
+    return 0;
+}

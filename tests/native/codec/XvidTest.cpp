@@ -1,0 +1,157 @@
+#include "codec/xvid.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/native/codec/Corpus.h"
+#include "tests/native/codec/XvidDriver.h"
+
+namespace codec::test {
+namespace {
+
+std::vector<Reference> DecodeAll(XvidDriver& driver, const std::vector<Bytes>& packets) {
+    std::vector<Reference> sums;
+    for (const Bytes& packet : packets) {
+        if (driver.Decode(packet).type > 0) sums.push_back(SumOf(driver.View()));
+    }
+    while (driver.Drain().type > 0)
+        sums.push_back(SumOf(driver.View()));
+    return sums;
+}
+
+class Mpeg4Clip : public testing::TestWithParam<const char*> {};
+
+TEST_P(Mpeg4Clip, GivesTheSamePicturesAsFfmpeg) {
+    const std::string clip = std::string("mpeg4_") + GetParam();
+    XvidDriver driver(xvid_decore);
+    EXPECT_EQ(DecodeAll(driver, LoadPackets(clip)), LoadReferences(clip));
+}
+
+TEST_P(Mpeg4Clip, ConvertsWithinTwoLevels) {
+    const std::vector<Bytes> packets = LoadPackets(std::string("mpeg4_") + GetParam());
+    XvidDriver planar(xvid_decore);
+    std::size_t count = 0;
+    while (planar.Decode(packets[count]).type <= 0)
+        ++count;
+    for (int csp : {XVID_CSP_YUY2, XVID_CSP_BGR}) {
+        XvidDriver driver(xvid_decore);
+        driver.m_csp = csp;
+        for (std::size_t i = 0; i <= count; ++i)
+            driver.Decode(packets[i]);
+        PlanarPicture view = planar.View();
+        view.interlaced = std::string(GetParam()).starts_with("interlaced");
+        const PixelFormat format = csp == XVID_CSP_YUY2 ? PixelFormat::kYuy2 : PixelFormat::kBgr24;
+        EXPECT_LE(DifferenceFromReference(driver.m_buffer, view, format), 2) << "csp " << csp;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Clips, Mpeg4Clip,
+                         testing::Values("simple_176x144", "b_352x288", "interlaced_720x576", "odd_99x67",
+                                         "packed_352x288", "quarter_320x240", "simple_3840x2160"),
+                         [](const auto& info) { return std::string(info.param); });
+
+TEST(Xvid, ReportsTheHeaderBeforeThePicture) {
+    const std::vector<Bytes> packets = LoadPackets("mpeg4_simple_176x144");
+    XvidDriver driver(xvid_decore);
+    const XvidDriver::Output first = driver.Decode(packets[0]);
+    EXPECT_EQ(first.headers, 1);
+    EXPECT_EQ(first.type, XVID_TYPE_IVOP);
+    EXPECT_EQ(driver.m_width, 176);
+    EXPECT_EQ(driver.m_height, 144);
+    const XvidDriver::Output second = driver.Decode(packets[1]);
+    EXPECT_EQ(second.headers, 0);
+    EXPECT_EQ(second.type, XVID_TYPE_PVOP);
+    EXPECT_EQ(second.result, static_cast<int>(packets[1].size()));
+}
+
+TEST(Xvid, FollowsAChangeOfSize) {
+    XvidDriver driver(xvid_decore);
+    for (const char* clip : {"mpeg4_simple_176x144", "mpeg4_odd_99x67", "mpeg4_quarter_320x240"}) {
+        const std::vector<Reference> exact = LoadReferences(clip);
+        const std::vector<Bytes> packets = LoadPackets(clip);
+        for (std::size_t i = 0; i < packets.size(); ++i) {
+            ASSERT_GT(driver.Decode(packets[i]).type, 0) << clip << i;
+            EXPECT_EQ(SumOf(driver.View()), exact[i]) << clip << i;
+        }
+    }
+}
+
+TEST(Xvid, WaitsForAnIntraPicture) {
+    const std::vector<Bytes> packets = LoadPackets("mpeg4_simple_176x144");
+    const std::vector<Reference> exact = LoadReferences("mpeg4_simple_176x144");
+    XvidDriver driver(xvid_decore);
+    EXPECT_EQ(driver.Decode(packets[1]).result, XVID_ERR_NO_PICTURE) << "no header yet";
+    for (std::size_t i = 0; i < 4; ++i)
+        EXPECT_GT(driver.Decode(packets[i]).type, 0);
+
+    // Packets 4 to 6 are lost.
+    EXPECT_EQ(driver.Decode(packets[7], XVID_DISCONTINUITY).result, XVID_ERR_NO_PICTURE);
+    EXPECT_EQ(driver.Decode(packets[8]).type, XVID_TYPE_IVOP);
+    EXPECT_EQ(SumOf(driver.View()), exact[8]);
+
+    // Damage lasts until the next intra picture at most.
+    EXPECT_LT(driver.Decode(Bytes{0, 0, 1, 0xb6, 0x40, 0xff}).type, XVID_TYPE_PVOP);
+    EXPECT_EQ(driver.Decode(Bytes(100, 0x55)).result, XVID_ERR_NO_PICTURE);
+    EXPECT_GT(driver.Decode(packets[16]).type, 0);
+    EXPECT_EQ(SumOf(driver.View()), exact[16]);
+}
+
+TEST(Xvid, RefusesHostileHeaders) {
+    Bytes packet = LoadPackets("mpeg4_simple_176x144")[0];
+    XvidDriver driver(xvid_decore);
+    std::size_t vol = 0;
+    while (!(packet[vol] == 0 && packet[vol + 1] == 0 && packet[vol + 2] == 1 && packet[vol + 3] >> 4 == 2))
+        ++vol;
+    for (std::size_t length = vol + 4; length < vol + 12; ++length) {
+        EXPECT_EQ(
+            driver.Decode(Bytes(packet.begin(), packet.begin() + static_cast<std::ptrdiff_t>(length))).result,
+            XVID_ERR_NO_PICTURE)
+            << length;
+    }
+    EXPECT_EQ(driver.m_width, 0);
+    packet.resize(1 << 20);
+    std::fill(packet.begin() + static_cast<std::ptrdiff_t>(vol) + 20, packet.end(), 0x5a);
+    EXPECT_EQ(driver.Decode(packet).result, XVID_ERR_NO_PICTURE) << "user data without end";
+}
+
+TEST(Xvid, ChecksItsArguments) {
+    xvid_gbl_init_t init = {};
+    init.version = XVID_VERSION;
+    EXPECT_EQ(xvid_global(nullptr, XVID_GBL_INIT, &init, nullptr), 0);
+    init.version = XVID_MAKE_VERSION(2, 0, 0);
+    EXPECT_EQ(xvid_global(nullptr, XVID_GBL_INIT, &init, nullptr), XVID_ERR_VERSION);
+    EXPECT_LT(xvid_global(nullptr, 77, nullptr, nullptr), 0);
+
+    xvid_dec_create_t create = {};
+    EXPECT_EQ(xvid_decore(nullptr, XVID_DEC_CREATE, &create, nullptr), XVID_ERR_VERSION);
+    create.version = XVID_MAKE_VERSION(1, 0, 0);
+    ASSERT_EQ(xvid_decore(nullptr, XVID_DEC_CREATE, &create, nullptr), 0);
+    xvid_dec_frame_t frame = {};
+    EXPECT_EQ(xvid_decore(create.handle, XVID_DEC_DECODE, &frame, nullptr), XVID_ERR_VERSION);
+    EXPECT_EQ(xvid_decore(create.handle, XVID_DEC_DECODE, nullptr, nullptr), XVID_ERR_FAIL);
+    EXPECT_EQ(xvid_decore(create.handle, 99, nullptr, nullptr), XVID_ERR_FAIL);
+    EXPECT_EQ(xvid_decore(nullptr, XVID_DEC_DECODE, &frame, nullptr), XVID_ERR_FAIL);
+    EXPECT_EQ(xvid_decore(create.handle, XVID_DEC_DESTROY, nullptr, nullptr), 0);
+}
+
+TEST(Xvid, GoesOnToThePictureWhenNobodyAsksForStatistics) {
+    const Bytes packet = LoadPackets("mpeg4_simple_176x144")[0];
+    xvid_dec_create_t create = {};
+    create.version = XVID_VERSION;
+    ASSERT_EQ(xvid_decore(nullptr, XVID_DEC_CREATE, &create, nullptr), 0);
+    Bytes buffer(176 * 144 * 3 / 2);
+    xvid_dec_frame_t frame = {};
+    frame.version = XVID_VERSION;
+    frame.bitstream = const_cast<std::uint8_t*>(packet.data());
+    frame.length = static_cast<int>(packet.size());
+    frame.output.csp = XVID_CSP_I420;
+    frame.output.plane[0] = buffer.data();
+    frame.output.stride[0] = 176;
+    EXPECT_EQ(xvid_decore(create.handle, XVID_DEC_DECODE, &frame, nullptr), frame.length);
+    XvidDriver driver(xvid_decore);
+    driver.Decode(packet);
+    EXPECT_EQ(buffer, driver.m_buffer);
+    EXPECT_EQ(xvid_decore(create.handle, XVID_DEC_DESTROY, nullptr, nullptr), 0);
+}
+
+}  // namespace
+}  // namespace codec::test
