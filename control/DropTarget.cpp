@@ -4,6 +4,7 @@
 
 #include <optional>
 
+#include "framework/Adopt.h"
 #include "framework/EntryPoint.h"
 #include "util/Handles.h"
 
@@ -35,8 +36,7 @@ std::optional<std::wstring> ReadText(IDataObject& data) {
 }  // namespace
 
 Microsoft::WRL::ComPtr<DropTarget> DropTarget::Register(HWND window, DropSink& sink) {
-    Microsoft::WRL::ComPtr<DropTarget> target;
-    target.Attach(new DropTarget(window, sink));
+    Microsoft::WRL::ComPtr<DropTarget> target = framework::Adopt(new DropTarget(window, sink));
     if (FAILED(RegisterDragDrop(window, target.Get()))) return nullptr;
     return target;
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "framework/Adopt.h"
 #include "framework/EntryPoint.h"
 #include "framework/Enumerator.h"
 #include "framework/OleControl.h"
@@ -69,15 +70,13 @@ STDMETHODIMP ConnectionPoint::Advise(IUnknown* sink, DWORD* cookie) {
     if (cookie != nullptr) *cookie = 0;
     if (sink == nullptr || cookie == nullptr) return E_POINTER;
     return Guarded([&] {
-        Entry entry{m_lastCookie + 1, nullptr};
         // Late bound hosts may implement plain IDispatch instead of the event interface.
         void* outgoing = nullptr;
         if (FAILED(sink->QueryInterface(m_iid, &outgoing)) &&
             (m_iid == IID_IPropertyNotifySink || FAILED(sink->QueryInterface(IID_IDispatch, &outgoing)))) {
             return CONNECT_E_CANNOTCONNECT;
         }
-        entry.sink.Attach(static_cast<IUnknown*>(outgoing));
-        m_sinks.push_back(std::move(entry));
+        m_sinks.push_back({m_lastCookie + 1, Adopt(static_cast<IUnknown*>(outgoing))});
         *cookie = ++m_lastCookie;
         return S_OK;
     });

@@ -189,14 +189,16 @@ STDMETHODIMP InPlace::SetObjectRects(LPCRECT position, LPCRECT clip) {
     return GuardedCall(m_owner, [&] {
         const HWND window = m_owner.Handle();
         if (window == nullptr) return S_OK;
-        // Show only what lies inside the container's clipping rectangle, without moving the picture.
-        RECT visible = *position;
-        const bool clipped = clip != nullptr && !IsRectEmpty(clip) &&
-                             IntersectRect(&visible, position, clip) && !EqualRect(&visible, position);
+        // Show only what lies inside the container's clipping rectangle, without moving the picture. Where the
+        // two do not meet, the intersection is empty, and so is the region.
         HRGN region = nullptr;
-        if (clipped) {
-            OffsetRect(&visible, -position->left, -position->top);
-            region = CreateRectRgnIndirect(&visible);
+        if (clip != nullptr && !IsRectEmpty(clip)) {  // an empty one is how some containers say "none"
+            RECT visible;
+            IntersectRect(&visible, position, clip);
+            if (!EqualRect(&visible, position)) {
+                OffsetRect(&visible, -position->left, -position->top);
+                region = CreateRectRgnIndirect(&visible);
+            }
         }
         SetWindowRgn(window, region, TRUE);  // the system takes the region over
         SetWindowPos(window, nullptr, position->left, position->top, Width(*position), Height(*position),

@@ -1,7 +1,6 @@
 #include "framework/ObjectFactory.h"
 
-#include <wrl/client.h>
-
+#include "framework/Adopt.h"
 #include "framework/EntryPoint.h"
 #include "framework/Module.h"
 
@@ -41,9 +40,7 @@ STDMETHODIMP COleObjectFactory::CreateInstance(IUnknown* outer, REFIID iid, void
     *object = nullptr;
     if (outer != nullptr) return CLASS_E_NOAGGREGATION;
     return Guarded([&] {
-        Microsoft::WRL::ComPtr<IUnknown> created;
-        created.Attach(CreateObject());
-        return created->QueryInterface(iid, object);
+        return Adopt(CreateObject())->QueryInterface(iid, object);
     });
 }
 
