@@ -86,7 +86,6 @@ HRESULT RegisterClass(const ClassRegistration& registration) {
         .SetDefault(L"TypeLib", GuidText(registration.typeLibrary))
         .SetDefault(L"Version", registration.version)
         .SetDefault(L"Control", L"")
-        .SetDefault(L"Insertable", L"")
         .SetDefault(L"MiscStatus", L"0")
         .SetDefault(L"MiscStatus\\1", std::to_wstring(registration.miscStatus))
         .SetDefault(L"ToolboxBitmap32", modulePath + L", " + std::to_wstring(registration.toolboxBitmap));
