@@ -2,11 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <string>
-
+#include "tests/windows/render_presenter/OtherSystem.h"
 #include "tests/windows/render_presenter/Screen.h"
-#include "util/Handles.h"
 
 namespace norix {
 namespace {
@@ -56,54 +53,21 @@ TEST(DisplayChoice, ProbeFailsWhereDirectDrawDoes) {
     EXPECT_FALSE(ProbeDirectDraw(window, 0x603, broken));
 }
 
-// Runs this program once more, as it finds itself on another Windows version. Under Wine only, where that is
-// a setting; what it answers is explained in Main.cpp.
-class OtherWindows : public testing::Test {
-  protected:
-    void SetUp() override {
-        if (!GetProcAddress(GetModuleHandleW(L"ntdll"), "wine_get_version"))
-            GTEST_SKIP() << "the system's version cannot be changed";
-        wchar_t path[MAX_PATH];
-        GetModuleFileNameW(nullptr, path, MAX_PATH);
-        program = path;
-        key = L"Software\\Wine\\AppDefaults\\" + program.substr(program.find_last_of(L'\\') + 1);
-    }
-    void TearDown() override {
-        if (!key.empty()) RegDeleteKeyW(HKEY_CURRENT_USER, key.c_str());
-    }
-
-    DWORD ChoiceOn(const wchar_t* version) const {
-        util::RegKey settings;
-        RegCreateKeyW(HKEY_CURRENT_USER, key.c_str(), settings.Put());
-        RegSetValueExW(settings.Get(), L"Version", 0, REG_SZ, reinterpret_cast<const BYTE*>(version),
-                       static_cast<DWORD>((wcslen(version) + 1) * sizeof(wchar_t)));
-        std::wstring command = L"\"" + program + L"\" --display-choice";
-        STARTUPINFOW start = {};
-        start.cb = sizeof(start);
-        PROCESS_INFORMATION process = {};
-        if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start,
-                            &process))
-            return MAXDWORD;
-        const util::UniqueHandle thread(process.hThread);
-        const util::UniqueHandle handle(process.hProcess);
-        DWORD code = MAXDWORD;
-        if (WaitForSingleObject(handle.Get(), 30000) == WAIT_OBJECT_0)
-            GetExitCodeProcess(handle.Get(), &code);
-        return code;
-    }
-
-    std::wstring program;
-    std::wstring key;
-};
-
-TEST_F(OtherWindows, DriverCountsBeforeWindows8Only) {
+// What the other process answers is explained in Main.cpp.
+TEST(DisplayChoice, DriverCountsBeforeWindows8Only) {
+    OtherSystem system;
+    if (!system.IsPossible()) GTEST_SKIP() << "the system's version cannot be changed";
+    const auto choiceOn = [&system](const wchar_t* version) {
+        system.SetWindowsVersion(version);
+        return system.Run(L"--display-choice");
+    };
     // Wine's driver has no overlays, so only the versions that do not ask get DirectDraw.
     constexpr DWORD kDirectDraw = static_cast<DWORD>(DisplayMode::DirectDraw) << 16;
-    EXPECT_EQ(ChoiceOn(L"winxp"), 0u);
-    EXPECT_EQ(ChoiceOn(L"vista"), 0x600u);
-    EXPECT_EQ(ChoiceOn(L"win7"), 0x601u);
-    EXPECT_EQ(ChoiceOn(L"win8"), 0x602u | kDirectDraw);
-    EXPECT_EQ(ChoiceOn(L"win10") & kDirectDraw, kDirectDraw);
+    EXPECT_EQ(choiceOn(L"winxp"), 0u);
+    EXPECT_EQ(choiceOn(L"vista"), 0x600u);
+    EXPECT_EQ(choiceOn(L"win7"), 0x601u);
+    EXPECT_EQ(choiceOn(L"win8"), 0x602u | kDirectDraw);
+    EXPECT_EQ(choiceOn(L"win10") & kDirectDraw, kDirectDraw);
 }
 
 }  // namespace

@@ -9,7 +9,9 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
+#include "tests/windows/render_presenter/OtherSystem.h"
 #include "tests/windows/render_presenter/Screen.h"
 #include "util/Handles.h"
 
@@ -255,6 +257,41 @@ TEST_P(PresenterTest, SurvivesAChangeOfDisplay) {
     EXPECT_EQ(first, IsGdi() ? S_OK : S_FALSE);  // new surfaces cost a picture, a new bitmap does not
     EXPECT_EQ(Show(other), S_OK);
     EXPECT_THAT(Differences(Look(kPlace, "display-changed"), other), IsEmpty());
+}
+
+// The first of these two runs the second, on a desktop whose mode can be changed.
+TEST(DisplayChange, OnADesktopOfItsOwn) {
+    OtherSystem system;
+    if (!system.IsPossible()) GTEST_SKIP() << "the display is not ours to change";
+    // As large as the screen, because the system believes in one display mode for all desktops.
+    const PixelSize screen{GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
+    system.SetDesktop(screen.width, screen.height);
+    EXPECT_EQ(system.Run(L"--gtest_also_run_disabled_tests --gtest_filter=*DISABLED_FollowsARealChange*"),
+              0u);
+}
+
+TEST_P(PresenterTest, DISABLED_FollowsARealChange) {
+    EXPECT_EQ(Show(grid), S_OK);
+    Grid shown = grid;
+    const int fullWidth = GetSystemMetrics(SM_CXSCREEN);
+    const int fullHeight = GetSystemMetrics(SM_CYSCREEN);
+    for (const auto& [width, height, bits] :
+         {std::tuple{800, 600, 32}, {800, 600, 16}, {fullWidth, fullHeight, 32}}) {
+        DEVMODEW mode = {};
+        mode.dmSize = sizeof(mode);
+        mode.dmFields = DM_PELSWIDTH | DM_PELSHEIGHT | DM_BITSPERPEL;
+        mode.dmPelsWidth = static_cast<DWORD>(width);
+        mode.dmPelsHeight = static_cast<DWORD>(height);
+        mode.dmBitsPerPel = static_cast<DWORD>(bits);
+        ASSERT_EQ(ChangeDisplaySettingsW(&mode, 0), DISP_CHANGE_SUCCESSFUL) << width;
+        PumpMessages();
+        ASSERT_EQ(GetSystemMetrics(SM_CXSCREEN), width);
+        presenter->DisplayChanged();
+        shown = Turned(shown, Rotation::k180);
+        Show(shown);
+        EXPECT_EQ(Show(shown), S_OK) << width << ' ' << bits;
+        EXPECT_THAT(Differences(Look(kPlace, "real-change"), shown), IsEmpty()) << width << ' ' << bits;
+    }
 }
 
 // GDI objects that this process holds. Wine has no count of them, but keeps the table that the system shares
