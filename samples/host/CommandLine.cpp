@@ -134,7 +134,7 @@ constexpr Option kOptions[] = {
      [](Options& o, const std::wstring& a) { o.script.push_back(Call(a)); }},
     {L"--connect", nullptr, L"step: press Connect",
      [](Options& o, const std::wstring&) { o.script.push_back({.kind = Action::Kind::Connect}); }},
-    {L"--wait", L"Event[:args]", L"step: wait until the event has come",
+    {L"--wait", L"Event[:args]", L"step: wait until the event has come since the step before",
      [](Options& o, const std::wstring& a) { o.script.push_back(Wait(a)); }},
     {L"--verb", L"N", L"step: perform an OLE verb (0 primary, -1 show, -3 hide, -4 UI-activate, ...)",
      [](Options& o, const std::wstring& a) { o.script.push_back(Verb(a)); }},

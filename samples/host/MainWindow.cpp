@@ -408,6 +408,7 @@ void MainWindow::OnEvent(const Event& event) {
 
     const std::wstring arguments = event.Arguments(false);
     const auto matches = [&](const EventFilter& filter) { return filter.Matches(name, arguments); };
+    recentEvents_.emplace_back(name, arguments);
     if (std::erase_if(awaited_, matches) > 0) PostMessageW(window_, kRunStepMessage, 0, 0);
     if (std::ranges::any_of(options_.exitOn, matches)) LeaveWith(ExitCode::Done);
 
@@ -462,6 +463,7 @@ void MainWindow::RunNextStep() {
     if (inStep_ || !awaited_.empty() || script_.empty()) return;
     const Action action = script_.front();
     script_.pop_front();
+    if (action.kind != Action::Kind::Wait) recentEvents_.clear();
     inStep_ = true;
     Perform(action);
     inStep_ = false;
@@ -481,8 +483,7 @@ void MainWindow::Perform(const Action& action) try {
         case Action::Kind::Connect:
             return Connect();
         case Action::Kind::Wait:
-            awaited_.push_back({action.name, action.value});
-            return;
+            return Await({action.name, action.value});
         case Action::Kind::Verb: {
             const HRESULT result = container_ ? container_->DoVerb(action.verb) : E_UNEXPECTED;
             if (FAILED(result)) throw AutomationError(result, L"verb " + std::to_wstring(action.verb));
@@ -497,6 +498,12 @@ void MainWindow::Perform(const Action& action) try {
     }
 } catch (const AutomationError& error) {
     Fail(error.Message());
+}
+
+void MainWindow::Await(const EventFilter& filter) {
+    // A method often fires its events before it returns: they have come, too.
+    const auto matches = [&](const auto& event) { return filter.Matches(event.first, event.second); };
+    if (std::ranges::none_of(recentEvents_, matches)) awaited_.push_back(filter);
 }
 
 void MainWindow::Set(const std::wstring& property, const std::wstring& value) {

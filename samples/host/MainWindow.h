@@ -77,6 +77,7 @@ class MainWindow {
 
     void RunNextStep();
     void Perform(const Action& action);
+    void Await(const EventFilter& filter);
     void Set(const std::wstring& property, const std::wstring& value);
     void Call(const std::wstring& method, const std::vector<std::wstring>& arguments);
     void Fail(const std::wstring& what);
@@ -115,6 +116,7 @@ class MainWindow {
     std::deque<Log::Entry> entries_;
     std::deque<Action> script_;
     std::deque<EventFilter> awaited_;  // of the step that is waiting; empty or one
+    std::vector<std::pair<std::wstring, std::wstring>> recentEvents_;  // name and values, since the last step
     std::vector<std::pair<EventFilter, Action>> reactions_;
     bool inStep_ = false;
     ExitCode exitCode_ = ExitCode::Done;

@@ -18,7 +18,7 @@ constexpr long kToleratedHeapBytes = 8 * 1024;
 
 void ExpectNoGrowth(const ResourceUse& before, const ResourceUse& after) {
     std::cout << "before: " << before << "\nafter:  " << after << std::endl;
-    EXPECT_LE(after.handles, before.handles + kTolerated);
+    EXPECT_LE(after.handleSlots, before.handleSlots + kTolerated);
     EXPECT_LE(after.threads, before.threads);
     EXPECT_LE(after.windows, before.windows);
     EXPECT_LE(after.gdiSlots, before.gdiSlots + kTolerated);

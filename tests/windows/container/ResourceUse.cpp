@@ -42,9 +42,9 @@ long CountWindows() {
     return count;
 }
 
-// GetGuiResources answers 0 under Wine. What can be seen everywhere is which slots of the handle table are
-// taken: new objects fill the free ones from wherever they are, so among enough of them the highest slot
-// tells how far the table has grown.
+// GetProcessHandleCount and GetGuiResources answer 0 under Wine. What can be seen everywhere is which slots
+// of a handle table are taken: new objects fill the free ones from wherever they are, so among enough of them
+// the highest slot tells how far the table has grown.
 constexpr size_t kProbes = 256;
 
 template <class Create, class Destroy>
@@ -84,9 +84,10 @@ ResourceUse ResourceUse::Now() {
         DispatchMessageW(&message);
 
     ResourceUse use{};
-    DWORD handles = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &handles);
-    use.handles = static_cast<long>(handles);
+    constexpr long kHandleStep = 4;  // two bits of a handle are the caller's
+    use.handleSlots = HighestSlot([] { return CreateEventW(nullptr, FALSE, FALSE, nullptr); },
+                                  [](ULONG_PTR event) { CloseHandle(reinterpret_cast<HANDLE>(event)); }) /
+                      kHandleStep;
     use.threads = CountThreads();
     use.windows = CountWindows();
     use.gdiSlots = HighestSlot([] { return CreatePen(PS_SOLID, 1, 0); },
@@ -98,7 +99,7 @@ ResourceUse ResourceUse::Now() {
 }
 
 std::ostream& operator<<(std::ostream& out, const ResourceUse& use) {
-    return out << "handles " << use.handles << ", threads " << use.threads << ", windows " << use.windows
-               << ", GDI slots " << use.gdiSlots << ", USER slots " << use.userSlots << ", heap blocks "
-               << use.heapBlocks << ", heap bytes " << use.heapBytes;
+    return out << "handle slots " << use.handleSlots << ", threads " << use.threads << ", windows "
+               << use.windows << ", GDI slots " << use.gdiSlots << ", USER slots " << use.userSlots
+               << ", heap blocks " << use.heapBlocks << ", heap bytes " << use.heapBytes;
 }

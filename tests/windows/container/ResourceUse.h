@@ -6,15 +6,15 @@
 
 // How much of the system's resources this process holds, to be compared before and after many rounds.
 struct ResourceUse {
-    long handles;  // kernel handles
+    long handleSlots;  // highest slot that a new kernel handle gets: grows when handles are left behind
+    long gdiSlots;     // the same for GDI objects
+    long userSlots;    // and for menus, icons and the like
     long threads;
     long windows;     // of this process, top-level and children
-    long gdiSlots;    // highest slot that a new GDI object gets: grows when objects are left behind
-    long userSlots;   // the same for menus and icons
     long heapBlocks;  // allocated blocks of all heaps
     long heapBytes;
 
-    // Leaves out nothing that has settled: message queue emptied, deferred frees done.
+    // Handles the messages that are waiting first, so that what is on its way out has gone.
     static ResourceUse Now();
 };
 
