@@ -215,7 +215,9 @@ TEST(H264Decoder, ADamagedPictureCostsNoMoreThanItsGroup) {
     PlanarPicture picture;
     for (std::size_t i = 0; i < packets.size(); ++i) {
         const Status status = decoder.DecodePlanar(packets[i].data(), packets[i].size(), &picture);
-        if (i == 3 && status == Status::kOk) EXPECT_TRUE(decoder.Info().damaged);
+        if (i == 3 && status == Status::kOk) {
+            EXPECT_TRUE(decoder.Info().damaged);
+        }
         if (i < 3 || i >= 8) {
             ASSERT_EQ(status, Status::kOk) << i;
             EXPECT_EQ(SumOf(picture), exact[i]) << i;
@@ -234,7 +236,9 @@ TEST(H264Decoder, DamageLeavesTheGroupsAroundItWhole) {
     const std::vector<Reference> sums = DecodeAll(decoder, packets).sums;
     ASSERT_EQ(sums.size(), exact.size());
     for (std::size_t i = 0; i < sums.size(); ++i) {
-        if (i < 8 || i >= 20) EXPECT_EQ(sums[i], exact[i]) << i;
+        if (i < 8 || i >= 20) {
+            EXPECT_EQ(sums[i], exact[i]) << i;
+        }
     }
 }
 

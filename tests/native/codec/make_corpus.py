@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Makes the clips that the codec tests decode, with FFmpeg's own tools: make_corpus.py FOLDER
+"""Makes the clips that the codec tests decode, with FFmpeg's own tools: make_corpus.py FOLDER [tests|benchmarks]
 
 Per clip: NAME.pkt, the packets (each a 32-bit little-endian length and its bytes), and NAME.crc, what FFmpeg's own
 decoder makes of them (one Adler-32 per picture, planar, without padding), or NAME.raw, its pictures or samples.
@@ -160,23 +160,43 @@ def make_aac(folder, work):
         ffmpeg("-i", stream, "-f", "s16le", folder / f"{name}.raw")
 
 
-def make(folder):
+def make_benchmarks(folder, work):
+    """What a camera sends: one key frame in two seconds, some megabits per second, natural-looking detail."""
+    for name, size, rate in (("720p", "1280x720", "3M"), ("1080p", "1920x1080", "6M")):
+        source = moving_picture(size, 50, noise=6)
+        for slices in (1, 4):
+            stream = work / f"{name}_{slices}.h264"
+            ffmpeg(*source, "-c:v", "libx264", "-profile:v", "main", "-preset", "fast", "-b:v", rate, "-x264-params",
+                   f"aud=1:keyint=50:scenecut=0:bframes=0:slices={slices}", "-f", "h264", stream)
+            write_packets(folder / f"h264_{name}_{slices}.pkt", split_annex_b(stream.read_bytes()))
+        stream = work / f"{name}.avi"
+        ffmpeg(*source, "-c:v", "mpeg4", "-b:v", rate, "-g", "50", "-bf", "0", stream)
+        write_packets(folder / f"mpeg4_{name}.pkt", split_avi(stream.read_bytes()))
+        ffmpeg(*source, "-pix_fmt", "yuvj420p", "-frames:v", "10", "-c:v", "mjpeg", "-q:v", "6", stream)
+        write_packets(folder / f"jpeg_{name}.pkt", split_avi(stream.read_bytes()))
+
+
+SETS = {"tests": (make_h264, make_mpeg4, make_jpeg, make_aac), "benchmarks": (make_benchmarks,)}
+
+
+def make(folder, kinds):
     with tempfile.TemporaryDirectory() as work:
-        for kind in (make_h264, make_mpeg4, make_jpeg, make_aac):
+        for kind in kinds:
             kind(folder, pathlib.Path(work))
 
 
 def main():
     target = pathlib.Path(sys.argv[1])
+    chosen = sys.argv[2] if len(sys.argv) > 2 else "tests"
     version = subprocess.run(["ffmpeg", "-version"], check=True, capture_output=True).stdout.splitlines()[0]
     key = hashlib.sha256(pathlib.Path(__file__).read_bytes() + version).hexdigest()[:16]
     cache = pathlib.Path(os.environ.get("NORIX_CACHE") or pathlib.Path.home() / ".cache" / "norixsdk")
-    kept = cache / f"codec-corpus-{key}"
+    kept = cache / f"codec-{chosen}-{key}"
     if not kept.is_dir():
         cache.mkdir(parents=True, exist_ok=True)
-        fresh = pathlib.Path(tempfile.mkdtemp(prefix=".codec-corpus-", dir=cache))
+        fresh = pathlib.Path(tempfile.mkdtemp(prefix=".codec-", dir=cache))
         try:
-            make(fresh)
+            make(fresh, SETS[chosen])
             fresh.chmod(0o755)
             fresh.rename(kept)
         except OSError:
@@ -184,7 +204,7 @@ def main():
                 raise
         finally:
             shutil.rmtree(fresh, ignore_errors=True)
-    # The tests read a copy beside themselves: the cache isn't necessarily visible where they run.
+    # They are read from a copy in the build folder: the cache isn't necessarily visible where programs run.
     shutil.rmtree(target, ignore_errors=True)
     shutil.copytree(kept, target)
 
