@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <new>
 
 #include "codec/ColorConvert.h"
 #include "render/PictureBlit.h"
@@ -69,16 +70,14 @@ void DirectDrawPresenter::DisplayChanged() {
     m_displayChanged = true;
 }
 
-bool DirectDrawPresenter::DrawLast(HDC dc, const RECT& target) {
+bool DirectDrawPresenter::DrawLast(HDC dc, const RECT& target) try {
     std::unique_lock lock(m_lock, std::defer_lock);
     if (!lock.try_lock_for(kMoment) || !m_filled) return false;
 
-    DDSURFACEDESC2 locked = NewDescription();
-    if (FAILED(m_picture->Lock(nullptr, &locked, DDLOCK_WAIT | DDLOCK_READONLY, nullptr)) ||
-        !locked.lpSurface)
-        return false;
     const int stride = DibRowBytes(m_pictureSize.width);
     std::vector<std::uint8_t> bgr(static_cast<std::size_t>(stride) * m_pictureSize.height);
+    DDSURFACEDESC2 locked = NewDescription();
+    if (FAILED(m_picture->Lock(nullptr, &locked, DDLOCK_WAIT | DDLOCK_READONLY, nullptr))) return false;
     const codec::Status converted =
         codec::ConvertYuy2ToBgr24(static_cast<const std::uint8_t*>(locked.lpSurface), locked.lPitch,
                                   m_pictureSize.width, m_pictureSize.height, bgr.data(), stride);
@@ -95,6 +94,8 @@ bool DirectDrawPresenter::DrawLast(HDC dc, const RECT& target) {
                        pictureWidth,
                        source.left,
                        {source.Width(), source.Height()}});
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 BOOL CALLBACK DirectDrawPresenter::DDEnumCallbackEx(GUID* guid, char* description, char* name, void* context,

@@ -1,5 +1,6 @@
 #include "render/GdiPresenter.h"
 
+#include <new>
 #include <utility>
 
 #include "codec/Rotate.h"
@@ -43,7 +44,7 @@ HRESULT GdiPresenter::Initialize(int width, int height) {
     return width > 0 && height > 0 ? S_OK : E_INVALIDARG;
 }
 
-HRESULT GdiPresenter::Present(const Picture& picture) {
+HRESULT GdiPresenter::Present(const Picture& picture) try {
     if (!picture.data || picture.size.IsEmpty()) return E_INVALIDARG;
     RECT client;
     if (!IsWindow(m_config.videoWindow) || !GetClientRect(m_config.videoWindow, &client)) return S_FALSE;
@@ -63,6 +64,8 @@ HRESULT GdiPresenter::Present(const Picture& picture) {
     const std::lock_guard lock(m_lock);
     m_front.swap(m_back);
     return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
 }
 
 void GdiPresenter::DisplayChanged() {

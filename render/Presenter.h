@@ -11,6 +11,7 @@
 //   DrawLast        window thread                           draws the last picture into any device context
 //   destructor      the owner's, after both threads ended   releases everything
 //
+// None of them throws.
 // There is no call for a new window size or position: every Present() reads the window.
 // Source rectangle, rotation, caption and border are set in PictureView, which outlives the presenter.
 //

@@ -1,5 +1,5 @@
 # The presenter's part of render/, included by its CMakeLists.txt: the library render_presenter, with the pure
-# part alone where there is no Windows.
+# part alone where there is no Windows. Status pictures need render/res/render.rc in the module's resource script.
 
 add_library(render_presenter STATIC Geometry.cpp Geometry.h PictureView.cpp PictureView.h)
 target_link_libraries(render_presenter PUBLIC util)
@@ -27,8 +27,4 @@ if(WIN32)
         StatusPicture.h)
     # dxguid holds DirectDraw's interface identifiers; ddraw.dll itself is loaded at run time.
     target_link_libraries(render_presenter PUBLIC codec gdi32 user32 PRIVATE dxguid)
-
-    # The module's resource script includes this one; programs that draw status pictures add it to their sources.
-    set(NORIX_PRESENTER_RESOURCES ${CMAKE_CURRENT_LIST_DIR}/res/render.rc)
-    set_property(GLOBAL PROPERTY NORIX_PRESENTER_RESOURCES ${NORIX_PRESENTER_RESOURCES})
 endif()
