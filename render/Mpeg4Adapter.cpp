@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "codec/xvid.h"
-#include "render/DisplayFrame.h"
 
 namespace norix {
 namespace {
@@ -52,9 +51,9 @@ bool Mpeg4Adapter::DecodePacket(const std::uint8_t* data, std::size_t size, Deco
     do {
         const bool filter = host.DeInterlace() && host.Scratch().data;
         const codec::OutputPicture target = filter ? host.Scratch() : host.Work();
-        // The interface takes no capacity: a picture that would not fit is never asked for. Before the first
-        // header there is no size, and nothing is written.
-        if (!target.data || PictureSizeBytes(target.format, host.Size()) > target.capacity) return false;
+        // The interface takes no capacity. While the host is ready its buffers hold the size that the decoder
+        // announced last; before that the decoder is new, and writes nothing until it has announced one.
+        if (!target.data) return false;
 
         xvid_dec_frame_t frame = {};
         xvid_dec_stats_t stats = {};

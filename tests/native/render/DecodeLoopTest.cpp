@@ -1,0 +1,257 @@
+#include "render/DecodeLoop.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "tests/native/media/FrameBytes.h"
+#include "tests/native/render/Rig.h"
+#include "util/LogCapture.h"
+
+namespace norix {
+namespace {
+
+using codec::PixelFormat;
+using codec::test::LoadPackets;
+using test::Bytes;
+using test::Rig;
+
+struct Stream {
+    VideoCodec kind;
+    const char* clip;
+    PixelSize size;
+};
+
+constexpr Stream kStreams[] = {
+    {VideoCodec::H264, "h264_baseline_64x48", {64, 48}},
+    {VideoCodec::Mpeg4, "mpeg4_odd_99x67", {98, 66}},
+    {VideoCodec::Mjpeg, "jpeg_420_177x145", {176, 144}},
+};
+
+constexpr std::uint32_t kDecoded = FrameCounters::kDecoded;
+
+TEST(DecodeLoop, ShowsEveryPictureOfEveryKindInBothFormats) {
+    for (const Stream& stream : kStreams) {
+        for (PixelFormat format : {PixelFormat::kYuy2, PixelFormat::kBgr24}) {
+            for (bool deinterlace : {false, true}) {
+                Rig rig(stream.kind, format);
+                rig.param.deInterlace.Set(deinterlace);
+                const std::vector<Bytes> packets = LoadPackets(stream.clip);
+                for (const Bytes& packet : packets)
+                    rig.Play(packet, 40);
+                EXPECT_EQ(rig.sink->Shown().size(), packets.size()) << stream.clip;
+                EXPECT_EQ(rig.sink->prepared, std::vector<PixelSize>{stream.size});
+                EXPECT_EQ(rig.param.GetFrameCount(kDecoded), packets.size());
+                EXPECT_EQ(rig.param.PictureWidth(), stream.size.width);
+            }
+        }
+    }
+}
+
+TEST(DecodeLoop, SwapsBuffersInsteadOfCopying) {
+    Rig rig(VideoCodec::Mjpeg);
+    const Bytes jpeg = LoadPackets("jpeg_420_64x48")[0];
+    std::vector<const std::uint8_t*> seen;
+    for (int i = 0; i < 20; ++i) {
+        rig.Decode(jpeg);
+        DisplayFrame* frame = nullptr;
+        ASSERT_EQ(rig.pipeline.pool.TakeDisplayable(&frame), kResultOk);
+        seen.push_back(frame->picture.Data());
+        rig.pipeline.pool.Release(frame);
+    }
+    std::sort(seen.begin(), seen.end());
+    // The frames' buffers and the work buffer go round.
+    EXPECT_EQ(std::unique(seen.begin(), seen.end()) - seen.begin(), 7);
+}
+
+TEST(DecodeLoop, LeavesOutWhatIsNotWanted) {
+    for (const Stream& stream : kStreams) {
+        Rig rig(stream.kind);
+        const std::vector<Bytes> packets = LoadPackets(stream.clip);
+        rig.param.decodeAV.Set(false);
+        rig.Play(packets[0]);
+        EXPECT_EQ(rig.param.GetFrameCount(kDecoded), 0u);
+        rig.param.decodeAV.Set(true);
+        rig.Play(packets[0]);
+        rig.param.iFrameOnly.Set(true);
+        for (int i = 0; i < 5; ++i)
+            rig.Play(packets[0], 0, 1);
+        EXPECT_EQ(rig.param.GetFrameCount(kDecoded), 1u);
+        EXPECT_EQ(rig.sink->Shown().size(), 1u);
+        rig.Play(packets[0]);
+        EXPECT_EQ(rig.sink->Shown().size(), 2u);
+        // All records have come back.
+        VideoFrameRecord* record = nullptr;
+        for (std::uint32_t i = 0; i < rig.param.Settings().videoBufferNum; ++i) {
+            EXPECT_EQ(rig.param.GetEmptyVideoFrame(&record), kResultOk);
+        }
+    }
+}
+
+TEST(DecodeLoop, DropsPicturesThatFindNoFreeFrame) {
+    const util::LogCapture log;
+    Rig rig(VideoCodec::Mjpeg);
+    const Bytes jpeg = LoadPackets("jpeg_420_64x48")[0];
+    for (std::uint32_t pts = 1; pts <= 8; ++pts)
+        rig.Decode(jpeg, pts);
+    EXPECT_FALSE(log.Contains("(pts=6) drop"));
+    EXPECT_TRUE(log.Contains("DecodePicture(pts=7) drop video frame"));
+    EXPECT_TRUE(log.Contains("DecodePicture(pts=8) drop video frame"));
+    rig.ShowAll();
+    EXPECT_EQ(rig.sink->Shown().size(), 6u);
+    EXPECT_EQ(rig.sink->Shown().back().pts, 6u);
+}
+
+TEST(DecodeLoop, WaitsForAFreeFrameWhenDroppingIsOff) {
+    MediaSettings media;
+    media.enableDisplayFrameDrop = false;
+    Rig rig(VideoCodec::Mjpeg, PixelFormat::kYuy2, Rig::Small(), media);
+    const Bytes jpeg = LoadPackets("jpeg_420_64x48")[0];
+    for (std::uint32_t pts = 1; pts <= 6; ++pts)
+        rig.Decode(jpeg, pts);
+    std::thread display([&] {
+        platform::SleepMs(35);
+        rig.display->Step();
+    });
+    rig.Decode(jpeg, 7);
+    display.join();
+    rig.ShowAll();
+    EXPECT_EQ(rig.sink->Shown().size(), 7u);
+
+    // Nobody shows anything any more: the wait ends with the loop.
+    for (std::uint32_t pts = 1; pts <= 6; ++pts)
+        rig.Decode(jpeg, pts);
+    std::thread stopper([&] {
+        platform::SleepMs(35);
+        rig.pipeline.decodeRunning = false;
+    });
+    rig.Decode(jpeg, 8);
+    stopper.join();
+}
+
+TEST(DecodeLoop, ANewSizePreparesThePresenterOnceAndGivesOldPicturesUp) {
+    struct Change {
+        VideoCodec kind;
+        const char* first;
+        const char* second;
+        PixelSize size;
+    };
+    for (const Change& change : {
+             Change{VideoCodec::H264, "h264_baseline_64x48", "h264_full_range_320x240", {320, 240}},
+             Change{VideoCodec::Mpeg4, "mpeg4_simple_176x144", "mpeg4_odd_99x67", {98, 66}},
+             Change{VideoCodec::Mjpeg, "jpeg_420_64x48", "jpeg_422_177x145", {176, 144}},
+         }) {
+        Rig rig(change.kind);
+        for (const Bytes& packet : LoadPackets(change.first))
+            rig.Play(packet);
+        rig.Decode(LoadPackets(change.first)[0]);
+        const std::size_t before = rig.sink->Shown().size();
+        const std::vector<Bytes> packets = LoadPackets(change.second);
+        for (const Bytes& packet : packets)
+            rig.Play(packet);
+        EXPECT_EQ(rig.sink->prepared.size(), 2u) << change.second;
+        EXPECT_EQ(rig.sink->prepared.back(), change.size);
+        EXPECT_EQ(rig.sink->Shown().size() - before, packets.size());
+        EXPECT_FALSE(rig.sink->wrongSize);
+        EXPECT_EQ(rig.fake.Messages().back(),
+                  (platform::FakePlatform::Message{false, WM_OnResolutionChanged,
+                                                   static_cast<std::uintptr_t>(change.size.width),
+                                                   change.size.height}));
+    }
+}
+
+TEST(DecodeLoop, APresenterThatRefusesIsAskedAgain) {
+    for (const Stream& stream : kStreams) {
+        Rig rig(stream.kind);
+        rig.sink->refuse = true;
+        const std::vector<Bytes> packets = LoadPackets(stream.clip);
+        rig.Play(packets[0]);
+        EXPECT_TRUE(rig.sink->Shown().empty());
+        rig.sink->refuse = false;
+        for (const Bytes& packet : packets)
+            rig.Play(packet);
+        EXPECT_GE(rig.sink->Shown().size(), packets.size() - 1) << stream.clip;
+    }
+}
+
+TEST(DecodeLoop, PicturesThatDoNotFitAreNotDecoded) {
+    const util::LogCapture log;
+    for (const Stream& stream : kStreams) {
+        DecoderSettings settings = Rig::Small();
+        settings.displayBufferSize =
+            static_cast<std::uint32_t>(stream.size.width * stream.size.height * 2 - 1);
+        Rig rig(stream.kind, PixelFormat::kYuy2, settings);
+        for (const Bytes& packet : LoadPackets(stream.clip))
+            rig.Play(packet);
+        EXPECT_TRUE(rig.sink->Shown().empty());
+        EXPECT_TRUE(rig.sink->prepared.empty());
+    }
+    EXPECT_TRUE(log.Contains("a picture of 98 x 66 takes 12936 bytes, more than DisplayBufferSize = 12935"));
+}
+
+TEST(DecodeLoop, ANewDecodeSpeedStartsOverAtAKeyFrame) {
+    Rig rig(VideoCodec::H264);
+    const std::vector<Bytes> packets = LoadPackets("h264_baseline_64x48");  // a key frame every 8
+    for (std::size_t i = 0; i < 4; ++i)
+        rig.Play(packets[i], static_cast<std::uint32_t>(i));
+    rig.param.decodeSpeed.Set(4);
+    for (std::size_t i = 4; i < 10; ++i)
+        rig.Play(packets[i], static_cast<std::uint32_t>(i));
+    const auto shown = rig.sink->Shown();
+    ASSERT_EQ(shown.size(), 6u);
+    EXPECT_EQ(shown[4].pts, 8u);
+    EXPECT_EQ(rig.sink->prepared.size(), 2u);
+}
+
+TEST(DecodeLoop, AnotherPresenterTakesOverInItsOwnFormat) {
+    for (const Stream& stream : kStreams) {
+        Rig rig(stream.kind, PixelFormat::kYuy2);
+        const std::vector<Bytes> packets = LoadPackets(stream.clip);
+        rig.Decode(packets[0]);
+        const auto next = std::make_shared<test::FakeSink>(PixelFormat::kBgr24);
+        rig.pipeline.OfferSink(next);
+        for (const Bytes& packet : packets)
+            rig.Play(packet);
+        EXPECT_TRUE(rig.sink->Shown().empty());  // its picture was given up
+        EXPECT_EQ(next->prepared, std::vector<PixelSize>{stream.size});
+        EXPECT_EQ(next->Shown().size(), packets.size());
+    }
+}
+
+TEST(DecodeLoop, FramesOfUnknownKindPassThrough) {
+    Rig rig(VideoCodec::None);
+    rig.Play({1, 2, 3}, 5);
+    EXPECT_TRUE(rig.sink->Shown().empty());  // no size: nothing to show
+    EXPECT_EQ(rig.param.GetFrameCount(FrameCounters::kDisplayed), 1u);
+}
+
+TEST(DecodeLoop, RegionsTravelWithThePicture) {
+    Rig rig(VideoCodec::Mjpeg);
+    test::Bytes frame = test::CameraHeader(
+        test::Section().Region(0, 1, 80, 60, 160, 120, 50, 50).Region(1, 1, 0, 0, 10, 10, 51, 50).Build(), 0);
+    const Bytes jpeg = LoadPackets("jpeg_420_64x48")[0];
+    frame.insert(frame.end(), jpeg.begin(), jpeg.end());
+    rig.Decode(frame);
+    DisplayFrame* picture = nullptr;
+    ASSERT_EQ(rig.pipeline.pool.TakeDisplayable(&picture), kResultOk);
+    EXPECT_EQ(picture->regions[0], (PixelRect{16, 12, 48, 36}));
+    EXPECT_EQ(picture->alarms, (std::array<bool, 3>{true, false, false}));
+    EXPECT_EQ(rig.param.regionLevel[1].Get(), 50);
+    rig.pipeline.pool.Release(picture);
+
+    const auto regionMessages = [&] {
+        std::size_t count = 0;
+        for (const auto& message : rig.fake.Messages())
+            count += message.id == WM_OnMotionWindowUpdate;
+        return count;
+    };
+    EXPECT_EQ(regionMessages(), 3u);
+    rig.param.regionLevelsFrozen.Set(true);
+    rig.param.regionLevel[1].Set(7);
+    rig.Decode(frame);
+    EXPECT_EQ(rig.param.regionLevel[1].Get(), 7);
+    EXPECT_EQ(regionMessages(), 3u);
+}
+
+}  // namespace
+}  // namespace norix

@@ -1,0 +1,99 @@
+#include "render/DisplayLoop.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/native/render/Rig.h"
+#include "util/Log.h"
+#include "util/LogCapture.h"
+
+namespace norix {
+namespace {
+
+using codec::test::LoadPackets;
+using test::Bytes;
+using test::Rig;
+
+struct TakerLog final : SnapshotTaker {
+    void SaveJpeg(const SnapshotRequests::File&, const std::uint8_t* jpeg, std::size_t size) override {
+        calls.push_back("jpeg");
+        saved.assign(jpeg, jpeg + size);
+    }
+    void SavePicture(const SnapshotRequests::File&, const DisplayFrame& frame) override {
+        calls.push_back("picture " + std::to_string(frame.size.width));
+    }
+    void SendPicture(std::int32_t format, const DisplayFrame&, ControlWindow&) override {
+        calls.push_back("send " + std::to_string(format));
+    }
+    std::vector<std::string> calls;
+    Bytes saved;
+};
+
+TEST(DisplayLoop, WithDisplayOffEverythingButTheShowingHappens) {
+    Rig rig(VideoCodec::H264);
+    TakerLog taker;
+    rig.pipeline.snapshots = &taker;
+    rig.param.display.Set(false);
+    rig.param.displayChanged.Set(true);
+    rig.param.snapshots.RequestFile(L"", L"");
+    rig.param.snapshots.RequestData(2);
+    rig.Play(LoadPackets("h264_baseline_64x48")[0]);
+    EXPECT_TRUE(rig.sink->Shown().empty());
+    EXPECT_EQ(rig.param.GetFrameCount(FrameCounters::kDisplayed), 1u);
+    EXPECT_EQ(taker.calls, (std::vector<std::string>{"picture 64", "send 2"}));
+
+    rig.param.display.Set(true);
+    rig.Play(LoadPackets("h264_baseline_64x48")[1], 0, 1);
+    EXPECT_EQ(rig.sink->Shown().size(), 1u);
+    EXPECT_EQ(rig.sink->displayChanges, 1);
+    EXPECT_EQ(taker.calls.size(), 2u);  // each request once
+}
+
+TEST(DisplayLoop, MotionJpegSnapshotsAreTheFrameItself) {
+    Rig rig(VideoCodec::Mjpeg);
+    TakerLog taker;
+    rig.pipeline.snapshots = &taker;
+    rig.param.snapshots.RequestFile(L"", L"");
+    rig.param.snapshots.RequestData(1);
+    const Bytes jpeg = LoadPackets("jpeg_420_64x48")[0];
+    rig.Play(jpeg);
+    EXPECT_EQ(taker.calls, std::vector<std::string>{"jpeg"});
+    EXPECT_EQ(taker.saved, jpeg);
+    EXPECT_FALSE(rig.param.snapshots.DataWanted());
+}
+
+TEST(DisplayLoop, DrawsRegionsInAlarmThatAreSwitchedOn) {
+    Rig rig(VideoCodec::None);
+    DisplayFrame* frame = nullptr;
+    const auto show = [&] {
+        rig.pipeline.pool.TakeFree(&frame);
+        frame->size = {8, 8};
+        frame->format = codec::PixelFormat::kYuy2;
+        frame->alarms = {true, true, false};
+        std::fill_n(frame->picture.Data(), 128, std::uint8_t{0});
+        rig.pipeline.pool.PutDisplayable(frame, 1);
+        rig.display->Step();
+        return rig.sink->Shown().back().drawn;
+    };
+    EXPECT_EQ(show(), (std::array<bool, 3>{}));
+    rig.param.showRegions.Set(true);
+    rig.param.regionShown[1].Set(false);
+    EXPECT_EQ(show(), (std::array<bool, 3>{true, false, false}));
+}
+
+TEST(DisplayLoop, LogsTheClockOnlyOnRequest) {
+    const util::LogCapture log;
+    Rig rig(VideoCodec::Mjpeg);
+    const Bytes jpeg = LoadPackets("jpeg_420_64x48")[0];
+    rig.Play(jpeg, 1234);
+    EXPECT_FALSE(log.Contains("DisplayVideo"));
+    util::Switches().timeSync.Set(1);
+    rig.Play(jpeg, 1274);
+    util::Switches().timeSync.Set(0);
+    EXPECT_TRUE(log.Contains("DisplayVideo(pts=1274) sys_time = 1274, cur_diff = 0, prev_diff = 0 (ms)"));
+}
+
+}  // namespace
+}  // namespace norix
