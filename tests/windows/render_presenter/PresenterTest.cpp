@@ -116,6 +116,20 @@ TEST_P(PresenterTest, StaysBehindOtherWindows) {
             EXPECT_EQ(picture.At(x, y), colour) << x << ',' << y;
 }
 
+TEST_P(PresenterTest, ShowsInAChildWindowWithinItsParent) {
+    const PixelRect place{40, 50, 440, 350};  // reaches beyond the parent by 40 columns and 50 rows
+    const TestWindow child(place, kUntouched, window.Handle());
+    config.videoWindow = child.Handle();
+    presenter = CreatePresenter(GetParam(), config);
+    ASSERT_EQ(presenter->Initialize(kPicture.width, kPicture.height), S_OK);
+    EXPECT_EQ(Show(grid), S_OK);
+    const Pixels seen = Look(Offset(place, kPlace.left, kPlace.top), "child");
+    EXPECT_THAT(Differences(seen, grid, {0, 0, 360, 250}), IsEmpty());
+    EXPECT_FALSE(Alike(seen.At(380, 50), grid[0][3]));
+    EXPECT_FALSE(Alike(seen.At(50, 280), grid[2][0]));
+    EXPECT_EQ(Look(kPlace, "parent").At(20, 20), kUntouched);
+}
+
 TEST_P(PresenterTest, ShowsWhatIsOnTheScreenOfAWindowThatIsNot) {
     const int width = GetSystemMetrics(SM_CXSCREEN);
     const int height = GetSystemMetrics(SM_CYSCREEN);
