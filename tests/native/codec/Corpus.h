@@ -55,6 +55,9 @@ class Random {
     std::uint64_t m_state;
 };
 
+/// How many damaged frames each codec has to get over.
+inline constexpr int kDamagedFrames = 10000;
+
 /// Damages a packet: flips bits, cuts it short, exchanges or overwrites pieces.
 Bytes Corrupt(const Bytes& packet, Random& random);
 

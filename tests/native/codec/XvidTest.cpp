@@ -95,6 +95,29 @@ TEST(Xvid, WaitsForAnIntraPicture) {
     EXPECT_EQ(SumOf(driver.View()), exact[16]);
 }
 
+TEST(Xvid, GetsOverDamage) {
+    constexpr int kRound = 200;  // damaged frames between two looks at whether the decoder is still well
+    for (const char* clip : {"mpeg4_simple_176x144", "mpeg4_odd_99x67"}) {
+        const std::vector<Bytes> packets = LoadPackets(clip);
+        const std::vector<Reference> exact = LoadReferences(clip);
+        Random random(4);
+        XvidDriver driver(xvid_decore);
+        int shown = 0;
+        for (int frame = 0; frame < kDamagedFrames / 2; ++frame) {
+            const Bytes damaged =
+                Corrupt(packets[random.Below(static_cast<std::uint32_t>(packets.size()))], random);
+            shown += driver.Decode(damaged, random.Below(20) == 0 ? XVID_DISCONTINUITY : 0).type > 0;
+            if (frame % kRound == kRound - 1) {
+                for (std::size_t i = 0; i < 8; ++i) {
+                    ASSERT_GT(driver.Decode(packets[i]).type, 0) << clip << frame;
+                    ASSERT_EQ(SumOf(driver.View()), exact[i]) << clip << frame;
+                }
+            }
+        }
+        EXPECT_GT(shown, kDamagedFrames / 8);
+    }
+}
+
 TEST(Xvid, RefusesHostileHeaders) {
     Bytes packet = LoadPackets("mpeg4_simple_176x144")[0];
     XvidDriver driver(xvid_decore);
