@@ -26,7 +26,7 @@ constexpr SIZE kDefaultVideo{768, 432};
 constexpr SIZE kMinimumWindow{320, 240};
 constexpr int kMargin = 6;
 constexpr int kFieldHeight = 22;
-constexpr int kBarHeight = kFieldHeight + 2 * kMargin;
+constexpr int kRowHeight = kFieldHeight + kMargin;
 constexpr int kButtonWidth = 80;
 constexpr int kFieldWidth = 90;
 constexpr int kMinimumAddressWidth = 90;
@@ -180,11 +180,11 @@ HWND MainWindow::CreateChild(const wchar_t* windowClass, const wchar_t* text, DW
 }
 
 HWND MainWindow::CreateField(const wchar_t* label, const std::wstring& text, int width, DWORD style) {
-    bar_.push_back({CreateChild(WC_STATICW, label, SS_CENTERIMAGE), TextWidth(label)});
+    bar_.push_back({CreateChild(WC_STATICW, label, SS_CENTERIMAGE), TextWidth(label), true});
     const HWND field = CreateChild(WC_EDITW, text.c_str(), WS_TABSTOP | ES_AUTOHSCROLL | style);
     // Only fields that somebody filled are handed to the control.
     SendMessageW(field, EM_SETMODIFY, !text.empty(), 0);
-    bar_.push_back({field, width});
+    bar_.push_back({field, width, false});
     return field;
 }
 
@@ -210,8 +210,8 @@ void MainWindow::CreateChildren() {
     int id = kFirstCommandId;
     for (const Command& command : Commands()) {
         if (command.button) {
-            bar_.push_back(
-                {CreateChild(WC_BUTTONW, command.button, WS_TABSTOP | BS_PUSHBUTTON, id), kButtonWidth});
+            bar_.push_back({CreateChild(WC_BUTTONW, command.button, WS_TABSTOP | BS_PUSHBUTTON, id),
+                            kButtonWidth, false});
         }
         ++id;
     }
@@ -269,10 +269,36 @@ void MainWindow::FitToVideo(SIZE video) {
     RECT statusRect{};
     GetWindowRect(status_, &statusRect);
     const LONG statusHeight = statusRect.bottom - statusRect.top;
-    RECT rect{0, 0, video.cx, kBarHeight + video.cy + kMargin + kEventsHeight + statusHeight};
+    const LONG barHeight = LayOutBar(video.cx).back().bottom + kMargin;
+    RECT rect{0, 0, video.cx, barHeight + video.cy + kMargin + kEventsHeight + statusHeight};
     AdjustWindowRectEx(&rect, static_cast<DWORD>(GetWindowLongPtrW(window_, GWL_STYLE)), TRUE, 0);
     SetWindowPos(window_, nullptr, 0, 0, rect.right - rect.left, rect.bottom - rect.top,
                  SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+// From left to right, in as many rows as the width makes necessary.
+std::vector<RECT> MainWindow::LayOutBar(int width) const {
+    int taken = kMargin;
+    for (const BarItem& item : bar_)
+        taken += item.width + kMargin;
+    const int left = std::max(width - taken - kMargin, kMinimumAddressWidth);
+    const auto widthOf = [left](const BarItem& item) { return item.width ? item.width : left; };
+
+    std::vector<RECT> places;
+    int x = kMargin;
+    int y = kMargin;
+    for (size_t i = 0; i < bar_.size(); ++i) {
+        const int cx = widthOf(bar_[i]);
+        const int unbroken = bar_[i].isLabel ? cx + kMargin + widthOf(bar_[i + 1]) : cx;
+        const bool afterLabel = i > 0 && bar_[i - 1].isLabel;
+        if (x > kMargin && !afterLabel && x + unbroken + kMargin > width) {
+            x = kMargin;
+            y += kRowHeight;
+        }
+        places.push_back({x, y, x + cx, y + kFieldHeight});
+        x += cx + kMargin;
+    }
+    return places;
 }
 
 void MainWindow::Layout() {
@@ -284,27 +310,25 @@ void MainWindow::Layout() {
     const int width = client.right;
     const int bottom = client.bottom - (statusRect.bottom - statusRect.top);
 
-    // All windows move in one go; the address field takes what the others leave.
+    // All windows move in one go.
     HDWP move = BeginDeferWindowPos(static_cast<int>(bar_.size()) + 2);
-    const auto place = [&move](HWND window, int x, int y, int cx, int cy) {
-        if (move) move = DeferWindowPos(move, window, nullptr, x, y, cx, cy, SWP_NOZORDER | SWP_NOACTIVATE);
+    const auto place = [&move](HWND window, int x, int y, int cx, int cy, UINT flags = 0) {
+        if (move)
+            move = DeferWindowPos(move, window, nullptr, x, y, cx, cy, SWP_NOZORDER | SWP_NOACTIVATE | flags);
     };
-    int taken = kMargin;
-    for (const BarItem& item : bar_)
-        taken += item.width + kMargin;
-    const int left = std::max(width - taken, kMinimumAddressWidth);
-    int x = kMargin;
-    for (const BarItem& item : bar_) {
-        const int cx = item.width ? item.width : left;
-        place(item.window, x, kMargin, cx, kFieldHeight);
-        x += cx + kMargin;
+    const std::vector<RECT> bar = LayOutBar(width);
+    for (size_t i = 0; i < bar.size(); ++i) {
+        place(bar_[i].window, bar[i].left, bar[i].top, bar[i].right - bar[i].left, bar[i].bottom - bar[i].top,
+              SWP_NOCOPYBITS);
     }
 
-    const int videoHeight = std::max(bottom - kBarHeight - kMargin - kEventsHeight, kMinimumVideoHeight);
-    const int eventsTop = kBarHeight + videoHeight + kMargin;
-    place(pane_, 0, kBarHeight, width, videoHeight);
-    place(events_, 0, eventsTop, width, std::max(bottom - eventsTop, 0));
+    const int barHeight = bar.back().bottom + kMargin;
+    const int videoHeight = std::max(bottom - barHeight - kMargin - kEventsHeight, kMinimumVideoHeight);
+    const int eventsTop = barHeight + videoHeight + kMargin;
+    place(pane_, 0, barHeight, width, videoHeight);
+    place(events_, 0, eventsTop, width, std::max(bottom - eventsTop, 0), SWP_NOCOPYBITS);
     if (move) EndDeferWindowPos(move);
+    InvalidateRect(status_, nullptr, TRUE);  // its grip has moved
     // The last column takes what the others and the scroll bar leave.
     ListView_SetColumnWidth(
         events_, kTextColumn,

@@ -62,6 +62,7 @@ class MainWindow {
     bool CreateControl();
     void CloseControl();
     void Layout();
+    std::vector<RECT> LayOutBar(int width) const;
     void FitToVideo(SIZE video);
 
     static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
@@ -102,7 +103,8 @@ class MainWindow {
     HWND focus_ = nullptr;  // where the keyboard was when the window was last left
     struct BarItem {
         HWND window;
-        int width;  // 0: takes what the others leave
+        int width;     // 0: takes what the others leave
+        bool isLabel;  // stays with the next one
     };
     std::vector<BarItem> bar_;  // the address bar from left to right
     std::unique_ptr<std::remove_pointer_t<HFONT>, decltype(&DeleteObject)> font_{nullptr, &DeleteObject};
