@@ -35,7 +35,7 @@ inline void InsertDamaged(CCtrlParam& param, const DamagedStream& stream, int co
     std::size_t clip = 0;
     std::size_t frame = 0;
     for (int i = 0; i < count; ++i) {
-        if (frame == clips[clip].size() || random.Below(50) == 0) {
+        if (frame == clips[clip].size() || random.Below(200) == 0) {
             // Mostly the small one, which comes first.
             clip = random.Below(4) == 0 ? random.Below(static_cast<std::uint32_t>(clips.size())) : 0;
             frame = 0;

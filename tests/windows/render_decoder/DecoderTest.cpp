@@ -1,0 +1,245 @@
+#include "render/Decoder.h"
+
+#include <gtest/gtest.h>
+#include <psapi.h>
+
+#include <atomic>
+#include <functional>
+
+#include "render/NullPresenter.h"
+#include "tests/native/render/DamagedStream.h"
+#include "util/Handles.h"
+
+namespace norix {
+namespace {
+
+using codec::test::LoadPackets;
+
+constexpr char kClip[] = "h264_baseline_64x48";
+
+DecoderSettings SmallSettings() {
+    DecoderSettings settings;
+    settings.enableTimeSync = false;
+    settings.displayBufferSize = 352 * 288 * 3;
+    return settings;
+}
+
+bool WaitFor(const std::function<bool()>& condition, DWORD milliseconds = 5000) {
+    const DWORD begin = GetTickCount();
+    while (!condition()) {
+        if (GetTickCount() - begin > milliseconds) return false;
+        Sleep(1);
+    }
+    return true;
+}
+
+DWORD HandleCount() {
+    DWORD count = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &count);
+    return count;
+}
+
+std::size_t PrivateBytes() {
+    PROCESS_MEMORY_COUNTERS_EX counters = {};
+    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
+                         sizeof counters);
+    return counters.PrivateUsage;
+}
+
+// Presents by running a function on the display thread.
+class CallingPresenter final : public Presenter {
+  public:
+    explicit CallingPresenter(std::function<void()> present) : m_present(std::move(present)) {}
+    codec::PixelFormat Format() const override { return codec::PixelFormat::kYuy2; }
+    HRESULT Initialize(int, int) override { return S_OK; }
+    HRESULT Present(const Picture&) override {
+        m_present();
+        return S_OK;
+    }
+    void DisplayChanged() override {}
+    bool DrawLast(HDC, const RECT&) override { return false; }
+
+  private:
+    const std::function<void()> m_present;
+};
+
+class DecoderTest : public testing::Test {
+  protected:
+    DecoderTest() : m_param(std::make_unique<CCtrlParam>(MediaSettings())) { Make(4); }
+
+    void Make(std::uint32_t kind) {
+        m_decoder.reset();
+        m_decoder = std::make_unique<CDecoder>(kind, SmallSettings());
+        m_param->videoCodec.Set(static_cast<VideoCodec>(kind));
+    }
+    void Start(std::shared_ptr<Presenter> presenter) {
+        m_decoder->SetPresenter(std::move(presenter));
+        ASSERT_EQ(m_decoder->CreateDisplayThread(), kResultOk);
+        ASSERT_EQ(m_decoder->StartDecThread(m_param.get()), kResultOk);
+    }
+    void InsertFrames(std::size_t count) {
+        const auto packets = LoadPackets(kClip);
+        for (std::size_t i = 0; i < count; ++i) {
+            const auto& packet = packets[i % packets.size()];
+            m_param->InsertFrameToVideoBuffer(packet.data(), packet.size(), 0, i % packets.size() ? 1 : 0);
+            Sleep(1);
+        }
+    }
+
+    std::unique_ptr<CCtrlParam> m_param;
+    std::unique_ptr<CDecoder> m_decoder;
+};
+
+TEST_F(DecoderTest, PresentsOnAThreadOfHighestPriority) {
+    std::atomic<int> presented{0};
+    std::atomic<int> priority{-99};
+    Start(std::make_shared<CallingPresenter>([&] {
+        priority = GetThreadPriority(GetCurrentThread());
+        ++presented;
+    }));
+    EXPECT_EQ(m_decoder->CreateDisplayThread(), kResultOk);  // both again: nothing happens
+    EXPECT_EQ(m_decoder->StartDecThread(m_param.get()), kResultOk);
+    EXPECT_EQ(m_decoder->StartDecThread(nullptr), kResultInvalidArgument);
+    InsertFrames(24);
+    EXPECT_TRUE(WaitFor([&] { return presented == 24; })) << presented;
+    EXPECT_EQ(priority, THREAD_PRIORITY_HIGHEST);
+    EXPECT_EQ(m_param->GetFrameCount(FrameCounters::kDisplayed), 24u);
+    m_decoder.reset();
+}
+
+TEST_F(DecoderTest, ComesAndGoesWithoutLeaving) {
+    const auto once = [&](int i) {
+        Make(i % 2 ? 4 : 1);
+        if (i % 3 == 0) return;  // never started
+        const auto presenter = std::make_shared<NullPresenter>(codec::PixelFormat::kYuy2);
+        Start(presenter);
+        if (i % 3 == 1) InsertFrames(3);
+    };
+    for (int i = 0; i < 6; ++i)
+        once(i);
+    m_decoder.reset();
+    const DWORD handles = HandleCount();
+    const std::size_t bytes = PrivateBytes();
+    for (int i = 0; i < 60; ++i) {
+        const DWORD begin = GetTickCount();
+        once(i);
+        m_decoder.reset();
+        EXPECT_LT(GetTickCount() - begin, 1000u);
+    }
+    EXPECT_LE(HandleCount(), handles);
+    EXPECT_LT(PrivateBytes(), bytes + (1u << 20));
+}
+
+TEST_F(DecoderTest, AnotherPresenterTakesOverWhileRunning) {
+    const auto first = std::make_shared<NullPresenter>(codec::PixelFormat::kYuy2);
+    Start(first);
+    InsertFrames(8);
+    ASSERT_TRUE(WaitFor([&] { return first->presented == 8; }));
+    const auto second = std::make_shared<NullPresenter>(codec::PixelFormat::kBgr24);
+    m_decoder->SetPresenter(second);
+    InsertFrames(8);
+    EXPECT_TRUE(WaitFor([&] { return second->presented == 8; }));
+    EXPECT_EQ(second->width, 64);
+    EXPECT_EQ(first->presented, 8);
+    EXPECT_EQ(first.use_count(), 1);
+    m_decoder.reset();
+}
+
+int s_received = 0;
+
+LRESULT CALLBACK CountSnapshots(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_OnSnapshotData) ++s_received;
+    return DefWindowProcW(window, message, wParam, lParam);
+}
+
+// The display thread is inside SendMessage to the very thread that stops it.
+TEST_F(DecoderTest, StoppingAnswersWhatItsThreadsAreSending) {
+    struct Taker final : SnapshotTaker {
+        void SaveJpeg(const SnapshotRequests::File&, const std::uint8_t*, std::size_t) override {}
+        void SavePicture(const SnapshotRequests::File&, const DisplayFrame&) override {}
+        void SendPicture(std::int32_t, const DisplayFrame& frame, ControlWindow& window) override {
+            sending = true;
+            window.Send(WM_OnSnapshotData, frame.picture.Data(), nullptr);
+            sent = true;
+        }
+        std::atomic<bool> sending{false};
+        std::atomic<bool> sent{false};
+    } taker;
+    s_received = 0;
+    WNDCLASSW windowClass = {};
+    windowClass.lpszClassName = L"NorixDecoderTest";
+    windowClass.lpfnWndProc = CountSnapshots;
+    RegisterClassW(&windowClass);
+    const HWND window =
+        CreateWindowW(windowClass.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    ASSERT_NE(window, nullptr);
+    m_param->window.Set(window);
+    m_decoder->SetSnapshotTaker(&taker);
+    Start(std::make_shared<NullPresenter>(codec::PixelFormat::kYuy2));
+    m_param->snapshots.RequestData(1);
+    InsertFrames(1);
+    ASSERT_TRUE(WaitFor([&] { return taker.sending.load(); }));
+    EXPECT_FALSE(taker.sent);
+    const DWORD begin = GetTickCount();
+    m_decoder.reset();
+    EXPECT_LT(GetTickCount() - begin, 1000u);
+    EXPECT_TRUE(taker.sent);
+    EXPECT_EQ(s_received, 1);
+    m_param->window.Set(nullptr);
+    DestroyWindow(window);
+    UnregisterClassW(windowClass.lpszClassName, nullptr);
+}
+
+TEST_F(DecoderTest, AThreadThatHangsIsAbandonedAndDoesNoHarmLater) {
+    util::Event inside(util::Event::Kind::kManualReset);
+    util::Event goOn(util::Event::Kind::kManualReset);
+    auto presenter = std::make_shared<CallingPresenter>([&] {
+        inside.Set();
+        goOn.Wait(INFINITE);
+    });
+    const std::weak_ptr<Presenter> watched = presenter;
+    Start(std::move(presenter));
+    InsertFrames(1);
+    ASSERT_TRUE(inside.Wait(5000));
+    const DWORD begin = GetTickCount();
+    m_decoder.reset();
+    const DWORD took = GetTickCount() - begin;
+    EXPECT_GE(took, 5000u);
+    EXPECT_LT(took, 8000u);
+    m_param.reset();
+    EXPECT_FALSE(watched.expired());
+    goOn.Set();
+    EXPECT_TRUE(WaitFor([&] { return watched.expired(); }));  // the thread has released everything
+}
+
+class DamagedStreamTest : public testing::TestWithParam<test::DamagedStream> {};
+
+TEST_P(DamagedStreamTest, GivesPicturesAgainAndLeaksNothing) {
+    MediaSettings media;
+    media.enableDecodeFrameDrop = false;  // every frame reaches the decoder
+    CCtrlParam param(media);
+    param.videoCodec.Set(GetParam().kind);
+    const auto presenter = std::make_shared<NullPresenter>(codec::PixelFormat::kYuy2);
+    CDecoder decoder(static_cast<std::uint32_t>(GetParam().kind), SmallSettings());
+    decoder.SetPresenter(presenter);
+    decoder.CreateDisplayThread();
+    decoder.StartDecThread(&param);
+
+    test::InsertDamaged(param, GetParam(), 2000, 1);
+    const std::size_t bytes = PrivateBytes();
+    const DWORD handles = HandleCount();
+    test::InsertDamaged(param, GetParam(), 8000, 2);
+    // What the codec keeps for the largest picture announced so far may still grow a little.
+    EXPECT_LT(PrivateBytes(), bytes + (16u << 20));
+    EXPECT_LE(HandleCount(), handles + 8);
+    const int before = presenter->presented;
+    test::InsertSound(param, GetParam());
+    EXPECT_TRUE(WaitFor([&] { return presenter->presented > before; }));
+    EXPECT_GT(before, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, DamagedStreamTest, testing::ValuesIn(test::DamagedStreams()),
+                         [](const auto& info) { return info.param.name; });
+
+}  // namespace
+}  // namespace norix
