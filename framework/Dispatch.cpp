@@ -134,14 +134,17 @@ void AutomationType<Text>::Write(VARIANT& out, const Text& value) {
 }
 
 HRESULT CoerceArgument(VARIANT& target, const VARIANT& source, VARTYPE type, LCID locale) {
-    ScopedVariant plain;
-    HRESULT result = VariantCopyInd(&*plain, const_cast<VARIANT*>(&source));
-    // A by-reference variant may hold a by-reference value.
-    for (int depth = 0; SUCCEEDED(result) && ((*plain).vt & VT_BYREF) != 0 && depth < 4; ++depth) {
-        ScopedVariant inner;
-        result = VariantCopyInd(&*inner, &*plain);
-        std::swap(*inner, *plain);
+    // A script's variable is a reference to a variant, which may be a reference again. VariantCopyInd follows
+    // one step and reads through null.
+    constexpr int kMaxDepth = 8;  // a variant that refers to itself has no value
+    const VARIANT* value = &source;
+    for (int depth = 0; value->vt == (VT_BYREF | VT_VARIANT); ++depth) {
+        if (value->pvarVal == nullptr || depth == kMaxDepth) return DISP_E_TYPEMISMATCH;
+        value = value->pvarVal;
     }
+    if ((value->vt & VT_BYREF) != 0 && value->byref == nullptr) return DISP_E_TYPEMISMATCH;
+    ScopedVariant plain;
+    HRESULT result = VariantCopyInd(&*plain, const_cast<VARIANT*>(value));
     if (SUCCEEDED(result)) {
         if ((*plain).vt == VT_ERROR && (*plain).scode == DISP_E_PARAMNOTFOUND) return DISP_E_PARAMNOTOPTIONAL;
         result = VariantChangeTypeEx(&target, &*plain, locale, 0, type);
@@ -176,6 +179,7 @@ const DispatchMember* DispatchTable::Find(const wchar_t* name) const {
 
 HRESULT InvokeMember(const DispatchTable& table, COleControl& control, DISPID id, LCID locale, WORD flags,
                      DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception, UINT* argumentError) {
+    if (result != nullptr) VariantInit(result);
     const DispatchMember* member = table.Find(id);
     if (member == nullptr) return DISP_E_MEMBERNOTFOUND;
     if (parameters == nullptr || (parameters->cArgs != 0 && parameters->rgvarg == nullptr) ||
@@ -183,8 +187,6 @@ HRESULT InvokeMember(const DispatchTable& table, COleControl& control, DISPID id
         parameters->cNamedArgs > parameters->cArgs) {
         return E_INVALIDARG;
     }
-    if (result != nullptr) VariantInit(result);
-
     if (member->kind != MemberKind::Method) {
         if ((flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0) {
             return PutProperty(*member, control, *parameters, locale, exception, argumentError);
