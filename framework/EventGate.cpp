@@ -12,6 +12,23 @@ namespace framework {
 namespace {
 /// A host that never thaws must not grow the control: the oldest event gives way.
 constexpr std::size_t kMaxHeld = 256;
+
+bool IsByReference(std::span<const VARIANT> arguments) {
+    return std::any_of(arguments.begin(), arguments.end(),
+                       [](const VARIANT& argument) { return (argument.vt & VT_BYREF) != 0; });
+}
+
+class Thawing {
+  public:
+    explicit Thawing(bool& flag) : m_flag(flag) { m_flag = true; }
+    ~Thawing() { m_flag = false; }
+    Thawing(const Thawing&) = delete;
+    Thawing& operator=(const Thawing&) = delete;
+
+  private:
+    bool& m_flag;
+};
+
 }  // namespace
 
 EventGate::~EventGate() {
@@ -20,7 +37,8 @@ EventGate::~EventGate() {
 }
 
 void EventGate::Fire(DISPID id, std::span<VARIANT> arguments) {
-    if (m_frozen != 0) {
+    // What a handler causes while older events still wait must not overtake them.
+    if (m_frozen != 0 || (m_thawing && !m_held.empty() && !IsByReference(arguments))) {
         Hold(id, arguments);
     } else {
         Deliver(id, arguments);
@@ -28,8 +46,9 @@ void EventGate::Fire(DISPID id, std::span<VARIANT> arguments) {
 }
 
 void EventGate::Thaw() {
-    if (m_frozen == 0 || --m_frozen != 0) return;
+    if (m_frozen == 0 || --m_frozen != 0 || m_thawing) return;
     const KeepAlive<COleControl> keep(m_owner);
+    const Thawing thawing(m_thawing);
     while (m_frozen == 0 && !m_held.empty()) {  // a handler may freeze again
         Held held = std::move(m_held.front());
         m_held.pop_front();
@@ -49,10 +68,7 @@ void EventGate::Deliver(DISPID id, std::span<VARIANT> arguments) {
 }
 
 void EventGate::Hold(DISPID id, std::span<VARIANT> arguments) {
-    const bool byReference = std::any_of(arguments.begin(), arguments.end(), [](const VARIANT& argument) {
-        return (argument.vt & VT_BYREF) != 0;
-    });
-    if (byReference || !m_owner.ConnectionPoints().Events().HasSinks()) return;
+    if (IsByReference(arguments) || !m_owner.ConnectionPoints().Events().HasSinks()) return;
     if (m_held.size() == kMaxHeld) {
         Clear(m_held.front());
         m_held.pop_front();

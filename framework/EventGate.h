@@ -40,6 +40,7 @@ class EventGate {
 
     COleControl& m_owner;
     unsigned m_frozen = 0;
+    bool m_thawing = false;  // inside Thaw's deliveries
     std::deque<Held> m_held;
 };
 
