@@ -115,8 +115,10 @@ HRESULT RegisterTypeLibrary() {
 }
 
 HRESULT UnregisterTypeLibrary(REFGUID library, WORD major, WORD minor) {
-    const HRESULT result = UnRegisterTypeLib(library, major, minor, LANG_NEUTRAL, SYS_WIN32);
-    return result == TYPE_E_REGISTRYACCESS ? S_OK : result;  // it was not registered
+    BSTR path = nullptr;
+    if (FAILED(QueryPathOfRegTypeLib(library, major, minor, LANG_NEUTRAL, &path))) return S_OK;  // not there
+    SysFreeString(path);
+    return UnRegisterTypeLib(library, major, minor, LANG_NEUTRAL, SYS_WIN32);
 }
 
 }  // namespace framework
