@@ -4,6 +4,7 @@
 #include <olectl.h>
 
 #include "framework/EntryPoint.h"
+#include "util/FpuGuard.h"
 
 namespace framework {
 
@@ -54,6 +55,7 @@ STDMETHODIMP_(ULONG) COleControl::Release() {
 }
 
 void COleControl::FinalRelease() {
+    const util::FpuGuard fpu;  // destructors compute and log as well
     m_references = kDestroying;
     Guarded([&] {
         m_inPlace.Abandon();
