@@ -220,7 +220,8 @@ STDMETHODIMP InPlace::TranslateAccelerator(LPMSG message) {
         ComPtr<IOleControlSite> controlSite;
         ComPtr<IOleClientSite> site = m_owner.Embedding().Site();
         if (site == nullptr || FAILED(site.As(&controlSite))) return S_FALSE;
-        DWORD modifiers = 0;  // @@ (GetKeyState(VK_SHIFT) < 0) modifiers |= kShift;
+        DWORD modifiers = 0;
+        if (GetKeyState(VK_SHIFT) < 0) modifiers |= kShift;
         if (GetKeyState(VK_CONTROL) < 0) modifiers |= kControl;
         if (GetKeyState(VK_MENU) < 0) modifiers |= kAlt;
         return controlSite->TranslateAccelerator(message, modifiers);
