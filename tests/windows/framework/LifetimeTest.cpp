@@ -1,0 +1,177 @@
+// A host may do anything from inside a call of the control: drop its last reference, destroy the window, call
+// back. And it may run with floating point exceptions unmasked.
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+#include <oleauto.h>
+
+#include <optional>
+
+#include "framework/Module.h"
+#include "tests/windows/framework/EventRecorder.h"
+#include "tests/windows/framework/TestControl.h"
+
+namespace framework::test {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+HRESULT PutDegrees(IDispatch& control, long degrees) {
+    VARIANT value;
+    value.vt = VT_I4;
+    value.lVal = degrees;
+    DISPID put = DISPID_PROPERTYPUT;
+    DISPPARAMS parameters = {&value, &put, 1, 1};
+    return control.Invoke(Thermometer::kDegrees, IID_NULL, 0, DISPATCH_PROPERTYPUT, &parameters, nullptr,
+                          nullptr, nullptr);
+}
+
+// The sink is declared before the control goes and holds no reference to it after StopListening.
+TEST(Lifetime, LastReferenceGoesInsideAnEventHandler) {
+    auto* control = new Thermometer();
+    EventRecorder sink(*control, kThermometerEvents, events::kAll);
+    sink.onEvent = [&](DISPID, DISPPARAMS&) {
+        sink.StopListening();
+        control->Release();
+        EXPECT_EQ(Thermometer::Living(), 1);  // it is still on the stack
+    };
+    control->FireEvent(events::Changed, 1);
+    EXPECT_EQ(Thermometer::Living(), 0);
+    EXPECT_EQ(sink.Events(), Texts{"Changed(1)"});
+}
+
+TEST(Lifetime, LastReferenceGoesInsideAMessage) {
+    auto* control = new Thermometer();
+    ASSERT_TRUE(control->CreateHiddenWindow());
+    const HWND window = control->Handle();
+    control->onMessage = [&] {
+        control->Release();
+        EXPECT_EQ(Thermometer::Living(), 1);
+    };
+    EXPECT_EQ(SendMessageW(window, Thermometer::kFireChanged, 1, 0), 20);
+    EXPECT_EQ(Thermometer::Living(), 0);
+    EXPECT_FALSE(IsWindow(window));
+}
+
+TEST(Lifetime, LastReferenceGoesInsideAPropertyPut) {
+    auto* control = new Thermometer();
+    ASSERT_TRUE(control->CreateHiddenWindow());
+    const HWND window = control->Handle();
+    control->onDegreesChanged = [&] {
+        control->Release();
+        EXPECT_EQ(Thermometer::Living(), 1);
+    };
+    EXPECT_EQ(PutDegrees(*control, 3), S_OK);
+    EXPECT_EQ(Thermometer::Living(), 0);
+    EXPECT_FALSE(IsWindow(window));
+}
+
+TEST(Lifetime, LastReferenceGoesWhileHeldEventsAreDelivered) {
+    auto* control = new Thermometer();
+    EventRecorder sink(*control, kThermometerEvents, events::kAll);
+    IOleControl* frozen = nullptr;
+    ASSERT_EQ(control->QueryInterface(IID_PPV_ARGS(&frozen)), S_OK);
+    frozen->FreezeEvents(TRUE);
+    control->FireEvent(events::Changed, 1);
+    control->FireEvent(events::Changed, 2);
+    control->Release();
+    sink.onEvent = [&](DISPID, DISPPARAMS&) {
+        if (sink.Events().size() != 1) return;
+        sink.StopListening();
+        frozen->Release();
+        EXPECT_EQ(Thermometer::Living(), 1);
+    };
+    EXPECT_EQ(frozen->FreezeEvents(FALSE), S_OK);
+    EXPECT_EQ(Thermometer::Living(), 0);
+    EXPECT_EQ(sink.Events(), Texts{"Changed(1)"});
+}
+
+TEST(Lifetime, WindowGoesInsideAMessage) {
+    auto* control = new Thermometer();
+    ASSERT_TRUE(control->CreateHiddenWindow());
+    control->onMessage = [&] { control->DestroyWindow(); };
+    EXPECT_EQ(SendMessageW(control->Handle(), Thermometer::kFireChanged, 1, 0), 20);
+    EXPECT_FALSE(control->HasWindow());
+    EXPECT_TRUE(control->CreateHiddenWindow());  // and another comes
+    EXPECT_EQ(control->Release(), 0u);
+    EXPECT_EQ(Thermometer::Living(), 0);
+}
+
+TEST(Lifetime, PropertyPutsMayBeNested) {
+    auto* control = new Thermometer();
+    control->onDegreesChanged = [&] {
+        if (control->Properties().degrees < 5) PutDegrees(*control, control->Properties().degrees + 1);
+    };
+    EXPECT_EQ(PutDegrees(*control, 1), S_OK);
+    EXPECT_EQ(control->Properties().degrees, 5);
+    EXPECT_EQ(control->Release(), 0u);
+}
+
+// ---- The floating point environment of the host
+
+/// All x87 exceptions but the inexact result unmasked and 24 bits of precision: what some hosts run with.
+class UnmaskedFpu {
+  public:
+    UnmaskedFpu() {
+        asm volatile("fnstcw %0\n\tstmxcsr %1" : "=m"(m_control), "=m"(m_sse));
+        Load(kHostControl, kHostSse);
+    }
+    ~UnmaskedFpu() { Load(m_control, m_sse); }
+
+    static bool IsUntouched() {
+        unsigned short control = 0;
+        unsigned sse = 0;
+        asm volatile("fnstcw %0\n\tstmxcsr %1" : "=m"(control), "=m"(sse));
+        return (control & 0xF3F) == (kHostControl & 0xF3F) && (sse & 0xFF80) == kHostSse;
+    }
+
+  private:
+    static constexpr unsigned short kHostControl = 0x0020;
+    static constexpr unsigned kHostSse = 0x1000;  // invalid, zero divide, overflow, underflow unmasked
+
+    static void Load(unsigned short control, unsigned sse) {
+        asm volatile("fnclex\n\tfldcw %0\n\tldmxcsr %1" : : "m"(control), "m"(sse) : "memory");
+    }
+
+    unsigned short m_control = 0;
+    unsigned m_sse = 0;
+};
+
+/// Would end the program if the exceptions were still unmasked.
+void DivideByZero() {
+    volatile double zero = 0.0;
+    volatile double quotient = 1.0 / zero;
+    EXPECT_GT(quotient, 1.0);
+    double x87;
+    asm volatile("fld1\n\tfldz\n\tfdivrp\n\tfstpl %0" : "=m"(x87));
+}
+
+TEST(FloatingPoint, ExceptionsOfTheHostDoNotReachTheControl) {
+    auto* control = new Thermometer();
+    ASSERT_TRUE(control->CreateHiddenWindow());
+    int calls = 0;
+    control->onDegreesChanged = [&] {
+        DivideByZero();
+        ++calls;
+    };
+    control->onMessage = [&] {
+        DivideByZero();
+        ++calls;
+    };
+    control->onDestroy = control->onMessage;
+    {
+        const UnmaskedFpu host;
+        ASSERT_TRUE(UnmaskedFpu::IsUntouched());
+        EXPECT_EQ(PutDegrees(*control, 3), S_OK);
+        EXPECT_TRUE(UnmaskedFpu::IsUntouched());
+        SendMessageW(control->Handle(), Thermometer::kFireChanged, 1, 0);
+        EXPECT_TRUE(UnmaskedFpu::IsUntouched());
+        EXPECT_EQ(control->Release(), 0u);
+        EXPECT_TRUE(UnmaskedFpu::IsUntouched());
+    }
+    EXPECT_EQ(calls, 3);
+}
+
+}  // namespace
+}  // namespace framework::test

@@ -1,0 +1,27 @@
+#include <windows.h>
+
+#include <gtest/gtest.h>
+#include <ole2.h>
+
+#include "framework/Module.h"
+#include "tests/windows/framework/TestControl.h"
+
+namespace {
+
+class TestModule final : public framework::COleControlModule {};
+TestModule g_module;
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    g_module.OnDllMain(GetModuleHandleW(nullptr), DLL_PROCESS_ATTACH, nullptr);
+    if (FAILED(OleInitialize(nullptr))) return 1;
+    int result = RUN_ALL_TESTS();
+    if (result == 0 && (framework::test::Thermometer::Living() != 0 || !g_module.CanUnload())) {
+        printf("[  FAILED  ] the tests left objects behind that keep the module loaded\n");
+        result = 1;
+    }
+    OleUninitialize();
+    return result;
+}

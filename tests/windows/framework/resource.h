@@ -1,0 +1,4 @@
+#pragma once
+
+#define IDD_THERMOMETER 100
+#define IDC_SCALE 101
