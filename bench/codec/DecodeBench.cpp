@@ -1,5 +1,5 @@
-// One iteration is one frame. "bare" is libavcodec by itself on the same packets with the same number of
-// threads.
+// One iteration is the whole clip; "frame" is the time of one frame. "Bare" is libavcodec by itself on the
+// same packets with the same number of threads.
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -29,6 +29,7 @@ std::string ClipName(const char* codec, std::int64_t size) {
 class Loop {
   public:
     explicit Loop(const std::vector<Bytes>& packets) : m_packets(packets) {}
+    std::size_t Length() const { return m_packets.size(); }
     const Bytes& Next() { return m_packets[m_next++ % m_packets.size()]; }
 
   private:
@@ -36,16 +37,22 @@ class Loop {
     std::size_t m_next = 0;
 };
 
-/// Reports operator new calls per frame, not counting the first frames.
+/// Decodes the clip once per iteration, after one time that doesn't count. Reports the time per frame, and
+/// how often operator new was called for it.
 template <typename Frame>
-void Run(benchmark::State& state, const Frame& frame) {
-    for (int i = 0; i < 3; ++i)
-        frame();
+void Run(benchmark::State& state, std::size_t frames, const Frame& frame) {
+    const auto clip = [&] {
+        for (std::size_t i = 0; i < frames; ++i)
+            frame();
+    };
+    clip();
     const std::uint64_t before = Allocations();
     for (auto _ : state)
-        frame();
-    state.counters["allocs"] =
-        benchmark::Counter(static_cast<double>(Allocations() - before), benchmark::Counter::kAvgIterations);
+        clip();
+    const double decoded = static_cast<double>(frames) * static_cast<double>(state.iterations());
+    state.counters["allocs"] = static_cast<double>(Allocations() - before) / decoded;
+    state.counters["frame"] =
+        benchmark::Counter(decoded, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 struct AvDelete {
@@ -74,7 +81,7 @@ void Bare(benchmark::State& state, AVCodecID id, const std::vector<Bytes>& packe
         std::copy(bytes.begin(), bytes.end(), ready.back()->data);
     }
     std::size_t next = 0;
-    Run(state, [&] {
+    Run(state, ready.size(), [&] {
         avcodec_send_packet(context.get(), ready[next++ % ready.size()].get());
         avcodec_receive_frame(context.get(), frame.get());
         benchmark::DoNotOptimize(frame->data[0]);
@@ -98,7 +105,7 @@ void H264Planar(benchmark::State& state) {
     const Bytes& first = LoadClip(H264Name(state))[0];
     if (decoder.Initialise(first.data(), first.size()) != Status::kOk)
         return state.SkipWithError("no stream");
-    Run(state, [&] {
+    Run(state, loop.Length(), [&] {
         const Bytes& packet = loop.Next();
         if (decoder.DecodePlanar(packet.data(), packet.size(), &picture) != Status::kOk) {
             state.SkipWithError("no picture");
@@ -113,7 +120,7 @@ void H264Packed(benchmark::State& state, PixelFormat format) {
     if (decoder.Initialise(first.data(), first.size()) != Status::kOk)
         return state.SkipWithError("no stream");
     Bytes buffer(PictureBytes(format, decoder.Width(), decoder.Height()));
-    Run(state, [&] {
+    Run(state, loop.Length(), [&] {
         const Bytes& packet = loop.Next();
         if (decoder.Decode(packet.data(), packet.size(), {format, buffer.data(), buffer.size(), 0}) !=
             Status::kOk) {
@@ -148,7 +155,7 @@ void H264Speed(benchmark::State& state) {
     if (decoder.Initialise(first.data(), first.size()) != Status::kOk)
         return state.SkipWithError("no stream");
     PlanarPicture picture;
-    Run(state, [&] {
+    Run(state, loop.Length(), [&] {
         const Bytes& packet = loop.Next();
         benchmark::DoNotOptimize(decoder.DecodePlanar(packet.data(), packet.size(), &picture));
     });
@@ -165,10 +172,13 @@ void Mpeg4Packed(benchmark::State& state, int csp, int bytesPerPixel) {
     const int width = kWidths[state.range(0)];
     const int height = kHeights[state.range(0)];
     Bytes buffer(static_cast<std::size_t>(width * height) * 3);
+    xvid_gbl_init_t init = {};
+    init.version = XVID_VERSION;
+    xvid_global(nullptr, XVID_GBL_INIT, &init, nullptr);
     xvid_dec_create_t create = {};
     create.version = XVID_VERSION;
     xvid_decore(nullptr, XVID_DEC_CREATE, &create, nullptr);
-    Run(state, [&] {
+    Run(state, loop.Length(), [&] {
         const Bytes& packet = loop.Next();
         std::size_t at = 0;
         xvid_dec_stats_t stats = {};
@@ -213,7 +223,7 @@ void JpegPacked(benchmark::State& state, PixelFormat format) {
     Loop loop(LoadClip(ClipName("jpeg", state.range(0))));
     JpegDecoder decoder;
     Bytes buffer(PictureBytes(format, kWidths[state.range(0)], kHeights[state.range(0)]));
-    Run(state, [&] {
+    Run(state, loop.Length(), [&] {
         const Bytes& packet = loop.Next();
         if (decoder.Decode(packet.data(), packet.size(), {format, buffer.data(), buffer.size(), 0}) !=
             Status::kOk) {
@@ -239,7 +249,7 @@ void JpegEncode(benchmark::State& state) {
                          {PixelFormat::kBgr24, buffer.data(), buffer.size(), 0});
     const std::uint8_t* jpeg = nullptr;
     std::size_t size = 0;
-    Run(state,
+    Run(state, 10,
         [&] { (void)encoder.Encode(PixelFormat::kBgr24, buffer.data(), width, height, 0, &jpeg, &size); });
 }
 BENCHMARK(JpegBare)->Apply(BothSizes);
