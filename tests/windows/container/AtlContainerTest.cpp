@@ -84,7 +84,7 @@ class AtlContainerTest : public ContainerTest {
     void TearDown() override {
         automation.Reset();
         control.Reset();
-        window.Destroy();
+        if (holder) DestroyWindow(holder);  // unless a test has done so
         registration.reset();
         ContainerTest::TearDown();
     }

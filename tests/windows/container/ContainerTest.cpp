@@ -15,14 +15,24 @@ constexpr wchar_t kHostClass[] = L"ContainerTestHost";
 class OleEnvironment : public testing::Environment {
   public:
     void SetUp() override { ASSERT_HRESULT_SUCCEEDED(OleInitialize(nullptr)); }
-    void TearDown() override { OleUninitialize(); }
+    void TearDown() override {
+        HostWindow::Shared().Destroy();
+        OleUninitialize();
+    }
 };
 
 [[maybe_unused]] const auto* const kOleEnvironment = testing::AddGlobalTestEnvironment(new OleEnvironment);
 
 }  // namespace
 
-HostWindow::HostWindow() {
+HostWindow& HostWindow::Shared() {
+    static HostWindow shared;
+    shared.Create();
+    return shared;
+}
+
+void HostWindow::Create() {
+    if (window_) return;
     WNDCLASSW windowClass{};
     windowClass.lpfnWndProc = &DefWindowProcW;
     windowClass.hInstance = GetModuleHandleW(nullptr);
@@ -33,10 +43,6 @@ HostWindow::HostWindow() {
                             nullptr, nullptr, windowClass.hInstance, nullptr);
     ShowWindow(window_, SW_SHOW);
     SetForegroundWindow(window_);
-}
-
-HostWindow::~HostWindow() {
-    Destroy();
 }
 
 void HostWindow::Destroy() {

@@ -19,19 +19,23 @@
 
 using Microsoft::WRL::ComPtr;
 
-// A visible top-level window for the control to live in.
+// A visible top-level window for the control to live in. All tests share one, which comes back when a test
+// has destroyed it: where no window manager runs, taking a window away costs seconds.
 class HostWindow {
   public:
-    HostWindow();
-    ~HostWindow();
+    static HostWindow& Shared();
+    ~HostWindow() { Destroy(); }
     HostWindow(const HostWindow&) = delete;
     HostWindow& operator=(const HostWindow&) = delete;
 
-    HWND Get() const { return window_; }
+    void Create();  // unless it is there
     void Destroy();
+    HWND Get() const { return window_; }
 
   private:
-    HWND window_;
+    HostWindow() = default;
+
+    HWND window_ = nullptr;
 };
 
 // Receives the events of a control, as "Name(value,value)", and runs what a test wants done inside a handler.
@@ -90,7 +94,7 @@ class ContainerTest : public testing::Test {
     void IgnoreCalls() { log.Take(); }
 
     ControlModule module;
-    HostWindow window;
+    HostWindow& window = HostWindow::Shared();
     CallLog log;
     RecordingFrame frame;
     RecordingSite site;

@@ -68,7 +68,7 @@ void LiveOnce(const ControlModule& module, HWND window) {
 TEST(EnduranceTest, ManyControlsInOneProcess) {
     const ControlModule module;
     ASSERT_TRUE(module);
-    const HostWindow window;
+    const HostWindow& window = HostWindow::Shared();
     for (int round = 0; round < kWarmUpRounds; ++round)
         ASSERT_NO_FATAL_FAILURE(LiveOnce(module, window.Get()));
     const auto before = ResourceUse::Now();
@@ -79,7 +79,7 @@ TEST(EnduranceTest, ManyControlsInOneProcess) {
 }
 
 TEST(EnduranceTest, ManyModulesInOneProcess) {
-    const HostWindow window;
+    const HostWindow& window = HostWindow::Shared();
     // The system's libraries stay, so that only our module comes and goes: loading Wine's winmm costs twelve
     // handles each time.
     std::vector<util::UniqueModule> systemLibraries;
