@@ -1,7 +1,6 @@
 #include "render/Decoder.h"
 
 #include <gtest/gtest.h>
-#include <psapi.h>
 
 #include <atomic>
 #include <functional>
@@ -39,11 +38,15 @@ DWORD HandleCount() {
     return count;
 }
 
+// Memory of our own that the process holds; the counter that the system keeps of it is always 0 under Wine.
 std::size_t PrivateBytes() {
-    PROCESS_MEMORY_COUNTERS_EX counters = {};
-    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
-                         sizeof counters);
-    return counters.PrivateUsage;
+    std::size_t bytes = 0;
+    MEMORY_BASIC_INFORMATION region = {};
+    for (const char* at = nullptr; VirtualQuery(at, &region, sizeof region) != 0;
+         at = static_cast<const char*>(region.BaseAddress) + region.RegionSize) {
+        if (region.State == MEM_COMMIT && region.Type == MEM_PRIVATE) bytes += region.RegionSize;
+    }
+    return bytes;
 }
 
 // Presents by running a function on the display thread.
