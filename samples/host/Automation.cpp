@@ -50,7 +50,7 @@ _variant_t Invoke(IDispatch* object, const std::wstring& name, WORD kind, DISPPA
 
 }  // namespace
 
-AutomationError::AutomationError(HRESULT code, std::wstring message)
+AutomationError::AutomationError(HRESULT code, const std::wstring& message)
     : std::runtime_error("automation call failed"),
       code_(code),
       message_(message + L" (" + HexCode(code) + L")") {}

@@ -14,7 +14,7 @@
 // What went wrong, with the object's own description where it gave one.
 class AutomationError : public std::runtime_error {
   public:
-    AutomationError(HRESULT code, std::wstring message);
+    AutomationError(HRESULT code, const std::wstring& message);
 
     HRESULT Code() const { return code_; }
     const std::wstring& Message() const { return message_; }

@@ -10,8 +10,6 @@
 #include "Automation.h"
 #include "Values.h"
 
-using Microsoft::WRL::ComPtr;
-
 namespace {
 
 constexpr wchar_t kWindowClass[] = L"NorixHost";

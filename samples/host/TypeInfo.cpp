@@ -140,7 +140,7 @@ std::vector<Enumeration> ReadEnumerations(ITypeLib* library) {
         if (FAILED(library->GetTypeInfoType(i, &kind)) || kind != TKIND_ENUM) continue;
         ComPtr<ITypeInfo> info;
         CheckError(library->GetTypeInfo(i, &info));
-        auto& enumeration = enumerations.emplace_back(NameOfType(info.Get()));
+        auto& enumeration = enumerations.emplace_back(Enumeration{NameOfType(info.Get()), {}});
         const auto attributes = Attributes(info.Get());
         for (UINT constant = 0; constant < attributes->cVars; ++constant) {
             const auto variable = Variable(info.Get(), constant);

@@ -13,7 +13,6 @@
 
 namespace {
 
-using testing::AnyOf;
 using testing::ElementsAre;
 
 // The library's entry points. Found at run time: nothing here needs it to be installed to start.

@@ -11,10 +11,7 @@
 
 namespace {
 
-using testing::Contains;
-using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 // Property names differ in case only by mistake.
 struct LessIgnoringCase {
