@@ -77,7 +77,6 @@ void CCtrlParam::ResetForNewStream() {
     m_pictureWidth.Set(0);
     m_pictureHeight.Set(0);
     displayChanged.Set(false);
-    window.Reopen();
     m_closing.store(false);
 }
 

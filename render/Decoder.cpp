@@ -20,9 +20,6 @@ DecoderSettings ReadSettings() {
     return settings;
 }
 
-// How long a thread may take to finish what it is sending to the window.
-constexpr std::uint32_t kFinishSendsMs = 1000;
-
 unsigned HandleNumber(HANDLE handle) {
     return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(handle));
 }
@@ -76,15 +73,19 @@ CDecoder::CDecoder(std::uint32_t kind, const DecoderSettings& settings)
 
 CDecoder::~CDecoder() {
     const util::CTimeDiff timing("CDecoder::~CDecoder()");
-    m_pipeline->decodeRunning.store(false);
-    m_pipeline->gate.Close();
-    if (CCtrlParam* const param = m_pipeline->param.load()) param->window.FinishSends(kFinishSendsMs);
+    StopOutput();
     StopDecodeThread();
     StopDisplayThread();
     // Pictures, queues, presenter and codec go with the last owner, which is a thread only if it was
     // abandoned.
     m_presenter.reset();
     m_pipeline.reset();
+}
+
+void CDecoder::StopOutput() {
+    m_pipeline->decodeRunning.store(false);
+    m_pipeline->gate.Close();
+    m_pipeline->displayRunning.store(false);
 }
 
 void CDecoder::StopDecodeThread() {
@@ -94,7 +95,6 @@ void CDecoder::StopDecodeThread() {
 
 void CDecoder::StopDisplayThread() {
     const util::CTimeDiff timing("CDecoder::~CDecoder() Exit Display Thread");
-    m_pipeline->displayRunning.store(false);
     if (!m_displayThread.Stop()) m_pipeline->abandoned.store(true);
 }
 

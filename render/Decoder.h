@@ -29,8 +29,7 @@ class CDecoder {
     explicit CDecoder(std::uint32_t kind);
     CDecoder(std::uint32_t kind, const DecoderSettings& settings);
 
-    // Stops both threads, by the one stop rule, and releases everything. Call it on the window's thread:
-    // messages that the threads are sending are answered meanwhile.
+    // Stops both threads, by the one stop rule, and releases everything.
     ~CDecoder();
     CDecoder(const CDecoder&) = delete;
     CDecoder& operator=(const CDecoder&) = delete;
@@ -55,6 +54,9 @@ class CDecoder {
     // Each starts its thread unless it runs already; 0 on success.
     Result CreateDisplayThread();
     Result StartDecThread(CCtrlParam* param);
+
+    // Ends decoding and showing without waiting for the threads: no picture is begun any more.
+    void StopOutput();
 
     std::uint32_t Kind() const { return m_kind; }
     const DecoderSettings& Settings() const { return m_settings; }

@@ -242,10 +242,6 @@ TEST_F(CtrlParamTest, SendsFramesToTheHostOnRequest) {
     EXPECT_EQ(seen.frameType, 2u);
     EXPECT_EQ(seen.signal, 0u);
     EXPECT_EQ(bytes, (Bytes{0xFF, 0xD8}));
-
-    EXPECT_TRUE(Param().window.FinishSends(0));
-    InsertVideo(0, kKey);
-    EXPECT_EQ(m_fake.Messages().size(), 1u);
 }
 
 TEST_F(CtrlParamTest, CountersAndRequests) {
