@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <objbase.h>
 
+#include <future>
+
 #include "tests/system/container/HostProcess.h"
 #include "tests/windows/container/ControlModule.h"
 
@@ -48,6 +50,11 @@ class Registration : public testing::Environment {
 
 [[maybe_unused]] const auto* const kRegistration = testing::AddGlobalTestEnvironment(new Registration);
 
+// Several runs side by side: most of a run is waiting for the desktop.
+std::future<HostRun> Start(std::vector<std::wstring> arguments) {
+    return std::async(std::launch::async, [arguments = std::move(arguments)] { return RunHost(arguments); });
+}
+
 TEST(HostTest, ListsWhatTheTypeLibrarySays) {
     const auto run = RunHostWithoutLog({L"--list"});
     EXPECT_EQ(run.exitCode, 0);
@@ -70,11 +77,17 @@ TEST(HostTest, AnswersWithItsExitCode) {
     EXPECT_EQ(RunHostWithoutLog({L"--set"}).exitCode, 2);
     EXPECT_EQ(RunHostWithoutLog({L"--call", L"Connect("}).exitCode, 2);
     EXPECT_EQ(RunHostWithoutLog({L"--log", L"C:\\no\\such\\folder\\log.txt", L"--exit"}).exitCode, 5);
-    EXPECT_EQ(RunHost({L"--progid", L"No.Such.Control", L"--exit"}).exitCode, 1);
-    EXPECT_EQ(RunHost({L"--exit"}).exitCode, 0);
-    EXPECT_EQ(RunHost({L"--run-seconds", L"0.2"}).exitCode, 0);
-    EXPECT_EQ(RunHost({L"--run-seconds", L"0.2", L"--exit-on", L"OnMDAlert"}).exitCode, 4);
-    EXPECT_EQ(RunHost({L"--run-seconds", L"0.2", L"--wait", L"OnMDAlert", L"--exit"}).exitCode, 4);
+
+    auto stranger = Start({L"--progid", L"No.Such.Control", L"--exit"});
+    auto done = Start({L"--exit"});
+    auto inTime = Start({L"--run-seconds", L"0.2"});
+    auto missing = Start({L"--run-seconds", L"0.2", L"--exit-on", L"OnMDAlert"});
+    auto waiting = Start({L"--run-seconds", L"0.2", L"--wait", L"OnMDAlert", L"--exit"});
+    EXPECT_EQ(stranger.get().exitCode, 1);
+    EXPECT_EQ(done.get().exitCode, 0);
+    EXPECT_EQ(inTime.get().exitCode, 0);
+    EXPECT_EQ(missing.get().exitCode, 4);
+    EXPECT_EQ(waiting.get().exitCode, 4);
 }
 
 TEST(HostTest, ReadsAndWritesProperties) {
@@ -128,14 +141,16 @@ TEST(HostTest, TakesTheAddressBarApart) {
          {"ServerIP = \"192.0.2.7\"", "StreamUri = \"rtsp://192.0.2.7/live?a=b@c\"", "HttpPort = 80",
           "username = \"op@home\""}},
     };
+    std::vector<std::future<HostRun>> runs;
     for (const Case& item : cases) {
         // Connect is stopped in its first event: only what it was given matters here.
-        const auto run = RunHost({L"--run-seconds", kLimit, L"--address", item.address, L"--set",
-                                  L"ConnectionTimeout=1000", L"--on", L"OnConnStatus:0=Disconnect",
-                                  L"--connect", L"--get", L"ServerIP", L"--get", L"StreamUri", L"--get",
-                                  L"HttpPort", L"--get", L"username", L"--exit"});
-        EXPECT_EQ(run.Of("get"), item.expected);
+        runs.push_back(
+            Start({L"--run-seconds", kLimit, L"--address", item.address, L"--set", L"ConnectionTimeout=1000",
+                   L"--on", L"OnConnStatus:0=Disconnect", L"--connect", L"--get", L"ServerIP", L"--get",
+                   L"StreamUri", L"--get", L"HttpPort", L"--get", L"username", L"--exit"}));
     }
+    for (size_t i = 0; i < runs.size(); ++i)
+        EXPECT_EQ(runs[i].get().Of("get"), cases[i].expected);
 }
 
 // A port where nobody listens: the connection cannot come about, on any machine and without a network.
@@ -168,16 +183,21 @@ TEST(HostTest, EndsOnTheEventItWaitsFor) {
 
 // What a host does inside an event handler, while the control is still on the stack.
 TEST(HostTest, ActsInsideEventHandlers) {
-    for (const wchar_t* reaction :
-         {L"OnConnStatus:0=Disconnect", L"OnConnStatus:3=Disconnect", L"OnConnStatus:3=Connect",
-          L"OnConnStatus:0=ServerIP=192.0.2.7", L"OnConnStatus:0=close", L"OnConnStatus:3=close",
-          L"OnConnStatus:2=close", L"OnConnStatus:2=Connect"}) {
-        SCOPED_TRACE(testing::Message() << "--on " << testing::PrintToString(std::wstring(reaction)));
-        const auto run = RunHost(
-            NoCamera({L"--on", reaction, L"--call", L"Connect", L"--call", L"Disconnect", L"--exit"}));
+    const std::wstring reactions[] = {L"OnConnStatus:0=Disconnect", L"OnConnStatus:3=Disconnect",
+                                      L"OnConnStatus:3=Connect",    L"OnConnStatus:0=ServerIP=192.0.2.7",
+                                      L"OnConnStatus:0=close",      L"OnConnStatus:3=close",
+                                      L"OnConnStatus:2=close",      L"OnConnStatus:2=Connect"};
+    std::vector<std::future<HostRun>> runs;
+    for (const auto& reaction : reactions) {
+        runs.push_back(
+            Start(NoCamera({L"--on", reaction, L"--call", L"Connect", L"--call", L"Disconnect", L"--exit"})));
+    }
+    for (size_t i = 0; i < runs.size(); ++i) {
+        SCOPED_TRACE(testing::Message() << "--on " << testing::PrintToString(reactions[i]));
+        const auto run = runs[i].get();
         // Steps after the control was closed fail, and nothing worse happens.
-        const bool closes = std::wstring(reaction).ends_with(L"close");
-        EXPECT_TRUE(run.exitCode == 0 || (closes && run.exitCode == 3)) << run.exitCode;
+        EXPECT_TRUE(run.exitCode == 0 || (reactions[i].ends_with(L"close") && run.exitCode == 3))
+            << run.exitCode;
         EXPECT_THAT(run.log, Contains("control closed"));
         EXPECT_THAT(run.log, Contains("event OnConnStatus(iConnectionStatus=0)"));
     }
