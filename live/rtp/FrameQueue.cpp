@@ -1,0 +1,52 @@
+#include "live/rtp/FrameQueue.h"
+
+namespace live::rtp {
+
+void FrameQueue::append(Bytes bytes) {
+    if (m_overflow || bytes.size() > kMaxBytes - m_bytes.size()) {
+        m_overflow = true;
+        return;
+    }
+    m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+}
+
+void FrameQueue::discard() {
+    m_bytes.resize(m_openStart);
+    m_overflow = false;
+}
+
+void FrameQueue::commit(const FrameInfo& info) {
+    if (m_overflow || openSize() == 0) {
+        discard();
+        return;
+    }
+    m_frames.push_back({m_openStart, openSize(), info});
+    m_openStart = m_bytes.size();
+}
+
+FrameQueue::Frame FrameQueue::front() const {
+    const Entry& entry = m_frames[m_firstFrame];
+    return {Bytes(m_bytes).subspan(entry.start, entry.size), entry.info};
+}
+
+void FrameQueue::pop() {
+    ++m_firstFrame;
+    if (empty()) dropFetched();
+}
+
+// All finished frames are gone: what is open moves to the front.
+void FrameQueue::dropFetched() {
+    m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_openStart));
+    m_openStart = 0;
+    m_frames.clear();
+    m_firstFrame = 0;
+}
+
+void FrameQueue::clear() {
+    m_bytes.clear();
+    m_frames.clear();
+    m_firstFrame = m_openStart = 0;
+    m_overflow = false;
+}
+
+}  // namespace live::rtp

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "live/rtp/Depacketizer.h"
+
+namespace live::rtp {
+
+// RFC 6416, MP4V-ES: the packets of one timestamp are one frame. It ends with the marker, or, with senders that set
+// none, where the next timestamp begins.
+class Mpeg4VideoDepacketizer : public Depacketizer {
+  public:
+    void onPacket(const RtpPacket& packet, bool afterLoss, FrameQueue& frames) override;
+    void reset() override { m_state = State::Idle; }
+
+  private:
+    enum class State {
+        Idle,      // the last frame is complete
+        Open,      // a frame is being put together
+        Skipping,  // the rest of a frame that lacks packets
+    };
+    State m_state = State::Idle;
+    FrameInfo m_last;
+};
+
+}  // namespace live::rtp

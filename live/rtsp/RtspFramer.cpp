@@ -1,0 +1,147 @@
+#include "live/rtsp/RtspFramer.h"
+
+#include <algorithm>
+
+#include "live/text/Text.h"
+
+namespace live::rtsp {
+namespace {
+
+using namespace live::text;
+
+constexpr char kPacketMark = '$';
+constexpr std::size_t kMaxStartLine = 4096;
+
+bool isToken(std::string_view text) {
+    return !text.empty() && text.size() <= 32 && std::all_of(text.begin(), text.end(), [](char c) {
+        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == '-';
+    });
+}
+
+}  // namespace
+
+void Message::clear() {
+    isReply = isHttp = false;
+    status = 0;
+    reason = method = uri = body = {};
+    headers.clear();
+}
+
+std::string_view Message::header(std::string_view name) const {
+    for (const auto& [known, value] : headers) {
+        if (equalsIgnoringCase(known, name)) return value;
+    }
+    return {};
+}
+
+Framer::Item Framer::next(rtp::Bytes received) {
+    const std::string_view text(reinterpret_cast<const char*>(received.data()), received.size());
+    // Some servers put empty lines between messages.
+    const std::size_t start = std::min(text.find_first_not_of("\r\n"), text.size());
+    if (start == text.size()) {
+        m_offset = 0;
+        m_size = start;
+        return start > 0 ? Item::Garbage : Item::NeedMore;
+    }
+    if (text[start] == kPacketMark) return packetAt(received, start);
+    const Item item = messageAt(text, start);
+    // A packet amid a message: written by another thread of the server while this one wrote the reply.
+    return item == Item::Packet ? packetAt(received, m_offset) : item;
+}
+
+Framer::Item Framer::packetAt(rtp::Bytes received, std::size_t at) {
+    rtp::ByteReader reader(received.subspan(at));
+    reader.skip(1);
+    m_channel = reader.u8();
+    m_packet = reader.take(reader.u16());
+    if (!reader.ok()) return Item::NeedMore;
+    m_offset = at;
+    m_size = 4 + m_packet.size();
+    return Item::Packet;
+}
+
+Framer::Item Framer::messageAt(std::string_view text, std::size_t start) {
+    m_message.clear();
+    std::size_t at = start;
+    bool first = true;
+    while (true) {
+        m_offset = at;
+        if (!first && at < text.size() && text[at] == kPacketMark) return Item::Packet;
+        const std::size_t end = text.find('\n', at);
+        if (end == std::string_view::npos) {
+            if (first && text.size() - at > kMaxStartLine) {
+                m_offset = 0;
+                m_size = start + 1;
+                return Item::Garbage;
+            }
+            return text.size() - start > m_maxMessage ? tooLong() : Item::NeedMore;
+        }
+        std::string_view line = text.substr(at, end - at);
+        if (line.ends_with('\r')) line.remove_suffix(1);
+        at = end + 1;
+        if (at - start > m_maxMessage) return tooLong();
+        if (first) {
+            if (!parseStartLine(line)) {
+                m_offset = 0;
+                m_size = start + 1;
+                return Item::Garbage;
+            }
+            first = false;
+            continue;
+        }
+        if (line.empty()) break;
+        if (m_message.headers.size() == kMaxHeaders) return fail("RTSP message has too many headers");
+        const std::string_view name = trim(take(line, ':'));
+        m_message.headers.emplace_back(name, trim(line));
+    }
+
+    std::size_t length = 0;
+    // The reply that opens a tunnel is followed by the tunnel, whatever it says.
+    const std::string_view stated = m_message.isHttp ? std::string_view() : m_message.header("Content-Length");
+    if (!stated.empty()) {
+        const auto number = parseNumber(stated);
+        if (!number) return fail("Bad \"Content-Length:\" header: " + std::string(stated.substr(0, 40)));
+        if (*number > m_maxMessage - (at - start)) return tooLong();
+        length = *number;
+    }
+    m_offset = at;
+    if (length > 0 && at < text.size() && text[at] == kPacketMark) return Item::Packet;
+    if (text.size() - at < length) return Item::NeedMore;
+    m_message.body = text.substr(at, length);
+    m_offset = 0;
+    m_size = at + length;
+    return Item::Message;
+}
+
+// "RTSP/1.0 200 OK" or "OPTIONS rtsp://... RTSP/1.0"
+bool Framer::parseStartLine(std::string_view line) {
+    std::string_view rest = line;
+    const std::string_view word = take(rest, ' ');
+    const bool rtsp = startsWithIgnoringCase(word, "RTSP/");
+    const bool http = startsWithIgnoringCase(word, "HTTP/");
+    if (rtsp || http) {
+        rest = trim(rest);
+        const auto status = parseNumber(take(rest, ' '), 999);
+        if (!status || *status < 100) return false;
+        m_message.isReply = true;
+        m_message.isHttp = http;
+        m_message.status = *status;
+        m_message.reason = trim(rest);
+        return true;
+    }
+    if (!isToken(word)) return false;
+    m_message.method = word;
+    m_message.uri = take(rest, ' ');
+    return startsWithIgnoringCase(trim(rest), "RTSP/");
+}
+
+Framer::Item Framer::fail(std::string why) {
+    m_error = std::move(why);
+    return Item::Error;
+}
+
+Framer::Item Framer::tooLong() {
+    return fail("RTSP message is longer than the limit of " + std::to_string(m_maxMessage) + " bytes");
+}
+
+}  // namespace live::rtsp
