@@ -32,7 +32,7 @@ TEST_P(DamagedStreamTest, GivesPicturesAgainAtTheNextKeyFrame) {
     test::InsertDamaged(rig.param, GetParam(), kFrames, 1);
     const std::size_t before = rig.sink->Shown().size();
     test::InsertSound(rig.param, GetParam());
-    for (int waited = 0; waited < 3000 && rig.sink->Shown().size() == before; ++waited)
+    for (int waited = 0; waited < 20000 && rig.sink->Shown().size() == before; ++waited)
         platform::SleepMs(1);
     rig.StopThreads();
     EXPECT_GT(rig.sink->Shown().size(), before);

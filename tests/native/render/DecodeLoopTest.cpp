@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <thread>
+
+#include "codec/Jpeg.h"
 
 #include "tests/native/media/FrameBytes.h"
 #include "tests/native/render/Rig.h"
@@ -43,6 +46,45 @@ TEST(DecodeLoop, ShowsEveryPictureOfEveryKindInBothFormats) {
                 EXPECT_EQ(rig.sink->prepared, std::vector<PixelSize>{stream.size});
                 EXPECT_EQ(rig.param.GetFrameCount(kDecoded), packets.size());
                 EXPECT_EQ(rig.param.PictureWidth(), stream.size.width);
+            }
+        }
+    }
+}
+
+// An odd width, rows of whole groups of four bytes, a filter in between: every pixel stays where it was.
+TEST(DecodeLoop, PixelsAreWhereTheyBelong) {
+    constexpr PixelSize kSize{99, 67};
+    Bytes drawn(PictureSizeBytes(PixelFormat::kBgr24, kSize), 0);
+    const int stride = PictureStride(PixelFormat::kBgr24, kSize.width);
+    EXPECT_EQ(stride, 300);
+    const auto channelAt = [](int x, int y) {
+        return (x < 48 ? 0 : 1) + (y < 32 ? 0 : 1);
+    };  // blue, green, red
+    for (int y = 0; y < kSize.height; ++y) {
+        for (int x = 0; x < kSize.width; ++x)
+            drawn[y * stride + 3 * x + channelAt(x, y)] = 255;
+    }
+    codec::JpegEncoder encoder(95, codec::ChromaFormat::k444);
+    const std::uint8_t* jpeg = nullptr;
+    std::size_t jpegSize = 0;
+    ASSERT_EQ(encoder.Encode(PixelFormat::kBgr24, drawn.data(), kSize.width, kSize.height, stride, &jpeg,
+                             &jpegSize),
+              codec::Status::kOk);
+    for (bool deinterlace : {false, true}) {
+        Rig rig(VideoCodec::Mjpeg, PixelFormat::kBgr24);
+        rig.param.deInterlace.Set(deinterlace);
+        rig.Decode(Bytes(jpeg, jpeg + jpegSize));
+        DisplayFrame* frame = nullptr;
+        ASSERT_EQ(rig.pipeline.pool.TakeDisplayable(&frame), kResultOk);
+        ASSERT_EQ(frame->size, kSize);
+        ASSERT_EQ(frame->Stride(), stride);
+        for (int y : {0, 28, 36, 66}) {
+            for (int x : {0, 44, 52, 98}) {
+                for (int channel = 0; channel < 3; ++channel) {
+                    const int expected = channel == channelAt(x, y) ? 255 : 0;
+                    EXPECT_NEAR(frame->picture.Data()[y * stride + 3 * x + channel], expected, 40)
+                        << x << ' ' << y << ' ' << channel;
+                }
             }
         }
     }
