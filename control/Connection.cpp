@@ -44,15 +44,22 @@ long Connection::Connect() {
     const std::string server = util::WideToUtf8(m_owner.Properties().serverIP);
     NORIX_LOG("CNorixSDKCtrl::Connect", 1, "CNorixSDKCtrl::Connect(%s) begins", server.c_str());
     const util::CTimeDiff timing("CNorixSDKCtrl::Connect()");
-    if (!m_owner.WaitForWindowCreation()) return -1;
+    // A window that was destroyed again leaves nowhere to report to.
+    if (!m_owner.WaitForWindowCreation() || !m_owner.HasWindow()) return -1;
+    // Also while a connection is there: the timer would tick for as long as that lasts.
+    KillTimer(m_owner.Handle(), kTimerAutoConnect);
     if (m_active || m_disconnecting) return -1;
     m_active = true;
-    KillTimer(m_owner.Handle(), kTimerAutoConnect);
+    const unsigned attempt = ++m_attempts;
     KillTimer(m_owner.Handle(), kTimerReconnect);
     NORIX_LOG("CNorixSDKCtrl::Connect", 1, "OnConnectStatus(eConnecting)");
     OnConnectStatus(ecsConnecting);
-    // The host may have disconnected, or destroyed the window, inside the event.
-    if (!m_active || !m_owner.HasWindow()) return -1;
+    // Inside the event the host may have disconnected, even connected again, or destroyed the window.
+    if (!m_active || m_attempts != attempt) return -1;
+    if (!m_owner.HasWindow()) {
+        FinishDisconnect(Finish::WithNotice);
+        return -1;
+    }
 
     util::ReadLogDetails();
     m_owner.Session().param.ResetForNewStream();

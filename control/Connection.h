@@ -48,6 +48,7 @@ class Connection {
     EConnectStatus m_status = ecsDisconnect;
     bool m_active = false;         // connecting or connected
     bool m_disconnecting = false;  // inside FinishDisconnect
+    unsigned m_attempts = 0;       // connections begun: tells an outer Connect that it has been overtaken
     FrameRateMeter m_frameRateMeter;
     int m_averageFrameRate = 0;
 };
