@@ -69,6 +69,7 @@ void MouseEvents::Release(const Button& button, LPARAM position) {
     RECT client = {};
     GetClientRect(m_owner.Handle(), &client);
     const bool clicked = m_pressed == &button && PtInRect(&client, point);
+    m_pressed = nullptr;
     if (GetCapture() == m_owner.Handle()) ReleaseCapture();
     m_owner.FireEvent(button.up, point.x, point.y);
     if (clicked) m_owner.FireEvent(button.click, point.x, point.y);

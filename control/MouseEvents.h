@@ -17,6 +17,9 @@ class MouseEvents {
     /// False for messages that are not the mouse's.
     bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
 
+    /// The window goes: a press in it has no release.
+    void Forget() { m_pressed = nullptr; }
+
   private:
     struct Button;
     void Press(const Button& button, LPARAM position);

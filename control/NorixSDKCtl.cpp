@@ -137,6 +137,7 @@ HRESULT CNorixSDKCtrl::OnCreate() {
 void CNorixSDKCtrl::OnDestroy() {
     NORIX_LOG("CNorixSDKCtrl::OnDestroy", 1, "CNorixSDKCtrl::OnDestroy()");
     if (m_dropTarget != nullptr) std::exchange(m_dropTarget, nullptr)->Revoke();
+    m_mouse.Forget();
     // The system gives window handles out again: no worker may post to this one any more.
     m_session->param.window.Set(nullptr);
 }

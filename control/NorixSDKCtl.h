@@ -207,6 +207,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink {
     DeliveryGate m_newPacketDelivery;
     Microsoft::WRL::ComPtr<DropTarget> m_dropTarget;
     bool m_winsockStarted = false;
+    bool m_signInOpen = false;
 };
 
 }  // namespace norix

@@ -129,10 +129,13 @@ void CNorixSDKCtrl::OnTextDropped(const std::wstring& text) {
 }
 
 void CNorixSDKCtrl::OnShowAuthDialog() {
-    if (!m_properties.showUserAuthenticationDialog) return;
+    // Another rejection may come while the user is still typing.
+    if (!m_properties.showUserAuthenticationDialog || m_signInOpen) return;
+    m_signInOpen = true;
     const std::optional<Credentials> entered =
         AskForCredentials(framework::COleControlModule::Get().Instance(), Handle(), m_properties.serverIP,
                           {m_properties.username, m_properties.password});
+    m_signInOpen = false;
     if (!entered) return;
     m_properties.username = entered->user;
     m_properties.password = entered->password;
