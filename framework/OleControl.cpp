@@ -151,9 +151,12 @@ HRESULT COleControl::LoadProperty(const DispatchMember& member, const VARIANT& v
 }
 
 void COleControl::RunPostponedHandlers() {
+    // The values came from the container: running their handlers late is no change that it should save.
+    const bool modified = m_modified;
     const auto handlers = std::exchange(m_postponedHandlers, {});
     for (const DispatchMember* member : handlers)
         member->changed(*this);
+    m_modified = modified;
 }
 
 void COleControl::OnDraw(HDC dc, const RECT& bounds) {
