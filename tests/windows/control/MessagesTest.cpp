@@ -1,0 +1,232 @@
+// What worker threads report to the control's window, and the events that the host hears of it.
+
+#include <windows.h>
+
+#include <oleauto.h>
+
+#include <array>
+#include <cstdio>
+
+#include "media/ControlMessages.h"
+#include "tests/windows/control/ControlFixture.h"
+
+namespace norix::test {
+namespace {
+
+class Messages : public ControlTest {
+  protected:
+    /// As the frame path sends it: `bytes` of a frame.
+    void SendFrame(std::span<const unsigned char> bytes, std::uint32_t type = 1, std::uint32_t signal = 1,
+                   UINT message = WM_OnNewFrame) {
+        const NewFrameDescription frame = {type, signal, static_cast<std::uint32_t>(bytes.size())};
+        Send(message, reinterpret_cast<WPARAM>(&frame), reinterpret_cast<LPARAM>(bytes.data()));
+    }
+};
+
+constexpr unsigned char kBytes[] = {0x00, 0xFF, 0x7F, 0x80};
+
+TEST_F(Messages, PostedOnesBecomeEvents) {
+    const struct {
+        UINT message;
+        WPARAM wParam;
+        LPARAM lParam;
+        Texts expected;
+    } cases[] = {
+        {WM_OnDIOStatus, 5, LONG_MIN, {"OnDIOStatus(5, -2147483648)"}},
+        {WM_OnRecordStatus, ersRecordStart, 0, {"OnRecordStatus(3)"}},
+        {WM_OnResolutionChanged, 1920, 1080, {"OnResolutionChanged(1920, 1080)"}},
+        {WM_OnMDAlert, 2, 100, {"OnMDAlert(2s, 100s)"}},
+        {WM_OnMDAlert, 0x10002, 0x2FFFF, {"OnMDAlert(2s, -1s)"}},  // the low 16 bits
+        {WM_OnIVAEvent, 4, -17, {"OnIVAEvent(4, -17, &\"{ \"index\": 4, \"function_type\": -17 }\")"}},
+        {WM_OnGeneralEvent, 7, 0x1234, {"OnGeneralEvent(7, 18, 52)"}},
+        {WM_OnGeneralEvent, 7, static_cast<LPARAM>(0xABCDFFFE), {"OnGeneralEvent(7, 255, 254)"}},
+        {WM_OnConnectStatus, ecsMulticastError, 0, {"OnConnStatus(4s)"}},
+        {WM_OnMotionWindowUpdate, 1, 0, {}},  // the motion windows are not being edited
+        {WM_OnForceI, 1, 1, {}},
+        {kControlMessageBase + 2, 1, 1, {}},
+        {WM_OnShowAuthDialog + 1, 1, 1, {}},
+    };
+    Create().OpenDeliveries();
+    for (const auto& c : cases) {
+        EXPECT_TRUE(PostMessageW(Window(), c.message, c.wParam, c.lParam));
+        EXPECT_EQ(Host().Take(), Texts()) << "before the message was dispatched";
+        PumpMessages();
+        EXPECT_EQ(Host().Take(), c.expected) << std::hex << c.message;
+    }
+    EXPECT_EQ(Get(L"RecordStatus"), "3s");
+    EXPECT_EQ(Get(L"ConnectStatus"), "4s");
+}
+
+TEST_F(Messages, FramesTravelAsBytes) {
+    Create().OpenDeliveries();
+    SendFrame(kBytes, 0, 0);
+    SendFrame(std::span(kBytes, 1), 1, 2);
+    SendFrame(std::span(kBytes, 0));
+    EXPECT_EQ(Host().Take(), (Texts{"OnNewFrame(0, 4, false, &{[00 FF 7F 80]})",
+                                    "OnNewFrame(1, 1, true, &{[00]})", "OnNewFrame(1, 0, true, &{[]})"}));
+    const NewFrameDescription frame = {0, 1, 4};
+    Send(WM_OnNewFrame, 0, reinterpret_cast<LPARAM>(kBytes));
+    Send(WM_OnNewFrame, reinterpret_cast<WPARAM>(&frame), 0);
+    SendFrame(kBytes, 0, 0, WM_OnNewPacket);  // packets have no event
+    EXPECT_EQ(Host().Take(), Texts());
+}
+
+TEST_F(Messages, SnapshotsTravelAsBytesWithTheirFormat) {
+    Create().Session().param.pictureFormat.Set(2);
+    const SnapshotDescription picture = {640, 480, sizeof kBytes};
+    Send(WM_OnSnapshotData, reinterpret_cast<WPARAM>(kBytes), reinterpret_cast<LPARAM>(&picture));
+    Send(WM_OnSnapshotData, 0, reinterpret_cast<LPARAM>(&picture));
+    Send(WM_OnSnapshotData, reinterpret_cast<WPARAM>(kBytes), 0);
+    EXPECT_EQ(Host().Take(), Texts{"OnNotifySnapshotData(2, 640, 480, 4, &{[00 FF 7F 80]})"});
+}
+
+TEST_F(Messages, FileNamesAreOfferedAndMayBeReplaced) {
+    Create();
+    const SYSTEMTIME early = {2024, 3, 2, 5, 7, 8, 9, 12};
+    const SYSTEMTIME late = {2031, 12, 3, 31, 23, 59, 59, 999};
+    for (const SYSTEMTIME* time : {&early, &late})
+        Send(WM_OnRequestFileName, reinterpret_cast<WPARAM>(time));
+    Send(WM_OnRequestFileName, 0);
+    EXPECT_EQ(Host().Take(), (Texts{"OnRequestFileName(&{\"2024_03_05_07_08_09_12\"})",
+                                    "OnRequestFileName(&{\"2031_12_31_23_59_59_999\"})"}));
+
+    // Whatever the host puts there is the control's to free.
+    HostWindow unrelated([](UINT) {});
+    IUnknown* object = nullptr;
+    ASSERT_EQ(CreateItemMoniker(L"!", L"x", reinterpret_cast<IMoniker**>(&object)), S_OK);
+    object->AddRef();
+    Host().onEvent = [&](DISPID, DISPPARAMS& arguments) {
+        VARIANT& name = *arguments.rgvarg[0].pvarVal;
+        VariantClear(&name);
+        name.vt = VT_UNKNOWN;
+        name.punkVal = object;
+    };
+    Send(WM_OnRequestFileName, reinterpret_cast<WPARAM>(&early));
+    EXPECT_EQ(object->Release(), 0u);
+}
+
+TEST_F(Messages, ReplacedBytesAndTextsAreFreedOnce) {
+    Create().OpenDeliveries();
+    Host().onEvent = [&](DISPID id, DISPPARAMS& arguments) {
+        if (id == events::OnNewFrame.id) {
+            VARIANT& bytes = *arguments.rgvarg[0].pvarVal;
+            VariantClear(&bytes);
+            bytes.vt = VT_BSTR;
+            bytes.bstrVal = SysAllocString(L"something else");
+        } else {
+            SysReAllocString(arguments.rgvarg[0].pbstrVal, L"another text of another length");
+        }
+    };
+    SendFrame(kBytes);
+    Send(WM_OnIVAEvent, 1, 2);
+    EXPECT_EQ(Host().Events().size(), 2u);
+}
+
+// ---- Delivery: only to a host that has left its handler, and only while there is a connection
+
+TEST_F(Messages, AreNotDeliveredWithoutAConnection) {
+    Create();
+    const auto deliver = [&] {
+        Send(WM_OnDIOStatus, 1, 2);
+        SendFrame(kBytes);
+        SendFrame(kBytes, 0, 0, WM_OnNewPacket);
+        return Host().Take().size();
+    };
+    EXPECT_EQ(deliver(), 0u);
+    Control().OpenDeliveries();
+    EXPECT_EQ(deliver(), 2u);
+    Control().CloseDeliveries();
+    EXPECT_EQ(deliver(), 0u);
+    Control().OpenDeliveries();
+    Control().Disconnect();
+    Host().Take();
+    EXPECT_EQ(deliver(), 0u);
+}
+
+TEST_F(Messages, AreDroppedWhileTheHostIsInItsHandler) {
+    Create().OpenDeliveries();
+    Host().onEvent = [&](DISPID id, DISPPARAMS&) {
+        Send(WM_OnDIOStatus, 1, 1);  // of the same kind: dropped at the second level
+        SendFrame(kBytes);
+        EXPECT_TRUE(id == events::OnDIOStatus.id || id == events::OnNewFrame.id);
+    };
+    Send(WM_OnDIOStatus, 0, 0);
+    EXPECT_EQ(Host().Take(), (Texts{"OnDIOStatus(0, 0)", "OnNewFrame(1, 4, true, &{[00 FF 7F 80]})"}));
+    Host().onEvent = nullptr;
+    Send(WM_OnDIOStatus, 2, 2);
+    EXPECT_EQ(Host().Take(), Texts{"OnDIOStatus(2, 2)"});
+}
+
+TEST_F(Messages, ControlMayGoInsideTheHandler) {
+    auto* control = new CNorixSDKCtrl();
+    framework::test::EventRecorder host(*control, control->Class().eventInterface, events::kAll);
+    ASSERT_TRUE(control->CreateHiddenWindow());
+    control->OpenDeliveries();
+    const HWND window = control->Handle();
+    host.onEvent = [&](DISPID, DISPPARAMS&) {
+        host.StopListening();
+        control->Release();
+    };
+    const NewFrameDescription frame = {0, 1, sizeof kBytes};
+    SendMessageW(window, WM_OnNewFrame, reinterpret_cast<WPARAM>(&frame), reinterpret_cast<LPARAM>(kBytes));
+    EXPECT_FALSE(IsWindow(window));
+    EXPECT_EQ(host.Events().size(), 1u);
+}
+
+// ---- The session driver's callback
+
+std::string WindowText(HWND window) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08x", static_cast<unsigned>(reinterpret_cast<UINT_PTR>(window)));
+    return text;
+}
+
+TEST_F(Messages, SessionCallbackPostsAndLogs) {
+    EnableLog();
+    Create();
+    Put(L"CHIndex", 3);
+    Put(L"StreamIndex", 2);
+    const struct {
+        int code;
+        unsigned value;
+        UINT message;  // 0: none
+        WPARAM wParam;
+        LPARAM lParam;
+        std::string log;
+    } cases[] = {
+        {1, ecsConnectFail, WM_OnConnectStatus, ecsConnectFail, 0,
+         "PostMessage(" + WindowText(Window()) + ", WM_OnConnectStatus, 3)"},
+        {2, 0, WM_OnForceI, 3, 2, "PostMessage(" + WindowText(Window()) + ", WM_OnForceI)"},
+        {0, 1, 0, 0, 0, ""},
+        {3, 1, 0, 0, 0, ""},
+        {-1, 1, 0, 0, 0, ""},
+    };
+    for (const auto& c : cases) {
+        log.Clear();
+        EXPECT_EQ(RTSPCallback(c.code, c.value, &Control()), c.code);
+        MSG posted = {};
+        const bool any = PeekMessageW(&posted, Window(), WM_APP, 0xBFFF, PM_REMOVE) != FALSE;
+        EXPECT_EQ(any ? posted.message : 0, c.message);
+        EXPECT_EQ(posted.wParam, c.wParam);
+        EXPECT_EQ(posted.lParam, c.lParam);
+        EXPECT_EQ(log.Messages(), c.log.empty() ? Texts() : Texts{c.log});
+    }
+}
+
+TEST_F(Messages, SessionCallbackSurvivesWithoutControlOrWindow) {
+    EnableLog();
+    Create(false);
+    for (CNorixSDKCtrl* control : {&Control(), static_cast<CNorixSDKCtrl*>(nullptr)}) {
+        log.Clear();
+        EXPECT_EQ(RTSPCallback(1, ecsConnected, control), 1);
+        EXPECT_EQ(RTSPCallback(2, 0, control), 2);
+        EXPECT_EQ(RTSPCallback(9, 0, control), 9);
+        EXPECT_EQ(log.Messages(), (Texts{"PostMessage(0x00000000, WM_OnConnectStatus, 1)",
+                                         "PostMessage(0x00000000, WM_OnForceI)"}));
+    }
+    MSG posted = {};
+    EXPECT_FALSE(PeekMessageW(&posted, nullptr, WM_APP, 0xBFFF, PM_REMOVE));  // nor to the thread
+}
+
+}  // namespace
+}  // namespace norix::test

@@ -1,0 +1,172 @@
+// The sign-in dialog, and where the password does not go.
+
+#include <windows.h>
+
+#include "media/ControlMessages.h"
+#include "tests/windows/control/ControlFixture.h"
+#include "ui/resource.h"
+
+namespace norix::test {
+namespace {
+
+BOOL CALLBACK CollectDialog(HWND window, LPARAM dialogs) {
+    if (GetDlgItem(window, IDC_AUTHENTICATION_USER) != nullptr)
+        reinterpret_cast<std::vector<HWND>*>(dialogs)->push_back(window);
+    return TRUE;
+}
+
+/// The sign-in dialogs of this thread that are open.
+std::vector<HWND> FindDialogs() {
+    std::vector<HWND> dialogs;
+    EnumThreadWindows(GetCurrentThreadId(), &CollectDialog, reinterpret_cast<LPARAM>(&dialogs));
+    return dialogs;
+}
+
+std::wstring TextOf(HWND dialog, int control) {
+    wchar_t text[256] = {};
+    GetDlgItemTextW(dialog, control, text, 256);
+    return text;
+}
+
+class SignIn : public ControlTest {
+  protected:
+    /// Asks for the dialog; `use` runs while it is open. Returns whether it was.
+    bool Ask(const std::function<void(HWND dialog)>& use) {
+        bool opened = false;
+        // The dialog's own message loop dispatches this.
+        HostWindow user([&](UINT) {
+            const std::vector<HWND> dialogs = FindDialogs();
+            opened = !dialogs.empty();
+            if (opened) use(dialogs.front());
+        });
+        PostMessageW(Window(), WM_OnShowAuthDialog, 0, 0);
+        PostMessageW(user.Handle(), WM_APP, 0, 0);
+        PumpMessages();
+        return opened;
+    }
+};
+
+TEST_F(SignIn, TakesOverWhatIsTypedAndConnectsAgain) {
+    Create();
+    Put(L"ServerIP", L"192.0.2.7");
+    Put(L"username", L"operator");
+    Put(L"password", L"old");
+    EXPECT_TRUE(Ask([](HWND dialog) {
+        EXPECT_EQ(TextOf(dialog, IDC_AUTHENTICATION_SERVER), L"192.0.2.7");
+        EXPECT_EQ(TextOf(dialog, IDC_AUTHENTICATION_USER), L"operator");
+        EXPECT_NE(GetWindowLongW(GetDlgItem(dialog, IDC_AUTHENTICATION_PASSWORD), GWL_STYLE) & ES_PASSWORD,
+                  0);
+        SetDlgItemTextW(dialog, IDC_AUTHENTICATION_USER, L"admin \x00E4");
+        SetDlgItemTextW(dialog, IDC_AUTHENTICATION_PASSWORD, L"");
+        SetDlgItemTextW(dialog, IDC_AUTHENTICATION_PASSWORD, L"s3cret:\\\"&");
+        SendMessageW(dialog, WM_COMMAND, IDOK, 0);
+    }));
+    EXPECT_EQ(Control().Properties().username, L"admin \x00E4");
+    EXPECT_EQ(Control().Properties().password, L"s3cret:\\\"&");
+    EXPECT_TRUE(StopTimer(kTimerReconnect));
+    Tick(kTimerReconnect);
+    EXPECT_EQ(Host().Take(), (Texts{"OnConnStatus(0s)", "OnConnStatus(3s)"}));
+}
+
+TEST_F(SignIn, CancelChangesNothing) {
+    Create();
+    Put(L"username", L"operator");
+    Put(L"password", L"old");
+    for (const UINT message : {static_cast<UINT>(WM_COMMAND), static_cast<UINT>(WM_CLOSE)}) {
+        EXPECT_TRUE(Ask([&](HWND dialog) {
+            SetDlgItemTextW(dialog, IDC_AUTHENTICATION_USER, L"admin");
+            SetDlgItemTextW(dialog, IDC_AUTHENTICATION_PASSWORD, L"s3cret");
+            SendMessageW(dialog, message, message == WM_COMMAND ? IDCANCEL : 0, 0);
+            PumpMessages();
+        }));
+        EXPECT_EQ(Control().Properties().username, L"operator");
+        EXPECT_EQ(Control().Properties().password, L"old");
+        EXPECT_FALSE(StopTimer(kTimerReconnect));
+    }
+}
+
+TEST_F(SignIn, IsLeftToTheHostWhenSwitchedOff) {
+    Create();
+    Put(L"ShowUserAuthenticationDialog", 0L);
+    EXPECT_FALSE(Ask([](HWND dialog) { EndDialog(dialog, IDCANCEL); }));
+    EXPECT_FALSE(StopTimer(kTimerReconnect));
+}
+
+TEST_F(SignIn, FollowsARejection) {
+    Create();
+    Send(WM_OnConnectStatus, ecsUserAuthenticationFail);
+    MSG posted = {};
+    EXPECT_TRUE(PeekMessageW(&posted, Window(), WM_OnShowAuthDialog, WM_OnShowAuthDialog, PM_REMOVE));
+    for (const EConnectStatus other : {ecsConnectFail, ecsDisconnect, ecsMulticastError, ecsConnected}) {
+        Send(WM_OnConnectStatus, other);
+        EXPECT_FALSE(PeekMessageW(&posted, Window(), WM_OnShowAuthDialog, WM_OnShowAuthDialog, PM_REMOVE));
+    }
+}
+
+// A second rejection may be on its way while the first dialog is still open.
+TEST_F(SignIn, AsksOnlyOnce) {
+    Create();
+    std::size_t dialogs = 0;
+    EXPECT_TRUE(Ask([&](HWND dialog) {
+        Send(WM_OnConnectStatus, ecsUserAuthenticationFail);
+        HostWindow user([&](UINT) {
+            dialogs = FindDialogs().size();
+            for (const HWND open : FindDialogs())
+                EndDialog(open, IDCANCEL);
+        });
+        PostMessageW(user.Handle(), WM_APP, 0, 0);
+        PumpMessages();
+        EndDialog(dialog, IDCANCEL);
+    }));
+    EXPECT_EQ(dialogs, 1u);
+}
+
+TEST_F(SignIn, SurvivesTheControlsEndWhileItIsOpen) {
+    auto* control = new CNorixSDKCtrl();
+    ASSERT_TRUE(control->CreateHiddenWindow());
+    const HWND window = control->Handle();
+    HostWindow host([&](UINT) {
+        const std::vector<HWND> dialogs = FindDialogs();
+        ASSERT_EQ(dialogs.size(), 1u);
+        const HWND dialog = dialogs.front();
+        control->Release();
+        SetDlgItemTextW(dialog, IDC_AUTHENTICATION_USER, L"admin");
+        SendMessageW(dialog, WM_COMMAND, IDOK, 0);
+    });
+    PostMessageW(window, WM_OnShowAuthDialog, 0, 0);
+    PostMessageW(host.Handle(), WM_APP, 0, 0);
+    PumpMessages();
+    EXPECT_FALSE(IsWindow(window));
+}
+
+TEST_F(SignIn, PasswordIsInNoLogLine) {
+    for (const wchar_t* details : {L"ShowFPS", L"ShowPTSDiff", L"ShowFrameTimeInfo", L"ShowTimeSync"})
+        hives.Store(HKEY_LOCAL_MACHINE, kKey, details, 1);
+    EnableLog();
+    Create();
+    Put(L"ServerIP", L"192.0.2.7");
+    Put(L"username", L"operator");
+    Put(L"password", L"Zebra-4711");
+    Put(L"AutoReconnect", 1);
+    Control().Connect();
+    Tick(kTimerStatistics);
+    Tick(kTimerReconnect);
+    EXPECT_TRUE(Ask([](HWND dialog) {
+        SetDlgItemTextW(dialog, IDC_AUTHENTICATION_PASSWORD, L"Okapi-4712");
+        SendMessageW(dialog, WM_COMMAND, IDOK, 0);
+    }));
+    Control().Connect();
+    Control().HttpCommand(L"GET", L"192.0.2.7", L"/login.cgi?user=operator&password=Okapi-4712", true);
+    Send(WM_OnForceI, 1, 1);
+    Send(WM_OnConnectStatus, ecsConnected);
+    Control().Disconnect();
+    EXPECT_EQ(Get(L"password"), "\"Okapi-4712\"");
+    EXPECT_GT(log.Lines().size(), 20u);
+    for (const std::string& line : log.Lines()) {
+        EXPECT_EQ(line.find("Zebra"), std::string::npos) << line;
+        EXPECT_EQ(line.find("Okapi"), std::string::npos) << line;
+    }
+}
+
+}  // namespace
+}  // namespace norix::test
