@@ -8,7 +8,7 @@
 #     why only one such program runs at a time.
 #   norix_add_benchmark(NAME codec_bench SOURCES ... LIBS ... [NATIVE | WINDOWS | BOTH])
 #     A Google Benchmark program. ctest runs it once with the shortest possible run, to keep it alive; figures come
-#     from running it by hand (see docs/building.md).
+#     from running it by hand. Builds with sanitizers leave bench/ out.
 #   norix_add_fuzzer(NAME rtsp_reply_fuzzer SOURCES ... LIBS ... [CORPUS dir] [SECONDS n])
 #     A libFuzzer program, in native-asan only. ctest replays the corpus and then mutates for the given seconds.
 

@@ -15,7 +15,7 @@ packages=(
     git ca-certificates python3 dpkg-dev xz-utils util-linux
     # Libraries: for the checks, and as the version that is cross-built
     googletest libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
-    libavcodec-dev libavutil-dev libturbojpeg0-dev libxvidcore-dev ffmpeg
+    libavcodec-dev libavutil-dev libswscale-dev libturbojpeg0-dev libxvidcore-dev ffmpeg
     # A screen, and hands and eyes for it
     xvfb xauth x11-utils x11-apps xdotool imagemagick procps
 )
