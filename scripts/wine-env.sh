@@ -13,7 +13,7 @@ export LC_ALL=C.UTF-8
 in_wine=()
 if [ "$(wine_kind)" = chroot ]; then
     [ -x "$norix_wine_root/usr/lib/wine/wine" ] || die "no Wine here; run scripts/setup.sh first"
-    in_wine=(unshare --mount --propagation private "$norix_root/scripts/wine-chroot" "$norix_wine_root")
+    in_wine=(unshare --mount --propagation unchanged "$norix_root/scripts/wine-chroot" "$norix_wine_root")
 else
     system_wine || die "no 32-bit Wine here; run scripts/setup.sh first"
 fi
