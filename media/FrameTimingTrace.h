@@ -26,10 +26,10 @@ class FrameTimingTrace {
         double Between(Stage from, Stage to) const;
     };
 
-    // Follows the ShowFrameTimeInfo switch by itself unless it was started or stopped here.
+    // The ShowFrameTimeInfo switch is on and the trace has not been stopped.
     bool IsEnabled() const;
 
-    // Forgets all frames and takes no more until the next Start: the end of a connection.
+    // Forgets all frames and takes no more until the next Start: the end of a connection. Not stopped at first.
     void Stop();
     void Start();
 

@@ -22,7 +22,6 @@ class DecodeHost {
     // The size last prepared for, and whether that succeeded.
     virtual PixelSize Size() const = 0;
     virtual bool IsReady() const = 0;
-    virtual void SetNotReady() = 0;
 
     // Where a picture of that size goes, in the presenter's format: the work buffer, whose picture is queued,
     // and a second one for filters. The data is null where there is no memory.

@@ -24,7 +24,6 @@ class DecodeLoop final : private DecodeHost {
     bool PrepareFor(PixelSize size) override;
     PixelSize Size() const override { return m_size; }
     bool IsReady() const override { return m_ready; }
-    void SetNotReady() override { m_ready = false; }
     codec::OutputPicture Work() override { return Describe(m_work); }
     codec::OutputPicture Scratch() override;
     void SwapWorkAndScratch() override { m_work.Swap(m_scratch); }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+
 #include "codec/Picture.h"
 #include "render/DisplayFrame.h"
 #include "render/Geometry.h"

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 #include "media/CtrlParam.h"
 #include "render/DecoderSettings.h"

@@ -6,7 +6,6 @@
 #include <thread>
 
 #include "codec/Jpeg.h"
-
 #include "tests/native/media/FrameBytes.h"
 #include "tests/native/render/Rig.h"
 #include "util/LogCapture.h"
