@@ -29,7 +29,8 @@ class FrameTimingTrace {
     // The ShowFrameTimeInfo switch is on and the trace has not been stopped.
     bool IsEnabled() const;
 
-    // Forgets all frames and takes no more until the next Start: the end of a connection. Not stopped at first.
+    // Forgets all frames and takes no more until the next Start: the end of a connection. Not stopped at
+    // first.
     void Stop();
     void Start();
 
