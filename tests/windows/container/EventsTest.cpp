@@ -2,6 +2,7 @@
 
 #include <olectl.h>
 
+#include "samples/host/Values.h"
 #include "tests/windows/container/ContainerTest.h"
 
 namespace {
@@ -297,20 +298,29 @@ TEST_F(EventsTest, HandlerMayDestroyTheContainersWindow) {
 }
 
 TEST_F(EventsTest, HandlerMayLetGoOfTheControl) {
-    ASSERT_EQ(first.Advise(object.Get()), S_OK);
-    ASSERT_EQ(second.Advise(object.Get()), S_OK);
-    IDispatch* borrowed = Automation();
-    first.inHandler = [&] {
-        first.Unadvise();
-        second.Unadvise();
-        CloseControl();
-        automation.Reset();
-        object.Reset();
-    };
-    FireEvent(borrowed);  // the last reference goes while the call is still running
-    EXPECT_EQ(site.References(), 0);
-    EXPECT_EQ(module.CanUnloadNow(), S_OK);
-    IgnoreCalls();
+    // One event comes by way of the window, the other straight from the method.
+    for (const wchar_t* method : {L"Disconnect", L"Connect"}) {
+        SCOPED_TRACE(ToUtf8(method));
+        if (!object) {
+            CreateInSite();
+            DoVerb(OLEIVERB_INPLACEACTIVATE);
+        }
+        ASSERT_EQ(first.Advise(object.Get()), S_OK);
+        ASSERT_EQ(second.Advise(object.Get()), S_OK);
+        IDispatch* borrowed = Automation();
+        first.inHandler = [&] {
+            first.Unadvise();
+            second.Unadvise();
+            CloseControl();
+            automation.Reset();
+            object.Reset();
+            EXPECT_EQ(module.CanUnloadNow(), S_FALSE) << "the control has gone from under its own event";
+        };
+        CallMethod(borrowed, method);  // the last reference goes while the call is still running
+        EXPECT_EQ(site.References(), 0);
+        EXPECT_EQ(module.CanUnloadNow(), S_OK);
+        IgnoreCalls();
+    }
 }
 
 }  // namespace
