@@ -34,8 +34,8 @@ class AacDecoder {
     int Channels() const;    ///< channels in the stream (output is always mono)
 
     /// Decodes one access unit into `samples`, which has room for `capacity` samples; kMaxSamplesPerUnit
-    /// always suffices. `*count` is what was written. kNoPicture when the unit gives no sound yet, kBadData
-    /// when it is damaged.
+    /// always suffices, and is asked for (kBufferTooSmall). `*count` is what was written. kNoPicture when the
+    /// unit gives no sound yet, kBadData when it is damaged.
     Status Decode(const std::uint8_t* data, std::size_t size, std::int16_t* samples, std::size_t capacity,
                   std::size_t* count);
 

@@ -58,6 +58,7 @@ class H264Decoder {
     /// kOk: a picture was written. kNoPicture, kSizeChanged: see Status. kBadData: the access unit was
     /// dropped. kBadArgument: stride below RowBytes, null buffer. kBufferTooSmall: nothing written, the
     /// picture is kept.
+    /// After kOutOfMemory the decoder may be closed: ask IsInitialised before the next access unit.
     Status Decode(const std::uint8_t* data, std::size_t size, const OutputPicture& out);
 
     /// As Decode, without conversion: `*picture` shows the decoder's own planes, valid until the next call on
@@ -86,7 +87,7 @@ class H264Decoder {
     ///   4  and in all pictures
     ///   5  and pictures that no other picture refers to are not decoded at all
     ///   6  and B pictures are not decoded at all
-    ///   7  only key frames are decoded
+    ///   7  only intra pictures are decoded
     void SetSpeed(int speed);
     int Speed() const;
 
