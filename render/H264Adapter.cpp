@@ -5,7 +5,6 @@ namespace norix {
 bool H264Adapter::Open(const std::uint8_t* data, std::size_t size, DecodeHost& host) {
     if (m_decoder.Initialise(data, size) != codec::Status::kOk) return false;
     m_decoder.SetSpeed(m_speed);
-    m_opened = true;
     return host.PrepareFor({m_decoder.Width(), m_decoder.Height()});
 }
 
@@ -24,10 +23,10 @@ bool H264Adapter::Decode(const std::uint8_t* data, std::size_t size, DecodeHost&
     if (!host.IsRunning()) return false;
     if (host.DecodeSpeed() != m_speed) {
         m_decoder.Close();
-        m_opened = false;
         m_speed = host.DecodeSpeed();
     }
-    if (!m_opened && !Open(data, size, host)) return false;
+    // It also closes itself when memory runs out.
+    if (!m_decoder.IsInitialised() && !Open(data, size, host)) return false;
     if (!GetPicture(data, size, host)) return false;
     if (host.DeInterlace() && !host.SuppressDeinterlace() &&
         FilterInterlaced(host.Work(), host.Scratch(), host.Size())) {

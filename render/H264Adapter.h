@@ -14,7 +14,6 @@ class H264Adapter final : public CodecAdapter {
     bool GetPicture(const std::uint8_t* data, std::size_t size, DecodeHost& host);
 
     codec::H264Decoder m_decoder;
-    bool m_opened = false;
     int m_speed = 0;  // last given to the decoder
 };
 
