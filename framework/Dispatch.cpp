@@ -2,7 +2,6 @@
 
 #include <oleauto.h>
 #include <olectl.h>
-#include <wchar.h>
 
 #include <algorithm>
 #include <new>
@@ -117,8 +116,16 @@ HRESULT PutProperty(const DispatchMember& member, COleControl& control, const DI
     return S_OK;
 }
 
+/// Members have ASCII names. Folding only those letters does not depend on the locale that a host has set,
+/// which may have changed since the names were sorted.
+constexpr wchar_t Fold(wchar_t c) {
+    return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
+}
+
 bool LessName(const wchar_t* a, const wchar_t* b) {
-    return _wcsicmp(a, b) < 0;
+    for (; *a != 0 && Fold(*a) == Fold(*b); ++a, ++b) {
+    }
+    return Fold(*a) < Fold(*b);
 }
 
 }  // namespace
@@ -141,6 +148,10 @@ HRESULT CoerceArgument(VARIANT& target, const VARIANT& source, VARTYPE type, LCI
     for (int depth = 0; value->vt == (VT_BYREF | VT_VARIANT); ++depth) {
         if (value->pvarVal == nullptr || depth == kMaxDepth) return DISP_E_TYPEMISMATCH;
         value = value->pvarVal;
+    }
+    if (value->vt == type && type != VT_BSTR) {  // a number of the right type: nothing to convert or to own
+        target = *value;
+        return S_OK;
     }
     if ((value->vt & VT_BYREF) != 0 && value->byref == nullptr) return DISP_E_TYPEMISMATCH;
     ScopedVariant plain;
