@@ -76,7 +76,7 @@ long Connection::Disconnect() {
     const std::string server = util::WideToUtf8(m_owner.Properties().serverIP);
     NORIX_LOG("CNorixSDKCtrl::Disconnect", 1, "CNorixSDKCtrl::Disconnect(%s) begins", server.c_str());
     if (!m_owner.WaitForWindowCreation() || m_disconnecting) return 0;
-    KillTimer(m_owner.Handle(), kTimerReconnect);
+    if (m_owner.HasWindow()) KillTimer(m_owner.Handle(), kTimerReconnect);
     m_owner.EnableDigitalPTZ(false);
     FinishDisconnect(Finish::WithNotice);
     NORIX_LOG("CNorixSDKCtrl::Disconnect", 1, "CNorixSDKCtrl::Disconnect(%s) ends", server.c_str());

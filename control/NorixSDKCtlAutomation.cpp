@@ -46,7 +46,9 @@ void CNorixSDKCtrl::OnEnableAudioControlChanged() {
 
 void CNorixSDKCtrl::OnMagicCodeChanged() {
     SetModifiedFlag();
-    if (WaitForWindowCreation() && m_page) SetTimer(Handle(), kTimerAutoConnect, kTimerPeriod, nullptr);
+    // A window that was destroyed again has no timers.
+    if (WaitForWindowCreation() && HasWindow() && m_page)
+        SetTimer(Handle(), kTimerAutoConnect, kTimerPeriod, nullptr);
 }
 
 // What the threads of a connection read from the parameter block, at once.
