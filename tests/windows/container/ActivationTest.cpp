@@ -9,7 +9,6 @@
 
 namespace {
 
-
 // Asking for the page's address is part of the window's creation; focus moves as the desktop likes.
 const std::vector<std::string> kOptional = {"GetMoniker", "OnFocus(true)", "OnFocus(false)"};
 const std::vector<std::string> kActivation = {"CanInPlaceActivate", "OnInPlaceActivate", "GetWindow",
