@@ -1,5 +1,7 @@
 #include "live/rtp/Mpeg4VideoDepacketizer.h"
 
+#include <utility>
+
 namespace live::rtp {
 namespace {
 
@@ -12,7 +14,8 @@ bool beginsWithStartCode(Bytes payload) {
 
 void Mpeg4VideoDepacketizer::onPacket(const RtpPacket& packet, bool afterLoss, FrameQueue& frames) {
     const bool newTimestamp = packet.timestamp != m_last.timestamp;
-    if (afterLoss) {
+    // Whoever joins a stream begins in the middle of a frame.
+    if (afterLoss || !std::exchange(m_begun, true)) {
         if (m_state == State::Open) frames.discard();
         // What is missing may be this frame's beginning.
         m_state = beginsWithStartCode(packet.payload) ? State::Idle : State::Skipping;

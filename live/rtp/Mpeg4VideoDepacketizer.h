@@ -9,7 +9,7 @@ namespace live::rtp {
 class Mpeg4VideoDepacketizer : public Depacketizer {
   public:
     void onPacket(const RtpPacket& packet, bool afterLoss, FrameQueue& frames) override;
-    void reset() override { m_state = State::Idle; }
+    void reset() override { m_begun = false; }
 
   private:
     enum class State {
@@ -17,6 +17,7 @@ class Mpeg4VideoDepacketizer : public Depacketizer {
         Open,      // a frame is being put together
         Skipping,  // the rest of a frame that lacks packets
     };
+    bool m_begun = false;  // has seen a packet
     State m_state = State::Idle;
     FrameInfo m_last;
 };

@@ -283,9 +283,15 @@ bool Connection::parse() {
             m_begin += m_framer.size();
             continue;
         }
-        m_skipped = 0;
         if (item == Framer::Item::Packet) {
             rtp::InterleavedReceiver* const receiver = m_receivers[m_framer.channel()];
+            if (m_skipped > 0 && !receiver) {
+                // Looking for the next packet, this only looks like one.
+                ++m_skipped;
+                ++m_begin;
+                continue;
+            }
+            m_skipped = 0;
             const std::size_t offset = m_framer.offset();
             const std::size_t size = m_framer.size();
             if (receiver) receiver->onInterleaved(m_framer.packet());
@@ -294,6 +300,7 @@ bool Connection::parse() {
             m_begin += size;
             continue;
         }
+        m_skipped = 0;
         const std::size_t size = m_framer.size();
         if (m_state == State::TunnelWaiting) {
             onTunnelReply(m_framer.message());

@@ -12,10 +12,23 @@ using namespace live::text;
 constexpr char kPacketMark = '$';
 constexpr std::size_t kMaxStartLine = 4096;
 
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
 bool isToken(std::string_view text) {
     return !text.empty() && text.size() <= 32 && std::all_of(text.begin(), text.end(), [](char c) {
         return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == '-';
     });
+}
+
+// Whether what has arrived of a first line can become one.
+bool canBeStartLine(std::string_view text) {
+    std::string_view word = text.substr(0, text.find(' '));
+    for (const std::string_view protocol : {std::string_view("RTSP/"), std::string_view("HTTP/")}) {
+        if (!startsWithIgnoringCase(word, protocol)) continue;
+        word.remove_prefix(protocol.size());
+        return word.size() <= 8 && std::all_of(word.begin(), word.end(), [](char c) { return c == '.' || isDigit(c); });
+    }
+    return isToken(word);
 }
 
 }  // namespace
@@ -69,7 +82,7 @@ Framer::Item Framer::messageAt(std::string_view text, std::size_t start) {
         if (!first && at < text.size() && text[at] == kPacketMark) return Item::Packet;
         const std::size_t end = text.find('\n', at);
         if (end == std::string_view::npos) {
-            if (first && text.size() - at > kMaxStartLine) {
+            if (first && (text.size() - at > kMaxStartLine || !canBeStartLine(text.substr(at)))) {
                 m_offset = 0;
                 m_size = start + 1;
                 return Item::Garbage;

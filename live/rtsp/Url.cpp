@@ -8,6 +8,17 @@ namespace live::rtsp {
 
 using namespace live::text;
 
+namespace {
+
+bool isScheme(std::string_view text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
+        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+' || c == '-' ||
+               c == '.';
+    });
+}
+
+}  // namespace
+
 std::optional<Url> parseUrl(std::string_view text) {
     constexpr std::string_view kScheme = "rtsp://";
     constexpr std::size_t kLongest = 4096;
@@ -45,8 +56,8 @@ std::optional<Url> parseUrl(std::string_view text) {
 
 std::string controlUrl(std::string_view base, std::string_view control) {
     if (control.empty() || control == "*") return std::string(base);
-    const std::size_t colon = control.find("://");
-    if (colon != std::string_view::npos && control.find('/') == colon + 1) return std::string(control);
+    const std::size_t scheme = control.find("://");
+    if (scheme != std::string_view::npos && isScheme(control.substr(0, scheme))) return std::string(control);
     std::string url(base);
     if (!url.ends_with('/') && control[0] != '/') url += '/';
     if (url.ends_with('/') && control[0] == '/') control.remove_prefix(1);

@@ -42,6 +42,7 @@ std::optional<double> parseNptTime(std::string_view value) {
 }
 
 void parseRtpMap(std::string_view value, Media& media) {
+    value = trim(value);
     if (parseNumber(trim(take(value, ' '))) != media.payloadType) return;
     value = trim(value);
     const std::string_view codec = take(value, '/');
@@ -54,6 +55,7 @@ void parseRtpMap(std::string_view value, Media& media) {
 }
 
 void parseFormatParameters(std::string_view value, Media& media) {
+    value = trim(value);
     if (parseNumber(trim(take(value, ' '))) != media.payloadType) return;
     while (!value.empty() && media.attributes.size() < kMaxAttributes) {
         std::string_view parameter = trim(takeOutsideQuotes(value, ';'));
@@ -132,6 +134,7 @@ bool parseMedia(std::string_view value, Media& media) {
 
 std::optional<PlayRange> parseRange(std::string_view text) {
     text = trim(text);
+    if (text.find('=') == std::string_view::npos) return std::nullopt;
     const std::string_view unit = trim(take(text, '='));
     std::string_view end = trim(take(text, ';'));
     const std::string_view start = trim(take(end, '-'));

@@ -1,0 +1,237 @@
+// RTP and RTCP packets, their order, their times.
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <random>
+
+#include "Packetizer.h"
+#include "live/rtp/PresentationClock.h"
+#include "live/rtp/ReceptionStats.h"
+#include "live/rtp/ReorderBuffer.h"
+#include "live/rtp/RtcpPacket.h"
+#include "live/sdp/NormalPlayTime.h"
+
+namespace live_test {
+namespace {
+
+using namespace live::rtp;
+
+TEST(RtpPacket, HeaderVariants) {
+    struct Case {
+        const char* what;
+        Buffer bytes;
+        int payload;  // its size; -1: refused
+    };
+    const Buffer fixed = {0x80, 0xE0, 0xFF, 0xFE, 0, 0, 0, 1, 0, 0, 0, 2};
+    const auto with = [&fixed](unsigned flags, const Buffer& rest) {
+        Buffer bytes = fixed;
+        bytes[0] = static_cast<unsigned char>(flags);
+        bytes.insert(bytes.end(), rest.begin(), rest.end());
+        return bytes;
+    };
+    const Case cases[] = {
+        {"nothing", {}, -1},
+        {"cut header", Buffer(fixed.begin(), fixed.end() - 1), -1},
+        {"version 1", with(0x40, {1}), -1},
+        {"plain", with(0x80, {1, 2}), 2},
+        {"empty", fixed, 0},
+        {"two sources", with(0x82, {0, 0, 0, 1, 0, 0, 0, 2, 9}), 1},
+        {"sources missing", with(0x82, {0, 0, 0, 1}), -1},
+        {"extension", with(0x90, {0xBE, 0xDE, 0, 1, 1, 2, 3, 4, 9, 9}), 2},
+        {"extension too long", with(0x90, {0xBE, 0xDE, 0xFF, 0xFF, 1, 2, 3, 4}), -1},
+        {"padding", with(0xA0, {7, 0, 0, 3}), 1},
+        {"all padding", with(0xA0, {0, 0, 3}), 0},
+        {"padding 0", with(0xA0, {7, 0}), -1},
+        {"padding too long", with(0xA0, {7, 9}), -1},
+        {"padding of nothing", with(0xA0, {}), -1},
+    };
+    for (const Case& c : cases) {
+        const auto packet = parseRtpPacket(c.bytes);
+        EXPECT_EQ(packet ? static_cast<int>(packet->payload.size()) : -1, c.payload) << c.what;
+        if (packet) {
+            EXPECT_TRUE(packet->marker && packet->payloadType == 96 && packet->sequence == 0xFFFE &&
+                        packet->timestamp == 1 && packet->ssrc == 2);
+        }
+    }
+}
+
+struct Ordered : OrderedReceiver {
+    std::vector<int> numbers;  // negative: told that packets are missing before it
+    void onOrderedPacket(Bytes packet, bool afterLoss) override {
+        const int number = packet[0] << 8 | packet[1];
+        numbers.push_back(afterLoss ? -number : number);
+    }
+};
+
+void push(ReorderBuffer& buffer, int number, std::int64_t now, Ordered& out) {
+    const Buffer packet = {static_cast<unsigned char>(number >> 8), static_cast<unsigned char>(number)};
+    buffer.push(static_cast<std::uint16_t>(number), packet, now, out);
+}
+
+std::vector<int> order(const std::vector<int>& arrivals, std::int64_t threshold = 50, std::int64_t step = 1) {
+    ReorderBuffer buffer;
+    Ordered out;
+    buffer.setThreshold(threshold);
+    std::int64_t now = 0;
+    for (const int number : arrivals) push(buffer, number, now += step, out);
+    buffer.expire(now + threshold, out);
+    EXPECT_FALSE(buffer.deadline());
+    return out.numbers;
+}
+
+TEST(ReorderBuffer, Orders) {
+    using V = std::vector<int>;
+    EXPECT_EQ(order({1, 2, 3}), (V{1, 2, 3}));
+    EXPECT_EQ(order({1, 3, 2, 4}), (V{1, 2, 3, 4}));
+    EXPECT_EQ(order({1, 2, 2, 1, 3, 3}), (V{1, 2, 3}));
+    EXPECT_EQ(order({65534, 0, 65535, 1}), (V{65534, 65535, 0, 1}));
+    EXPECT_EQ(order({1, 3, 4}), (V{1, -3, 4}));
+    EXPECT_EQ(order({1, 3, 3, 5}), (V{1, -3, -5}));
+    EXPECT_EQ(order({1, 3, 4, 2}, 2, 2), (V{1, -3, 4})) << "too late";
+    EXPECT_EQ(order({1, 3, 4}, 0), (V{1, -3, 4})) << "nothing is waited for";
+    EXPECT_EQ(order({100, 30'000, 101, 102}), (V{100, 101, 102})) << "one stray";
+    EXPECT_EQ(order({100, 30'000, 30'001, 30'002}), (V{100, -30'001, 30'002})) << "the sender restarted";
+    EXPECT_EQ(order({5000, 4000, 4001}), (V{5000, -4001})) << "backwards, too";
+}
+
+TEST(ReorderBuffer, AnyOrderWithinTheWindowIsRestored) {
+    std::minstd_rand random(1);
+    for (int round = 0; round < 50; ++round) {
+        std::vector<std::pair<int, int>> arrivals;  // when, which
+        const int first = 65536 - 100 + round;
+        for (int i = 0; i < 300; ++i) arrivals.emplace_back(i * 10 + static_cast<int>(random() % 400), first + i);
+        arrivals[0].first = -1;
+        std::sort(arrivals.begin(), arrivals.end());
+        ReorderBuffer buffer;
+        buffer.setThreshold(1000);
+        Ordered out;
+        for (const auto& [when, number] : arrivals) push(buffer, number % 65536, when, out);
+        ASSERT_EQ(out.numbers.size(), 300u);
+        for (int i = 0; i < 300; ++i) ASSERT_EQ(out.numbers[static_cast<std::size_t>(i)], (first + i) % 65536);
+    }
+}
+
+TEST(ReorderBuffer, GiantPacketsThatWaitAreBounded) {
+    ReorderBuffer buffer;
+    Ordered out;
+    buffer.setThreshold(1'000'000'000);
+    push(buffer, 0, 0, out);
+    const Buffer giant(65000, 1);
+    for (std::uint16_t number = 2; number < 400; ++number) buffer.push(number, giant, 0, out);
+    EXPECT_GT(out.numbers.size(), 300u) << "the gap was given up";
+}
+
+struct Seen : RtcpReceiver {
+    std::vector<SenderReport> reports;
+    std::vector<std::uint32_t> byes;
+    void onSenderReport(const SenderReport& report) override { reports.push_back(report); }
+    void onBye(std::uint32_t ssrc) override { byes.push_back(ssrc); }
+};
+
+TEST(Rtcp, ReadsReportsAndByesAndRefusesWhatIsCutShort) {
+    Buffer compound = {0x80, 200, 0, 6, 0, 0, 0, 9, 0x83, 0xAA, 0x7E, 0x80, 0x80, 0, 0, 0, 0, 0, 0x10, 0,
+                       0,    0,   0, 0, 0, 0, 0, 0, 0x81, 202,  0,    2,    0,    0, 0, 9, 1, 1, 'x',  0,
+                       0x82, 203, 0, 2, 0, 0, 0, 9, 0,    0,    0,    8};
+    Seen seen;
+    EXPECT_TRUE(parseRtcp(compound, seen));
+    ASSERT_EQ(seen.reports.size(), 1u);
+    EXPECT_EQ(seen.reports[0].rtpTimestamp, 0x1000u);
+    EXPECT_THAT(seen.byes, testing::ElementsAre(9u, 8u));
+    for (std::size_t size = 1; size < compound.size(); ++size) {
+        Seen part;
+        const bool whole = parseRtcp(Bytes(compound).first(size), part);
+        EXPECT_EQ(whole, size == 28 || size == 40) << size;
+    }
+    compound[41] = 203;
+    compound[40] = 0x9F;  // says that it ends 31 sources
+    Seen lying;
+    EXPECT_FALSE(parseRtcp(compound, lying));
+}
+
+TEST(Rtcp, WhatWeSendIsWellFormed) {
+    ReceptionReport report;
+    report.ssrc = 0x01020304;
+    report.packetsLost = -2;
+    for (const std::string& name : {std::string(), std::string("a"), std::string("ab"), std::string(300, 'x')}) {
+        Buffer out;
+        buildReceiverReport(7, &report, name, out);
+        EXPECT_EQ(out.size() % 4, 0u);
+        Seen seen;
+        EXPECT_TRUE(parseRtcp(out, seen));
+        EXPECT_EQ(Buffer(out.begin() + 13, out.begin() + 16), (Buffer{0xFF, 0xFF, 0xFE}));
+        const std::size_t description = 32;
+        EXPECT_EQ(out[description + 9], std::min<std::size_t>(name.size(), 255));
+        EXPECT_EQ(out.back(), 0) << "the list of items is ended";
+    }
+    Buffer bye;
+    buildBye(7, bye);
+    Seen seen;
+    EXPECT_TRUE(parseRtcp(bye, seen));
+    EXPECT_THAT(seen.byes, testing::ElementsAre(7u));
+}
+
+TEST(ReceptionStats, CountsLossAcrossAWrap) {
+    ReceptionStats stats(8000);
+    stats.reset(5);
+    RtpPacket packet;
+    for (const int number : {65533, 65534, 0, 1, 3, 2}) {  // 65535 is lost, 2 is late
+        packet.sequence = static_cast<std::uint16_t>(number);
+        stats.onPacket(packet, 0);
+    }
+    EXPECT_EQ(stats.lost(), 1);
+    SenderReport sent;
+    sent.ntpTime = 0x0001'0002'0003'0004;
+    stats.onSenderReport(sent, 1'000'000);
+    const ReceptionReport report = stats.takeReport(1'500'000);
+    EXPECT_EQ(report.fractionLost, 256 / 7);
+    EXPECT_EQ(report.highestSequence, 0x10003u);
+    EXPECT_EQ(report.lastReport, 0x0002'0003u);
+    EXPECT_EQ(report.delaySinceLastReport, 32768u);
+    EXPECT_EQ(stats.takeReport(2'000'000).fractionLost, 0) << "nothing was lost since";
+}
+
+TEST(PresentationClock, GoesOnFromArrivalThenByTheSendersClock) {
+    PresentationClock clock(90000);
+    constexpr std::int64_t kArrival = 1'700'000'000'000'000;
+    constexpr std::uint32_t kNearWrap = 0xFFFFFF00;
+    EXPECT_EQ(clock.at(kNearWrap, kArrival).microseconds, kArrival);
+    EXPECT_EQ(clock.at(kNearWrap + 90000, kArrival + 5).microseconds, kArrival + 1'000'000) << "arrival counts once";
+    SenderReport none;
+    clock.onSenderReport(none);
+    EXPECT_FALSE(clock.synchronized());
+    SenderReport report;
+    report.ntpTime = (2'208'988'800ull + 1000) << 32 | 0x8000'0000u;
+    report.rtpTimestamp = kNearWrap + 90000;
+    clock.onSenderReport(report);
+    EXPECT_TRUE(clock.synchronized());
+    const auto time = clock.at(kNearWrap + 180000, kArrival);
+    EXPECT_EQ(time.microseconds, 1'001'500'000);
+    EXPECT_EQ(time.extended, std::int64_t{kNearWrap} + 180000) << "over the wrap";
+}
+
+TEST(NormalPlayTime, FollowsRtpInfoOrTheFirstFrame) {
+    using live::sdp::NormalPlayTime;
+    using live::sdp::PlayTimeOrigin;
+    PlayTimeOrigin origin;
+    origin.start = 20;
+    NormalPlayTime told;
+    told.setRtpInfo({{}, 1000});
+    EXPECT_NEAR(told.at(1000 + 45000, 90000, 1, 0, origin), 20.5, 1e-9);
+    EXPECT_NEAR(told.at(1000 + 90000, 90000, 1, 9, origin), 21, 1e-9);
+
+    NormalPlayTime lying;  // a random timestamp base against rtptime=0
+    lying.setRtpInfo({{}, 0});
+    EXPECT_NEAR(lying.at(123'456'789, 90000, 1, 250'000, origin), 20.25, 1e-9) << "by when it arrived";
+    EXPECT_NEAR(lying.at(123'456'789 + 9000, 90000, 1, 0, origin), 20.35, 1e-9);
+    EXPECT_NEAR(lying.at(5, 90000, 2, 1'000'000, origin), 21.35, 1e-9) << "another sender carries on";
+
+    ++origin.generation;
+    origin.start = 3;
+    origin.firstFrame.reset();
+    lying.setRtpInfo({});
+    EXPECT_NEAR(lying.at(90005, 90000, 2, 7, origin), 3, 1e-9) << "played anew";
+}
+
+}  // namespace
+}  // namespace live_test

@@ -1,0 +1,196 @@
+#!/usr/bin/python3
+"""Receives from GStreamer's RTSP server with liveprobe and compares every frame with what the server was fed.
+
+usage: real_server_test.py LIVEPROBE CLIPFOLDER
+
+Ends with 77 (skipped) where GStreamer's server or FFmpeg isn't installed."""
+import base64
+import os
+import struct
+import subprocess
+import sys
+import threading
+
+SKIPPED = 77
+SECONDS = 2
+
+try:
+    import gi
+
+    for name in ("Gst", "GstRtsp", "GstRtspServer"):
+        gi.require_version(name, "1.0")
+    from gi.repository import GLib, Gst, GstRtsp, GstRtspServer
+except (ImportError, ValueError) as missing:
+    print(f"skipped: GStreamer's RTSP server is not installed ({missing}); see docs/live.md for the packages")
+    sys.exit(SKIPPED)
+
+PROBE, CLIPS = sys.argv[1:3]
+Gst.init(None)
+
+PATTERN = "testsrc2=size=320x240:rate=25"
+TONE = "sine=frequency=440"
+# name: (FFmpeg's input and encoder, GStreamer's way from the file to frames)
+SOURCES = {
+    "h264": (f"-f lavfi -i {PATTERN} -c:v libx264 -preset ultrafast -g 25 -x264-params repeat-headers=1 -f mp4",
+             "qtdemux ! h264parse ! video/x-h264,stream-format=byte-stream,alignment=au"),
+    "mpeg4": (f"-f lavfi -i {PATTERN} -c:v mpeg4 -g 25 -f mp4", "qtdemux ! mpeg4videoparse ! video/mpeg,parsed=true"),
+    "jpeg": (f"-f lavfi -i {PATTERN} -c:v mjpeg -huffman default -q:v 6 -pix_fmt yuvj420p -f avi",
+             "avidemux ! image/jpeg"),
+    "pcmu": (f"-f lavfi -i {TONE}:sample_rate=8000 -ac 1 -c:a pcm_mulaw -f wav", "wavparse ! audio/x-mulaw"),
+    "aac": (f"-f lavfi -i {TONE}:sample_rate=16000 -ac 1 -c:a aac -f adts", "aacparse ! audio/mpeg,stream-format=raw"),
+}
+PAYLOADERS = {"h264": "rtph264pay config-interval=0", "mpeg4": "rtpmp4vpay config-interval=0", "jpeg": "rtpjpegpay",
+              "pcmu": "rtppcmupay min-ptime=20000000 max-ptime=20000000", "aac": "rtpmp4gpay"}
+MOUNTS = {"/h264": ("h264", "pcmu"), "/h264aac": ("h264", "aac"), "/mpeg4": ("mpeg4", "pcmu"), "/jpeg": ("jpeg", "pcmu")}
+
+
+def make_clip(name):
+    """The clip's frames: [(bytes, pts)], and their caps."""
+    path = os.path.join(CLIPS, name)
+    if not os.path.exists(path):
+        arguments = SOURCES[name][0].split()
+        subprocess.run(["ffmpeg", "-hide_banner", "-loglevel", "error", "-nostdin", "-y", *arguments[:4],
+                        "-t", str(SECONDS), *arguments[4:], path + ".new"], check=True)
+        os.rename(path + ".new", path)
+    pipeline = Gst.parse_launch(f"filesrc location={path} ! {SOURCES[name][1]} ! appsink name=sink sync=false")
+    sink = pipeline.get_by_name("sink")
+    pipeline.set_state(Gst.State.PLAYING)
+    frames, caps = [], None
+    while (sample := sink.emit("pull-sample")) is not None:
+        buffer, caps = sample.get_buffer(), sample.get_caps()
+        frames.append((buffer.extract_dup(0, buffer.get_size()), buffer.pts))
+    pipeline.set_state(Gst.State.NULL)
+    if name == "pcmu":  # one frame per packet
+        data = b"".join(frame for frame, _ in frames)
+        frames = [(data[at:at + 160], at * Gst.SECOND // 8000) for at in range(0, len(data) - 159, 160)]
+    return frames, caps
+
+
+def start_feeding(media, names):
+    for position, name in enumerate(names):
+        source = media.get_element().get_by_name(f"source{position}")
+        frames, caps = CLIP[name]
+        source.set_property("caps", caps)
+        source.set_property("format", Gst.Format.TIME)
+        source.set_property("is-live", True)
+        state = {"next": 0}
+
+        def need(element, _size, frames=frames, state=state):
+            if state["next"] == len(frames):
+                element.emit("end-of-stream")
+                return
+            data, pts = frames[state["next"]]
+            state["next"] += 1
+            buffer = Gst.Buffer.new_wrapped(data)
+            buffer.pts = buffer.dts = pts
+            element.emit("push-buffer", buffer)
+
+        source.connect("need-data", need)
+
+
+def make_server(method):
+    server = GstRtspServer.RTSPServer()
+    server.set_address("127.0.0.1")
+    server.set_service("0")
+    for mount, names in MOUNTS.items():
+        factory = GstRtspServer.RTSPMediaFactory()
+        parts = [f"appsrc name=source{i} ! {PAYLOADERS[name]} name=pay{i} pt={96 + i if name not in ('pcmu', 'jpeg') else {'pcmu': 0, 'jpeg': 26}[name]}"
+                 for i, name in enumerate(names)]
+        factory.set_launch("( " + " ".join(parts) + " )")
+        factory.connect("media-configure", lambda _f, media, names=names: start_feeding(media, names))
+        if method:
+            permissions = GstRtspServer.RTSPPermissions()
+            for right in ("access", "construct"):
+                permissions.add_permission_for_role("user", f"media.factory.{right}", True)
+            permissions.add_permission_for_role("anonymous", "media.factory.access", False)
+            factory.set_permissions(permissions)
+        server.get_mount_points().add_factory(mount, factory)
+    if method:
+        auth = GstRtspServer.RTSPAuth()
+        token = GstRtspServer.RTSPToken()
+        token.set_string("media.factory.role", "user")
+        auth.set_supported_methods(method)
+        if method == GstRtsp.RTSPAuthMethod.BASIC:
+            auth.add_basic(base64.b64encode(b"admin:se@cret").decode(), token)
+        else:
+            auth.add_digest("admin", "se@cret", token)
+        server.set_auth(auth)
+    server.attach(None)
+    return server
+
+
+def read_frames(path):
+    data = open(path, "rb").read()
+    frames, at = [], 0
+    while at < len(data):
+        size, = struct.unpack_from(">I", data, at)
+        frames.append(data[at + 4:at + 4 + size])
+        at += 4 + size
+    return frames
+
+
+def nal_units(access_units):
+    units = []
+    for data in access_units:
+        for unit in data.replace(b"\0\0\0\1", b"\0\0\1").split(b"\0\0\1"):
+            if unit and unit[0] & 31 != 9:  # access unit delimiters are not sent
+                units.append(unit)
+    return units
+
+
+def jpeg_scan(data):
+    """What follows the scan's header: RFC 2435 carries nothing else byte by byte."""
+    at = data.index(b"\xff\xda")
+    return data[at + 2 + struct.unpack_from(">H", data, at + 2)[0]:].rstrip(b"\0")
+
+
+def comparable(name, frames):
+    if name == "h264":
+        return nal_units(frames) if frames and frames[0][:3] in (b"\0\0\0", b"\0\0\1") else [f for f in frames if f[0] & 31 != 9]
+    if name == "jpeg":
+        return [jpeg_scan(frame) for frame in frames]
+    return frames
+
+
+def check(title, url, mount, options):
+    prefix = os.path.join(CLIPS, "received")
+    for position in range(2):
+        open(f"{prefix}.{position}", "wb").close()
+    run = subprocess.run([PROBE, "-q", "-n", str(SECONDS + 1), "-o", prefix, *options, url], capture_output=True,
+                         text=True, timeout=30)
+    problems = [] if run.returncode == 0 else [f"ended with {run.returncode}"]
+    counts = []
+    for position, name in enumerate(MOUNTS[mount]):
+        sent = comparable(name, [data for data, _ in CLIP[name][0]])
+        got = comparable(name, read_frames(f"{prefix}.{position}"))
+        counts.append(f"{len(got)}/{len(sent)} {name}")
+        # The beginning may be missed by nobody; the very end may still be on its way when time is up.
+        if got != sent[:len(got)] or len(got) < len(sent) * 0.9:
+            different = next((i for i, pair in enumerate(zip(got, sent)) if pair[0] != pair[1]), None)
+            problems.append(f"{name}: {len(got)} of {len(sent)} frames, first difference at {different}")
+    print(f"{'FAILED' if problems else 'ok'}  {title} {mount}: {', '.join(counts)}", *problems, sep="\n    ", flush=True)
+    if problems:
+        print(run.stdout, run.stderr)
+    return not problems
+
+
+os.makedirs(CLIPS, exist_ok=True)
+try:
+    CLIP = {name: make_clip(name) for name in SOURCES}
+except (OSError, subprocess.CalledProcessError) as missing:
+    print(f"skipped: no test clips ({missing}); see docs/live.md for the packages")
+    sys.exit(SKIPPED)
+METHODS = GstRtsp.RTSPAuthMethod
+servers = {"open": make_server(None), "basic": make_server(METHODS.BASIC), "digest": make_server(METHODS.DIGEST)}
+threading.Thread(target=GLib.MainLoop().run, daemon=True).start()
+
+good = True
+CASES = [("udp", "open", m) for m in MOUNTS] + [("tcp", "open", m) for m in MOUNTS] + [
+    ("http", "digest", "/h264"), ("http", "basic", "/h264aac"), ("http", "open", "/jpeg"), ("http", "open", "/mpeg4"),
+    ("tcp", "basic", "/h264"), ("udp", "digest", "/h264aac")]
+for transport, kind, mount in CASES:
+    port = servers[kind].get_bound_port()
+    who = "" if kind == "open" else "admin:se%40cret@"
+    options = ["-t", transport, "-p", str(port)]
+    good &= check(f"{transport} {kind}", f"rtsp://{who}127.0.0.1:{port}{mount}", mount, options)
+os._exit(0 if good else 1)  # GStreamer's threads don't end by themselves
