@@ -19,7 +19,10 @@ using namespace live::rtp;
 struct FakeConnection : InterleavedConnection {
     InterleavedReceiver* receiver = nullptr;
     bool sendInterleaved(unsigned, Bytes) override { return true; }
-    bool addReceiver(unsigned, InterleavedReceiver& r) override { return receiver = &r; }
+    bool addReceiver(unsigned, InterleavedReceiver& r) override {
+        receiver = &r;
+        return true;
+    }
     void removeReceiver(InterleavedReceiver&) override { receiver = nullptr; }
 };
 
