@@ -51,7 +51,8 @@ void SleepMs(std::uint32_t milliseconds) noexcept {
 }
 
 void AnswerSentMessages(std::uint32_t milliseconds) noexcept {
-    if (MsgWaitForMultipleObjects(0, nullptr, FALSE, milliseconds, QS_SENDMESSAGE) != WAIT_OBJECT_0) return;
+    // Looks in any case: a message that was there before the wait began need not end it.
+    MsgWaitForMultipleObjectsEx(0, nullptr, milliseconds, QS_SENDMESSAGE, MWMO_INPUTAVAILABLE);
     MSG message;
     PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
 }
