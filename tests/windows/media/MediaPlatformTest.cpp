@@ -59,7 +59,8 @@ TEST_F(ControlWindowTest, WaitingForReceiversAnswersWhatTheySend) {
         Sleep(1);
     m_param.SetClosing(true);
     EXPECT_TRUE(m_param.WaitForInserts(5000));
-    while (result == 0) platform::AnswerSentMessages(1);
+    while (result == 0)
+        platform::AnswerSentMessages(1);
     receiver.join();
     EXPECT_EQ(result, 1);
     EXPECT_EQ(s_received, (std::vector<std::uint8_t>{1, 2, 3}));
