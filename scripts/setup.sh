@@ -16,6 +16,9 @@ packages=(
     # Libraries: for the checks, and as the version that is cross-built
     googletest libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
     libavcodec-dev libavutil-dev libswscale-dev libturbojpeg0-dev libxvidcore-dev ffmpeg
+    # A server that isn't ours, to receive from
+    python3-gi gir1.2-gst-rtsp-server-1.0 gir1.2-gst-plugins-base-1.0
+    gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
     # A screen, and hands and eyes for it
     xvfb xauth x11-utils x11-apps xdotool imagemagick procps
 )
