@@ -7,7 +7,6 @@
 #include <span>
 
 #include "live/env/UsageEnvironment.h"
-#include "live/net/Port.h"
 
 namespace live::net {
 class SocketHandle;

@@ -42,7 +42,7 @@ std::optional<Url> parseUrl(std::string_view text) {
         authority.remove_prefix(at + 1);
     }
     url.plain = std::string(kScheme) + std::string(authority) + url.path;
-    if (url.path.empty() || url.path[0] != '/') url.path.insert(0, "/");
+    if (url.path.empty() || url.path[0] != '/') url.path.insert(url.path.begin(), '/');
     const std::string_view host = take(authority, ':');
     if (host.empty()) return std::nullopt;
     url.host = host;

@@ -6,6 +6,8 @@
 #include "live/liveMedia.hh"
 #include "live/sdp/SdpDescription.h"
 
+int useInterface();  // InterfaceUse.cpp
+
 namespace live_test {
 namespace {
 
@@ -118,6 +120,8 @@ TEST(MediaSession, InitiatesWhatItKnows) {
     Medium::close(session);
     env->reclaim();
 }
+
+TEST(Interface, IsUsableAsTheControlUsesIt) { EXPECT_EQ(useInterface(), 0); }
 
 }  // namespace
 }  // namespace live_test
