@@ -172,7 +172,10 @@ void Connection::OnStatisticsTimer() {
     CCtrlParam& param = m_owner.Session().param;
     if ((m_owner.Properties().captionInfo & eciTime) != 0) {
         const std::wstring caption = param.captionText.Get();
-        if (!caption.empty()) m_owner.Status().SetCaption(caption.c_str());
+        if (!caption.empty() && caption != m_owner.Status().Caption()) {
+            m_owner.Status().SetCaption(caption.c_str());
+            m_owner.InvalidateControl();
+        }
     }
     const int serverFrameRate = param.serverFrameRate.Get();
     const FrameRates rates = m_frameRateMeter.Pass(GetTickCount(), param.TakeFrameCounts());
@@ -207,6 +210,7 @@ void Connection::WatchDisk() {
     if (status != ersRecordStart && status != ersRecording) return;
     if (!IsDiskAlmostFull(m_owner.Properties().recordVideoPath)) return;
     m_owner.StopRecording(0);
+    m_owner.Properties().recordStatus = ersDiskFull;
     m_owner.FireEvent(events::OnRecordStatus, static_cast<long>(ersDiskFull));
 }
 
