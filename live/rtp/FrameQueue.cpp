@@ -16,7 +16,7 @@ void FrameQueue::discard() {
 }
 
 void FrameQueue::commit(const FrameInfo& info) {
-    if (m_overflow || openSize() == 0) {
+    if (m_overflow || openSize() == 0 || m_frames.size() == kMaxFrames) {
         discard();
         return;
     }

@@ -19,6 +19,7 @@ struct FrameInfo {
 class FrameQueue {
   public:
     static constexpr std::size_t kMaxBytes = 4 * 1024 * 1024;
+    static constexpr std::size_t kMaxFrames = 1024;  // more only gather when nobody fetches them
 
     // The open frame. One that gets too large is dropped as a whole when it is committed.
     void append(Bytes bytes);

@@ -232,6 +232,14 @@ TEST(FrameQueue, AFrameBeyondTheBoundIsDroppedAsAWhole) {
     queue.append(chunk);
     queue.commit({});
     EXPECT_FALSE(queue.empty());
+    queue.clear();
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < 2 * FrameQueue::kMaxFrames; ++i) {
+        queue.append(1);
+        queue.commit({});
+    }
+    for (; !queue.empty(); queue.pop()) ++kept;
+    EXPECT_EQ(kept, FrameQueue::kMaxFrames) << "and frames that nobody fetches";
 }
 
 }  // namespace
