@@ -411,7 +411,11 @@ bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Tran
     }
     const ipv4AddressBits destination = numericAddress(transport.destination);
     const ipv4AddressBits group = IsMulticastAddress(destination) ? destination : subsession.connectionEndpointAddress();
-    if (transport.multicast && IsMulticastAddress(group)) {
+    if (transport.multicast) {
+        if (!IsMulticastAddress(group)) {
+            why = "The server names no multicast group";
+            return false;
+        }
         const auto ports = transport.port ? transport.port : transport.clientPort;
         const portNumBits port = ports ? ports->first : subsession.clientPortNum();
         if (port != 0 && subsession.moveToGroup(group, port, subsession.sourceFilterAddress())) return true;

@@ -52,6 +52,7 @@ Script readScript(const std::filesystem::path& file) {
         else if (key == "transport") script.transport = rest(words);
         else if (key == "listen") script.listen = rest(words) != "no";
         else if (key == "expect") script.expected.push_back(rest(words));
+        else if (key == "never") script.never.push_back(rest(words));
         else if (key == "within") script.withinMilliseconds = std::stoi(rest(words));
         else script.steps.push_back(line);
     }

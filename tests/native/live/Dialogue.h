@@ -4,9 +4,10 @@
 //
 //   # what it is about
 //   url rtsp://user:password@{host}/path   where the client connects to (default rtsp://{host}/stream)
-//   transport tcp|udp|http                  default tcp
+//   transport tcp|udp|http|multicast        default tcp
 //   listen no                               nobody listens on the port
 //   expect DESCRIBE 401                     lines that the client writes down, in this order (others may come between)
+//   never BYE                               what no line may begin with
 //   within 2000                             milliseconds, default 5000
 //
 // Then what the server does. It takes connections one after the other:
@@ -41,6 +42,7 @@ struct Script {
     std::string transport = "tcp";
     bool listen = true;
     std::vector<std::string> expected;
+    std::vector<std::string> never;
     int withinMilliseconds = 5000;
     std::vector<std::string> steps;
 };

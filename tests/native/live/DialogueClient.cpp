@@ -3,6 +3,7 @@
 
 #include "Dialogue.h"
 #include "live/BasicUsageEnvironment.hh"
+#include "live/GroupsockHelper.hh"
 #include "live/env/Clock.h"
 #include "live/liveMedia.hh"
 
@@ -78,7 +79,8 @@ class Client : public RTSPClient {
     void setupNext() {
         while ((m_current = m_next->next())) {
             if (m_current->initiate()) {
-                sendSetupCommand(*m_current, afterSetup, False, m_script.transport == "tcp");
+                sendSetupCommand(*m_current, afterSetup, False, m_script.transport == "tcp",
+                                 m_script.transport == "multicast");
                 return;
             }
             note(std::string("INITIATE ") + m_current->mediumName() + " " + envir().getResultMsg());
@@ -152,6 +154,7 @@ void Sink::onFrame(unsigned size) {
 std::vector<std::string> playClient(const Script& script, const std::string& url, unsigned short port) {
     const std::unique_ptr<BasicTaskScheduler> scheduler(BasicTaskScheduler::createNew());
     UsageEnvironment* const env = BasicUsageEnvironment::createNew(*scheduler);
+    ReceivingInterfaceAddr = htonl(INADDR_LOOPBACK);
     auto* const client = new Client(*env, script, url, port);
     client->start();
     scheduler->scheduleDelayedTask(

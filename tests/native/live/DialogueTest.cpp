@@ -36,6 +36,9 @@ class DialogueTest : public testing::Test {
                                          << server.complaint();
             ++note;
         }
+        for (const std::string& line : notes) {
+            for (const std::string& unwanted : script.never) EXPECT_FALSE(line.starts_with(unwanted)) << line;
+        }
         EXPECT_EQ(server.complaint(), "") << joinLines(notes);
     }
 
