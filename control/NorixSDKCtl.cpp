@@ -2,6 +2,8 @@
 
 #include "control/NorixSDKCtl.h"
 
+#include <olectl.h>
+
 #include "codec/StaticInit.h"
 #include "control/Events.h"
 #include "control/Identity.h"
@@ -171,6 +173,13 @@ void CNorixSDKCtrl::OnDraw(HDC dc, const RECT& bounds) {
                       !m_properties.ignoreBorder);
 }
 
+void CNorixSDKCtrl::OnAmbientPropertyChange(DISPID id) {
+    if (id != DISPID_AMBIENT_UIDEAD && id != DISPID_UNKNOWN) return;
+    VARIANT dead;
+    m_userInterfaceDead =
+        Embedding().GetAmbient(DISPID_AMBIENT_UIDEAD, VT_BOOL, dead) && dead.boolVal != VARIANT_FALSE;
+}
+
 LRESULT CNorixSDKCtrl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
         case WM_CREATE: {
@@ -189,8 +198,8 @@ LRESULT CNorixSDKCtrl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_GETDLGCODE:
             return DLGC_WANTARROWS | DLGC_WANTCHARS;  // keys for the view, not the dialog
         default:
-            if (OnPrivateMessage(message, wParam, lParam) || m_mouse.OnMessage(message, wParam, lParam))
-                return 0;
+            if (OnPrivateMessage(message, wParam, lParam)) return 0;
+            if (!m_userInterfaceDead && m_mouse.OnMessage(message, wParam, lParam)) return 0;
     }
     return COleControl::OnMessage(message, wParam, lParam);
 }

@@ -170,6 +170,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink {
     void* OnQueryInterface(REFIID iid) override;
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
     void OnDraw(HDC dc, const RECT& bounds) override;
+    void OnAmbientPropertyChange(DISPID id) override;
 
   private:
     HRESULT OnCreate();
@@ -207,6 +208,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink {
     DeliveryGate m_newPacketDelivery;
     Microsoft::WRL::ComPtr<DropTarget> m_dropTarget;
     bool m_winsockStarted = false;
+    bool m_userInterfaceDead = false;  // the container wants no reaction to the user (ambient UIDead)
     bool m_signInOpen = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include "control/Events.h"
 #include "control/NorixSDKCtl.h"
+#include "framework/ScopedVariant.h"
 #include "media/ControlMessages.h"
 #include "ui/AuthenticationDialog.h"
 #include "util/Format.h"
@@ -96,10 +97,9 @@ void CNorixSDKCtrl::OnRequestFileName(const SYSTEMTIME& time) {
     const std::string text =
         util::Format("%d_%02d_%02d_%02d_%02d_%02d_%u", time.wYear, time.wMonth, time.wDay, time.wHour,
                      time.wMinute, time.wSecond, time.wMilliseconds);
-    VARIANT name;
+    framework::ScopedVariant name;
     framework::WriteVariant<framework::Text>(name, util::AnsiToWide(text));
     FireEvent(events::OnRequestFileName, &name);
-    VariantClear(&name);
 }
 
 void CNorixSDKCtrl::OnSnapshotData(const void* bytes, const SnapshotDescription* picture) {

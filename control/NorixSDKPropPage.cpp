@@ -7,6 +7,7 @@
 
 #include "control/Identity.h"
 #include "control/resource.h"
+#include "framework/ScopedVariant.h"
 
 namespace norix {
 
@@ -26,17 +27,14 @@ std::wstring ReadVersion(IUnknown& object) {
     LPOLESTR names = name.data();
     DISPID id = DISPID_UNKNOWN;
     DISPPARAMS none = {};
-    VARIANT value;
-    VariantInit(&value);
-    std::wstring version;
+    framework::ScopedVariant value;
     if (SUCCEEDED(control->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &id)) &&
         SUCCEEDED(control->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none, &value,
                                   nullptr, nullptr)) &&
         value.vt == VT_BSTR && value.bstrVal != nullptr) {
-        version = value.bstrVal;
+        return value.bstrVal;
     }
-    VariantClear(&value);
-    return version;
+    return {};
 }
 
 }  // namespace

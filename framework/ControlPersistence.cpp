@@ -8,6 +8,7 @@
 
 #include "framework/EntryPoint.h"
 #include "framework/OleControl.h"
+#include "framework/ScopedVariant.h"
 
 namespace framework {
 
@@ -23,14 +24,6 @@ std::u16string ToUtf16(const std::wstring& text) {
 std::wstring ToWide(const std::u16string& text) {
     return {text.begin(), text.end()};
 }
-
-class ScopedVariant : public VARIANT {
-  public:
-    ScopedVariant() { VariantInit(this); }
-    ~ScopedVariant() { VariantClear(this); }
-    ScopedVariant(const ScopedVariant&) = delete;
-    ScopedVariant& operator=(const ScopedVariant&) = delete;
-};
 
 PropertyValue FromVariant(const wchar_t* name, const VARIANT& value) {
     PropertyValue property{ToUtf16(name), {}};

@@ -7,23 +7,11 @@
 #include <new>
 
 #include "framework/EntryPoint.h"
+#include "framework/ScopedVariant.h"
 
 namespace framework {
 
 namespace {
-
-/// A VARIANT that clears itself.
-class ScopedVariant {
-  public:
-    ScopedVariant() { VariantInit(&m_value); }
-    ~ScopedVariant() { VariantClear(&m_value); }
-    ScopedVariant(const ScopedVariant&) = delete;
-    ScopedVariant& operator=(const ScopedVariant&) = delete;
-    VARIANT& operator*() { return m_value; }
-
-  private:
-    VARIANT m_value;
-};
 
 /// The coerced arguments of one call, in declaration order. Calls here have at most eight.
 class ArgumentList {
@@ -106,12 +94,12 @@ HRESULT PutProperty(const DispatchMember& member, COleControl& control, const DI
         return DISP_E_PARAMNOTFOUND;
     }
     ScopedVariant value;
-    const HRESULT coerced = CoerceArgument(*value, parameters.rgvarg[0], member.type, locale);
+    const HRESULT coerced = CoerceArgument(value, parameters.rgvarg[0], member.type, locale);
     if (FAILED(coerced)) {
         if (argumentError != nullptr) *argumentError = 0;
         return coerced;
     }
-    member.store(control, *value);
+    member.store(control, value);
     if (member.changed != nullptr) member.changed(control);
     return S_OK;
 }
@@ -155,10 +143,10 @@ HRESULT CoerceArgument(VARIANT& target, const VARIANT& source, VARTYPE type, LCI
     }
     if ((value->vt & VT_BYREF) != 0 && value->byref == nullptr) return DISP_E_TYPEMISMATCH;
     ScopedVariant plain;
-    HRESULT result = VariantCopyInd(&*plain, const_cast<VARIANT*>(value));
+    HRESULT result = VariantCopyInd(&plain, const_cast<VARIANT*>(value));
     if (SUCCEEDED(result)) {
-        if ((*plain).vt == VT_ERROR && (*plain).scode == DISP_E_PARAMNOTFOUND) return DISP_E_PARAMNOTOPTIONAL;
-        result = VariantChangeTypeEx(&target, &*plain, locale, 0, type);
+        if (plain.vt == VT_ERROR && plain.scode == DISP_E_PARAMNOTFOUND) return DISP_E_PARAMNOTOPTIONAL;
+        result = VariantChangeTypeEx(&target, &plain, locale, 0, type);
     }
     if (SUCCEEDED(result)) return S_OK;
     if (result == DISP_E_OVERFLOW || result == E_OUTOFMEMORY) return result;
@@ -211,8 +199,8 @@ HRESULT InvokeMember(const DispatchTable& table, COleControl& control, DISPID id
     const HRESULT read = arguments.Read(member->arguments, *parameters, locale, argumentError);
     if (FAILED(read)) return read;
     ScopedVariant value;
-    member->call(control, arguments.Values(), *value);
-    if (result != nullptr) std::swap(*result, *value);
+    member->call(control, arguments.Values(), value);
+    if (result != nullptr) std::swap(*result, value.Plain());
     return S_OK;
 }
 

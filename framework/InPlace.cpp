@@ -189,8 +189,8 @@ STDMETHODIMP InPlace::SetObjectRects(LPCRECT position, LPCRECT clip) {
     return GuardedCall(m_owner, [&] {
         const HWND window = m_owner.Handle();
         if (window == nullptr) return S_OK;
-        // Show only what lies inside the container's clipping rectangle, without moving the picture. Where the
-        // two do not meet, the intersection is empty, and so is the region.
+        // Show only what lies inside the container's clipping rectangle, without moving the picture. Where
+        // the two do not meet, the intersection is empty, and so is the region.
         HRGN region = nullptr;
         if (clip != nullptr && !IsRectEmpty(clip)) {  // an empty one is how some containers say "none"
             RECT visible;

@@ -3,8 +3,8 @@
 #include "framework/Wnd.h"
 
 #ifdef __GLIBCXX__
-// libstdc++: releases the memory it keeps for throwing exceptions when there is none left. It never does so by
-// itself, which would cost 18 KB each time a host loads and frees the module.
+// libstdc++: releases the memory it keeps for throwing exceptions when there is none left. It never does so
+// by itself, which would cost 18 KB each time a host loads and frees the module.
 namespace __gnu_cxx {  // NOLINT(bugprone-reserved-identifier)
 void __freeres();      // NOLINT(bugprone-reserved-identifier)
 }

@@ -39,9 +39,7 @@ STDMETHODIMP COleObjectFactory::CreateInstance(IUnknown* outer, REFIID iid, void
     if (object == nullptr) return E_POINTER;
     *object = nullptr;
     if (outer != nullptr) return CLASS_E_NOAGGREGATION;
-    return Guarded([&] {
-        return Adopt(CreateObject())->QueryInterface(iid, object);
-    });
+    return Guarded([&] { return Adopt(CreateObject())->QueryInterface(iid, object); });
 }
 
 STDMETHODIMP COleObjectFactory::LockServer(BOOL lock) {

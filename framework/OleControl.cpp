@@ -4,6 +4,7 @@
 #include <olectl.h>
 
 #include "framework/EntryPoint.h"
+#include "framework/ScopedVariant.h"
 #include "util/FpuGuard.h"
 
 namespace framework {
@@ -132,11 +133,10 @@ bool COleControl::CreateHiddenWindow() {
 }
 
 HRESULT COleControl::LoadProperty(const DispatchMember& member, const VARIANT& value) {
-    VARIANT coerced;
-    VariantInit(&coerced);
+    ScopedVariant coerced;
     const HRESULT result = CoerceArgument(coerced, value, member.type, LOCALE_INVARIANT);
     if (FAILED(result)) return result;
-    HRESULT stored = Guarded([&] {
+    return Guarded([&] {
         member.store(*this, coerced);
         if (member.changed == nullptr) return S_OK;
         if (member.handlerNeedsWindow && !HasWindow()) {
@@ -146,8 +146,6 @@ HRESULT COleControl::LoadProperty(const DispatchMember& member, const VARIANT& v
         }
         return S_OK;
     });
-    VariantClear(&coerced);
-    return stored;
 }
 
 void COleControl::RunPostponedHandlers() {

@@ -9,6 +9,7 @@
 #include "framework/EntryPoint.h"
 #include "framework/Enumerator.h"
 #include "framework/OleControl.h"
+#include "framework/ScopedVariant.h"
 
 namespace framework {
 
@@ -89,13 +90,11 @@ bool OleObject::GetAmbient(DISPID id, VARTYPE type, VARIANT& value) const {
     const ComPtr<IDispatch> ambient = m_ambient;
     if (ambient == nullptr) return false;
     DISPPARAMS none = {};
-    VARIANT raw;
-    VariantInit(&raw);
+    ScopedVariant raw;
     HRESULT result = ambient->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none, &raw,
                                      nullptr, nullptr);
     VariantInit(&value);
     if (SUCCEEDED(result)) result = VariantChangeType(&value, &raw, 0, type);
-    VariantClear(&raw);
     return SUCCEEDED(result);
 }
 

@@ -83,6 +83,18 @@ TEST_F(EventsTest, EverySinkHearsEveryEvent) {
     EXPECT_THAT(second.events, ElementsAre(kDisconnectEvent, kDisconnectEvent));
 }
 
+TEST_F(EventsTest, TellNothingOfTheUserWhileTheContainerSaysSo) {
+    ASSERT_EQ(first.Advise(object.Get()), S_OK);
+    const auto move = [&] { SendMessageW(ControlWindow(), WM_MOUSEMOVE, 0, MAKELPARAM(3, 4)); };
+    for (const VARIANT_BOOL dead : {VARIANT_TRUE, VARIANT_FALSE}) {
+        site.ambients[DISPID_AMBIENT_UIDEAD].vt = VT_BOOL;
+        site.ambients[DISPID_AMBIENT_UIDEAD].boolVal = dead;
+        EXPECT_EQ(Query<IOleControl>()->OnAmbientPropertyChange(DISPID_AMBIENT_UIDEAD), S_OK);
+        move();
+    }
+    EXPECT_THAT(first.events, ElementsAre("OnMouseMove(3,4)"));
+}
+
 TEST_F(EventsTest, AcceptsOnlyProperSinks) {
     const auto point = Point();
     PlainSink stranger;
