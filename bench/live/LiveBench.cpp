@@ -1,5 +1,5 @@
-// What reception costs without the system's share: from a packet's bytes to a delivered frame, and from an RTSP
-// connection's bytes to packets. Against other clients: bench/live/receive.py.
+// What reception costs without the system's share: from a packet's bytes to a delivered frame, and from an
+// RTSP connection's bytes to packets. Against other clients: bench/live/receive.py.
 
 #include <benchmark/benchmark.h>
 
@@ -26,8 +26,13 @@ std::vector<Buffer> picture() {
     for (std::size_t i = 0; i < kPacketsPerFrame; ++i) {
         const bool first = i == 0;
         const bool last = i + 1 == kPacketsPerFrame;
-        Buffer packet = {0x80, static_cast<unsigned char>(last ? 0xE0 : 0x60), 0, 0, 0, 0, 0, 0, 0, 0, 0, 7, 0x7C,
-                         static_cast<unsigned char>((first ? 0x80 : 0) | (last ? 0x40 : 0) | 1)};
+        Buffer packet = {0x80, static_cast<unsigned char>(last ? 0xE0 : 0x60),
+                         0,    0,
+                         0,    0,
+                         0,    0,
+                         0,    0,
+                         0,    7,
+                         0x7C, static_cast<unsigned char>((first ? 0x80 : 0) | (last ? 0x40 : 0) | 1)};
         packet.resize(packet.size() + kPayload, 0x55);
         packets.push_back(std::move(packet));
     }
@@ -50,7 +55,9 @@ struct Sink : MediaSink {
     Boolean continuePlaying() override {
         fSource->getNextFrame(
             buffer.data(), static_cast<unsigned>(buffer.size()),
-            [](void* self, unsigned, unsigned, timeval, unsigned) { static_cast<Sink*>(self)->continuePlaying(); },
+            [](void* self, unsigned, unsigned, timeval, unsigned) {
+                static_cast<Sink*>(self)->continuePlaying();
+            },
             this, onSourceClosure, this);
         return True;
     }

@@ -10,7 +10,8 @@ namespace {
 constexpr unsigned kMinGranularity = 1000;  // the readiness call counts in milliseconds
 }
 
-void TaskScheduler::rescheduleDelayedTask(TaskToken& task, int64_t microseconds, TaskFunc* proc, void* clientData) {
+void TaskScheduler::rescheduleDelayedTask(TaskToken& task, int64_t microseconds, TaskFunc* proc,
+                                          void* clientData) {
     unscheduleDelayedTask(task);
     task = scheduleDelayedTask(microseconds, proc, clientData);
 }
@@ -46,7 +47,8 @@ void BasicTaskScheduler::unscheduleDelayedTask(TaskToken& task) {
 }
 
 std::vector<BasicTaskScheduler::Handler>::iterator BasicTaskScheduler::find(int socket) {
-    return std::find_if(m_handlers.begin(), m_handlers.end(), [socket](const Handler& h) { return h.socket == socket; });
+    return std::find_if(m_handlers.begin(), m_handlers.end(),
+                        [socket](const Handler& h) { return h.socket == socket; });
 }
 
 void BasicTaskScheduler::setBackgroundHandling(int socket, int conditions, BackgroundHandlerProc* handler,
@@ -66,7 +68,8 @@ void BasicTaskScheduler::setBackgroundHandling(int socket, int conditions, Backg
 }
 
 void BasicTaskScheduler::doEventLoop(EventLoopWatchVariable* watchVariable) {
-    while (!watchVariable || *watchVariable == 0) SingleStep();
+    while (!watchVariable || *watchVariable == 0)
+        SingleStep();
 }
 
 void BasicTaskScheduler::SingleStep(unsigned maxWaitMicroseconds) {
@@ -85,7 +88,8 @@ int BasicTaskScheduler::waitMilliseconds(unsigned maxWaitMicroseconds) const {
 
 void BasicTaskScheduler::serveSockets(int timeoutMilliseconds) {
     m_pollSet->clear();
-    for (const Handler& handler : m_handlers) m_pollSet->add(handler.socket, handler.conditions);
+    for (const Handler& handler : m_handlers)
+        m_pollSet->add(handler.socket, handler.conditions);
     if (m_pollSet->wait(timeoutMilliseconds) <= 0) return;
 
     // Collected first, because handlers change the table.
@@ -113,12 +117,14 @@ void BasicTaskScheduler::serveTriggers() {
 
 void BasicTaskScheduler::serveDelayedTasks() {
     if (m_tasks.empty()) return;
-    // Tasks that are scheduled meanwhile wait for the next round, so that one that repeats itself starves nobody.
+    // Tasks that are scheduled meanwhile wait for the next round, so that one that repeats itself starves
+    // nobody.
     const int64_t now = live::steadyMicroseconds();
     const std::uintptr_t lastToken = m_lastToken;
     while (true) {
-        const auto due = std::find_if(m_tasks.rbegin(), m_tasks.rend(),
-                                      [lastToken](const DelayedTask& task) { return task.token <= lastToken; });
+        const auto due = std::find_if(m_tasks.rbegin(), m_tasks.rend(), [lastToken](const DelayedTask& task) {
+            return task.token <= lastToken;
+        });
         if (due == m_tasks.rend() || due->due > now) return;
         const DelayedTask task = *due;
         m_tasks.erase(std::next(due).base());

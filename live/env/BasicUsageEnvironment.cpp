@@ -5,7 +5,9 @@
 #include "live/net/Platform.h"
 
 namespace {
-const char* text(const char* message) { return message ? message : ""; }
+const char* text(const char* message) {
+    return message ? message : "";
+}
 }  // namespace
 
 BasicUsageEnvironment* BasicUsageEnvironment::createNew(TaskScheduler& scheduler) {
@@ -18,9 +20,13 @@ Boolean BasicUsageEnvironment::reclaim() {
     return True;
 }
 
-void BasicUsageEnvironment::setResultMsg(MsgString message) { setResultMsg(message, "", ""); }
+void BasicUsageEnvironment::setResultMsg(MsgString message) {
+    setResultMsg(message, "", "");
+}
 
-void BasicUsageEnvironment::setResultMsg(MsgString first, MsgString second) { setResultMsg(first, second, ""); }
+void BasicUsageEnvironment::setResultMsg(MsgString first, MsgString second) {
+    setResultMsg(first, second, "");
+}
 
 void BasicUsageEnvironment::setResultMsg(MsgString first, MsgString second, MsgString third) {
     // The parts may point into the old text.
@@ -34,4 +40,6 @@ void BasicUsageEnvironment::setResultErrMsg(MsgString message, int err) {
     setResultMsg(message, live::net::errorText(err != 0 ? err : getErrno()).c_str());
 }
 
-int BasicUsageEnvironment::getErrno() const { return live::net::lastError(); }
+int BasicUsageEnvironment::getErrno() const {
+    return live::net::lastError();
+}

@@ -1,6 +1,7 @@
 #pragma once
 
-// Time in microseconds: one clock that never jumps, for intervals; and the wall clock, for presentation times.
+// Time in microseconds: one clock that never jumps, for intervals; and the wall clock, for presentation
+// times.
 
 #include <chrono>
 #include <cstdint>

@@ -31,10 +31,11 @@ class TaskScheduler {
     virtual TaskToken scheduleDelayedTask(int64_t microseconds, TaskFunc* proc, void* clientData) = 0;
     // Clears the token; a NULL token is left alone.
     virtual void unscheduleDelayedTask(TaskToken& task) = 0;
-    virtual void rescheduleDelayedTask(TaskToken& task, int64_t microseconds, TaskFunc* proc, void* clientData);
+    virtual void rescheduleDelayedTask(TaskToken& task, int64_t microseconds, TaskFunc* proc,
+                                       void* clientData);
 
-    // Calls `handler` from the event loop whenever the socket is ready for one of the conditions. One handler per
-    // socket; a new call replaces it. The socket has to be taken out before it is closed.
+    // Calls `handler` from the event loop whenever the socket is ready for one of the conditions. One handler
+    // per socket; a new call replaces it. The socket has to be taken out before it is closed.
     using BackgroundHandlerProc = void(void* clientData, int mask);
     virtual void setBackgroundHandling(int socket, int conditions, BackgroundHandlerProc* handler,
                                        void* clientData) = 0;
@@ -43,8 +44,8 @@ class TaskScheduler {
     // Runs until *watchVariable is non-zero (for ever without one).
     virtual void doEventLoop(EventLoopWatchVariable* watchVariable = nullptr) = 0;
 
-    // Up to 32 triggers; 0 when there is none left. triggerEvent may be called by any thread: the event loop then
-    // runs the task, once for any number of calls since it last did.
+    // Up to 32 triggers; 0 when there is none left. triggerEvent may be called by any thread: the event loop
+    // then runs the task, once for any number of calls since it last did.
     virtual EventTriggerId createEventTrigger(TaskFunc* proc) = 0;
     virtual void deleteEventTrigger(EventTriggerId id) = 0;
     virtual void triggerEvent(EventTriggerId id, void* clientData = nullptr) = 0;

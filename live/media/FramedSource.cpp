@@ -3,7 +3,8 @@
 #include <utility>
 
 void FramedSource::getNextFrame(unsigned char* to, unsigned maxSize, afterGettingFunc* afterGettingFunction,
-                                void* afterGettingClientData, onCloseFunc* onCloseFunction, void* onCloseClientData) {
+                                void* afterGettingClientData, onCloseFunc* onCloseFunction,
+                                void* onCloseClientData) {
     m_to = to;
     m_maxSize = maxSize;
     m_afterGetting = afterGettingFunction;
@@ -30,5 +31,6 @@ void FramedSource::handleClosure() {
 void FramedSource::deliver(unsigned size, unsigned truncated, const timeval& presentationTime,
                            unsigned durationMicroseconds) {
     m_awaiting = false;
-    if (m_afterGetting) m_afterGetting(m_afterGettingData, size, truncated, presentationTime, durationMicroseconds);
+    if (m_afterGetting)
+        m_afterGetting(m_afterGettingData, size, truncated, presentationTime, durationMicroseconds);
 }

@@ -2,9 +2,13 @@
 
 #include <utility>
 
-MediaSink::~MediaSink() { stopPlaying(); }
+MediaSink::~MediaSink() {
+    stopPlaying();
+}
 
-Boolean MediaSink::sourceIsCompatibleWithUs(MediaSource& source) { return source.isFramedSource(); }
+Boolean MediaSink::sourceIsCompatibleWithUs(MediaSource& source) {
+    return source.isFramedSource();
+}
 
 Boolean MediaSink::startPlaying(MediaSource& source, afterPlayingFunc* afterFunc, void* afterClientData) {
     if (fSource) {
@@ -28,7 +32,9 @@ void MediaSink::stopPlaying() {
     m_afterFunc = nullptr;
 }
 
-void MediaSink::onSourceClosure(void* clientData) { static_cast<MediaSink*>(clientData)->onSourceClosure(); }
+void MediaSink::onSourceClosure(void* clientData) {
+    static_cast<MediaSink*>(clientData)->onSourceClosure();
+}
 
 void MediaSink::onSourceClosure() {
     envir().taskScheduler().unscheduleDelayedTask(nextTask());

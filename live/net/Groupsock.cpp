@@ -42,13 +42,15 @@ bool join(int socket, ipv4AddressBits group, ipv4AddressBits source) {
 
 Boolean IsMulticastAddress(ipv4AddressBits address) {
     const auto host = ntohl(address);
-    return host >= 0xE0000100u && host <= 0xEFFFFFFFu;  // 224.0.0.x never leaves a network and carries no media
+    return host >= 0xE0000100u &&
+           host <= 0xEFFFFFFFu;  // 224.0.0.x never leaves a network and carries no media
 }
 
 unsigned getReceiveBufferSize(UsageEnvironment& env, int socket) {
     int size = 0;
     socklen_t length = sizeof size;
-    if (::getsockopt(socket, SOL_SOCKET, SO_RCVBUF, reinterpret_cast<char*>(&size), &length) != 0 || size < 0) {
+    if (::getsockopt(socket, SOL_SOCKET, SO_RCVBUF, reinterpret_cast<char*>(&size), &length) != 0 ||
+        size < 0) {
         env.setResultErrMsg("getReceiveBufferSize() error: ");
         return 0;
     }
@@ -66,7 +68,8 @@ unsigned setReceiveBufferTo(UsageEnvironment& env, int socket, unsigned requeste
 }
 
 Groupsock::Groupsock(UsageEnvironment& env, ipv4AddressBits group)
-    : m_env(env), m_socket(std::make_unique<net::SocketHandle>(static_cast<int>(::socket(AF_INET, SOCK_DGRAM, 0)))),
+    : m_env(env),
+      m_socket(std::make_unique<net::SocketHandle>(static_cast<int>(::socket(AF_INET, SOCK_DGRAM, 0)))),
       m_group(group) {}
 
 std::unique_ptr<Groupsock> Groupsock::open(UsageEnvironment& env, ipv4AddressBits group, portNumBits port,
@@ -104,9 +107,13 @@ std::unique_ptr<Groupsock> Groupsock::open(UsageEnvironment& env, ipv4AddressBit
     return opened;
 }
 
-Groupsock::~Groupsock() { m_env.taskScheduler().disableBackgroundHandling(socketNum()); }
+Groupsock::~Groupsock() {
+    m_env.taskScheduler().disableBackgroundHandling(socketNum());
+}
 
-int Groupsock::socketNum() const { return m_socket->get(); }
+int Groupsock::socketNum() const {
+    return m_socket->get();
+}
 
 void Groupsock::setDestination(ipv4AddressBits address, portNumBits port) {
     m_destination = address;

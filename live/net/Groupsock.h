@@ -14,8 +14,8 @@ class SocketHandle;
 
 class Groupsock {
   public:
-    // Bound to `port` (0: any) of every interface; a group is joined on ReceivingInterfaceAddr, from `source` only
-    // unless that is 0. NULL with the reason in the environment when that fails.
+    // Bound to `port` (0: any) of every interface; a group is joined on ReceivingInterfaceAddr, from `source`
+    // only unless that is 0. NULL with the reason in the environment when that fails.
     static std::unique_ptr<Groupsock> open(UsageEnvironment& env, ipv4AddressBits group, portNumBits port,
                                            ipv4AddressBits source = 0);
     ~Groupsock();

@@ -23,10 +23,18 @@ bool startUp() {
     return started;
 }
 
-int lastError() { return WSAGetLastError(); }
-bool wouldBlock(int error) { return error == WSAEWOULDBLOCK || error == WSAEINTR; }
-bool connectPending(int error) { return error == WSAEWOULDBLOCK; }
-void closeSocket(int socket) { ::closesocket(static_cast<SOCKET>(socket)); }
+int lastError() {
+    return WSAGetLastError();
+}
+bool wouldBlock(int error) {
+    return error == WSAEWOULDBLOCK || error == WSAEINTR;
+}
+bool connectPending(int error) {
+    return error == WSAEWOULDBLOCK;
+}
+void closeSocket(int socket) {
+    ::closesocket(static_cast<SOCKET>(socket));
+}
 
 bool makeNonBlocking(int socket) {
     u_long on = 1;
@@ -63,15 +71,27 @@ int systemPoll(pollfd* entries, std::size_t count, int timeoutMilliseconds) {
 }  // namespace
 
 void receiveJoinedGroupsOnly(int) {}
-bool canBindToGroup() { return false; }
+bool canBindToGroup() {
+    return false;
+}
 
 #else
 
-bool startUp() { return true; }
-int lastError() { return errno; }
-bool wouldBlock(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
-bool connectPending(int error) { return error == EINPROGRESS; }
-void closeSocket(int socket) { ::close(socket); }
+bool startUp() {
+    return true;
+}
+int lastError() {
+    return errno;
+}
+bool wouldBlock(int error) {
+    return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
+bool connectPending(int error) {
+    return error == EINPROGRESS;
+}
+void closeSocket(int socket) {
+    ::close(socket);
+}
 
 bool makeNonBlocking(int socket) {
     const int flags = ::fcntl(socket, F_GETFL, 0);
@@ -95,11 +115,15 @@ void receiveJoinedGroupsOnly(int socket) {
     static_cast<void>(socket);
 #endif
 }
-bool canBindToGroup() { return true; }
+bool canBindToGroup() {
+    return true;
+}
 
 #endif
 
-std::string errorText(int error) { return std::system_category().message(error); }
+std::string errorText(int error) {
+    return std::system_category().message(error);
+}
 
 std::ptrdiff_t receive(int socket, void* to, std::size_t size) {
     return ::recv(static_cast<OsSocket>(socket), static_cast<char*>(to), static_cast<int>(size), 0);
@@ -112,19 +136,20 @@ std::ptrdiff_t receiveFrom(int socket, void* to, std::size_t size, sockaddr_in& 
 }
 
 std::ptrdiff_t send(int socket, const void* from, std::size_t size) {
-    return ::send(static_cast<OsSocket>(socket), static_cast<const char*>(from), static_cast<int>(size), kSendFlags);
+    return ::send(static_cast<OsSocket>(socket), static_cast<const char*>(from), static_cast<int>(size),
+                  kSendFlags);
 }
 
 std::ptrdiff_t sendTo(int socket, const void* from, std::size_t size, const sockaddr_in& to) {
-    return ::sendto(static_cast<OsSocket>(socket), static_cast<const char*>(from), static_cast<int>(size), kSendFlags,
-                    reinterpret_cast<const sockaddr*>(&to), sizeof to);
+    return ::sendto(static_cast<OsSocket>(socket), static_cast<const char*>(from), static_cast<int>(size),
+                    kSendFlags, reinterpret_cast<const sockaddr*>(&to), sizeof to);
 }
 
 int connectResult(int socket) {
     int error = 0;
     socklen_t length = sizeof error;
-    if (::getsockopt(static_cast<OsSocket>(socket), SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&error), &length) !=
-        0) {
+    if (::getsockopt(static_cast<OsSocket>(socket), SOL_SOCKET, SO_ERROR, reinterpret_cast<char*>(&error),
+                     &length) != 0) {
         return lastError();
     }
     return error;
@@ -148,7 +173,8 @@ int PollSet::ready(std::size_t index) const {
     if (entry.revents & (POLLRDNORM | POLLHUP)) conditions |= SOCKET_READABLE;
     if (entry.revents & POLLWRNORM) conditions |= SOCKET_WRITABLE;
     // An error is told by the next operation, whichever it is.
-    if (entry.revents & (POLLERR | POLLNVAL)) conditions |= SOCKET_READABLE | SOCKET_WRITABLE | SOCKET_EXCEPTION;
+    if (entry.revents & (POLLERR | POLLNVAL))
+        conditions |= SOCKET_READABLE | SOCKET_WRITABLE | SOCKET_EXCEPTION;
     return conditions;
 }
 

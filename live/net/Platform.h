@@ -1,6 +1,7 @@
 #pragma once
 
-// All that differs between the systems about sockets. Sockets are ints everywhere: Windows hands out small numbers.
+// All that differs between the systems about sockets. Sockets are ints everywhere: Windows hands out small
+// numbers.
 
 #ifdef _WIN32
 #include <winsock2.h>

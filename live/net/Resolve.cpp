@@ -18,7 +18,8 @@ ipv4AddressBits resolve(const std::string& host) {
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* found = nullptr;
     if (::getaddrinfo(host.c_str(), nullptr, &hints, &found) != 0 || !found) return 0;
-    const std::unique_ptr<addrinfo, void (*)(addrinfo*)> owned(found, [](addrinfo* list) { ::freeaddrinfo(list); });
+    const std::unique_ptr<addrinfo, void (*)(addrinfo*)> owned(found,
+                                                               [](addrinfo* list) { ::freeaddrinfo(list); });
     return reinterpret_cast<const sockaddr_in*>(found->ai_addr)->sin_addr.s_addr;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-// Reads big-endian fields of a packet. Reading past the end gives zeros and makes ok() false, so that a parser checks
-// once per structure.
+// Reads big-endian fields of a packet. Reading past the end gives zeros and makes ok() false, so that a
+// parser checks once per structure.
 
 #include <cstddef>
 #include <cstdint>
@@ -39,7 +39,8 @@ class ByteReader {
   private:
     std::uint32_t number(std::size_t size) {
         std::uint32_t value = 0;
-        for (const unsigned char byte : take(size)) value = value << 8 | byte;
+        for (const unsigned char byte : take(size))
+            value = value << 8 | byte;
         return value;
     }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-// Frames on their way from a depacketiser to the consumer: one is being put together, finished ones wait to be fetched.
-// Usually there is none or one. One buffer holds all of them and is reused; it is bounded.
+// Frames on their way from a depacketiser to the consumer: one is being put together, finished ones wait to
+// be fetched. Usually there is none or one. One buffer holds all of them and is reused; it is bounded.
 
 #include <vector>
 

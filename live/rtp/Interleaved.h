@@ -1,6 +1,7 @@
 #pragma once
 
-// RTP and RTCP inside an RTSP connection (RFC 2326, 10.12): who sends, and who receives what came on a channel.
+// RTP and RTCP inside an RTSP connection (RFC 2326, 10.12): who sends, and who receives what came on a
+// channel.
 
 #include "live/rtp/ByteReader.h"
 

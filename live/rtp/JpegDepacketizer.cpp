@@ -3,8 +3,8 @@
 namespace live::rtp {
 namespace {
 constexpr unsigned kFirstRestartType = 64;
-constexpr unsigned kFirstTableQ = 128;   // from here on tables travel in the packets
-constexpr unsigned kUncachedQ = 255;     // in every frame anew
+constexpr unsigned kFirstTableQ = 128;  // from here on tables travel in the packets
+constexpr unsigned kUncachedQ = 255;    // in every frame anew
 constexpr unsigned kLastScaledQ = 99;
 }  // namespace
 
@@ -97,7 +97,8 @@ void JpegDepacketizer::drop(FrameQueue& frames) {
 
 void JpegDepacketizer::reset() {
     m_open = false;
-    for (CachedTables& cached : m_cached) cached.bytes.clear();
+    for (CachedTables& cached : m_cached)
+        cached.bytes.clear();
 }
 
 }  // namespace live::rtp

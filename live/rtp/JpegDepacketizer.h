@@ -7,7 +7,8 @@
 
 namespace live::rtp {
 
-// RFC 2435: one frame is one JPEG file, whose headers the packets only hint at and which are built again here.
+// RFC 2435: one frame is one JPEG file, whose headers the packets only hint at and which are built again
+// here.
 class JpegDepacketizer : public Depacketizer {
   public:
     // The dimensions are for pictures that are too large for the payload format's own fields, and may be 0.

@@ -1,7 +1,7 @@
 #pragma once
 
-// The headers of a JPEG file as RFC 2435 has receivers build them: standard Huffman tables, two quantisation tables,
-// one scan of three components.
+// The headers of a JPEG file as RFC 2435 has receivers build them: standard Huffman tables, two quantisation
+// tables, one scan of three components.
 
 #include <vector>
 

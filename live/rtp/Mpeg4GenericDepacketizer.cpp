@@ -48,7 +48,8 @@ void Mpeg4GenericDepacketizer::onPacket(const RtpPacket& packet, bool afterLoss,
     if (!readHeaders(reader)) return;
     if (m_format.auxiliarySizeLength) {
         BitReader length(reader.rest(), reader.left() * 8);
-        const std::size_t bits = m_format.auxiliarySizeLength + std::size_t{length.take(m_format.auxiliarySizeLength)};
+        const std::size_t bits =
+            m_format.auxiliarySizeLength + std::size_t{length.take(m_format.auxiliarySizeLength)};
         reader.skip((bits + 7) / 8);
         if (!length.ok() || !reader.ok()) return;
     }

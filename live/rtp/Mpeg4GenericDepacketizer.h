@@ -18,7 +18,9 @@ struct Mpeg4GenericFormat {
     unsigned constantDuration = 0;  // in ticks; 0: not stated
 
     bool hasHeaders() const {
-        return sizeLength + indexLength + indexDeltaLength + ctsDeltaLength + dtsDeltaLength + streamStateLength > 0 ||
+        return sizeLength + indexLength + indexDeltaLength + ctsDeltaLength + dtsDeltaLength +
+                       streamStateLength >
+                   0 ||
                randomAccessIndication;
     }
     // Whether every length can be what it says.
@@ -30,7 +32,8 @@ class Mpeg4GenericDepacketizer : public Depacketizer {
   public:
     // `unitDuration`: ticks from one access unit to the next, where the format states none.
     Mpeg4GenericDepacketizer(const Mpeg4GenericFormat& format, unsigned unitDuration)
-        : m_format(format), m_unitDuration(format.constantDuration ? format.constantDuration : unitDuration) {}
+        : m_format(format),
+          m_unitDuration(format.constantDuration ? format.constantDuration : unitDuration) {}
     void onPacket(const RtpPacket& packet, bool afterLoss, FrameQueue& frames) override;
     void reset() override { m_expected = 0; }
 

@@ -5,7 +5,8 @@
 namespace live::rtp {
 namespace {
 
-// Every frame begins with a start code, and hardly anything else does; resynchronisation markers have more zero bits.
+// Every frame begins with a start code, and hardly anything else does; resynchronisation markers have more
+// zero bits.
 bool beginsWithStartCode(Bytes payload) {
     return payload.size() >= 4 && payload[0] == 0 && payload[1] == 0 && payload[2] == 1;
 }

@@ -4,8 +4,8 @@
 
 namespace live::rtp {
 
-// RFC 6416, MP4V-ES: the packets of one timestamp are one frame. It ends with the marker, or, with senders that set
-// none, where the next timestamp begins.
+// RFC 6416, MP4V-ES: the packets of one timestamp are one frame. It ends with the marker, or, with senders
+// that set none, where the next timestamp begins.
 class Mpeg4VideoDepacketizer : public Depacketizer {
   public:
     void onPacket(const RtpPacket& packet, bool afterLoss, FrameQueue& frames) override;

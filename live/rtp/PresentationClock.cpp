@@ -26,8 +26,8 @@ void PresentationClock::onSenderReport(const SenderReport& report) {
     if (report.ntpTime == 0) return;
     if (!m_started) m_lastExtended = report.rtpTimestamp;
     m_started = true;
-    m_baseExtended = m_lastExtended +
-                     timestampDistance(report.rtpTimestamp, static_cast<std::uint32_t>(m_lastExtended));
+    m_baseExtended =
+        m_lastExtended + timestampDistance(report.rtpTimestamp, static_cast<std::uint32_t>(m_lastExtended));
     const auto seconds = static_cast<std::int64_t>(report.ntpTime >> 32) - kSecondsFrom1900To1970;
     const auto fraction = static_cast<std::int64_t>(((report.ntpTime & 0xFFFFFFFFu) * 1'000'000) >> 32);
     m_baseMicroseconds = seconds * kMicrosecondsPerSecond + fraction;

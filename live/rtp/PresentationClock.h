@@ -2,8 +2,8 @@
 
 // Turns a source's RTP timestamps into presentation times.
 //
-// Before the first sender report the first packet's arrival is its time, and the timestamps carry on from there. From
-// the first report on, the sender's own wall clock counts.
+// Before the first sender report the first packet's arrival is its time, and the timestamps carry on from
+// there. From the first report on, the sender's own wall clock counts.
 
 #include <cstdint>
 

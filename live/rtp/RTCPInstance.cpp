@@ -25,7 +25,8 @@ std::string canonicalName() {
 
 }  // namespace
 
-RTCPInstance* RTCPInstance::createNew(UsageEnvironment& env, Groupsock* groupsock, rtp::RtpFrameSource& source) {
+RTCPInstance* RTCPInstance::createNew(UsageEnvironment& env, Groupsock* groupsock,
+                                      rtp::RtpFrameSource& source) {
     return new RTCPInstance(env, groupsock, source);
 }
 
@@ -50,7 +51,8 @@ RTCPInstance::~RTCPInstance() {
     if (m_groupsock) envir().taskScheduler().disableBackgroundHandling(m_groupsock->socketNum());
 }
 
-void RTCPInstance::setByeHandler(TaskFunc* handlerTask, void* clientData, Boolean handleActiveParticipantsOnly) {
+void RTCPInstance::setByeHandler(TaskFunc* handlerTask, void* clientData,
+                                 Boolean handleActiveParticipantsOnly) {
     m_byeHandler = handlerTask;
     m_byeHandlerData = clientData;
     m_activeOnly = handleActiveParticipantsOnly;
@@ -66,7 +68,9 @@ bool RTCPInstance::useInterleaved(rtp::InterleavedConnection& connection, unsign
     return true;
 }
 
-void RTCPInstance::replaceGroupsock(Groupsock* groupsock) { readFrom(groupsock); }
+void RTCPInstance::replaceGroupsock(Groupsock* groupsock) {
+    readFrom(groupsock);
+}
 
 void RTCPInstance::readFrom(Groupsock* groupsock) {
     if (m_groupsock) envir().taskScheduler().disableBackgroundHandling(m_groupsock->socketNum());
@@ -97,9 +101,13 @@ void RTCPInstance::onInterleaved(rtp::Bytes packet) {
     handler(m_byeHandlerData);
 }
 
-void RTCPInstance::onConnectionEnded(bool) { m_connection = nullptr; }
+void RTCPInstance::onConnectionEnded(bool) {
+    m_connection = nullptr;
+}
 
-void RTCPInstance::onSenderReport(const rtp::SenderReport& report) { m_source.onSenderReport(report); }
+void RTCPInstance::onSenderReport(const rtp::SenderReport& report) {
+    m_source.onSenderReport(report);
+}
 
 void RTCPInstance::onBye(std::uint32_t ssrc) {
     if (!m_activeOnly || m_source.isSender(ssrc)) m_byeReceived = true;

@@ -15,7 +15,8 @@ class RTPSource : public FramedSource {
 
     // How long packets that are missing are waited for.
     virtual void setPacketReorderingThresholdTime(unsigned microseconds) = 0;
-    // Of the frame delivered last: its last packet's values, and whether its presentation time is the sender's.
+    // Of the frame delivered last: its last packet's values, and whether its presentation time is the
+    // sender's.
     virtual Boolean curPacketMarkerBit() const = 0;
     virtual u_int16_t curPacketRTPSeqNum() const = 0;
     virtual u_int32_t curPacketRTPTimestamp() const = 0;

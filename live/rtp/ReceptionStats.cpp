@@ -34,7 +34,9 @@ void ReceptionStats::onSenderReport(const SenderReport& report, std::int64_t now
     m_lastReportArrival = nowMicroseconds;
 }
 
-std::int64_t ReceptionStats::lost() const { return expected() - static_cast<std::int64_t>(m_received); }
+std::int64_t ReceptionStats::lost() const {
+    return expected() - static_cast<std::int64_t>(m_received);
+}
 
 ReceptionReport ReceptionStats::takeReport(std::int64_t nowMicroseconds) {
     ReceptionReport report;
@@ -42,7 +44,8 @@ ReceptionReport ReceptionStats::takeReport(std::int64_t nowMicroseconds) {
     const std::int64_t expectedNow = expected() - m_expectedPrior;
     const std::int64_t lostNow = expectedNow - static_cast<std::int64_t>(m_received - m_receivedPrior);
     if (expectedNow > 0 && lostNow > 0) {
-        report.fractionLost = static_cast<std::uint8_t>(std::min<std::int64_t>(lostNow * 256 / expectedNow, 255));
+        report.fractionLost =
+            static_cast<std::uint8_t>(std::min<std::int64_t>(lostNow * 256 / expectedNow, 255));
     }
     m_expectedPrior = expected();
     m_receivedPrior = m_received;
@@ -51,8 +54,8 @@ ReceptionReport ReceptionStats::takeReport(std::int64_t nowMicroseconds) {
     report.jitter = static_cast<std::uint32_t>(std::min(m_jitter, 4e9));
     report.lastReport = m_lastReport;
     if (m_lastReport != 0) {
-        const std::int64_t delay = std::min<std::int64_t>(nowMicroseconds - m_lastReportArrival,
-                                                          0xFFFF * kMicrosecondsPerSecond);
+        const std::int64_t delay =
+            std::min<std::int64_t>(nowMicroseconds - m_lastReportArrival, 0xFFFF * kMicrosecondsPerSecond);
         report.delaySinceLastReport = static_cast<std::uint32_t>(delay * 65536 / kMicrosecondsPerSecond);
     }
     return report;

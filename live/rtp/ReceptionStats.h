@@ -31,7 +31,7 @@ class ReceptionStats {
 
     unsigned m_clockRate;
     std::uint32_t m_ssrc = 0;
-    std::int64_t m_first = 0;    // sequence numbers, extended over wraps
+    std::int64_t m_first = 0;  // sequence numbers, extended over wraps
     std::int64_t m_highest = 0;
     std::uint64_t m_received = 0;
     std::int64_t m_expectedPrior = 0;

@@ -60,7 +60,8 @@ void ReorderBuffer::expire(std::int64_t now, OrderedReceiver& out) {
 }
 
 void ReorderBuffer::reset() {
-    for (Slot& s : m_slots) s.used = false;
+    for (Slot& s : m_slots)
+        s.used = false;
     m_waiting = 0;
     m_waitingBytes = 0;
     m_started = false;
@@ -89,12 +90,14 @@ void ReorderBuffer::release(std::uint16_t sequence, OrderedReceiver& out) {
 }
 
 void ReorderBuffer::releaseRun(OrderedReceiver& out) {
-    while (m_waiting > 0 && slot(m_next).used) release(m_next++, out);
+    while (m_waiting > 0 && slot(m_next).used)
+        release(m_next++, out);
 }
 
 // Only called while packets wait.
 void ReorderBuffer::skipToNextWaiting() {
-    while (!slot(m_next).used) ++m_next;
+    while (!slot(m_next).used)
+        ++m_next;
     m_gap = true;
 }
 

@@ -2,9 +2,10 @@
 
 // Puts packets back into the order of their sequence numbers.
 //
-// A packet that is next in line goes straight through, without a copy. One that is ahead waits for those before it, for
-// at most the threshold; then they count as lost. Duplicates and packets that come too late are dropped. A sender that
-// restarts its numbering is believed when two packets in a row say so. Memory is bounded and reused.
+// A packet that is next in line goes straight through, without a copy. One that is ahead waits for those
+// before it, for at most the threshold; then they count as lost. Duplicates and packets that come too late
+// are dropped. A sender that restarts its numbering is believed when two packets in a row say so. Memory is
+// bounded and reused.
 
 #include <cstdint>
 #include <optional>

@@ -14,7 +14,8 @@ constexpr unsigned kItemName = 1;
 constexpr std::size_t kMaxItem = 255;
 
 void put(std::vector<unsigned char>& out, std::uint32_t value, int bytes) {
-    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) out.push_back(static_cast<unsigned char>(value >> shift));
+    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
+        out.push_back(static_cast<unsigned char>(value >> shift));
 }
 
 // The length counts 32-bit words after the header.

@@ -76,7 +76,8 @@ void RtpFrameSource::doStopGettingFrames() {
     envir().taskScheduler().unscheduleDelayedTask(m_deliverTask);
     if (!m_reading) return;
     m_reading = false;
-    if (!m_connection && m_groupsock) envir().taskScheduler().disableBackgroundHandling(m_groupsock->socketNum());
+    if (!m_connection && m_groupsock)
+        envir().taskScheduler().disableBackgroundHandling(m_groupsock->socketNum());
 }
 
 void RtpFrameSource::onReadable() {
@@ -162,7 +163,8 @@ void RtpFrameSource::armReorderTimer() {
     const auto deadline = m_reorder.deadline();
     if (!deadline || m_reorderTask) return;
     m_reorderTask = envir().taskScheduler().scheduleDelayedTask(
-        *deadline - steadyMicroseconds(), [](void* self) { static_cast<RtpFrameSource*>(self)->onReorderTimer(); }, this);
+        *deadline - steadyMicroseconds(),
+        [](void* self) { static_cast<RtpFrameSource*>(self)->onReorderTimer(); }, this);
 }
 
 void RtpFrameSource::onReorderTimer() {
@@ -187,9 +189,10 @@ void RtpFrameSource::deliverFrames() {
         m_current = frame.info;
         m_currentTime = m_clock.at(frame.info.timestamp, m_wallNow);
         m_frames.pop();
-        const auto duration = std::int64_t{m_current.duration} * kMicrosecondsPerSecond / timestampFrequency();
-        deliver(static_cast<unsigned>(size), static_cast<unsigned>(truncated), toTimeval(m_currentTime.microseconds),
-                static_cast<unsigned>(duration));
+        const auto duration =
+            std::int64_t{m_current.duration} * kMicrosecondsPerSecond / timestampFrequency();
+        deliver(static_cast<unsigned>(size), static_cast<unsigned>(truncated),
+                toTimeval(m_currentTime.microseconds), static_cast<unsigned>(duration));
         if (!alive) return;
     }
     m_delivering = false;

@@ -1,6 +1,7 @@
 #pragma once
 
-// The RTP source: packets from a datagram socket or an RTSP connection, put in order, made into frames, timed.
+// The RTP source: packets from a datagram socket or an RTSP connection, put in order, made into frames,
+// timed.
 
 #include <memory>
 #include <optional>
@@ -68,10 +69,10 @@ class RtpFrameSource final : public RTPSource, private InterleavedReceiver, priv
     PresentationClock m_clock;
     InterleavedConnection* m_connection = nullptr;
     std::vector<unsigned char> m_datagram;
-    std::int64_t m_now = 0;      // of the batch of packets at hand
+    std::int64_t m_now = 0;  // of the batch of packets at hand
     std::int64_t m_wallNow = 0;
 
-    bool m_reading = false;      // the socket is being read, or interleaved packets are taken
+    bool m_reading = false;  // the socket is being read, or interleaved packets are taken
     bool m_delivering = false;
     unsigned m_thresholdMicroseconds = 100'000;
     TaskToken m_reorderTask = nullptr;

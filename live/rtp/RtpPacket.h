@@ -24,6 +24,8 @@ std::optional<RtpPacket> parseRtpPacket(Bytes bytes);
 inline int sequenceDistance(std::uint16_t a, std::uint16_t b) {
     return static_cast<std::int16_t>(static_cast<std::uint16_t>(a - b));
 }
-inline std::int64_t timestampDistance(std::uint32_t a, std::uint32_t b) { return static_cast<std::int32_t>(a - b); }
+inline std::int64_t timestampDistance(std::uint32_t a, std::uint32_t b) {
+    return static_cast<std::int32_t>(a - b);
+}
 
 }  // namespace live::rtp

@@ -8,7 +8,9 @@
 class Authenticator {
   public:
     Authenticator(char const* username, char const* password, Boolean passwordIsMD5 = False)
-        : m_username(username ? username : ""), m_password(password ? password : ""), m_passwordIsMD5(passwordIsMD5) {}
+        : m_username(username ? username : ""),
+          m_password(password ? password : ""),
+          m_passwordIsMD5(passwordIsMD5) {}
 
     char const* username() const { return m_username.c_str(); }
     char const* password() const { return m_password.c_str(); }

@@ -129,8 +129,9 @@ std::string authorize(const Challenge& c, const Authenticator& who, const Digest
     const std::string middle = c.qopAuth ? std::string(count) + ":" + use.clientNonce + ":auth:" : "";
     const std::string response = hash(a1 + ":" + c.nonce + ":" + middle + a2);
 
-    std::string value = "Digest username=" + quote(user) + ", realm=" + quote(c.realm) + ", nonce=" + quote(c.nonce) +
-                        ", uri=" + quote(use.uri) + ", response=" + quote(response);
+    std::string value = "Digest username=" + quote(user) + ", realm=" + quote(c.realm) +
+                        ", nonce=" + quote(c.nonce) + ", uri=" + quote(use.uri) +
+                        ", response=" + quote(response);
     if (!c.algorithm.empty()) value += ", algorithm=" + c.algorithm;
     if (!c.opaque.empty()) value += ", opaque=" + quote(c.opaque);
     if (c.qopAuth) value += ", qop=auth, nc=" + std::string(count);

@@ -1,7 +1,7 @@
 #pragma once
 
-// What a server asks for with 401, and the answer to it: Digest (RFC 7616: MD5, SHA-256, qop auth, and without qop as
-// RFC 2069 has it) and Basic (RFC 7617). Pure.
+// What a server asks for with 401, and the answer to it: Digest (RFC 7616: MD5, SHA-256, qop auth, and
+// without qop as RFC 2069 has it) and Basic (RFC 7617). Pure.
 
 #include <optional>
 #include <string>
@@ -19,7 +19,7 @@ struct Challenge {
     std::string realm;
     std::string nonce;
     std::string opaque;
-    std::string algorithm;  // as the server wrote it
+    std::string algorithm;    // as the server wrote it
     bool sessionKey = false;  // the "-sess" algorithms
     bool qopAuth = false;
     bool stale = false;

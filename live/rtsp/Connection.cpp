@@ -20,12 +20,16 @@ constexpr int kMaxReads = 16;
 }  // namespace
 
 Connection::Connection(UsageEnvironment& env, ConnectionUser& user, std::size_t maxMessage)
-    : m_env(env), m_user(user), m_framer(maxMessage), m_received(std::max(maxMessage, Framer::kMaxPacket) + kReadAhead) {}
+    : m_env(env),
+      m_user(user),
+      m_framer(maxMessage),
+      m_received(std::max(maxMessage, Framer::kMaxPacket) + kReadAhead) {}
 
 Connection::~Connection() {
     endReceivers(false);
     if (m_state == State::Open && m_input) {
-        // A socket that is closed with bytes unread resets the connection, and takes what we sent last with it.
+        // A socket that is closed with bytes unread resets the connection, and takes what we sent last with
+        // it.
         ::shutdown(output().get(), 1);
         for (int i = 0; i < kMaxReads; ++i) {
             if (net::receive(m_input.get(), m_received.data(), m_received.size()) <= 0) break;
@@ -51,7 +55,8 @@ bool Connection::connectTo(net::SocketHandle& socket, TaskScheduler::BackgroundH
         m_env.setResultErrMsg("connect() failed: ");
         return false;
     }
-    m_env.taskScheduler().setBackgroundHandling(socket.get(), SOCKET_WRITABLE | SOCKET_EXCEPTION, handler, this);
+    m_env.taskScheduler().setBackgroundHandling(socket.get(), SOCKET_WRITABLE | SOCKET_EXCEPTION, handler,
+                                                this);
     return true;
 }
 
@@ -109,9 +114,9 @@ void Connection::outputReady(void* self, int) {
 
 void Connection::watchInput() {
     const bool writing = !m_endpoint.tunnel && !m_unsent.empty();
-    m_env.taskScheduler().setBackgroundHandling(m_input.get(),
-                                                SOCKET_READABLE | (writing ? SOCKET_WRITABLE | SOCKET_EXCEPTION : 0),
-                                                socketReady, this);
+    m_env.taskScheduler().setBackgroundHandling(
+        m_input.get(), SOCKET_READABLE | (writing ? SOCKET_WRITABLE | SOCKET_EXCEPTION : 0), socketReady,
+        this);
 }
 
 void Connection::onConnected() {
@@ -127,7 +132,8 @@ void Connection::onConnected() {
     m_state = State::TunnelWaiting;
     watchInput();
     const std::string request = tunnelRequest("GET");
-    if (net::send(m_input.get(), request.data(), request.size()) != static_cast<std::ptrdiff_t>(request.size())) {
+    if (net::send(m_input.get(), request.data(), request.size()) !=
+        static_cast<std::ptrdiff_t>(request.size())) {
         lose(net::lastError(), "Failed to send the tunnel's GET request");
     }
 }
@@ -147,8 +153,9 @@ std::string Connection::tunnelRequest(std::string_view method) {
         request += "Accept: application/x-rtsp-tunnelled\r\n";
     } else {
         // The length only has to be some length: the connection carries requests until it is closed.
-        request += "Content-Type: application/x-rtsp-tunnelled\r\nContent-Length: 32767\r\n"
-                   "Expires: Sun, 9 Jan 1972 00:00:00 GMT\r\n";
+        request +=
+            "Content-Type: application/x-rtsp-tunnelled\r\nContent-Length: 32767\r\n"
+            "Expires: Sun, 9 Jan 1972 00:00:00 GMT\r\n";
     }
     return request + "Pragma: no-cache\r\nCache-Control: no-cache\r\n\r\n";
 }
@@ -192,7 +199,8 @@ void Connection::becomeOpen() {
 }
 
 bool Connection::send(std::string_view bytes) {
-    if (m_state == State::Closed || m_unsent.size() + m_waiting.size() + bytes.size() > kMaxUnsent) return false;
+    if (m_state == State::Closed || m_unsent.size() + m_waiting.size() + bytes.size() > kMaxUnsent)
+        return false;
     if (m_state != State::Open) {
         m_waiting += bytes;
         return true;
@@ -230,8 +238,8 @@ bool Connection::flush() {
     } else if (m_unsent.empty()) {
         m_env.taskScheduler().disableBackgroundHandling(m_output.get());
     } else {
-        m_env.taskScheduler().setBackgroundHandling(m_output.get(), SOCKET_WRITABLE | SOCKET_EXCEPTION, outputReady,
-                                                    this);
+        m_env.taskScheduler().setBackgroundHandling(m_output.get(), SOCKET_WRITABLE | SOCKET_EXCEPTION,
+                                                    outputReady, this);
     }
     return true;
 }
@@ -296,7 +304,8 @@ bool Connection::parse() {
             const std::size_t size = m_framer.size();
             if (receiver) receiver->onInterleaved(m_framer.packet());
             if (gone()) return false;
-            if (offset > 0) std::memmove(m_received.data() + m_begin + size, m_received.data() + m_begin, offset);
+            if (offset > 0)
+                std::memmove(m_received.data() + m_begin + size, m_received.data() + m_begin, offset);
             m_begin += size;
             continue;
         }

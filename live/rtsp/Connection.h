@@ -1,7 +1,7 @@
 #pragma once
 
-// The byte stream to an RTSP server: one TCP connection, or the pair of HTTP connections of a tunnel. Gives out
-// messages, and hands interleaved packets to their receivers.
+// The byte stream to an RTSP server: one TCP connection, or the pair of HTTP connections of a tunnel. Gives
+// out messages, and hands interleaved packets to their receivers.
 
 #include <array>
 #include <string>
@@ -19,7 +19,8 @@ namespace live::rtsp {
 class ConnectionUser {
   public:
     virtual void onMessage(const Message& message) = 0;
-    // The connection has ended or could not be made. `error`: of the system, 0 when the server closed or sent nonsense.
+    // The connection has ended or could not be made. `error`: of the system, 0 when the server closed or sent
+    // nonsense.
     virtual void onConnectionLost(int error, const std::string& why) = 0;
     // A tunnel is being made: the HTTP request's header lines that authorise it, each with its line end.
     virtual std::string tunnelAuthorization(std::string_view method) = 0;
@@ -62,9 +63,9 @@ class Connection final : public rtp::InterleavedConnection {
   private:
     enum class State {
         Closed,
-        Connecting,      // the only connection, or a tunnel's GET
-        TunnelWaiting,   // GET is sent
-        TunnelPosting,   // the second connection is being made
+        Connecting,     // the only connection, or a tunnel's GET
+        TunnelWaiting,  // GET is sent
+        TunnelPosting,  // the second connection is being made
         Open,
     };
     static void socketReady(void* self, int mask);

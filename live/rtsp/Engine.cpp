@@ -23,7 +23,9 @@ constexpr unsigned kUnauthorized = 401;
 // Requests that a dead server leaves unanswered, keep-alives above all, don't pile up for ever.
 constexpr std::size_t kMaxWaiting = 64;
 
-bool isSuccess(unsigned status) { return status >= 200 && status < 300; }
+bool isSuccess(unsigned status) {
+    return status >= 200 && status < 300;
+}
 
 ipv4AddressBits numericAddress(const std::string& address) {
     in_addr parsed{};
@@ -40,12 +42,18 @@ std::string withoutControls(std::string url) {
 
 const char* rtsp::methodName(Method method) {
     switch (method) {
-        case Method::Options: return "OPTIONS";
-        case Method::Describe: return "DESCRIBE";
-        case Method::Setup: return "SETUP";
-        case Method::Play: return "PLAY";
-        case Method::GetParameter: return "GET_PARAMETER";
-        case Method::Teardown: return "TEARDOWN";
+        case Method::Options:
+            return "OPTIONS";
+        case Method::Describe:
+            return "DESCRIBE";
+        case Method::Setup:
+            return "SETUP";
+        case Method::Play:
+            return "PLAY";
+        case Method::GetParameter:
+            return "GET_PARAMETER";
+        case Method::Teardown:
+            return "TEARDOWN";
     }
     return "";
 }
@@ -71,7 +79,9 @@ RTSPClient::Engine::Engine(RTSPClient& client, std::string_view url, std::string
     if (connectedSocket >= 0) m_connection.adopt(connectedSocket);
 }
 
-RTSPClient::Engine::~Engine() { env().taskScheduler().unscheduleDelayedTask(m_failureTask); }
+RTSPClient::Engine::~Engine() {
+    env().taskScheduler().unscheduleDelayedTask(m_failureTask);
+}
 
 bool RTSPClient::Engine::setUrl(std::string_view url) {
     m_url = rtsp::parseUrl(url);
@@ -100,7 +110,8 @@ unsigned RTSPClient::Engine::describe(responseHandler* handler, const Authentica
 unsigned RTSPClient::Engine::setup(MediaSubsession& subsession, responseHandler* handler, bool overTcp,
                                    bool forceMulticast, const Authenticator* who) {
     Request request(rtsp::Method::Setup,
-                    rtsp::controlUrl(sessionUrl(subsession.parentSession()), subsession.controlPath()), handler);
+                    rtsp::controlUrl(sessionUrl(subsession.parentSession()), subsession.controlPath()),
+                    handler);
     request.subsession = &subsession;
     std::string transport = "RTP/AVP";
     const unsigned port = subsession.clientPortNum();
@@ -140,8 +151,8 @@ unsigned RTSPClient::Engine::play(MediaSession& session, responseHandler* handle
     return submit(std::move(request), who);
 }
 
-unsigned RTSPClient::Engine::getParameter(MediaSession& session, responseHandler* handler, std::string_view name,
-                                          const Authenticator* who) {
+unsigned RTSPClient::Engine::getParameter(MediaSession& session, responseHandler* handler,
+                                          std::string_view name, const Authenticator* who) {
     Request request(rtsp::Method::GetParameter, sessionUrl(session), handler);
     if (!name.empty()) {
         request.headers = "Content-Type: text/parameters\r\n";
@@ -150,7 +161,8 @@ unsigned RTSPClient::Engine::getParameter(MediaSession& session, responseHandler
     return submit(std::move(request), who);
 }
 
-unsigned RTSPClient::Engine::teardown(MediaSession& session, responseHandler* handler, const Authenticator* who) {
+unsigned RTSPClient::Engine::teardown(MediaSession& session, responseHandler* handler,
+                                      const Authenticator* who) {
     Request request(rtsp::Method::Teardown, sessionUrl(session), handler);
     if (m_sessionId.empty()) {
         failLater(std::move(request), -ENOTCONN, "No RTSP session is currently in progress");
@@ -217,7 +229,8 @@ std::string RTSPClient::Engine::compose(const Request& request) {
     out += authorization(method, uri);
     if (!m_applicationName.empty()) out += "User-Agent: " + m_applicationName + "\r\n";
     out += request.headers;
-    if (!m_sessionId.empty() && request.method != rtsp::Method::Describe) out += "Session: " + m_sessionId + "\r\n";
+    if (!m_sessionId.empty() && request.method != rtsp::Method::Describe)
+        out += "Session: " + m_sessionId + "\r\n";
     if (!request.body.empty()) out += "Content-Length: " + std::to_string(request.body.size()) + "\r\n";
     return out + "\r\n" + request.body;
 }
@@ -236,7 +249,9 @@ std::string RTSPClient::Engine::tunnelAuthorization(std::string_view method) {
     return m_url ? authorization(method, m_url->path) : std::string();
 }
 
-bool RTSPClient::Engine::onTunnelChallenge(const Message& reply) { return acceptChallenge(reply); }
+bool RTSPClient::Engine::onTunnelChallenge(const Message& reply) {
+    return acceptChallenge(reply);
+}
 
 bool RTSPClient::Engine::acceptChallenge(const Message& reply) {
     if (!m_who) return false;
@@ -282,8 +297,8 @@ void RTSPClient::Engine::onMessage(const Message& message) {
 
 void RTSPClient::Engine::onServerRequest(const Message& request) {
     const std::string_view sequence = request.header("CSeq").substr(0, 20);
-    const bool harmless = request.method == "OPTIONS" || request.method == "GET_PARAMETER" ||
-                          request.method == "SET_PARAMETER";
+    const bool harmless =
+        request.method == "OPTIONS" || request.method == "GET_PARAMETER" || request.method == "SET_PARAMETER";
     m_connection.send("RTSP/1.0 " + std::string(harmless ? "200 OK" : "405 Method Not Allowed") +
                       "\r\nCSeq: " + std::string(sequence) + "\r\n\r\n");
 }
@@ -369,7 +384,8 @@ bool RTSPClient::Engine::applyDescribe(const Message& reply, std::string& result
     }
     std::string_view base = text::trim(reply.header("Content-Base"));
     if (base.empty()) base = text::trim(reply.header("Content-Location"));
-    if (text::startsWithIgnoringCase(base, "rtsp://") && rtsp::parseUrl(base)) m_baseUrl = rtsp::parseUrl(base)->plain;
+    if (text::startsWithIgnoringCase(base, "rtsp://") && rtsp::parseUrl(base))
+        m_baseUrl = rtsp::parseUrl(base)->plain;
     // Handlers take it for a C string.
     result = reply.body.substr(0, reply.body.find('\0'));
     return true;
@@ -393,7 +409,8 @@ bool RTSPClient::Engine::applySetup(const Request& request, const Message& reply
     return true;
 }
 
-bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Transport& transport, std::string& why) {
+bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Transport& transport,
+                                        std::string& why) {
     MediaSubsession& subsession = *request.subsession;
     if (transport.tcp) {
         const unsigned rtp = transport.interleaved ? transport.interleaved->first : request.channel;
@@ -410,7 +427,8 @@ bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Tran
         return false;
     }
     const ipv4AddressBits destination = numericAddress(transport.destination);
-    const ipv4AddressBits group = IsMulticastAddress(destination) ? destination : subsession.connectionEndpointAddress();
+    const ipv4AddressBits group =
+        IsMulticastAddress(destination) ? destination : subsession.connectionEndpointAddress();
     if (transport.multicast) {
         if (!IsMulticastAddress(group)) {
             why = "The server names no multicast group";
@@ -438,7 +456,8 @@ void RTSPClient::Engine::applyPlay(const Request& request, const Message& reply)
     if (backwards) scaleText.remove_prefix(1);
     const double scale = text::parseSeconds(scaleText).value_or(1.0);
     constexpr double kFastest = 1000;
-    session.setPlayed(range ? &*range : nullptr, static_cast<float>(std::min(scale, kFastest) * (backwards ? -1 : 1)));
+    session.setPlayed(range ? &*range : nullptr,
+                      static_cast<float>(std::min(scale, kFastest) * (backwards ? -1 : 1)));
 
     const auto entries = rtsp::parseRtpInfo(reply.header("RTP-Info"));
     MediaSubsessionIterator subsessions(session);
@@ -447,8 +466,10 @@ void RTSPClient::Engine::applyPlay(const Request& request, const Message& reply)
         if (!*subsession->sessionId()) continue;
         // By address; servers that write it differently keep the order at least.
         const std::string url = rtsp::controlUrl(sessionUrl(session), subsession->controlPath());
-        auto entry = std::find_if(entries.begin(), entries.end(), [&](const auto& e) { return e.url == url; });
-        if (entry == entries.end() && position < entries.size()) entry = entries.begin() + static_cast<long>(position);
+        auto entry =
+            std::find_if(entries.begin(), entries.end(), [&](const auto& e) { return e.url == url; });
+        if (entry == entries.end() && position < entries.size())
+            entry = entries.begin() + static_cast<long>(position);
         ++position;
         live::sdp::RtpInfo info;
         if (entry != entries.end()) info = {entry->sequence, entry->timestamp};

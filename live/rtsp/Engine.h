@@ -1,7 +1,7 @@
 #pragma once
 
-// What an RTSP client does: keeps the connection and the requests that wait for replies, answers challenges, follows
-// redirects, and configures sessions by what the server replies.
+// What an RTSP client does: keeps the connection and the requests that wait for replies, answers challenges,
+// follows redirects, and configures sessions by what the server replies.
 
 #include <deque>
 #include <optional>

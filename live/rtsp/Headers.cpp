@@ -23,7 +23,8 @@ std::optional<std::pair<T, T>> parsePair(std::string_view value) {
 
 std::string_view unquoted(std::string_view value) {
     value = trim(value);
-    if (value.size() >= 2 && value.front() == '"' && value.back() == '"') value = value.substr(1, value.size() - 2);
+    if (value.size() >= 2 && value.front() == '"' && value.back() == '"')
+        value = value.substr(1, value.size() - 2);
     return value;
 }
 
@@ -44,13 +45,20 @@ std::optional<Transport> parseTransport(std::string_view value) {
             into = parsePair<typename T::first_type>(content);
             good = into.has_value();
         };
-        if (name == "multicast") transport.multicast = true;
-        else if (name == "destination") transport.destination = content;
-        else if (name == "source") transport.source = content;
-        else if (name == "server_port") read(transport.serverPort);
-        else if (name == "client_port") read(transport.clientPort);
-        else if (name == "port") read(transport.port);
-        else if (name == "interleaved") read(transport.interleaved);
+        if (name == "multicast")
+            transport.multicast = true;
+        else if (name == "destination")
+            transport.destination = content;
+        else if (name == "source")
+            transport.source = content;
+        else if (name == "server_port")
+            read(transport.serverPort);
+        else if (name == "client_port")
+            read(transport.clientPort);
+        else if (name == "port")
+            read(transport.port);
+        else if (name == "interleaved")
+            read(transport.interleaved);
         if (!good) return std::nullopt;
     }
     if (transport.interleaved) transport.tcp = true;
@@ -89,7 +97,8 @@ std::vector<RtpInfoEntry> parseRtpInfo(std::string_view value) {
             if (name == "url") {
                 entry.url = content;
             } else if (name == "seq") {
-                if (const auto number = parseNumber(content, 65535)) entry.sequence = static_cast<std::uint16_t>(*number);
+                if (const auto number = parseNumber(content, 65535))
+                    entry.sequence = static_cast<std::uint16_t>(*number);
             } else if (name == "rtptime") {
                 entry.timestamp = parseNumber(content);
             }

@@ -1,6 +1,7 @@
 #pragma once
 
-// The RTSP headers that have a structure. Pure; what is malformed is left at its default or refused as a whole.
+// The RTSP headers that have a structure. Pure; what is malformed is left at its default or refused as a
+// whole.
 
 #include <cstdint>
 #include <optional>

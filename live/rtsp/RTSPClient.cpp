@@ -7,7 +7,8 @@ unsigned RTSPClient::responseBufferSize = 64 * 1024;
 RTSPClient* RTSPClient::createNew(UsageEnvironment& env, char const* rtspURL, int verbosityLevel,
                                   char const* applicationName, portNumBits tunnelOverHTTPPortNum,
                                   int socketNumToServer) {
-    return new RTSPClient(env, rtspURL, verbosityLevel, applicationName, tunnelOverHTTPPortNum, socketNumToServer);
+    return new RTSPClient(env, rtspURL, verbosityLevel, applicationName, tunnelOverHTTPPortNum,
+                          socketNumToServer);
 }
 
 RTSPClient::RTSPClient(UsageEnvironment& env, char const* rtspURL, int, char const* applicationName,
@@ -32,14 +33,16 @@ unsigned RTSPClient::sendSetupCommand(MediaSubsession& subsession, responseHandl
     return m_engine->setup(subsession, handler, streamUsingTCP, forceMulticastOnUnspecified, authenticator);
 }
 
-unsigned RTSPClient::sendPlayCommand(MediaSession& session, responseHandler* handler, double start, double end,
-                                     float scale, Authenticator* authenticator) {
+unsigned RTSPClient::sendPlayCommand(MediaSession& session, responseHandler* handler, double start,
+                                     double end, float scale, Authenticator* authenticator) {
     return m_engine->play(session, handler, live::rtsp::nptRange(start, end), scale, authenticator);
 }
 
-unsigned RTSPClient::sendPlayCommand(MediaSession& session, responseHandler* handler, char const* absStartTime,
-                                     char const* absEndTime, float scale, Authenticator* authenticator) {
-    return m_engine->play(session, handler, live::rtsp::clockRange(absStartTime, absEndTime), scale, authenticator);
+unsigned RTSPClient::sendPlayCommand(MediaSession& session, responseHandler* handler,
+                                     char const* absStartTime, char const* absEndTime, float scale,
+                                     Authenticator* authenticator) {
+    return m_engine->play(session, handler, live::rtsp::clockRange(absStartTime, absEndTime), scale,
+                          authenticator);
 }
 
 unsigned RTSPClient::sendGetParameterCommand(MediaSession& session, responseHandler* handler,
@@ -52,6 +55,12 @@ unsigned RTSPClient::sendTeardownCommand(MediaSession& session, responseHandler*
     return m_engine->teardown(session, handler, authenticator);
 }
 
-unsigned RTSPClient::sessionTimeoutParameter() const { return m_engine->sessionTimeout(); }
-int RTSPClient::socketNum() const { return m_engine->socketNum(); }
-char const* RTSPClient::url() const { return m_engine->baseUrl().c_str(); }
+unsigned RTSPClient::sessionTimeoutParameter() const {
+    return m_engine->sessionTimeout();
+}
+int RTSPClient::socketNum() const {
+    return m_engine->socketNum();
+}
+char const* RTSPClient::url() const {
+    return m_engine->baseUrl().c_str();
+}

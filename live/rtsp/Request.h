@@ -23,7 +23,7 @@ struct Request {
     MediaSession* session = nullptr;
     MediaSubsession* subsession = nullptr;
     unsigned sequence = 0;
-    unsigned challenges = 0;  // how often the server answered 401
+    unsigned challenges = 0;   // how often the server answered 401
     bool followsBase = false;  // addresses what the client's URL is, also after a redirect
     bool interleaved = false;  // SETUP: what was asked for
     unsigned channel = 0;

@@ -12,7 +12,9 @@ using namespace live::text;
 constexpr char kPacketMark = '$';
 constexpr std::size_t kMaxStartLine = 4096;
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 bool isToken(std::string_view text) {
     return !text.empty() && text.size() <= 32 && std::all_of(text.begin(), text.end(), [](char c) {
@@ -26,7 +28,8 @@ bool canBeStartLine(std::string_view text) {
     for (const std::string_view protocol : {std::string_view("RTSP/"), std::string_view("HTTP/")}) {
         if (!startsWithIgnoringCase(word, protocol)) continue;
         word.remove_prefix(protocol.size());
-        return word.size() <= 8 && std::all_of(word.begin(), word.end(), [](char c) { return c == '.' || isDigit(c); });
+        return word.size() <= 8 &&
+               std::all_of(word.begin(), word.end(), [](char c) { return c == '.' || isDigit(c); });
     }
     return isToken(word);
 }
@@ -110,7 +113,8 @@ Framer::Item Framer::messageAt(std::string_view text, std::size_t start) {
 
     std::size_t length = 0;
     // The reply that opens a tunnel is followed by the tunnel, whatever it says.
-    const std::string_view stated = m_message.isHttp ? std::string_view() : m_message.header("Content-Length");
+    const std::string_view stated =
+        m_message.isHttp ? std::string_view() : m_message.header("Content-Length");
     if (!stated.empty()) {
         const auto number = parseNumber(stated);
         if (!number) return fail("Bad \"Content-Length:\" header: " + std::string(stated.substr(0, 40)));

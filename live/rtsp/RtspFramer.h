@@ -1,7 +1,7 @@
 #pragma once
 
-// Cuts the bytes of an RTSP connection into messages and interleaved packets. Pure and without memory: it looks at what
-// has arrived and says what stands at its beginning.
+// Cuts the bytes of an RTSP connection into messages and interleaved packets. Pure and without memory: it
+// looks at what has arrived and says what stands at its beginning.
 
 #include <string>
 #include <string_view>

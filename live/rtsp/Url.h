@@ -19,12 +19,12 @@ struct Url {
     std::string plain;  // the whole address without credentials: what is written into requests
 };
 
-// "rtsp://[user[:password]@]host[:port][/path]". User and password may hold '@', also as %40: the last '@' before the
-// path ends them.
+// "rtsp://[user[:password]@]host[:port][/path]". User and password may hold '@', also as %40: the last '@'
+// before the path ends them.
 std::optional<Url> parseUrl(std::string_view text);
 
-// Where a control attribute points, from a base address; as servers mean it, which is rarely as RFC 3986 has it: what
-// is relative is appended, behind one slash.
+// Where a control attribute points, from a base address; as servers mean it, which is rarely as RFC 3986 has
+// it: what is relative is appended, behind one slash.
 std::string controlUrl(std::string_view base, std::string_view control);
 
 }  // namespace live::rtsp

@@ -79,7 +79,9 @@ MediaSubsession* MediaSubsessionIterator::next() {
 MediaSubsession::MediaSubsession(MediaSession& parent, const sdp::Media& media)
     : m_parent(parent), m_media(media), m_clientPort(media.port) {}
 
-MediaSubsession::~MediaSubsession() { deInitiate(); }
+MediaSubsession::~MediaSubsession() {
+    deInitiate();
+}
 
 char const* MediaSubsession::attrVal_str(char const* name) const {
     const std::string wanted = live::text::toLower(name ? name : "");
@@ -93,8 +95,12 @@ unsigned MediaSubsession::attrVal_int(char const* name) const {
     return live::text::parseNumber(attrVal_str(name)).value_or(0);
 }
 
-FramedSource* MediaSubsession::readSource() const { return m_source; }
-RTPSource* MediaSubsession::rtpSource() const { return m_source; }
+FramedSource* MediaSubsession::readSource() const {
+    return m_source;
+}
+RTPSource* MediaSubsession::rtpSource() const {
+    return m_source;
+}
 
 Boolean MediaSubsession::initiate(int) {
     if (m_source) return True;
@@ -176,8 +182,12 @@ bool MediaSubsession::createSource() {
     return true;
 }
 
-ipv4AddressBits MediaSubsession::connectionEndpointAddress() const { return numericAddress(m_media.connection); }
-ipv4AddressBits MediaSubsession::sourceFilterAddress() const { return numericAddress(m_media.source); }
+ipv4AddressBits MediaSubsession::connectionEndpointAddress() const {
+    return numericAddress(m_media.connection);
+}
+ipv4AddressBits MediaSubsession::sourceFilterAddress() const {
+    return numericAddress(m_media.source);
+}
 
 void MediaSubsession::setRtcpDestination(ipv4AddressBits address, portNumBits rtcpPort) {
     if (m_rtcpSocket) m_rtcpSocket->setDestination(address, rtcpPort);

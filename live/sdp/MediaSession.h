@@ -104,8 +104,8 @@ class MediaSubsession {
     RTPSource* rtpSource() const;
     RTCPInstance* rtcpInstance() const { return m_rtcp; }
 
-    // Seconds of the session at which a delivered frame plays: from what the reply to PLAY said, otherwise from the
-    // first frame on. Continuous, also where presentation times change to the sender's clock.
+    // Seconds of the session at which a delivered frame plays: from what the reply to PLAY said, otherwise
+    // from the first frame on. Continuous, also where presentation times change to the sender's clock.
     double getNormalPlayTime(struct timeval const& presentationTime);
 
     char const* sessionId() const { return m_sessionId.c_str(); }
@@ -122,7 +122,8 @@ class MediaSubsession {
     void setRtcpDestination(ipv4AddressBits address, portNumBits rtcpPort);
     // Multicast as the server's reply says; makes the sockets anew when they are bound to something else.
     bool moveToGroup(ipv4AddressBits group, portNumBits rtpPort, ipv4AddressBits source);
-    bool receiveInterleaved(live::rtp::InterleavedConnection& connection, unsigned rtpChannel, unsigned rtcpChannel);
+    bool receiveInterleaved(live::rtp::InterleavedConnection& connection, unsigned rtpChannel,
+                            unsigned rtcpChannel);
     void setRtpInfo(const live::sdp::RtpInfo& info) { m_playTime.setRtpInfo(info); }
 
   private:

@@ -30,12 +30,13 @@ void NormalPlayTime::rebase(std::int64_t timestamp, unsigned clockRate, unsigned
         // Another sender took over: its timestamps start anywhere, time goes on.
         m_basePosition = m_lastPosition + static_cast<double>(now - m_lastArrival) * kMicro * origin.scale;
     } else {
-        m_basePosition =
-            origin.start + static_cast<double>(now - *origin.firstFrame) * kMicro * origin.scale;
+        m_basePosition = origin.start + static_cast<double>(now - *origin.firstFrame) * kMicro * origin.scale;
         if (m_rtpInfo.timestamp) {
-            const auto ahead = static_cast<std::int32_t>(static_cast<std::uint32_t>(timestamp) - *m_rtpInfo.timestamp);
+            const auto ahead =
+                static_cast<std::int32_t>(static_cast<std::uint32_t>(timestamp) - *m_rtpInfo.timestamp);
             const double seconds = static_cast<double>(ahead) / clockRate;
-            if (std::fabs(seconds) <= kBelievable) m_basePosition = origin.start + std::max(seconds, 0.0) * origin.scale;
+            if (std::fabs(seconds) <= kBelievable)
+                m_basePosition = origin.start + std::max(seconds, 0.0) * origin.scale;
         }
     }
     m_based = true;

@@ -21,7 +21,7 @@ struct StaticFormat {
     const char* codec;
     unsigned clockRate;
 };
-constexpr StaticFormat kStaticFormats[] = {{0, "PCMU", 8000},  {8, "PCMA", 8000},   {14, "MPA", 90000},
+constexpr StaticFormat kStaticFormats[] = {{0, "PCMU", 8000},   {8, "PCMA", 8000},  {14, "MPA", 90000},
                                            {26, "JPEG", 90000}, {32, "MPV", 90000}, {33, "MP2T", 90000}};
 
 // "IN IP4 address[/ttl[/count]]"
@@ -125,7 +125,8 @@ bool parseMedia(std::string_view value, Media& media) {
     if (rtp && !payloadType) return false;
     media.payloadType = payloadType.value_or(0);
     for (const StaticFormat& known : kStaticFormats) {
-        if (rtp && known.payloadType == media.payloadType) media.codec = known.codec, media.clockRate = known.clockRate;
+        if (rtp && known.payloadType == media.payloadType)
+            media.codec = known.codec, media.clockRate = known.clockRate;
     }
     return true;
 }

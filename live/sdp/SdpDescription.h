@@ -11,7 +11,8 @@
 
 namespace live::sdp {
 
-// a=range: seconds of normal play time, or absolute times as the server wrote them. An open end is 0 or empty.
+// a=range: seconds of normal play time, or absolute times as the server wrote them. An open end is 0 or
+// empty.
 struct PlayRange {
     double start = 0;
     double end = 0;
@@ -23,11 +24,11 @@ struct PlayRange {
 std::optional<PlayRange> parseRange(std::string_view text);
 
 struct Media {
-    std::string medium;    // "video", "audio", ...
+    std::string medium;  // "video", "audio", ...
     std::uint16_t port = 0;
     std::string protocol;  // "RTP" for all of RTP/AVP, otherwise as written
     unsigned payloadType = 0;
-    std::string codec;     // in capitals; empty when nobody says
+    std::string codec;  // in capitals; empty when nobody says
     unsigned clockRate = 0;
     unsigned channels = 1;
     std::string control;

@@ -18,7 +18,8 @@ template <typename Compress>
 void forEachBlock(std::string_view data, bool bigEndian, Compress compress) {
     std::string padded(data);
     padded += static_cast<char>(0x80);
-    while (padded.size() % kBlock != kBlock - kLengthField) padded += '\0';
+    while (padded.size() % kBlock != kBlock - kLengthField)
+        padded += '\0';
     const std::uint64_t bits = std::uint64_t{data.size()} * 8;
     for (unsigned i = 0; i < kLengthField; ++i) {
         padded += static_cast<char>(bits >> 8 * (bigEndian ? kLengthField - 1 - i : i));
@@ -68,7 +69,8 @@ constexpr std::array<std::uint32_t, 64> kSha256 = {
 }  // namespace
 
 std::string md5Hex(std::string_view data) {
-    static constexpr int kRotations[4][4] = {{7, 12, 17, 22}, {5, 9, 14, 20}, {4, 11, 16, 23}, {6, 10, 15, 21}};
+    static constexpr int kRotations[4][4] = {
+        {7, 12, 17, 22}, {5, 9, 14, 20}, {4, 11, 16, 23}, {6, 10, 15, 21}};
     std::array<std::uint32_t, 4> state = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476};
     forEachBlock(data, false, [&state](const std::array<std::uint32_t, 16>& words) {
         auto [a, b, c, d] = state;
@@ -76,10 +78,18 @@ std::string md5Hex(std::string_view data) {
             std::uint32_t f = 0;
             unsigned word = 0;
             switch (i / 16) {
-                case 0: f = (b & c) | (~b & d), word = i; break;
-                case 1: f = (d & b) | (~d & c), word = 5 * i + 1; break;
-                case 2: f = b ^ c ^ d, word = 3 * i + 5; break;
-                default: f = c ^ (b | ~d), word = 7 * i; break;
+                case 0:
+                    f = (b & c) | (~b & d), word = i;
+                    break;
+                case 1:
+                    f = (d & b) | (~d & c), word = 5 * i + 1;
+                    break;
+                case 2:
+                    f = b ^ c ^ d, word = 3 * i + 5;
+                    break;
+                default:
+                    f = c ^ (b | ~d), word = 7 * i;
+                    break;
             }
             const std::uint32_t sum = a + f + md5Constants()[i] + words[word % 16];
             a = d;
@@ -112,7 +122,8 @@ std::string sha256Hex(std::string_view data) {
             h = g, g = f, f = e, e = d + t1, d = c, c = b, b = a, a = t1 + t2;
         }
         const std::array<std::uint32_t, 8> add = {a, b, c, d, e, f, g, h};
-        for (std::size_t i = 0; i < state.size(); ++i) state[i] += add[i];
+        for (std::size_t i = 0; i < state.size(); ++i)
+            state[i] += add[i];
     });
     return hexOf(state, true);
 }

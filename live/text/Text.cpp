@@ -6,10 +6,18 @@
 namespace live::text {
 namespace {
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+char lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+char upper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
 int hexDigit(char c) {
     if (isDigit(c)) return c - '0';
@@ -23,20 +31,24 @@ constexpr char kBase64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz
 constexpr std::array<signed char, 256> kBase64Values = [] {
     std::array<signed char, 256> values{};
     values.fill(-1);
-    for (int i = 0; i < 64; ++i) values[static_cast<unsigned char>(kBase64[i])] = static_cast<signed char>(i);
+    for (int i = 0; i < 64; ++i)
+        values[static_cast<unsigned char>(kBase64[i])] = static_cast<signed char>(i);
     return values;
 }();
 
 }  // namespace
 
 std::string_view trim(std::string_view text) {
-    while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
-    while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
+    while (!text.empty() && isSpace(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isSpace(text.back()))
+        text.remove_suffix(1);
     return text;
 }
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return lower(x) == lower(y); });
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char x, char y) { return lower(x) == lower(y); });
 }
 
 bool startsWithIgnoringCase(std::string_view text, std::string_view prefix) {
@@ -133,7 +145,8 @@ std::string percentDecode(std::string_view text) {
     std::string result;
     result.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '%' && i + 2 < text.size() && hexDigit(text[i + 1]) >= 0 && hexDigit(text[i + 2]) >= 0) {
+        if (text[i] == '%' && i + 2 < text.size() && hexDigit(text[i + 1]) >= 0 &&
+            hexDigit(text[i + 2]) >= 0) {
             result += static_cast<char>(hexDigit(text[i + 1]) << 4 | hexDigit(text[i + 2]));
             i += 2;
         } else {
@@ -152,7 +165,8 @@ std::string encodeBase64(std::string_view bytes) {
         for (std::size_t k = 0; k < 3; ++k) {
             group = group << 8 | (k < n ? static_cast<unsigned char>(bytes[i + k]) : 0u);
         }
-        for (std::size_t k = 0; k < 4; ++k) result += k <= n ? kBase64[group >> (18 - 6 * k) & 63] : '=';
+        for (std::size_t k = 0; k < 4; ++k)
+            result += k <= n ? kBase64[group >> (18 - 6 * k) & 63] : '=';
     }
     return result;
 }

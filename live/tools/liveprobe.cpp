@@ -1,5 +1,5 @@
-// Opens a stream and prints, every second and for each of its media, what arrives: frames, bytes, packets lost, jitter.
-// With it one sees reception at work without anything else of the control.
+// Opens a stream and prints, every second and for each of its media, what arrives: frames, bytes, packets
+// lost, jitter. With it one sees reception at work without anything else of the control.
 //
 //   liveprobe [options] rtsp://[user:password@]host[:port]/path
 //     -t udp|tcp|http|multicast   how to receive (udp)
@@ -7,8 +7,8 @@
 //     -n seconds                  how long (10)
 //     -i address                  of the interface that multicast is received on
 //     -u user -w password         instead of those in the address
-//     -o prefix                   writes prefix.N for medium N: each frame behind its length (4 bytes, big-endian)
-//     -q                          prints totals only
+//     -o prefix                   writes prefix.N for medium N: each frame behind its length (4 bytes,
+//     big-endian) -q                          prints totals only
 //
 // Ends with 0 when every medium that was set up has delivered frames.
 
@@ -45,7 +45,8 @@ EventLoopWatchVariable g_stop{0};
 
 class CountingSink : public MediaSink {
   public:
-    static CountingSink* createNew(UsageEnvironment& env, MediaSubsession& subsession, const std::string& file) {
+    static CountingSink* createNew(UsageEnvironment& env, MediaSubsession& subsession,
+                                   const std::string& file) {
         return new CountingSink(env, subsession, file);
     }
     MediaSubsession& subsession() { return m_subsession; }
@@ -58,8 +59,8 @@ class CountingSink : public MediaSink {
   protected:
     Boolean continuePlaying() override {
         if (!fSource) return False;
-        fSource->getNextFrame(m_buffer.data(), static_cast<unsigned>(m_buffer.size()), onFrame, this, onSourceClosure,
-                              this);
+        fSource->getNextFrame(m_buffer.data(), static_cast<unsigned>(m_buffer.size()), onFrame, this,
+                              onSourceClosure, this);
         return True;
     }
 
@@ -76,9 +77,9 @@ class CountingSink : public MediaSink {
         m_bytes += size + truncated;
         m_playTime = m_subsession.getNormalPlayTime(presentationTime);
         if (m_file.is_open()) {
-            const unsigned char length[4] = {static_cast<unsigned char>(size >> 24),
-                                             static_cast<unsigned char>(size >> 16),
-                                             static_cast<unsigned char>(size >> 8), static_cast<unsigned char>(size)};
+            const unsigned char length[4] = {
+                static_cast<unsigned char>(size >> 24), static_cast<unsigned char>(size >> 16),
+                static_cast<unsigned char>(size >> 8), static_cast<unsigned char>(size)};
             m_file.write(reinterpret_cast<const char*>(length), sizeof length);
             m_file.write(reinterpret_cast<const char*>(m_buffer.data()), size);
         }
@@ -108,13 +109,15 @@ class Probe : public RTSPClient {
         envir().taskScheduler().unscheduleDelayedTask(m_tick);
         for (CountingSink* sink : m_sinks) {
             sink->stopPlaying();
-            if (sink->subsession().rtcpInstance()) sink->subsession().rtcpInstance()->setByeHandler(nullptr, nullptr);
+            if (sink->subsession().rtcpInstance())
+                sink->subsession().rtcpInstance()->setByeHandler(nullptr, nullptr);
         }
         if (m_session && !m_sinks.empty()) sendTeardownCommand(*m_session, nullptr);
         report("total");
-        m_delivered = !m_sinks.empty() &&
-                      std::all_of(m_sinks.begin(), m_sinks.end(), [](CountingSink* sink) { return sink->frames() > 0; });
-        for (CountingSink* sink : m_sinks) Medium::close(sink);
+        m_delivered = !m_sinks.empty() && std::all_of(m_sinks.begin(), m_sinks.end(),
+                                                      [](CountingSink* sink) { return sink->frames() > 0; });
+        for (CountingSink* sink : m_sinks)
+            Medium::close(sink);
         Medium::close(m_session);
         m_session = nullptr;
     }
@@ -169,7 +172,8 @@ class Probe : public RTSPClient {
     void setupNext() {
         while ((m_current = m_next->next()) != nullptr) {
             if (!m_current->initiate()) {
-                std::printf("%s/%s: %s\n", m_current->mediumName(), m_current->codecName(), envir().getResultMsg());
+                std::printf("%s/%s: %s\n", m_current->mediumName(), m_current->codecName(),
+                            envir().getResultMsg());
                 continue;
             }
             constexpr unsigned kReorderMicroseconds = 50'000;
@@ -188,10 +192,11 @@ class Probe : public RTSPClient {
         if (probe.succeeded("SETUP", code, result)) {
             const std::string& dump = probe.m_options.dump;
             CountingSink* const sink = CountingSink::createNew(
-                client->envir(), *probe.m_current, dump.empty() ? "" : dump + "." + std::to_string(probe.m_sinks.size()));
+                client->envir(), *probe.m_current,
+                dump.empty() ? "" : dump + "." + std::to_string(probe.m_sinks.size()));
             probe.m_sinks.push_back(sink);
-            sink->startPlaying(*probe.m_current->readSource(), [](void* s) { static_cast<CountingSink*>(s)->end(); },
-                               sink);
+            sink->startPlaying(
+                *probe.m_current->readSource(), [](void* s) { static_cast<CountingSink*>(s)->end(); }, sink);
             probe.m_current->rtcpInstance()->setByeHandler(
                 [](void* s) {
                     std::printf("BYE on %s\n", static_cast<CountingSink*>(s)->subsession().mediumName());
@@ -217,9 +222,11 @@ class Probe : public RTSPClient {
 
     void onTick() {
         m_tick = nullptr;
-        const double now = static_cast<double>(live::steadyMicroseconds() - m_started) / live::kMicrosecondsPerSecond;
+        const double now =
+            static_cast<double>(live::steadyMicroseconds() - m_started) / live::kMicrosecondsPerSecond;
         if (!m_options.quiet) report("t");
-        const bool allEnded = std::all_of(m_sinks.begin(), m_sinks.end(), [](CountingSink* s) { return s->ended(); });
+        const bool allEnded =
+            std::all_of(m_sinks.begin(), m_sinks.end(), [](CountingSink* s) { return s->ended(); });
         if (allEnded) std::printf("all media have ended\n");
         if (allEnded || now + 0.5 > m_options.seconds) {
             g_stop = 1;
@@ -236,16 +243,18 @@ class Probe : public RTSPClient {
     }
 
     void report(const char* what) {
-        const double now = static_cast<double>(live::steadyMicroseconds() - m_started) / live::kMicrosecondsPerSecond;
+        const double now =
+            static_cast<double>(live::steadyMicroseconds() - m_started) / live::kMicrosecondsPerSecond;
         for (CountingSink* sink : m_sinks) {
             const auto& stats = sink->subsession().rtpSource()->receptionStats();
-            std::printf("%s %.1f %s/%s frames %llu bytes %llu packets %llu lost %lld jitter %.1f ms npt %.3f%s\n", what,
-                        now, sink->subsession().mediumName(), sink->subsession().codecName(),
-                        static_cast<unsigned long long>(sink->frames()),
-                        static_cast<unsigned long long>(sink->bytes()),
-                        static_cast<unsigned long long>(stats.received()), static_cast<long long>(stats.lost()),
-                        stats.jitterSeconds() * 1000, sink->playTime(),
-                        sink->subsession().rtpSource()->hasBeenSynchronizedUsingRTCP() ? " synchronized" : "");
+            std::printf(
+                "%s %.1f %s/%s frames %llu bytes %llu packets %llu lost %lld jitter %.1f ms npt %.3f%s\n",
+                what, now, sink->subsession().mediumName(), sink->subsession().codecName(),
+                static_cast<unsigned long long>(sink->frames()),
+                static_cast<unsigned long long>(sink->bytes()),
+                static_cast<unsigned long long>(stats.received()), static_cast<long long>(stats.lost()),
+                stats.jitterSeconds() * 1000, sink->playTime(),
+                sink->subsession().rtpSource()->hasBeenSynchronizedUsingRTCP() ? " synchronized" : "");
         }
         std::fflush(stdout);
     }
@@ -271,14 +280,29 @@ bool parse(int count, char** arguments, Options& options) {
         } else if (option.size() == 2 && option[0] == '-' && i + 1 < count) {
             const char* const value = arguments[++i];
             switch (option[1]) {
-                case 't': options.transport = value; break;
-                case 'p': options.tunnelPort = static_cast<unsigned>(std::atoi(value)); break;
-                case 'n': options.seconds = std::atof(value); break;
-                case 'i': options.interfaceAddress = value; break;
-                case 'u': options.user = value; break;
-                case 'w': options.password = value; break;
-                case 'o': options.dump = value; break;
-                default: return false;
+                case 't':
+                    options.transport = value;
+                    break;
+                case 'p':
+                    options.tunnelPort = static_cast<unsigned>(std::atoi(value));
+                    break;
+                case 'n':
+                    options.seconds = std::atof(value);
+                    break;
+                case 'i':
+                    options.interfaceAddress = value;
+                    break;
+                case 'u':
+                    options.user = value;
+                    break;
+                case 'w':
+                    options.password = value;
+                    break;
+                case 'o':
+                    options.dump = value;
+                    break;
+                default:
+                    return false;
             }
         } else {
             options.url = option;
@@ -292,9 +316,10 @@ bool parse(int count, char** arguments, Options& options) {
 int main(int count, char** arguments) {
     Options options;
     if (!parse(count, arguments, options)) {
-        std::fprintf(stderr,
-                     "usage: liveprobe [-t udp|tcp|http|multicast] [-p tunnel port] [-n seconds] [-i interface] "
-                     "[-u user -w password] [-o prefix] [-q] rtsp://...\n");
+        std::fprintf(
+            stderr,
+            "usage: liveprobe [-t udp|tcp|http|multicast] [-p tunnel port] [-n seconds] [-i interface] "
+            "[-u user -w password] [-o prefix] [-q] rtsp://...\n");
         return 2;
     }
     const std::unique_ptr<TaskScheduler> scheduler(BasicTaskScheduler::createNew());
@@ -306,7 +331,8 @@ int main(int count, char** arguments) {
     probe->start();
     // A server that never answers must not keep the tool.
     scheduler->scheduleDelayedTask(
-        static_cast<int64_t>((options.seconds + 10) * live::kMicrosecondsPerSecond), [](void*) { g_stop = 1; }, nullptr);
+        static_cast<int64_t>((options.seconds + 10) * live::kMicrosecondsPerSecond),
+        [](void*) { g_stop = 1; }, nullptr);
     scheduler->doEventLoop(&g_stop);
     probe->finish();
     const bool delivered = probe->delivered();

@@ -21,8 +21,12 @@ void* operator new(std::size_t size) {
     if (void* const memory = std::malloc(size)) return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
 
 namespace live_test {
 namespace {
@@ -61,9 +65,11 @@ TEST(SteadyState, AllocatesNothingPerPacket) {
     const Buffer frame = randomBytes(1, 40'000, {0x65});
     for (std::uint32_t i = 0; i < 60; ++i) {
         auto parts = packetizeH264(frame, i * 3600, 1000);
-        for (Packet& part : parts) part.sequence = sequence++;
+        for (Packet& part : parts)
+            part.sequence = sequence++;
         std::swap(parts[2], parts[3]);
-        for (const Packet& part : parts) packets.push_back(part.wire(96, 7));
+        for (const Packet& part : parts)
+            packets.push_back(part.wire(96, 7));
     }
     const auto run = [&](std::size_t from, std::size_t to) {
         for (std::size_t i = from; i < to; ++i) {

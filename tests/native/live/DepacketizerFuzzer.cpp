@@ -1,5 +1,5 @@
-// RTP packets of every payload format, in any order, through the reordering buffer. The input: a byte that chooses the
-// format, then packets, each behind its length (2 bytes).
+// RTP packets of every payload format, in any order, through the reordering buffer. The input: a byte that
+// chooses the format, then packets, each behind its length (2 bytes).
 
 #include <cstdint>
 #include <cstdlib>
@@ -28,9 +28,13 @@ struct Receiver : OrderedReceiver {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const char* const kFormats[] = {
-        "a=rtpmap:96 H264/90000", "a=rtpmap:96 MP4V-ES/90000", "a=rtpmap:96 JPEG/90000", "a=rtpmap:96 PCMU/8000",
+        "a=rtpmap:96 H264/90000",
+        "a=rtpmap:96 MP4V-ES/90000",
+        "a=rtpmap:96 JPEG/90000",
+        "a=rtpmap:96 PCMU/8000",
         "a=rtpmap:96 MPEG4-GENERIC/8000\na=fmtp:96 sizelength=13;indexlength=3;indexdeltalength=3",
-        ("a=rtpmap:96 MPEG4-GENERIC/8000\na=fmtp:96 sizelength=32;indexlength=32;indexdeltalength=32;ctsdeltalength=31;"
+        ("a=rtpmap:96 MPEG4-GENERIC/8000\na=fmtp:96 "
+         "sizelength=32;indexlength=32;indexdeltalength=32;ctsdeltalength=31;"
          "dtsdeltalength=7;randomaccessindication=1;streamstateindication=5;auxiliarydatasizelength=9;"
          "constantduration=9")};
     if (size == 0) return 0;
@@ -46,7 +50,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     while (reader.left() > 0) {
         const std::size_t length = reader.u16() % 2048;
         const Bytes bytes = reader.take(std::min(length, reader.left()));
-        if (const auto packet = parseRtpPacket(bytes)) reorder.push(packet->sequence, bytes, now += 10'000, receiver);
+        if (const auto packet = parseRtpPacket(bytes))
+            reorder.push(packet->sequence, bytes, now += 10'000, receiver);
     }
     reorder.expire(INT64_MAX, receiver);
     return 0;

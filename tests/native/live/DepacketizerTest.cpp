@@ -1,4 +1,5 @@
-// Whatever a sender cuts up comes out whole, at any packet size; what lacks a packet does not come out at all.
+// Whatever a sender cuts up comes out whole, at any packet size; what lacks a packet does not come out at
+// all.
 
 #include <gmock/gmock.h>
 
@@ -40,14 +41,26 @@ constexpr std::size_t kJpegHeaders = 2 + 2 * 69 + 19 + 33 + 183 + 33 + 183 + 14;
 
 const Format kFormats[] = {
     {"H264", [] { return std::make_unique<H264Depacketizer>(); }, packetizeH264, {0x65}, 0, 0},
-    {"MP4V-ES", [] { return std::make_unique<Mpeg4VideoDepacketizer>(); }, packetizeMpeg4Video, {0, 0, 1, 0xB6}, 0, 0},
-    {"MPEG4-GENERIC", [] { return std::make_unique<Mpeg4GenericDepacketizer>(aacFormat(), 1024); }, packetizeAac,
-     {0x21}, 0, 0},
-    {"JPEG", [] { return std::make_unique<JpegDepacketizer>(0, 0); },
+    {"MP4V-ES",
+     [] { return std::make_unique<Mpeg4VideoDepacketizer>(); },
+     packetizeMpeg4Video,
+     {0, 0, 1, 0xB6},
+     0,
+     0},
+    {"MPEG4-GENERIC",
+     [] { return std::make_unique<Mpeg4GenericDepacketizer>(aacFormat(), 1024); },
+     packetizeAac,
+     {0x21},
+     0,
+     0},
+    {"JPEG",
+     [] { return std::make_unique<JpegDepacketizer>(0, 0); },
      [](const Buffer& scan, std::uint32_t timestamp, std::size_t size) {
          return packetizeJpeg(scan, JpegShape{}, timestamp, size);
      },
-     {0x12}, kJpegHeaders, 2},
+     {0x12},
+     kJpegHeaders,
+     2},
 };
 
 class EveryFormat : public testing::TestWithParam<Format> {
@@ -102,14 +115,16 @@ TEST_P(EveryFormat, AFrameThatLacksAPacketIsNotDelivered) {
             const auto depacketizer = f.make();
             std::size_t whole = 0;
             for (const Buffer& delivered : depacketize(*depacketizer, left)) {
-                EXPECT_THAT(frames, testing::Contains(sent(delivered))) << "lost " << count << " from " << from;
+                EXPECT_THAT(frames, testing::Contains(sent(delivered)))
+                    << "lost " << count << " from " << from;
                 ++whole;
             }
             // Every frame none of whose packets are missing is there.
             std::size_t expected = 0;
             for (std::uint32_t i = 0; i < 4; ++i) {
                 const auto of = [i](const std::vector<Packet>& p) {
-                    return std::count_if(p.begin(), p.end(), [i](const Packet& x) { return x.timestamp == i * 3600; });
+                    return std::count_if(p.begin(), p.end(),
+                                         [i](const Packet& x) { return x.timestamp == i * 3600; });
                 };
                 if (of(left) == of(packets)) ++expected;
             }
@@ -141,10 +156,11 @@ TEST(H264, WhatIsOutOfOrderOrUndefinedIsDropped) {
         packet.payload = std::move(payload);
         return packet;
     };
-    EXPECT_THAT(depacketize(depacketizer, joined({{one({}), one({0x00}), one({0x1C}), one({0x1D, 0x80, 1}),
-                                                   one({0x7C, 0x05, 9}),         // a middle without a beginning
-                                                   one({0x7C, 0x85, 1}), one({0x7C, 0x41, 2}),   // another type's end
-                                                   one({0x7C, 0x85, 1}), one({0x7C, 0x45, 2}, 8)}})),  // another time's
+    EXPECT_THAT(depacketize(depacketizer,
+                            joined({{one({}), one({0x00}), one({0x1C}), one({0x1D, 0x80, 1}),
+                                     one({0x7C, 0x05, 9}),  // a middle without a beginning
+                                     one({0x7C, 0x85, 1}), one({0x7C, 0x41, 2}),         // another type's end
+                                     one({0x7C, 0x85, 1}), one({0x7C, 0x45, 2}, 8)}})),  // another time's
                 IsEmpty());
 }
 
@@ -189,7 +205,7 @@ TEST(Jpeg, HeadersFollowThePayloadHeader) {
     const auto has = [&file](const Buffer& piece) {
         return std::search(file.begin(), file.end(), piece.begin(), piece.end()) != file.end();
     };
-    EXPECT_TRUE(has({0xFF, 0xDD, 0, 4, 0x01, 0x50}));                               // restart interval
+    EXPECT_TRUE(has({0xFF, 0xDD, 0, 4, 0x01, 0x50}));  // restart interval
     EXPECT_TRUE(has({0xFF, 0xC0, 0, 17, 8, 480 >> 8, 480 & 0xFF, 640 >> 8, 640 & 0xFF, 3, 0, 0x21}));
     EXPECT_TRUE(has(Buffer(shape.tables.begin(), shape.tables.begin() + 64)));
     EXPECT_EQ(file[file.size() - 1], 0xD9);
@@ -226,7 +242,8 @@ TEST(Jpeg, PicturesThatAreTooLargeForTheFieldsHaveTheDescriptionsSize) {
 TEST(FrameQueue, AFrameBeyondTheBoundIsDroppedAsAWhole) {
     FrameQueue queue;
     const Buffer chunk(1 << 20);
-    for (std::size_t i = 0; i <= FrameQueue::kMaxBytes / chunk.size(); ++i) queue.append(chunk);
+    for (std::size_t i = 0; i <= FrameQueue::kMaxBytes / chunk.size(); ++i)
+        queue.append(chunk);
     queue.commit({});
     EXPECT_TRUE(queue.empty());
     queue.append(chunk);
@@ -238,7 +255,8 @@ TEST(FrameQueue, AFrameBeyondTheBoundIsDroppedAsAWhole) {
         queue.append(1);
         queue.commit({});
     }
-    for (; !queue.empty(); queue.pop()) ++kept;
+    for (; !queue.empty(); queue.pop())
+        ++kept;
     EXPECT_EQ(kept, FrameQueue::kMaxFrames) << "and frames that nobody fetches";
 }
 

@@ -48,13 +48,20 @@ Script readScript(const std::filesystem::path& file) {
         std::istringstream words(line);
         const std::string key = word(words);
         if (key == "#") continue;
-        if (key == "url") script.url = rest(words);
-        else if (key == "transport") script.transport = rest(words);
-        else if (key == "listen") script.listen = rest(words) != "no";
-        else if (key == "expect") script.expected.push_back(rest(words));
-        else if (key == "never") script.never.push_back(rest(words));
-        else if (key == "within") script.withinMilliseconds = std::stoi(rest(words));
-        else script.steps.push_back(line);
+        if (key == "url")
+            script.url = rest(words);
+        else if (key == "transport")
+            script.transport = rest(words);
+        else if (key == "listen")
+            script.listen = rest(words) != "no";
+        else if (key == "expect")
+            script.expected.push_back(rest(words));
+        else if (key == "never")
+            script.never.push_back(rest(words));
+        else if (key == "within")
+            script.withinMilliseconds = std::stoi(rest(words));
+        else
+            script.steps.push_back(line);
     }
     return script;
 }
@@ -78,7 +85,9 @@ ScriptedServer::ScriptedServer(const Script& script) : m_script(script) {
     m_thread = std::thread([this] { run(); });
 }
 
-ScriptedServer::~ScriptedServer() { finish(); }
+ScriptedServer::~ScriptedServer() {
+    finish();
+}
 
 void ScriptedServer::finish() {
     for (int i = 0; i < 1000 && m_thread.joinable() && !m_followed; ++i) {
@@ -108,7 +117,8 @@ void ScriptedServer::run() {
         break;
     }
     m_followed = true;
-    while (!m_stop) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    while (!m_stop)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 bool ScriptedServer::step(const std::string& line, std::size_t& next) {
@@ -124,7 +134,8 @@ bool ScriptedServer::step(const std::string& line, std::size_t& next) {
     if (key == "base64") return m_base64 = true, take(std::exchange(m_received, {})), true;
     if (key == "body") {
         std::string body;
-        while (next < m_script.steps.size() && m_script.steps[next] != "end") body += m_script.steps[next++] + "\r\n";
+        while (next < m_script.steps.size() && m_script.steps[next] != "end")
+            body += m_script.steps[next++] + "\r\n";
         ++next;
         return sendBody(filled(body)), true;
     }
@@ -141,9 +152,22 @@ bool ScriptedServer::step(const std::string& line, std::size_t& next) {
         const int number = std::stoi(word(in));
         const std::string unit = "e" + rest(in);
         const std::size_t size = 12 + unit.size();
-        std::string bytes = {'$', static_cast<char>(channel), static_cast<char>(size >> 8), static_cast<char>(size),
-                             '\x80', '\x60', static_cast<char>(number >> 8), static_cast<char>(number),
-                             0, 0, 0, 0, 0, 0, 0, 7};
+        std::string bytes = {'$',
+                             static_cast<char>(channel),
+                             static_cast<char>(size >> 8),
+                             static_cast<char>(size),
+                             '\x80',
+                             '\x60',
+                             static_cast<char>(number >> 8),
+                             static_cast<char>(number),
+                             0,
+                             0,
+                             0,
+                             0,
+                             0,
+                             0,
+                             0,
+                             7};
         return send(bytes + unit);
     }
     if (key == "fill") {
@@ -154,7 +178,8 @@ bool ScriptedServer::step(const std::string& line, std::size_t& next) {
     }
     if (key == "wait") {
         const int milliseconds = std::stoi(word(in));
-        for (int i = 0; i < milliseconds && !m_stop; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        for (int i = 0; i < milliseconds && !m_stop; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         return true;
     }
     m_complaint = "unknown step: " + line;

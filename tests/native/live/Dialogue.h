@@ -6,15 +6,16 @@
 //   url rtsp://user:password@{host}/path   where the client connects to (default rtsp://{host}/stream)
 //   transport tcp|udp|http|multicast        default tcp
 //   listen no                               nobody listens on the port
-//   expect DESCRIBE 401                     lines that the client writes down, in this order (others may come between)
-//   never BYE                               what no line may begin with
-//   within 2000                             milliseconds, default 5000
+//   expect DESCRIBE 401                     lines that the client writes down, in this order (others may come
+//   between) never BYE                               what no line may begin with within 2000 milliseconds,
+//   default 5000
 //
 // Then what the server does. It takes connections one after the other:
 //
 //   > PLAY [text ...]     waits for a request; the rest of the line has to be in it ("!text": must not)
-//   < line                sends a line; "<" alone an empty one. {cseq} is the last request's, {port} the server's
-//   body                  sends the lines that follow up to "end", and, before that, their Content-Length and an
+//   < line                sends a line; "<" alone an empty one. {cseq} is the last request's, {port} the
+//   server's body                  sends the lines that follow up to "end", and, before that, their
+//   Content-Length and an
 //                         empty line
 //   sdp h264|...          the same with a stock description
 //   raw 24 00 ...         sends bytes
@@ -55,7 +56,8 @@ class ScriptedServer {
     ~ScriptedServer();
 
     unsigned short port() const { return m_port; }
-    // What went against the script, "" when nothing did. After finish, which gives it a moment to come to its end.
+    // What went against the script, "" when nothing did. After finish, which gives it a moment to come to its
+    // end.
     const std::string& complaint() const { return m_complaint; }
     void finish();
     // Puts host and port into an address.

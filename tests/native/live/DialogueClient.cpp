@@ -33,9 +33,11 @@ class Sink : public MediaSink {
 class Client : public RTSPClient {
   public:
     Client(UsageEnvironment& env, const Script& script, const std::string& url, unsigned short port)
-        : RTSPClient(env, url.c_str(), 0, "dialogue", script.transport == "http" ? port : 0, -1), m_script(script) {}
+        : RTSPClient(env, url.c_str(), 0, "dialogue", script.transport == "http" ? port : 0, -1),
+          m_script(script) {}
     ~Client() override {
-        for (Sink* sink : m_sinks) Medium::close(sink);
+        for (Sink* sink : m_sinks)
+            Medium::close(sink);
         Medium::close(m_session);
     }
 
@@ -50,7 +52,8 @@ class Client : public RTSPClient {
     EventLoopWatchVariable* done() { return &m_done; }
     const std::vector<std::string>& notes() const { return m_notes; }
     void tearDown() {
-        for (Sink* sink : m_sinks) sink->stopPlaying();
+        for (Sink* sink : m_sinks)
+            sink->stopPlaying();
         if (m_session && !m_sinks.empty()) sendTeardownCommand(*m_session, nullptr);
     }
 
@@ -85,8 +88,10 @@ class Client : public RTSPClient {
             }
             note(std::string("INITIATE ") + m_current->mediumName() + " " + envir().getResultMsg());
         }
-        if (!m_session->hasSubsessions()) note("EMPTY");
-        else sendPlayCommand(*m_session, afterPlay);
+        if (!m_session->hasSubsessions())
+            note("EMPTY");
+        else
+            sendPlayCommand(*m_session, afterPlay);
     }
     static void afterSetup(RTSPClient* client, int code, char* result) {
         Client& me = self(client);
@@ -138,8 +143,10 @@ Boolean Sink::continuePlaying() {
     if (!fSource) return False;
     fSource->getNextFrame(
         m_buffer, sizeof m_buffer,
-        [](void* self, unsigned size, unsigned, timeval, unsigned) { static_cast<Sink*>(self)->onFrame(size); }, this,
-        onSourceClosure, this);
+        [](void* self, unsigned size, unsigned, timeval, unsigned) {
+            static_cast<Sink*>(self)->onFrame(size);
+        },
+        this, onSourceClosure, this);
     return True;
 }
 

@@ -1,5 +1,5 @@
-// Plays every dialogue: what the client writes down has to contain the expected lines in their order, and what the
-// client sent has to be what the script waited for.
+// Plays every dialogue: what the client writes down has to contain the expected lines in their order, and
+// what the client sent has to be what the script waited for.
 
 #include <gmock/gmock.h>
 
@@ -16,7 +16,8 @@ std::string g_folder;
 
 std::string joinLines(const std::vector<std::string>& lines) {
     std::string all;
-    for (const std::string& line : lines) all += "  " + line.substr(0, 200) + "\n";
+    for (const std::string& line : lines)
+        all += "  " + line.substr(0, 200) + "\n";
     return all;
 }
 
@@ -31,13 +32,15 @@ class DialogueTest : public testing::Test {
         server.finish();
         auto note = notes.begin();
         for (const std::string& wanted : script.expected) {
-            note = std::find_if(note, notes.end(), [&](const std::string& line) { return line.starts_with(wanted); });
-            ASSERT_NE(note, notes.end()) << "missing: " << wanted << "\nseen:\n" << joinLines(notes)
-                                         << server.complaint();
+            note = std::find_if(note, notes.end(),
+                                [&](const std::string& line) { return line.starts_with(wanted); });
+            ASSERT_NE(note, notes.end()) << "missing: " << wanted << "\nseen:\n"
+                                         << joinLines(notes) << server.complaint();
             ++note;
         }
         for (const std::string& line : notes) {
-            for (const std::string& unwanted : script.never) EXPECT_FALSE(line.starts_with(unwanted)) << line;
+            for (const std::string& unwanted : script.never)
+                EXPECT_FALSE(line.starts_with(unwanted)) << line;
         }
         EXPECT_EQ(server.complaint(), "") << joinLines(notes);
     }

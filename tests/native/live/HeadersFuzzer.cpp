@@ -18,7 +18,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (session->id.find_first_of("\r\n") != std::string::npos) std::abort();
     }
     for (const auto& challenge : live::rtsp::parseChallenges(text)) {
-        const std::string answer = live::rtsp::authorize(challenge, {"user", "password"}, {"PLAY", "rtsp://a/", 1, "c"});
+        const std::string answer =
+            live::rtsp::authorize(challenge, {"user", "password"}, {"PLAY", "rtsp://a/", 1, "c"});
         if (answer.find_first_of("\r\n") != std::string::npos) std::abort();
     }
     if (const auto url = live::rtsp::parseUrl(text)) {

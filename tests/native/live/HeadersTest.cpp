@@ -23,8 +23,8 @@ std::vector<std::string> framed(const std::string& text, std::size_t piece, std:
     for (std::size_t at = 0; at < text.size(); at += piece) {
         buffer += text.substr(at, piece);
         while (!buffer.empty()) {
-            const auto item =
-                framer.next(live::rtp::Bytes(reinterpret_cast<const unsigned char*>(buffer.data()), buffer.size()));
+            const auto item = framer.next(
+                live::rtp::Bytes(reinterpret_cast<const unsigned char*>(buffer.data()), buffer.size()));
             if (item == Framer::Item::NeedMore) break;
             if (item == Framer::Item::Error) {
                 items.push_back("error " + framer.error());
@@ -35,8 +35,8 @@ std::vector<std::string> framed(const std::string& text, std::size_t piece, std:
                                 std::string(framer.packet().begin(), framer.packet().end()));
             } else if (item == Framer::Item::Message) {
                 const Message& m = framer.message();
-                items.push_back(m.isReply ? "reply " + std::to_string(m.status) + " " + std::string(m.header("cseq")) +
-                                                " " + std::string(m.body)
+                items.push_back(m.isReply ? "reply " + std::to_string(m.status) + " " +
+                                                std::string(m.header("cseq")) + " " + std::string(m.body)
                                           : "request " + std::string(m.method));
             }
             buffer.erase(framer.offset(), framer.size());
@@ -52,11 +52,12 @@ std::string packet(char channel, const std::string& content) {
 
 TEST(RtspFramer, ReadsTheSameInAnyPieces) {
     const std::string stream = "RTSP/1.0 200 OK\r\nCSeq: 1\r\n\r\n" + packet(0, "one") +
-                               "\r\n\r\nRTSP/1.0 401 Unauthorized\nCSeq:2\nContent-Length: 4\n\nbody" + packet(1, "") +
-                               "OPTIONS * RTSP/1.0\r\nCSeq: 9\r\n\r\n" +
+                               "\r\n\r\nRTSP/1.0 401 Unauthorized\nCSeq:2\nContent-Length: 4\n\nbody" +
+                               packet(1, "") + "OPTIONS * RTSP/1.0\r\nCSeq: 9\r\n\r\n" +
                                // packets that the server wrote into its own reply
-                               "RTSP/1.0 200 OK\r\n" + packet(2, "in\r\n\r\n") + "CSeq: 3\r\nContent-length: 3\r\n\r\n" +
-                               packet(3, "amid") + "abc" + "HTTP/1.0 200 OK\r\nContent-Length: 99\r\n\r\n";
+                               "RTSP/1.0 200 OK\r\n" + packet(2, "in\r\n\r\n") +
+                               "CSeq: 3\r\nContent-length: 3\r\n\r\n" + packet(3, "amid") + "abc" +
+                               "HTTP/1.0 200 OK\r\nContent-Length: 99\r\n\r\n";
     for (const std::size_t piece : {1u, 2u, 3u, 7u, 1000u}) {
         EXPECT_THAT(framed(stream, piece),
                     ElementsAre("reply 200 1 ", std::string("packet 0 one"), "reply 401 2 body", "packet 1 ",
@@ -75,13 +76,15 @@ TEST(RtspFramer, BoundsEverything) {
     EXPECT_THAT(framed(head + std::string(2000, 'x'), 10), refused);
     EXPECT_THAT(framed(head + std::string(2000, 'x') + "\r\n\r\n", 5000), refused);
     std::string many = head;
-    for (int i = 0; i < 200; ++i) many += "a:\n";
+    for (int i = 0; i < 200; ++i)
+        many += "a:\n";
     EXPECT_THAT(framed(many + "\n", 10), refused);
     EXPECT_THAT(framed("HELLO\r\nthere\r\n", 100, 1000), ElementsAre()) << "garbage is skipped byte by byte";
 }
 
 TEST(Headers, Transport) {
-    const auto t = parseTransport("RTP/AVP;unicast;source=10.0.0.1;client_port=5000-5001;server_port=6000-6001;ssrc=1");
+    const auto t =
+        parseTransport("RTP/AVP;unicast;source=10.0.0.1;client_port=5000-5001;server_port=6000-6001;ssrc=1");
     ASSERT_TRUE(t);
     EXPECT_FALSE(t->tcp);
     EXPECT_EQ(t->serverPort, PortPair(6000, 6001));
@@ -89,8 +92,9 @@ TEST(Headers, Transport) {
     EXPECT_EQ(parseTransport("RTP/AVP/TCP;interleaved=2-3,RTP/AVP")->interleaved, ChannelPair(2, 3));
     EXPECT_TRUE(parseTransport("rtp/avp;Interleaved=2")->tcp);
     EXPECT_TRUE(parseTransport("RTP/AVP;multicast;destination=239.0.0.1;port=5000-5001;ttl=3")->multicast);
-    for (const char* bad : {"", "RAW/RAW/UDP;unicast", "RTP/AVP;server_port=70000-70001", "RTP/AVP;interleaved=256-257",
-                            "RTP/AVP;client_port=a-b", "RTP/AVP;server_port=", "RTP/AVP;port=1-99999999999"}) {
+    for (const char* bad :
+         {"", "RAW/RAW/UDP;unicast", "RTP/AVP;server_port=70000-70001", "RTP/AVP;interleaved=256-257",
+          "RTP/AVP;client_port=a-b", "RTP/AVP;server_port=", "RTP/AVP;port=1-99999999999"}) {
         EXPECT_FALSE(parseTransport(bad)) << bad;
     }
 }
@@ -103,7 +107,8 @@ TEST(Headers, SessionAndRtpInfo) {
     EXPECT_FALSE(parseSession(std::string(300, 'a')));
     EXPECT_FALSE(parseSession("a\x01"));
 
-    const auto info = parseRtpInfo("url=rtsp://a/b;seq=1;rtptime=4294967295, url=\"rtsp://a,c\";seq=70000;rtptime=-1");
+    const auto info =
+        parseRtpInfo("url=rtsp://a/b;seq=1;rtptime=4294967295, url=\"rtsp://a,c\";seq=70000;rtptime=-1");
     ASSERT_EQ(info.size(), 2u);
     EXPECT_EQ(info[0].timestamp, 4294967295u);
     EXPECT_EQ(info[1].url, "rtsp://a,c");
@@ -115,13 +120,15 @@ TEST(Challenge, IsAnsweredAsTheRfcsHaveIt) {
     // RFC 7616, 3.9.1
     const Authenticator mufasa("Mufasa", "Circle of Life");
     DigestUse use{"GET", "/dir/index.html", 1, "f2/wE4q74E6zIJEtWaHKaf5wv/H5QzzpXusqGemxURZJ"};
-    const std::string rest = ", nonce=\"7ypf/xlj9XXwfDPEoM4URrv/xwf94BcCAzFZH4GiTo0v\", "
-                             "opaque=\"FQhe/qaU925kfnzjCev0ciny7QMkPqMAFRtzCUYo5tdS\"";
-    const auto both = parseChallenges("Digest realm=\"http-auth@example.org\", qop=\"auth, auth-int\", "
-                                      "algorithm=SHA-256" + rest +
-                                      ", Digest realm=\"http-auth@example.org\", qop=auth, algorithm=MD5" + rest +
-                                      ", Basic realm=\"x\", Negotiate, Digest realm=x, nonce=1, qop=auth-int, "
-                                      "Digest realm=x, nonce=1, algorithm=SHA-512-256");
+    const std::string rest =
+        ", nonce=\"7ypf/xlj9XXwfDPEoM4URrv/xwf94BcCAzFZH4GiTo0v\", "
+        "opaque=\"FQhe/qaU925kfnzjCev0ciny7QMkPqMAFRtzCUYo5tdS\"";
+    const auto both = parseChallenges(
+        "Digest realm=\"http-auth@example.org\", qop=\"auth, auth-int\", "
+        "algorithm=SHA-256" +
+        rest + ", Digest realm=\"http-auth@example.org\", qop=auth, algorithm=MD5" + rest +
+        ", Basic realm=\"x\", Negotiate, Digest realm=x, nonce=1, qop=auth-int, "
+        "Digest realm=x, nonce=1, algorithm=SHA-512-256");
     ASSERT_EQ(both.size(), 3u) << "what can't be answered is left out";
     EXPECT_GT(both[0].kind, both[1].kind);
     EXPECT_GT(both[1].kind, both[2].kind);
@@ -131,8 +138,9 @@ TEST(Challenge, IsAnsweredAsTheRfcsHaveIt) {
     EXPECT_EQ(authorize(both[2], {"Aladdin", "open sesame"}, use), "Basic QWxhZGRpbjpvcGVuIHNlc2FtZQ==");
 
     // RFC 2617, 3.5, with the password already hashed; and what no header may carry.
-    const auto old = parseChallenges("Digest realm=\"testrealm@host.com\", qop=\"auth\", "
-                                     "nonce=\"dcd98b7102dd2f0e8b11d0f600bfb0c093\"");
+    const auto old = parseChallenges(
+        "Digest realm=\"testrealm@host.com\", qop=\"auth\", "
+        "nonce=\"dcd98b7102dd2f0e8b11d0f600bfb0c093\"");
     ASSERT_EQ(old.size(), 1u);
     const Authenticator hashed("Mufasa", "939e7578ed9e3c518a452acee763bce9", True);
     EXPECT_THAT(authorize(old[0], hashed, {"GET", "/dir/index.html", 1, "0a4f113b"}),
@@ -155,7 +163,8 @@ TEST(Url, TakesCredentialsApart) {
              Case{"RTSP://cam:8554/a?b=c@d", "", "", "cam", 8554, "rtsp://cam:8554/a?b=c@d"},
              Case{"rtsp://u:p@cam/x", "u", "p", "cam", 554, "rtsp://cam/x"},
              Case{"rtsp://u:p@ss@cam/x", "u", "p@ss", "cam", 554, "rtsp://cam/x"},
-             Case{"rtsp://u%40v:p%40ss:w%2f@1.2.3.4:1/x", "u@v", "p@ss:w/", "1.2.3.4", 1, "rtsp://1.2.3.4:1/x"},
+             Case{"rtsp://u%40v:p%40ss:w%2f@1.2.3.4:1/x", "u@v", "p@ss:w/", "1.2.3.4", 1,
+                  "rtsp://1.2.3.4:1/x"},
              Case{"rtsp://u@cam", "u", "", "cam", 554, "rtsp://cam"},
          }) {
         const auto url = parseUrl(c.text);
@@ -194,7 +203,8 @@ TEST(Text, HashesBase64AndNumbers) {
     EXPECT_EQ(md5Hex(""), "d41d8cd98f00b204e9800998ecf8427e");
     EXPECT_EQ(md5Hex(std::string(120, 'a')), "5f61c0ccad4cac44c75ff505e1f1e537");
     EXPECT_EQ(sha256Hex("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
-    for (const std::string& bytes : {std::string(), std::string("a"), std::string("ab"), std::string("\xFF\0\x01", 3)}) {
+    for (const std::string& bytes :
+         {std::string(), std::string("a"), std::string("ab"), std::string("\xFF\0\x01", 3)}) {
         const auto back = decodeBase64(encodeBase64(bytes));
         EXPECT_EQ(std::string(back.begin(), back.end()), bytes);
     }

@@ -1,5 +1,5 @@
-// Uses the interface as the control does. Compiles against our implementation, as part of the tests, and against the
-// real library's headers (real_headers_test.sh): that is how the two are kept alike.
+// Uses the interface as the control does. Compiles against our implementation, as part of the tests, and
+// against the real library's headers (real_headers_test.sh): that is how the two are kept alike.
 
 #include "liveMedia.hh"
 
@@ -10,13 +10,16 @@ namespace {
 
 class Sink : public MediaSink {
   public:
-    static Sink* createNew(UsageEnvironment& env, MediaSubsession& subsession) { return new Sink(env, subsession); }
+    static Sink* createNew(UsageEnvironment& env, MediaSubsession& subsession) {
+        return new Sink(env, subsession);
+    }
 
   private:
     Sink(UsageEnvironment& env, MediaSubsession& subsession) : MediaSink(env), m_subsession(subsession) {
         unsigned count = 0;
         SPropRecord* const records = parseSPropParameterSets(subsession.fmtp_spropparametersets(), count);
-        for (unsigned i = 0; i < count; ++i) m_seen += records[i].sPropLength ? records[i].sPropBytes[0] : 0;
+        for (unsigned i = 0; i < count; ++i)
+            m_seen += records[i].sPropLength ? records[i].sPropBytes[0] : 0;
         delete[] records;
     }
     ~Sink() override = default;
@@ -24,8 +27,8 @@ class Sink : public MediaSink {
     static void afterGettingFrame(void* clientData, unsigned frameSize, unsigned numTruncatedBytes,
                                   struct timeval presentationTime, unsigned durationInMicroseconds) {
         Sink* const sink = static_cast<Sink*>(clientData);
-        sink->m_seen += sink->m_subsession.getNormalPlayTime(presentationTime) + frameSize + numTruncatedBytes +
-                        durationInMicroseconds;
+        sink->m_seen += sink->m_subsession.getNormalPlayTime(presentationTime) + frameSize +
+                        numTruncatedBytes + durationInMicroseconds;
         sink->continuePlaying();
     }
     Boolean continuePlaying() override {
@@ -94,20 +97,24 @@ void Client::driveSession(MediaSession& session) {
         subsession->miscPtr = this;
         subsession->sink->startPlaying(*subsession->readSource(), onTimer, this);
         if (subsession->rtcpInstance() != NULL) subsession->rtcpInstance()->setByeHandler(onTimer, this);
-        sequence += subsession->clientPortNum() + subsession->numChannels() + subsession->rtpTimestampFrequency() +
-                    subsession->videoWidth() + subsession->videoHeight() + subsession->videoFPS();
+        sequence += subsession->clientPortNum() + subsession->numChannels() +
+                    subsession->rtpTimestampFrequency() + subsession->videoWidth() +
+                    subsession->videoHeight() + subsession->videoFPS();
         envir().setResultErrMsg(subsession->fmtp_config());
-        envir().setResultMsg(subsession->attrVal_str("mode"), subsession->protocolName(), subsession->sessionId());
+        envir().setResultMsg(subsession->attrVal_str("mode"), subsession->protocolName(),
+                             subsession->sessionId());
         if (&subsession->parentSession() != &session) return;
     }
     subsessions.reset();
     if (session.absStartTime() != NULL) {
-        sendPlayCommand(session, handler, session.absStartTime(), session.absEndTime(), session.scale(), &m_credentials);
+        sendPlayCommand(session, handler, session.absStartTime(), session.absEndTime(), session.scale(),
+                        &m_credentials);
     } else {
         session.playEndTime() -= session.playStartTime();
         sendPlayCommand(session, handler, 0.0f, -1.0f, 1.0f, &m_credentials);
     }
-    m_task = envir().taskScheduler().scheduleDelayedTask(int64_t{1000} * sessionTimeoutParameter(), onTimer, this);
+    m_task =
+        envir().taskScheduler().scheduleDelayedTask(int64_t{1000} * sessionTimeoutParameter(), onTimer, this);
     if (sequence == 0 || socketNum() < 0 || url() == NULL) sendGetParameterCommand(session, NULL, NULL);
 }
 

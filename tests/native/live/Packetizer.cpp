@@ -7,7 +7,8 @@ namespace live_test {
 namespace {
 
 void put(Buffer& out, std::uint32_t value, int bytes) {
-    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) out.push_back(static_cast<unsigned char>(value >> shift));
+    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
+        out.push_back(static_cast<unsigned char>(value >> shift));
 }
 
 // Calls make(offset, size, last) for each piece of `total` bytes.
@@ -114,15 +115,18 @@ Packet aggregateAac(const std::vector<Buffer>& units, std::uint32_t timestamp) {
     packet.timestamp = timestamp;
     packet.marker = true;
     put(packet.payload, static_cast<std::uint32_t>(16 * units.size()), 2);
-    for (const Buffer& unit : units) put(packet.payload, static_cast<std::uint32_t>(unit.size()) << 3, 2);
-    for (const Buffer& unit : units) append(packet.payload, unit, 0, unit.size());
+    for (const Buffer& unit : units)
+        put(packet.payload, static_cast<std::uint32_t>(unit.size()) << 3, 2);
+    for (const Buffer& unit : units)
+        append(packet.payload, unit, 0, unit.size());
     return packet;
 }
 
 Buffer randomBytes(std::uint32_t seed, std::size_t size, const Buffer& first) {
     std::minstd_rand random(seed + 1);
     Buffer bytes = first;
-    while (bytes.size() < size) bytes.push_back(static_cast<unsigned char>(random() >> 8));
+    while (bytes.size() < size)
+        bytes.push_back(static_cast<unsigned char>(random() >> 8));
     return bytes;
 }
 
@@ -143,8 +147,10 @@ std::vector<Buffer> depacketize(live::rtp::Depacketizer& depacketizer, const std
 
 std::vector<Packet> joined(const std::vector<std::vector<Packet>>& parts, std::uint16_t first) {
     std::vector<Packet> all;
-    for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
-    for (Packet& packet : all) packet.sequence = first++;
+    for (const auto& part : parts)
+        all.insert(all.end(), part.begin(), part.end());
+    for (Packet& packet : all)
+        packet.sequence = first++;
     return all;
 }
 

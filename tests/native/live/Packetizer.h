@@ -33,7 +33,8 @@ struct Packet {
 // Each cuts a frame into payloads of at most `size` bytes, the last with the marker.
 std::vector<Packet> packetizeH264(const Buffer& unit, std::uint32_t timestamp, std::size_t size);
 std::vector<Packet> packetizeMpeg4Video(const Buffer& frame, std::uint32_t timestamp, std::size_t size);
-std::vector<Packet> packetizeAac(const Buffer& unit, std::uint32_t timestamp, std::size_t size);  // 13/3/3 bits
+std::vector<Packet> packetizeAac(const Buffer& unit, std::uint32_t timestamp,
+                                 std::size_t size);  // 13/3/3 bits
 struct JpegShape {
     unsigned type = 1;
     unsigned q = 50;

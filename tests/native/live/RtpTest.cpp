@@ -74,7 +74,8 @@ std::vector<int> order(const std::vector<int>& arrivals, std::int64_t threshold 
     Ordered out;
     buffer.setThreshold(threshold);
     std::int64_t now = 0;
-    for (const int number : arrivals) push(buffer, number, now += step, out);
+    for (const int number : arrivals)
+        push(buffer, number, now += step, out);
     buffer.expire(now + threshold, out);
     EXPECT_FALSE(buffer.deadline());
     return out.numbers;
@@ -100,15 +101,18 @@ TEST(ReorderBuffer, AnyOrderWithinTheWindowIsRestored) {
     for (int round = 0; round < 50; ++round) {
         std::vector<std::pair<int, int>> arrivals;  // when, which
         const int first = 65536 - 100 + round;
-        for (int i = 0; i < 300; ++i) arrivals.emplace_back(i * 10 + static_cast<int>(random() % 400), first + i);
+        for (int i = 0; i < 300; ++i)
+            arrivals.emplace_back(i * 10 + static_cast<int>(random() % 400), first + i);
         arrivals[0].first = -1;
         std::sort(arrivals.begin(), arrivals.end());
         ReorderBuffer buffer;
         buffer.setThreshold(1000);
         Ordered out;
-        for (const auto& [when, number] : arrivals) push(buffer, number % 65536, when, out);
+        for (const auto& [when, number] : arrivals)
+            push(buffer, number % 65536, when, out);
         ASSERT_EQ(out.numbers.size(), 300u);
-        for (int i = 0; i < 300; ++i) ASSERT_EQ(out.numbers[static_cast<std::size_t>(i)], (first + i) % 65536);
+        for (int i = 0; i < 300; ++i)
+            ASSERT_EQ(out.numbers[static_cast<std::size_t>(i)], (first + i) % 65536);
     }
 }
 
@@ -118,7 +122,8 @@ TEST(ReorderBuffer, GiantPacketsThatWaitAreBounded) {
     buffer.setThreshold(1'000'000'000);
     push(buffer, 0, 0, out);
     const Buffer giant(65000, 1);
-    for (std::uint16_t number = 2; number < 400; ++number) buffer.push(number, giant, 0, out);
+    for (std::uint16_t number = 2; number < 400; ++number)
+        buffer.push(number, giant, 0, out);
     EXPECT_GT(out.numbers.size(), 300u) << "the gap was given up";
 }
 
@@ -130,9 +135,9 @@ struct Seen : RtcpReceiver {
 };
 
 TEST(Rtcp, ReadsReportsAndByesAndRefusesWhatIsCutShort) {
-    Buffer compound = {0x80, 200, 0, 6, 0, 0, 0, 9, 0x83, 0xAA, 0x7E, 0x80, 0x80, 0, 0, 0, 0, 0, 0x10, 0,
-                       0,    0,   0, 0, 0, 0, 0, 0, 0x81, 202,  0,    2,    0,    0, 0, 9, 1, 1, 'x',  0,
-                       0x82, 203, 0, 2, 0, 0, 0, 9, 0,    0,    0,    8};
+    Buffer compound = {0x80, 200, 0,   6, 0,    0,   0, 9, 0x83, 0xAA, 0x7E, 0x80, 0x80, 0, 0, 0, 0, 0,
+                       0x10, 0,   0,   0, 0,    0,   0, 0, 0,    0,    0x81, 202,  0,    2, 0, 0, 0, 9,
+                       1,    1,   'x', 0, 0x82, 203, 0, 2, 0,    0,    0,    9,    0,    0, 0, 8};
     Seen seen;
     EXPECT_TRUE(parseRtcp(compound, seen));
     ASSERT_EQ(seen.reports.size(), 1u);
@@ -153,7 +158,8 @@ TEST(Rtcp, WhatWeSendIsWellFormed) {
     ReceptionReport report;
     report.ssrc = 0x01020304;
     report.packetsLost = -2;
-    for (const std::string& name : {std::string(), std::string("a"), std::string("ab"), std::string(300, 'x')}) {
+    for (const std::string& name :
+         {std::string(), std::string("a"), std::string("ab"), std::string(300, 'x')}) {
         Buffer out;
         buildReceiverReport(7, &report, name, out);
         EXPECT_EQ(out.size() % 4, 0u);
@@ -196,7 +202,8 @@ TEST(PresentationClock, GoesOnFromArrivalThenByTheSendersClock) {
     constexpr std::int64_t kArrival = 1'700'000'000'000'000;
     constexpr std::uint32_t kNearWrap = 0xFFFFFF00;
     EXPECT_EQ(clock.at(kNearWrap, kArrival).microseconds, kArrival);
-    EXPECT_EQ(clock.at(kNearWrap + 90000, kArrival + 5).microseconds, kArrival + 1'000'000) << "arrival counts once";
+    EXPECT_EQ(clock.at(kNearWrap + 90000, kArrival + 5).microseconds, kArrival + 1'000'000)
+        << "arrival counts once";
     SenderReport none;
     clock.onSenderReport(none);
     EXPECT_FALSE(clock.synchronized());

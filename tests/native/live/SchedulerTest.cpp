@@ -79,7 +79,8 @@ TEST_F(Loop, AnotherThreadTriggersAndStops) {
     scheduler->doEventLoop(&stop);
     stopper.join();
     scheduler->deleteEventTrigger(id);
-    for (int i = 0; i < 32; ++i) EXPECT_NE(scheduler->createEventTrigger(run), 0u);
+    for (int i = 0; i < 32; ++i)
+        EXPECT_NE(scheduler->createEventTrigger(run), 0u);
     EXPECT_EQ(scheduler->createEventTrigger(run), 0u);
 }
 
@@ -103,7 +104,8 @@ TEST_F(Loop, AHandlerMayTakeAnotherAway) {
     a.other = &b, b.other = &a;
     ASSERT_TRUE(sender && a.socket && b.socket);
     for (Receiver* receiver : {&a, &b}) {
-        scheduler->setBackgroundHandling(receiver->socket->socketNum(), SOCKET_READABLE, Receiver::ready, receiver);
+        scheduler->setBackgroundHandling(receiver->socket->socketNum(), SOCKET_READABLE, Receiver::ready,
+                                         receiver);
         sender->setDestination(loopback, receiver->socket->port());
         const unsigned char byte = 1;
         ASSERT_TRUE(sender->send({&byte, 1}));

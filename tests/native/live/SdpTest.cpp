@@ -18,7 +18,8 @@ TEST(Sdp, ReadsWhatCamerasWrite) {
     std::string error;
     const auto session = parseSdp(
         "v=0\r\ns=Camera\r\nc=IN IP4 0.0.0.0\r\na=type:broadcast\r\na=control:*\r\na=range:npt=0-30.5\r\n"
-        "m=video 5560 RTP/AVP 96 97\r\nc=IN IP4 239.1.1.1/127\r\na=rtpmap:97 JPEG/90000\r\na=rtpmap: 96 h264/90000\r\n"
+        "m=video 5560 RTP/AVP 96 97\r\nc=IN IP4 239.1.1.1/127\r\na=rtpmap:97 JPEG/90000\r\na=rtpmap: 96 "
+        "h264/90000\r\n"
         "a=fmtp:96 packetization-mode=1; Sprop-Parameter-Sets=Z0IA,aM4=;flag ; profile-level-id=42e01f\r\n"
         "a=framesize:96 1920-1080\r\na=framerate:12.5\r\na=control:trackID=1\r\n"
         "a=source-filter: incl IN IP4 239.1.1.1 10.0.0.7\r\n"
@@ -48,11 +49,13 @@ TEST(Sdp, ReadsWhatCamerasWrite) {
 
 TEST(Sdp, RefusesWhatIsNone) {
     std::string many = "v=0\n";
-    for (int i = 0; i < 100; ++i) many += "m=video 0 RTP/AVP 96\n";
+    for (int i = 0; i < 100; ++i)
+        many += "m=video 0 RTP/AVP 96\n";
     for (const std::string& text :
          {std::string(), std::string("\r\n\r\n"), std::string("hello"), std::string("<html>"), many,
           std::string("v=0\nm=video\n"), std::string("m=video 99999 RTP/AVP 96\n"),
-          std::string("m=video 0 RTP/AVP 300\n"), std::string("m=video 0 RTP/AVP x\n"), std::string(1 << 20, 'a')}) {
+          std::string("m=video 0 RTP/AVP 300\n"), std::string("m=video 0 RTP/AVP x\n"),
+          std::string(1 << 20, 'a')}) {
         std::string error;
         EXPECT_FALSE(parseSdp(text, error)) << text.substr(0, 40);
         EXPECT_FALSE(error.empty());
@@ -64,8 +67,9 @@ TEST(Sdp, Ranges) {
         const char* text;
         double start, end;
     };
-    for (const Case& c : {Case{"npt=0-", 0, 0}, Case{"npt=now-", 0, 0}, Case{" npt = 1.5-10", 1.5, 10},
-                          Case{"npt=0:01:02.5-1:00:00", 62.5, 3600}, Case{"npt=-5", 0, 5}, Case{"npt=3", 3, 0}}) {
+    for (const Case& c :
+         {Case{"npt=0-", 0, 0}, Case{"npt=now-", 0, 0}, Case{" npt = 1.5-10", 1.5, 10},
+          Case{"npt=0:01:02.5-1:00:00", 62.5, 3600}, Case{"npt=-5", 0, 5}, Case{"npt=3", 3, 0}}) {
         const auto range = parseRange(c.text);
         ASSERT_TRUE(range) << c.text;
         EXPECT_DOUBLE_EQ(range->start, c.start) << c.text;
@@ -121,7 +125,9 @@ TEST(MediaSession, InitiatesWhatItKnows) {
     env->reclaim();
 }
 
-TEST(Interface, IsUsableAsTheControlUsesIt) { EXPECT_EQ(useInterface(), 0); }
+TEST(Interface, IsUsableAsTheControlUsesIt) {
+    EXPECT_EQ(useInterface(), 0);
+}
 
 }  // namespace
 }  // namespace live_test

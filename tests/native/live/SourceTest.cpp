@@ -1,4 +1,5 @@
-// The RTP source between packets and a consumer that does what consumers do: ask from inside, stop, end the source.
+// The RTP source between packets and a consumer that does what consumers do: ask from inside, stop, end the
+// source.
 
 #include <gmock/gmock.h>
 
@@ -39,8 +40,8 @@ class Consumer : public MediaSink {
   protected:
     Boolean continuePlaying() override {
         if (!fSource) return False;
-        fSource->getNextFrame(m_buffer.data(), static_cast<unsigned>(m_buffer.size()), onFrame, this, onSourceClosure,
-                              this);
+        fSource->getNextFrame(m_buffer.data(), static_cast<unsigned>(m_buffer.size()), onFrame, this,
+                              onSourceClosure, this);
         return True;
     }
 
@@ -65,7 +66,8 @@ struct Source : testing::Test {
     std::unique_ptr<BasicTaskScheduler> scheduler{BasicTaskScheduler::createNew()};
     UsageEnvironment* env = BasicUsageEnvironment::createNew(*scheduler);
     FakeConnection connection;
-    RtpFrameSource* source = new RtpFrameSource(*env, nullptr, 96, 90000, std::make_unique<H264Depacketizer>());
+    RtpFrameSource* source =
+        new RtpFrameSource(*env, nullptr, 96, 90000, std::make_unique<H264Depacketizer>());
     Consumer* consumer = new Consumer(*env);
     bool closed = false;
     std::uint16_t next = 0;
@@ -77,7 +79,8 @@ struct Source : testing::Test {
         env->reclaim();
     }
     void play() {
-        consumer->startPlaying(*source, [](void* self) { static_cast<Source*>(self)->closed = true; }, this);
+        consumer->startPlaying(
+            *source, [](void* self) { static_cast<Source*>(self)->closed = true; }, this);
     }
     void receive(const Packet& packet, std::uint32_t ssrc = 1, std::uint8_t payloadType = 96) {
         Packet numbered = packet;
@@ -91,7 +94,8 @@ struct Source : testing::Test {
     }
     static std::vector<Buffer> units(std::initializer_list<unsigned char> contents) {
         std::vector<Buffer> all;
-        for (const unsigned char content : contents) all.push_back({0x65, content});
+        for (const unsigned char content : contents)
+            all.push_back({0x65, content});
         return all;
     }
 };
@@ -168,7 +172,8 @@ TEST_F(Source, TakesTheSendersClockFromAReportThatComesFirst) {
     EXPECT_EQ(source->currentTime().microseconds, (3'000'000'000 - 2'208'988'800) * 1'000'000);
 }
 
-// Two receivers of one group on one machine, as two controls that show one camera; the description is all they have.
+// Two receivers of one group on one machine, as two controls that show one camera; the description is all
+// they have.
 TEST(Multicast, IsReceivedWithoutAnyRtsp) {
     const std::unique_ptr<BasicTaskScheduler> scheduler(BasicTaskScheduler::createNew());
     UsageEnvironment* const env = BasicUsageEnvironment::createNew(*scheduler);
@@ -176,7 +181,8 @@ TEST(Multicast, IsReceivedWithoutAnyRtsp) {
     const ipv4AddressBits group = htonl(0xEFFF4D01);  // 239.255.77.1
     // A port that is free now, even, and so likely the next one as well.
     portNumBits port = 1;
-    while (port % 2 != 0) port = Groupsock::open(*env, 0, 0)->port();
+    while (port % 2 != 0)
+        port = Groupsock::open(*env, 0, 0)->port();
     const std::string sdp = "v=0\r\nm=video " + std::to_string(port) +
                             " RTP/AVP 96\r\nc=IN IP4 239.255.77.1\r\na=rtpmap:96 H264/90000\r\n";
     std::vector<MediaSession*> sessions;
@@ -205,7 +211,8 @@ TEST(Multicast, IsReceivedWithoutAnyRtsp) {
         EXPECT_EQ(consumer->frames, Source::units({1, 2, 3}));
         Medium::close(consumer);
     }
-    for (MediaSession* session : sessions) Medium::close(session);
+    for (MediaSession* session : sessions)
+        Medium::close(session);
     sender.reset();
     ReceivingInterfaceAddr = any;
     env->reclaim();
