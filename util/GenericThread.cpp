@@ -85,7 +85,7 @@ bool GenericThread::Start(int priority, Body body) {
         std::make_unique<Launch>(Launch{m_name, priority, std::move(body), stop, ReferenceOwnModule()});
     m_handle.Reset(CreateThread(nullptr, 0, &Main, launch.get(), 0, &m_id));
     if (!m_handle) return false;
-    launch.release();
+    static_cast<void>(launch.release());  // the thread's now
     m_stop = std::move(stop);
     return true;
 }

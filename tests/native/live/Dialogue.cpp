@@ -3,6 +3,7 @@
 #include <chrono>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 #include <utility>
 
 #include "live/net/Platform.h"
@@ -12,8 +13,6 @@ namespace live_test {
 namespace {
 
 namespace net = live::net;
-using live::text::takeLine;
-using live::text::trim;
 
 const char kSdp[] =
     "v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=Camera\r\na=control:*\r\nm=video 0 RTP/AVP 96\r\n"
@@ -72,7 +71,9 @@ ScriptedServer::ScriptedServer(const Script& script) : m_script(script) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(m_listener, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    if (::bind(m_listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+        throw std::runtime_error("no port to listen on");
+    }
     socklen_t length = sizeof address;
     ::getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &length);
     m_port = ntohs(address.sin_port);

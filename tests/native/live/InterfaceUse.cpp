@@ -32,7 +32,7 @@ class Sink : public MediaSink {
         sink->continuePlaying();
     }
     Boolean continuePlaying() override {
-        if (fSource == NULL) return False;
+        if (fSource == nullptr) return False;
         fSource->getNextFrame(m_buffer, sizeof m_buffer, afterGettingFrame, this, onSourceClosure, this);
         return True;
     }
@@ -48,7 +48,7 @@ class Session : public MediaSession {
         Session* const session = new Session(env);
         if (session->initializeWithSDP(sdp)) return session;
         Medium::close(session);
-        return NULL;
+        return nullptr;
     }
 
   protected:
@@ -70,9 +70,9 @@ class Client : public RTSPClient {
 
   private:
     static void afterReply(RTSPClient*, int, char* resultString) { delete[] resultString; }
-    static void onTimer(void* client) { static_cast<Client*>(client)->m_task = NULL; }
+    static void onTimer(void* client) { static_cast<Client*>(client)->m_task = nullptr; }
 
-    TaskToken m_task = NULL;
+    TaskToken m_task = nullptr;
     Authenticator m_credentials{"user", "password", False};
 };
 
@@ -96,7 +96,7 @@ void Client::driveSession(MediaSession& session) {
         subsession->sink = Sink::createNew(envir(), *subsession);
         subsession->miscPtr = this;
         subsession->sink->startPlaying(*subsession->readSource(), onTimer, this);
-        if (subsession->rtcpInstance() != NULL) subsession->rtcpInstance()->setByeHandler(onTimer, this);
+        if (subsession->rtcpInstance() != nullptr) subsession->rtcpInstance()->setByeHandler(onTimer, this);
         sequence += subsession->clientPortNum() + subsession->numChannels() +
                     subsession->rtpTimestampFrequency() + subsession->videoWidth() +
                     subsession->videoHeight() + subsession->videoFPS();
@@ -106,7 +106,7 @@ void Client::driveSession(MediaSession& session) {
         if (&subsession->parentSession() != &session) return;
     }
     subsessions.reset();
-    if (session.absStartTime() != NULL) {
+    if (session.absStartTime() != nullptr) {
         sendPlayCommand(session, handler, session.absStartTime(), session.absEndTime(), session.scale(),
                         &m_credentials);
     } else {
@@ -115,19 +115,21 @@ void Client::driveSession(MediaSession& session) {
     }
     m_task =
         envir().taskScheduler().scheduleDelayedTask(int64_t{1000} * sessionTimeoutParameter(), onTimer, this);
-    if (sequence == 0 || socketNum() < 0 || url() == NULL) sendGetParameterCommand(session, NULL, NULL);
+    if (sequence == 0 || socketNum() < 0 || url() == nullptr)
+        sendGetParameterCommand(session, nullptr, nullptr);
 }
 
 void Client::stop(MediaSession& session) {
     MediaSubsessionIterator subsessions(session);
     while (MediaSubsession* const subsession = subsessions.next()) {
-        if (subsession->sink == NULL) continue;
+        if (subsession->sink == nullptr) continue;
         subsession->sink->stopPlaying();
-        if (subsession->rtcpInstance() != NULL) subsession->rtcpInstance()->setByeHandler(NULL, NULL);
+        if (subsession->rtcpInstance() != nullptr)
+            subsession->rtcpInstance()->setByeHandler(nullptr, nullptr);
         Medium::close(subsession->sink);
-        subsession->sink = NULL;
+        subsession->sink = nullptr;
     }
-    sendTeardownCommand(session, NULL, NULL);
+    sendTeardownCommand(session, nullptr, nullptr);
 }
 
 }  // namespace
