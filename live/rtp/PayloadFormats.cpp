@@ -5,14 +5,14 @@
 #include "live/rtp/Mpeg4GenericDepacketizer.h"
 #include "live/rtp/Mpeg4VideoDepacketizer.h"
 #include "live/rtp/SimpleAudioDepacketizer.h"
-#include "live/text/Text.h"
+#include "protocol/Text.h"
 
 namespace live::rtp {
 namespace {
 
 unsigned number(const sdp::Media& media, std::string_view name) {
     for (const auto& [attribute, value] : media.attributes) {
-        if (attribute == name) return text::parseNumber(value).value_or(0);
+        if (attribute == name) return protocol::parseNumber(value).value_or(0);
     }
     return 0;
 }

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "live/env/Random.h"
-#include "live/text/Text.h"
+#include "protocol/Text.h"
 
 namespace live::rtsp {
 namespace {
@@ -211,7 +211,7 @@ bool Connection::send(std::string_view bytes) {
 
 void Connection::queue(std::string_view bytes) {
     if (m_endpoint.tunnel) {
-        m_unsent += text::encodeBase64(bytes);
+        m_unsent += protocol::encodeBase64(bytes);
     } else {
         m_unsent += bytes;
     }

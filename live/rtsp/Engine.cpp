@@ -10,10 +10,9 @@
 #include "live/net/Platform.h"
 #include "live/net/Resolve.h"
 #include "live/sdp/MediaSession.h"
-#include "live/text/Text.h"
+#include "protocol/Text.h"
 
 namespace rtsp = live::rtsp;
-namespace text = live::text;
 
 namespace {
 
@@ -60,7 +59,7 @@ const char* rtsp::methodName(Method method) {
 
 std::string rtsp::nptRange(double start, double end) {
     if (start < 0) return {};
-    return "npt=" + text::formatSeconds(start) + "-" + (end < 0 ? "" : text::formatSeconds(end));
+    return "npt=" + protocol::formatSeconds(start) + "-" + (end < 0 ? "" : protocol::formatSeconds(end));
 }
 
 std::string rtsp::clockRange(const char* start, const char* end) {
@@ -145,7 +144,7 @@ unsigned RTSPClient::Engine::play(MediaSession& session, responseHandler* handle
     }
     if (!range.empty()) request.headers = "Range: " + range + "\r\n";
     if (scale != 1.0f) {
-        const std::string magnitude = text::formatSeconds(scale < 0 ? -scale : scale);
+        const std::string magnitude = protocol::formatSeconds(scale < 0 ? -scale : scale);
         request.headers += "Scale: " + (scale < 0 ? "-" + magnitude : magnitude) + "\r\n";
     }
     return submit(std::move(request), who);
@@ -237,12 +236,13 @@ std::string RTSPClient::Engine::compose(const Request& request) {
 
 std::string RTSPClient::Engine::authorization(std::string_view method, const std::string& uri) {
     if (!m_who || !m_challenge) return {};
-    rtsp::DigestUse use;
+    protocol::DigestUse use;
     use.method = method;
     use.uri = uri;
     use.count = ++m_nonceCount;
     use.clientNonce = std::to_string(live::random32()) + std::to_string(live::random32());
-    return "Authorization: " + rtsp::authorize(*m_challenge, *m_who, use) + "\r\n";
+    const protocol::Credentials who{m_who->username(), m_who->password(), m_who->passwordIsMD5()};
+    return "Authorization: " + protocol::authorize(*m_challenge, who, use) + "\r\n";
 }
 
 std::string RTSPClient::Engine::tunnelAuthorization(std::string_view method) {
@@ -255,10 +255,10 @@ bool RTSPClient::Engine::onTunnelChallenge(const Message& reply) {
 
 bool RTSPClient::Engine::acceptChallenge(const Message& reply) {
     if (!m_who) return false;
-    std::optional<rtsp::Challenge> best;
+    std::optional<protocol::Challenge> best;
     for (const auto& [name, value] : reply.headers) {
-        if (!text::equalsIgnoringCase(name, "WWW-Authenticate")) continue;
-        for (rtsp::Challenge& challenge : rtsp::parseChallenges(value)) {
+        if (!protocol::equalsIgnoringCase(name, "WWW-Authenticate")) continue;
+        for (protocol::Challenge& challenge : protocol::parseChallenges(value)) {
             if (!best || challenge.kind > best->kind) best = std::move(challenge);
         }
     }
@@ -305,7 +305,7 @@ void RTSPClient::Engine::onServerRequest(const Message& request) {
 
 void RTSPClient::Engine::onReply(const Message& reply) {
     if (reply.status < 200) return;
-    const auto sequence = text::parseNumber(text::trim(reply.header("CSeq")));
+    const auto sequence = protocol::parseNumber(protocol::trim(reply.header("CSeq")));
     auto found = m_requests.begin();
     // A server that leaves the number out answers in order.
     if (sequence) {
@@ -382,9 +382,9 @@ bool RTSPClient::Engine::applyDescribe(const Message& reply, std::string& result
         result = "The reply to DESCRIBE has no description";
         return false;
     }
-    std::string_view base = text::trim(reply.header("Content-Base"));
-    if (base.empty()) base = text::trim(reply.header("Content-Location"));
-    if (text::startsWithIgnoringCase(base, "rtsp://") && rtsp::parseUrl(base))
+    std::string_view base = protocol::trim(reply.header("Content-Base"));
+    if (base.empty()) base = protocol::trim(reply.header("Content-Location"));
+    if (protocol::startsWithIgnoringCase(base, "rtsp://") && rtsp::parseUrl(base))
         m_baseUrl = rtsp::parseUrl(base)->plain;
     // Handlers take it for a C string.
     result = reply.body.substr(0, reply.body.find('\0'));
@@ -451,10 +451,10 @@ bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Tran
 void RTSPClient::Engine::applyPlay(const Request& request, const Message& reply) {
     MediaSession& session = *request.session;
     const auto range = live::sdp::parseRange(reply.header("Range"));
-    std::string_view scaleText = text::trim(reply.header("Scale"));
+    std::string_view scaleText = protocol::trim(reply.header("Scale"));
     const bool backwards = scaleText.starts_with('-');
     if (backwards) scaleText.remove_prefix(1);
-    const double scale = text::parseSeconds(scaleText).value_or(1.0);
+    const double scale = protocol::parseSeconds(scaleText).value_or(1.0);
     constexpr double kFastest = 1000;
     session.setPlayed(range ? &*range : nullptr,
                       static_cast<float>(std::min(scale, kFastest) * (backwards ? -1 : 1)));

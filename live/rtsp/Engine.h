@@ -9,11 +9,11 @@
 #include <string_view>
 
 #include "live/env/LifeFlag.h"
-#include "live/rtsp/Challenge.h"
 #include "live/rtsp/Connection.h"
 #include "live/rtsp/Headers.h"
 #include "live/rtsp/Request.h"
 #include "live/rtsp/Url.h"
+#include "protocol/Challenge.h"
 
 namespace live::rtsp {
 
@@ -89,10 +89,10 @@ class RTSPClient::Engine final : private live::rtsp::ConnectionUser {
     live::LifeFlag m_life;
     const std::string m_applicationName;
     const portNumBits m_tunnelPort;
-    std::optional<live::rtsp::Url> m_url;  // nothing when it is none
+    std::optional<protocol::Url> m_url;  // nothing when it is none
     std::string m_baseUrl;
     std::optional<Authenticator> m_who;
-    std::optional<live::rtsp::Challenge> m_challenge;
+    std::optional<protocol::Challenge> m_challenge;
     unsigned m_nonceCount = 0;
     unsigned m_sequence = 0;
     unsigned m_redirects = 0;

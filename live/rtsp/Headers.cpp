@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "live/text/Text.h"
+#include "protocol/Text.h"
 
 namespace live::rtsp {
 namespace {
 
-using namespace live::text;
+using namespace protocol;
 
 // "5000-5001", or the first alone.
 template <typename T>

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "live/text/Text.h"
+#include "protocol/Text.h"
 
 namespace live::rtsp {
 namespace {
 
-using namespace live::text;
+using namespace protocol;
 
 constexpr char kPacketMark = '$';
 constexpr std::size_t kMaxStartLine = 4096;

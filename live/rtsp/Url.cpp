@@ -2,11 +2,7 @@
 
 #include <algorithm>
 
-#include "live/text/Text.h"
-
 namespace live::rtsp {
-
-using namespace live::text;
 
 namespace {
 
@@ -19,38 +15,9 @@ bool isScheme(std::string_view text) {
 
 }  // namespace
 
-std::optional<Url> parseUrl(std::string_view text) {
-    constexpr std::string_view kScheme = "rtsp://";
-    constexpr std::size_t kLongest = 4096;
-    text = trim(text);
-    if (!startsWithIgnoringCase(text, kScheme) || text.size() > kLongest) return std::nullopt;
-    // It goes into request lines as it is.
-    if (std::any_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) <= ' '; })) {
-        return std::nullopt;
-    }
-    std::string_view rest = text.substr(kScheme.size());
-    const std::size_t pathStart = std::min(rest.find_first_of("/?"), rest.size());
-    std::string_view authority = rest.substr(0, pathStart);
-    Url url;
-    url.path = rest.substr(pathStart);
-    const std::size_t at = authority.rfind('@');
-    if (at != std::string_view::npos) {
-        std::string_view password = authority.substr(0, at);
-        url.user = percentDecode(take(password, ':'));
-        url.password = percentDecode(password);
-        url.hasCredentials = true;
-        authority.remove_prefix(at + 1);
-    }
-    url.plain = std::string(kScheme) + std::string(authority) + url.path;
-    if (url.path.empty() || url.path[0] != '/') url.path.insert(url.path.begin(), '/');
-    const std::string_view host = take(authority, ':');
-    if (host.empty()) return std::nullopt;
-    url.host = host;
-    if (!authority.empty()) {
-        const auto port = parseNumber(authority, 65535);
-        if (!port || *port == 0) return std::nullopt;
-        url.port = static_cast<std::uint16_t>(*port);
-    }
+std::optional<protocol::Url> parseUrl(std::string_view text) {
+    std::optional<protocol::Url> url = protocol::parseUrl(text);
+    if (url && url->scheme != "rtsp") url.reset();
     return url;
 }
 

@@ -7,7 +7,7 @@
 #include "live/net/Platform.h"
 #include "live/rtp/PayloadFormats.h"
 #include "live/rtp/RtpFrameSource.h"
-#include "live/text/Text.h"
+#include "protocol/Text.h"
 
 namespace sdp = live::sdp;
 
@@ -84,7 +84,7 @@ MediaSubsession::~MediaSubsession() {
 }
 
 char const* MediaSubsession::attrVal_str(char const* name) const {
-    const std::string wanted = live::text::toLower(name ? name : "");
+    const std::string wanted = protocol::toLower(name ? name : "");
     for (const auto& [attribute, value] : m_media.attributes) {
         if (attribute == wanted) return value.c_str();
     }
@@ -92,7 +92,7 @@ char const* MediaSubsession::attrVal_str(char const* name) const {
 }
 
 unsigned MediaSubsession::attrVal_int(char const* name) const {
-    return live::text::parseNumber(attrVal_str(name)).value_or(0);
+    return protocol::parseNumber(attrVal_str(name)).value_or(0);
 }
 
 FramedSource* MediaSubsession::readSource() const {

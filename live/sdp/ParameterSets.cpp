@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "live/text/Text.h"
+#include "protocol/Text.h"
 
 SPropRecord* parseSPropParameterSets(char const* sPropParameterSetsStr, unsigned& numSPropRecords) {
     constexpr std::size_t kMaxRecords = 64;
@@ -15,7 +15,7 @@ SPropRecord* parseSPropParameterSets(char const* sPropParameterSetsStr, unsigned
     const std::size_t count = std::min(commas + 1, kMaxRecords);
     auto records = std::make_unique<SPropRecord[]>(count);
     for (std::size_t i = 0; i < count; ++i) {
-        const auto bytes = live::text::decodeBase64(live::text::trim(live::text::take(rest, ',')));
+        const auto bytes = protocol::decodeBase64(protocol::trim(protocol::take(rest, ',')));
         records[i].sPropLength = static_cast<unsigned>(bytes.size());
         records[i].sPropBytesOwned = std::make_unique<unsigned char[]>(bytes.size());
         records[i].sPropBytes = records[i].sPropBytesOwned.get();

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "live/text/Text.h"
+#include "protocol/Text.h"
 
 namespace live::sdp {
 namespace {
 
-using namespace live::text;
+using namespace protocol;
 
 constexpr std::size_t kMaxText = 256 * 1024;
 constexpr std::uint32_t kMaxClockRate = 10'000'000;

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "live/net/Platform.h"
-#include "live/text/Text.h"
+#include "protocol/Text.h"
 
 namespace live_test {
 namespace {
@@ -255,7 +255,7 @@ void ScriptedServer::take(const std::string& text) {
         m_received += text;
         return;
     }
-    const auto decoded = live::text::decodeBase64(text);
+    const auto decoded = protocol::decodeBase64(text);
     m_received.append(decoded.begin(), decoded.end());
 }
 

@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "live/rtsp/Challenge.h"
 #include "live/rtsp/Headers.h"
 #include "live/rtsp/Url.h"
 #include "live/sdp/ParameterSets.h"
 #include "live/sdp/SdpDescription.h"
+#include "protocol/Challenge.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
@@ -17,9 +17,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (const auto session = live::rtsp::parseSession(text)) {
         if (session->id.find_first_of("\r\n") != std::string::npos) std::abort();
     }
-    for (const auto& challenge : live::rtsp::parseChallenges(text)) {
+    for (const auto& challenge : protocol::parseChallenges(text)) {
         const std::string answer =
-            live::rtsp::authorize(challenge, {"user", "password"}, {"PLAY", "rtsp://a/", 1, "c"});
+            protocol::authorize(challenge, {"user", "password"}, {"PLAY", "rtsp://a/", 1, "c"});
         if (answer.find_first_of("\r\n") != std::string::npos) std::abort();
     }
     if (const auto url = live::rtsp::parseUrl(text)) {

@@ -2,17 +2,19 @@
 
 #include <gmock/gmock.h>
 
-#include "live/rtsp/Challenge.h"
 #include "live/rtsp/Headers.h"
 #include "live/rtsp/RtspFramer.h"
 #include "live/rtsp/Url.h"
-#include "live/text/Digest.h"
-#include "live/text/Text.h"
+#include "protocol/Challenge.h"
+#include "protocol/Digest.h"
+#include "protocol/Text.h"
 
 namespace live_test {
 namespace {
 
 using namespace live::rtsp;
+using protocol::authorize;
+using protocol::parseChallenges;
 using testing::ElementsAre;
 
 // Feeds `text` in pieces and writes down what comes out.
@@ -118,8 +120,9 @@ TEST(Headers, SessionAndRtpInfo) {
 
 TEST(Challenge, IsAnsweredAsTheRfcsHaveIt) {
     // RFC 7616, 3.9.1
-    const Authenticator mufasa("Mufasa", "Circle of Life");
-    DigestUse use{"GET", "/dir/index.html", 1, "f2/wE4q74E6zIJEtWaHKaf5wv/H5QzzpXusqGemxURZJ"};
+    const protocol::Credentials mufasa{"Mufasa", "Circle of Life"};
+    const protocol::DigestUse use{"GET", "/dir/index.html", 1,
+                                  "f2/wE4q74E6zIJEtWaHKaf5wv/H5QzzpXusqGemxURZJ"};
     const std::string rest =
         ", nonce=\"7ypf/xlj9XXwfDPEoM4URrv/xwf94BcCAzFZH4GiTo0v\", "
         "opaque=\"FQhe/qaU925kfnzjCev0ciny7QMkPqMAFRtzCUYo5tdS\"";
@@ -142,7 +145,7 @@ TEST(Challenge, IsAnsweredAsTheRfcsHaveIt) {
         "Digest realm=\"testrealm@host.com\", qop=\"auth\", "
         "nonce=\"dcd98b7102dd2f0e8b11d0f600bfb0c093\"");
     ASSERT_EQ(old.size(), 1u);
-    const Authenticator hashed("Mufasa", "939e7578ed9e3c518a452acee763bce9", True);
+    const protocol::Credentials hashed{"Mufasa", "939e7578ed9e3c518a452acee763bce9", true};
     EXPECT_THAT(authorize(old[0], hashed, {"GET", "/dir/index.html", 1, "0a4f113b"}),
                 testing::HasSubstr("6629fae49393a05397450978507c4ef1"));
     EXPECT_THAT(authorize(old[0], {"a\"b\r\nc", ""}, use), testing::HasSubstr("username=\"a\\\"bc\""));
@@ -199,7 +202,7 @@ TEST(Url, ResolvesControls) {
 }
 
 TEST(Text, HashesBase64AndNumbers) {
-    using namespace live::text;
+    using namespace protocol;
     EXPECT_EQ(md5Hex(""), "d41d8cd98f00b204e9800998ecf8427e");
     EXPECT_EQ(md5Hex(std::string(120, 'a')), "5f61c0ccad4cac44c75ff505e1f1e537");
     EXPECT_EQ(sha256Hex("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");

@@ -8,9 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "live/rtsp/Authenticator.h"
-
-namespace live::rtsp {
+namespace protocol {
 
 struct Challenge {
     // In the order of preference.
@@ -28,6 +26,13 @@ struct Challenge {
 // All challenges of one WWW-Authenticate header that can be answered.
 std::vector<Challenge> parseChallenges(std::string_view header);
 
+// With passwordIsMd5, the password is the MD5 (in hexadecimal) of "user:realm:password".
+struct Credentials {
+    std::string user;
+    std::string password;
+    bool passwordIsMd5 = false;
+};
+
 struct DigestUse {
     std::string method;
     std::string uri;
@@ -36,6 +41,6 @@ struct DigestUse {
 };
 
 // The value of the Authorization header.
-std::string authorize(const Challenge& challenge, const Authenticator& who, const DigestUse& use);
+std::string authorize(const Challenge& challenge, const Credentials& who, const DigestUse& use);
 
-}  // namespace live::rtsp
+}  // namespace protocol

@@ -1,14 +1,12 @@
-#include "live/rtsp/Challenge.h"
+#include "protocol/Challenge.h"
 
 #include <cstdio>
 
-#include "live/text/Digest.h"
-#include "live/text/Text.h"
+#include "protocol/Digest.h"
+#include "protocol/Text.h"
 
-namespace live::rtsp {
+namespace protocol {
 namespace {
-
-using namespace live::text;
 
 constexpr std::size_t kMaxChallenges = 16;
 constexpr std::size_t kMaxValue = 2048;
@@ -116,12 +114,12 @@ std::vector<Challenge> parseChallenges(std::string_view header) {
     return challenges;
 }
 
-std::string authorize(const Challenge& c, const Authenticator& who, const DigestUse& use) {
-    const std::string user = who.username();
-    if (c.kind == Challenge::Kind::Basic) return "Basic " + encodeBase64(user + ":" + who.password());
+std::string authorize(const Challenge& c, const Credentials& who, const DigestUse& use) {
+    const std::string& user = who.user;
+    if (c.kind == Challenge::Kind::Basic) return "Basic " + encodeBase64(user + ":" + who.password);
 
     const auto hash = c.kind == Challenge::Kind::DigestSha256 ? sha256Hex : md5Hex;
-    std::string a1 = who.passwordIsMD5() ? who.password() : hash(user + ":" + c.realm + ":" + who.password());
+    std::string a1 = who.passwordIsMd5 ? who.password : hash(user + ":" + c.realm + ":" + who.password);
     if (c.sessionKey) a1 = hash(a1 + ":" + c.nonce + ":" + use.clientNonce);
     const std::string a2 = hash(use.method + ":" + use.uri);
     char count[9];
@@ -139,4 +137,4 @@ std::string authorize(const Challenge& c, const Authenticator& who, const Digest
     return value;
 }
 
-}  // namespace live::rtsp
+}  // namespace protocol

@@ -1,9 +1,9 @@
-#include "live/text/Text.h"
+#include "protocol/Text.h"
 
 #include <algorithm>
 #include <array>
 
-namespace live::text {
+namespace protocol {
 namespace {
 
 char lower(char c) {
@@ -200,4 +200,4 @@ std::string toHex(const unsigned char* bytes, std::size_t size) {
     return result;
 }
 
-}  // namespace live::text
+}  // namespace protocol

@@ -1,13 +1,13 @@
-#include "live/text/Digest.h"
+#include "protocol/Digest.h"
 
 #include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
 
-#include "live/text/Text.h"
+#include "protocol/Text.h"
 
-namespace live::text {
+namespace protocol {
 namespace {
 
 constexpr std::size_t kBlock = 64;
@@ -128,4 +128,4 @@ std::string sha256Hex(std::string_view data) {
     return hexOf(state, true);
 }
 
-}  // namespace live::text
+}  // namespace protocol

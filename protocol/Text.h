@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace live::text {
+namespace protocol {
 
 std::string_view trim(std::string_view text);
 bool equalsIgnoringCase(std::string_view a, std::string_view b);
@@ -36,4 +36,4 @@ std::string encodeBase64(std::string_view bytes);
 std::vector<unsigned char> decodeBase64(std::string_view text);
 std::string toHex(const unsigned char* bytes, std::size_t size);
 
-}  // namespace live::text
+}  // namespace protocol

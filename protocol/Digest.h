@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-namespace live::text {
+namespace protocol {
 
 std::string md5Hex(std::string_view data);
 std::string sha256Hex(std::string_view data);
 
-}  // namespace live::text
+}  // namespace protocol
