@@ -12,12 +12,13 @@ jobs=$(nproc)
 # A function gets a folder to work in and installs into $prefix. `packages` names the installed Debian package whose
 # source version it takes: a newer one builds the library anew. `results` is what has to be there afterwards.
 
-libraries=(googletest benchmark ffmpeg libjpeg_turbo typelib)
+libraries=(googletest benchmark ffmpeg libjpeg_turbo pugixml typelib)
 declare -A packages=(
     [googletest]=googletest
     [benchmark]=libbenchmark-dev
     [ffmpeg]=libavcodec-dev
     [libjpeg_turbo]=libturbojpeg0-dev
+    [pugixml]=libpugixml-dev
     [typelib]=mingw-w64-tools
 )
 declare -A results=(
@@ -25,6 +26,7 @@ declare -A results=(
     [benchmark]='lib/libbenchmark.a lib/libbenchmark_main.a lib/cmake/benchmark/benchmarkConfig.cmake'
     [ffmpeg]='lib/libavcodec.a lib/libavutil.a include/libavcodec/avcodec.h include/libavutil/frame.h'
     [libjpeg_turbo]='lib/libturbojpeg.a include/turbojpeg.h'
+    [pugixml]='lib/libpugixml.a include/pugixml.hpp lib/cmake/pugixml/pugixml-config.cmake'
     [typelib]='typelib/stdole2.tlb'
 )
 
@@ -61,6 +63,11 @@ ffmpeg() {
 libjpeg_turbo() {
     fetch_source libjpeg-turbo libturbojpeg0-dev "$1"
     build_with_cmake "$1/source" "$1" -DREQUIRE_SIMD=ON -DENABLE_SHARED=OFF -DWITH_JAVA=OFF
+}
+
+pugixml() {
+    fetch_source pugixml libpugixml-dev "$1"
+    build_with_cmake "$1/source" "$1"
 }
 
 # The type library that every other one refers to; a copy here spares the compiler a search through Wine.
