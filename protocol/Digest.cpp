@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kBlock = 64;
 constexpr std::size_t kLengthField = 8;
 
-// Both hashes pad alike: a one bit, zeros, the length in bits; they differ in the byte order.
+// All hashes pad alike: a one bit, zeros, the length in bits; they differ in the byte order.
 template <typename Compress>
 void forEachBlock(std::string_view data, bool bigEndian, Compress compress) {
     std::string padded(data);
@@ -36,11 +36,17 @@ void forEachBlock(std::string_view data, bool bigEndian, Compress compress) {
 }
 
 template <std::size_t n>
-std::string hexOf(const std::array<std::uint32_t, n>& state, bool bigEndian) {
+std::array<unsigned char, n * 4> bytesOf(const std::array<std::uint32_t, n>& state, bool bigEndian) {
     std::array<unsigned char, n * 4> bytes;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         bytes[i] = static_cast<unsigned char>(state[i / 4] >> 8 * (bigEndian ? 3 - i % 4 : i % 4));
     }
+    return bytes;
+}
+
+template <std::size_t n>
+std::string hexOf(const std::array<std::uint32_t, n>& state, bool bigEndian) {
+    const auto bytes = bytesOf(state, bigEndian);
     return toHex(bytes.data(), bytes.size());
 }
 
@@ -126,6 +132,39 @@ std::string sha256Hex(std::string_view data) {
             state[i] += add[i];
     });
     return hexOf(state, true);
+}
+
+std::string sha1(std::string_view data) {
+    std::array<std::uint32_t, 5> state = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476, 0xc3d2e1f0};
+    forEachBlock(data, true, [&state](const std::array<std::uint32_t, 16>& words) {
+        std::array<std::uint32_t, 80> w;
+        std::copy(words.begin(), words.end(), w.begin());
+        for (std::size_t i = 16; i < w.size(); ++i)
+            w[i] = std::rotl(w[i - 3] ^ w[i - 8] ^ w[i - 14] ^ w[i - 16], 1);
+        auto [a, b, c, d, e] = state;
+        for (std::size_t i = 0; i < w.size(); ++i) {
+            std::uint32_t mixed = 0;
+            switch (i / 20) {
+                case 0:
+                    mixed = ((b & c) | (~b & d)) + 0x5a827999;
+                    break;
+                case 1:
+                    mixed = (b ^ c ^ d) + 0x6ed9eba1;
+                    break;
+                case 2:
+                    mixed = ((b & c) | (b & d) | (c & d)) + 0x8f1bbcdc;
+                    break;
+                default:
+                    mixed = (b ^ c ^ d) + 0xca62c1d6;
+                    break;
+            }
+            const std::uint32_t next = std::rotl(a, 5) + mixed + e + w[i];
+            e = d, d = c, c = std::rotl(b, 30), b = a, a = next;
+        }
+        state = {state[0] + a, state[1] + b, state[2] + c, state[3] + d, state[4] + e};
+    });
+    const auto bytes = bytesOf(state, true);
+    return {bytes.begin(), bytes.end()};
 }
 
 }  // namespace protocol
