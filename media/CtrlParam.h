@@ -23,6 +23,8 @@
 namespace norix {
 
 inline constexpr std::int32_t kDefaultFrameRate = 30;
+// The volume while the host has chosen none: sound is played as it was recorded.
+inline constexpr std::int32_t kVolumeAsRecorded = -1;
 
 // The parameter block that the threads of one connection share: settings and requests of the host, what is
 // known of the stream, the frame pools and the frame counters.
@@ -66,7 +68,7 @@ class CCtrlParam {
     Shared<bool> directDrawAvailable{false};
     Shared<std::int32_t> decodeSpeed{0};  // 0 to 7
     Shared<bool> voiceMute{false};
-    Shared<std::int32_t> voiceVolume{0};
+    Shared<std::int32_t> voiceVolume{kVolumeAsRecorded};  // else 0 to 100
 
     Shared<bool> showRegions{false};  // regions in alarm are drawn over the picture...
     std::array<Shared<bool>, kRegionCount> regionShown{Shared<bool>(true), Shared<bool>(true),

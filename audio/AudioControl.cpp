@@ -1,0 +1,60 @@
+#include "audio/AudioControl.h"
+
+#include <utility>
+
+#include "audio/AudioLoop.h"
+#include "audio/WaveOutDevice.h"
+#include "util/Log.h"
+#include "util/Settings.h"
+
+namespace norix {
+namespace {
+
+class SystemClock final : public AudioClock {
+  public:
+    std::uint32_t NowMs() noexcept override { return platform::TimerMs(); }
+    void SleepMs(std::uint32_t milliseconds) noexcept override { platform::SleepMs(milliseconds); }
+    OutputBuffer* AwaitBuffer(OutputBuffers& buffers, std::uint32_t milliseconds) noexcept override {
+        return buffers.Take(milliseconds);
+    }
+};
+
+}  // namespace
+
+CAudioControl::CAudioControl(CCtrlParam& param, std::shared_ptr<const void> keepAlive)
+    : m_playback(std::make_shared<AudioPlayback>()) {
+    m_playback->param.store(&param);
+    m_playback->keepAlive = std::move(keepAlive);
+    m_playback->enableTimeSync = util::Settings::EnableTimeSync();
+    m_playback->device = std::make_unique<WaveOutDevice>();
+}
+
+CAudioControl::~CAudioControl() {
+    m_playback->running.store(false);
+    if (!m_thread.Stop()) m_playback->abandoned.store(true);
+    // The device goes with the last owner, which is the thread only if it was abandoned.
+}
+
+bool CAudioControl::OpenDevice() {
+    return !m_thread.Started() && OpenForStream(*m_playback->param.load(), *m_playback->device);
+}
+
+Result CAudioControl::StartAudioThread(CCtrlParam* param) {
+    if (!param) return kResultInvalidArgument;
+    if (m_thread.Started()) return kResultOk;
+    m_playback->param.store(param);
+    const bool started = m_thread.Start(THREAD_PRIORITY_HIGHEST, [playback = m_playback](util::StopToken&) {
+        NORIX_LOG("CAudioControl::DecodeAudio", 0, "CAudioControl::DecodeAudio() begins");
+        SystemClock clock;
+        AudioLoop(*playback, clock).Run();
+        NORIX_LOG("CAudioControl::DecodeAudio", 0, "CAudioControl::DecodeAudio() ends");
+    });
+    if (!started) return kResultFail;
+    NORIX_LOG("CAudioControl::StartAudioThread", 0,
+              "Create Audio thread (handle = 0x%08X, id = %d) with highest priority.",
+              static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(m_thread.Handle())),
+              static_cast<int>(m_thread.Id()));
+    return kResultOk;
+}
+
+}  // namespace norix

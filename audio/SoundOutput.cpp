@@ -1,0 +1,105 @@
+#include "audio/SoundOutput.h"
+
+#include <algorithm>
+
+#include "util/Log.h"
+#include "util/StopRule.h"
+
+namespace norix {
+namespace {
+
+constexpr std::uint32_t kDefaultSampleRate = 8000;
+constexpr std::uint32_t kBufferWaitMs = 100;
+constexpr std::uint32_t kReopenMs = 2000;
+// Beyond the time that a buffer takes to play, before a device that returns none is given up.
+constexpr std::uint32_t kStalledMs = 2000;
+// A stream whose first frame is tiny would otherwise be played in tiny pieces, five of which bridge nothing.
+constexpr std::size_t kLeastSamples = 256;
+
+}  // namespace
+
+bool OpenForStream(CCtrlParam& param, AudioDevice& device) noexcept {
+    if (param.audioSampleRate.Get() == 0) param.audioSampleRate.Set(kDefaultSampleRate);
+    return device.Open(param.audioSampleRate.Get());
+}
+
+SoundOutput::SoundOutput(AudioPlayback& playback, AudioClock& clock)
+    : m_playback(playback),
+      m_clock(clock),
+      m_rate(playback.param.load()->audioSampleRate.Get()),
+      m_lastTryMs(clock.NowMs()),
+      m_lost(!playback.device->IsOpen()) {}
+
+void SoundOutput::EnsureBuffers(std::size_t samples) {
+    if (!m_buffers) RenewBuffers(samples);
+}
+
+void SoundOutput::RenewBuffers(std::size_t samples) {
+    if (m_buffers) m_playback.device->Reset();
+    m_buffers = std::make_shared<OutputBuffers>(std::max(samples, kLeastSamples));
+    m_lastReturnMs = m_clock.NowMs();
+}
+
+void SoundOutput::Open() {
+    CCtrlParam& param = *m_playback.param.load();
+    m_rate = param.audioSampleRate.Get();
+    m_lost = !OpenForStream(param, *m_playback.device);
+    m_lastTryMs = m_clock.NowMs();
+    // The old device may have kept some buffers, or may give them back late: to the old ones.
+    if (!m_lost && m_buffers) RenewBuffers(m_buffers->Capacity());
+}
+
+void SoundOutput::Reopen() {
+    Open();
+    if (m_lost) {
+        NORIX_LOG("CAudioControl::OpenDevice", 0, "no sound device for %u Hz (error %u)", m_rate,
+                  m_playback.device->LastError());
+    }
+}
+
+bool SoundOutput::Ready() {
+    if (m_lost && m_clock.NowMs() - m_lastTryMs >= kReopenMs) {
+        Open();
+        if (!m_lost) NORIX_LOG("CAudioControl::DecodeAudio", 0, "the sound device is there again");
+    }
+    return !m_lost && !m_playback.abandoned.load();
+}
+
+std::uint32_t SoundOutput::PatienceMs() const {
+    const std::uint64_t playing = m_buffers->Capacity() * std::uint64_t{1000} / std::max(m_rate, 1u);
+    return kStalledMs + static_cast<std::uint32_t>(std::min<std::uint64_t>(playing, UINT32_MAX / 4));
+}
+
+OutputBuffer* SoundOutput::Take() {
+    OutputBuffer* const buffer = m_clock.AwaitBuffer(*m_buffers, kBufferWaitMs);
+    const std::uint32_t now = m_clock.NowMs();
+    if (buffer) {
+        m_lastReturnMs = now;
+    } else if (now - m_lastReturnMs > PatienceMs()) {
+        Lose();
+    }
+    return buffer;
+}
+
+bool SoundOutput::Write(OutputBuffer& buffer) {
+    if (m_playback.device->Write(m_buffers, buffer)) return !m_playback.abandoned.load();
+    GiveBack(buffer);
+    Lose();
+    return false;
+}
+
+void SoundOutput::Lose() {
+    NORIX_LOG("CAudioControl::DecodeAudio", 1,
+              "the sound device is gone (error %u), trying again every %u ms", m_playback.device->LastError(),
+              kReopenMs);
+    m_playback.device->Close();
+    m_lost = true;
+    m_lastTryMs = m_clock.NowMs();
+}
+
+void SoundOutput::Finish() {
+    for (int attempt = 0; attempt < util::kStopAttempts && !m_playback.device->Reset(); ++attempt)
+        m_clock.SleepMs(util::kStopWaitMs);
+}
+
+}  // namespace norix
