@@ -1,0 +1,130 @@
+#include "include/RTSP/DummySink.h"
+
+#include <cstring>
+#include <string_view>
+
+#include "media/CtrlParam.h"
+#include "util/Log.h"
+
+namespace norix {
+namespace {
+
+bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
+    const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; };
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        if (upper(a[i]) != upper(b[i])) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+DummySink* DummySink::createNew(UsageEnvironment& env, MediaSubsession& subsession,
+                                unsigned receiveBufferSize, CCtrlParam& param,
+                                EventLoopWatchVariable const& stop) {
+    return new DummySink(env, subsession, receiveBufferSize, param, stop);
+}
+
+DummySink::DummySink(UsageEnvironment& env, MediaSubsession& subsession, unsigned receiveBufferSize,
+                     CCtrlParam& param, EventLoopWatchVariable const& stop)
+    : MediaSink(env),
+      m_subsession(subsession),
+      m_param(param),
+      m_stop(stop),
+      m_kind(KindOf(subsession.codecName())),
+      m_bufferSize(receiveBufferSize),
+      m_buffer(std::make_unique_for_overwrite<std::uint8_t[]>(receiveBufferSize)),
+      m_assembler(m_kind == Kind::H264 ? receiveBufferSize : 0) {
+    if (m_kind == Kind::H264) PrependParameterSets();
+}
+
+DummySink::Kind DummySink::KindOf(char const* codecName) {
+    const std::string_view codec = codecName ? codecName : "";
+    if (codec == "H264") return Kind::H264;
+    if (codec == "MP4V-ES" || codec == "JPEG") return Kind::VideoFrames;
+    if (EqualsIgnoringCase(codec, "PCMU") || EqualsIgnoringCase(codec, "PCMA")) return Kind::G711;
+    if (EqualsIgnoringCase(codec, "MPEG4-GENERIC") || EqualsIgnoringCase(codec, "AAC")) return Kind::Aac;
+    return Kind::Other;
+}
+
+// The description's parameter sets go before the first slice.
+void DummySink::PrependParameterSets() {
+    unsigned count = 0;
+    const std::unique_ptr<SPropRecord[]> records(
+        parseSPropParameterSets(m_subsession.fmtp_spropparametersets(), count));
+    for (unsigned i = 0; i < count; ++i) {
+        if (records[i].sPropLength > 0) TakeNalUnit({records[i].sPropBytes, records[i].sPropLength}, 0);
+    }
+    m_assembler.RememberAsHeader();
+}
+
+Boolean DummySink::continuePlaying() {
+    if (!fSource) return False;
+    fSource->getNextFrame(m_buffer.get(), m_bufferSize, afterGettingFrame, this, onSourceClosure, this);
+    return True;
+}
+
+void DummySink::afterGettingFrame(void* clientData, unsigned frameSize, unsigned,
+                                  struct timeval presentationTime, unsigned) {
+    auto* const sink = static_cast<DummySink*>(clientData);
+    sink->afterGettingFrame(frameSize,
+                            PtsFromSeconds(sink->m_subsession.getNormalPlayTime(presentationTime)));
+}
+
+void DummySink::afterGettingFrame(unsigned frameSize, std::uint32_t pts) {
+    m_connected = 1;
+    ++m_frames;
+    m_bytes += frameSize;
+    const ByteView frame(m_buffer.get(), frameSize);
+    switch (m_kind) {
+        case Kind::H264:
+            TakeNalUnit(frame, pts);
+            break;
+        case Kind::VideoFrames:
+            InsertVideo(frame, pts, VopCodingType(frame));
+            break;
+        case Kind::Aac:
+            FillAacConfig();
+            [[fallthrough]];
+        case Kind::G711:
+            if (m_stop == 0) m_param.InsertFrameToAudioBuffer(frame.data(), frame.size(), pts);
+            break;
+        case Kind::Other:
+            break;
+    }
+    continuePlaying();
+}
+
+void DummySink::TakeNalUnit(ByteView nal, std::uint32_t pts) {
+    switch (m_assembler.Append(nal)) {
+        case AccessUnitAssembler::Outcome::KeyFrame:
+            InsertVideo(m_assembler.Unit(), pts, 0);
+            break;
+        case AccessUnitAssembler::Outcome::OtherFrame:
+            InsertVideo(m_assembler.Unit(), pts, 1);
+            break;
+        case AccessUnitAssembler::Outcome::Overflow:
+            NORIX_LOG(
+                "DummySink::afterGettingFrame", 0,
+                "DummySink::afterGettingFrame(pts=%u) drop NAL units beyond %u bytes, skip to key frame", pts,
+                m_bufferSize);
+            break;
+        case AccessUnitAssembler::Outcome::Waiting:
+        case AccessUnitAssembler::Outcome::Skipped:
+            break;
+    }
+}
+
+void DummySink::FillAacConfig() {
+    if (m_aacConfigFilled) return;
+    m_aacConfigFilled = true;
+    char const* const text = m_subsession.fmtp_config();
+    if (text && m_param.aacConfig.Get().empty()) m_param.aacConfig.Set(AacConfigFromText(text));
+}
+
+void DummySink::InsertVideo(ByteView frame, std::uint32_t pts, int frameType) {
+    if (m_stop == 0) m_param.InsertFrameToVideoBuffer(frame.data(), frame.size(), pts, frameType);
+}
+
+}  // namespace norix

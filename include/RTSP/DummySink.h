@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "liveMedia.hh"
+
+#include "include/RTSP/AccessUnitAssembler.h"
+
+namespace norix {
+
+class CCtrlParam;
+
+// Takes the frames of one subsession, gives them the form that decoders expect, and inserts them into the
+// pools of the parameter block. Everything on the session's thread. Ended with Medium::close; outlived by the
+// subsession, the parameter block and the stop flag. Makes its two buffers once and allocates nothing per
+// frame.
+class DummySink : public MediaSink {
+  public:
+    // No frame is inserted once `stop` is non-zero: the pools may belong to another connection then.
+    static DummySink* createNew(UsageEnvironment& env, MediaSubsession& subsession,
+                                unsigned receiveBufferSize, CCtrlParam& param,
+                                EventLoopWatchVariable const& stop);
+
+    // Whether a frame has come since setConnected(0).
+    int isConnected() const { return m_connected; }
+    void setConnected(int value) { m_connected = value; }
+
+    // Since the beginning.
+    std::uint64_t Frames() const { return m_frames; }
+    std::uint64_t Bytes() const { return m_bytes; }
+
+  protected:
+    DummySink(UsageEnvironment& env, MediaSubsession& subsession, unsigned receiveBufferSize,
+              CCtrlParam& param, EventLoopWatchVariable const& stop);
+    ~DummySink() override = default;
+
+  private:
+    enum class Kind { Other, H264, VideoFrames, G711, Aac };
+
+    static Kind KindOf(char const* codecName);
+    static void afterGettingFrame(void* clientData, unsigned frameSize, unsigned numTruncatedBytes,
+                                  struct timeval presentationTime, unsigned durationInMicroseconds);
+    void afterGettingFrame(unsigned frameSize, std::uint32_t pts);
+    Boolean continuePlaying() override;
+
+    void PrependParameterSets();
+    void TakeNalUnit(ByteView nal, std::uint32_t pts);
+    void FillAacConfig();
+    void InsertVideo(ByteView frame, std::uint32_t pts, int frameType);
+
+    MediaSubsession& m_subsession;
+    CCtrlParam& m_param;
+    EventLoopWatchVariable const& m_stop;
+    const Kind m_kind;
+    const unsigned m_bufferSize;
+    const std::unique_ptr<std::uint8_t[]> m_buffer;
+    AccessUnitAssembler m_assembler;  // H.264 only: without memory for others
+    int m_connected = 0;
+    bool m_aacConfigFilled = false;
+    std::uint64_t m_frames = 0;
+    std::uint64_t m_bytes = 0;
+};
+
+}  // namespace norix

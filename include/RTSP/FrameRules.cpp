@@ -1,0 +1,56 @@
+#include "include/RTSP/FrameRules.h"
+
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+
+namespace norix {
+namespace {
+
+int HexDigit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+}  // namespace
+
+int VopCodingType(ByteView frame) {
+    constexpr std::uint8_t kVopStartCode = 0xB6;  // behind 00 00 01 (ISO/IEC 14496-2, 6.2.1)
+    constexpr std::size_t kPrefix = 3;
+    constexpr unsigned kTypeShift = 6;
+    if (frame.size() <= kPrefix + 1) return 0;
+    // The last byte of the code is the rare one: whole JPEG pictures are searched in vain. A byte has to
+    // follow it.
+    const std::uint8_t* at = frame.data() + kPrefix;
+    const std::uint8_t* const last = frame.data() + frame.size() - 1;
+    while (at < last) {
+        at = static_cast<const std::uint8_t*>(
+            std::memchr(at, kVopStartCode, static_cast<std::size_t>(last - at)));
+        if (!at) return 0;
+        if (at[-1] == 1 && at[-2] == 0 && at[-3] == 0) return at[1] >> kTypeShift;
+        ++at;
+    }
+    return 0;
+}
+
+std::vector<std::uint8_t> AacConfigFromText(std::string_view text) {
+    std::vector<std::uint8_t> bytes(text.size());
+    for (std::size_t k = 0; 2 * k + 1 < text.size(); ++k) {
+        const int high = HexDigit(text[2 * k]);
+        const int low = HexDigit(text[2 * k + 1]);
+        if (high >= 0 && low >= 0) bytes[k] = static_cast<std::uint8_t>(high << 4 | low);
+    }
+    return bytes;
+}
+
+std::uint32_t PtsFromSeconds(double seconds) {
+    constexpr double kMilliseconds = 1000.0;
+    constexpr double kLimit = 9.0e15;  // what a double still counts one by one
+    const double milliseconds = seconds * kMilliseconds;
+    if (!(std::fabs(milliseconds) < kLimit)) return 0;
+    return static_cast<std::uint32_t>(static_cast<std::int64_t>(milliseconds));
+}
+
+}  // namespace norix

@@ -1,0 +1,409 @@
+#include "include/RTSP/RTSPSession.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <exception>
+#include <string_view>
+#include <utility>
+
+#include "liveMedia.hh"
+
+#include "BasicUsageEnvironment.hh"
+#include "GroupsockHelper.hh"
+#include "include/RTSP/DummySink.h"
+#include "include/RTSP/MediaSessionMulticastPush.h"
+#include "include/RTSP/RTSPClientCustom.h"
+#include "media/CtrlParam.h"
+#include "media/MediaPlayers.h"
+#include "util/Log.h"
+#include "util/Redact.h"
+
+namespace norix {
+namespace {
+
+constexpr unsigned kSchedulerGranularity = 10'000;  // microseconds
+constexpr unsigned kReorderingThreshold = 50'000;   // microseconds
+constexpr unsigned kReceiveBuffer = 2'048'000;      // bytes, the system's and the sink's
+constexpr int kUnauthorized = 401;
+constexpr char kApplicationName[] = "Norix Media Agent";
+
+struct CloseMedium {
+    void operator()(Medium* medium) const { Medium::close(medium); }
+};
+struct ReclaimEnvironment {
+    void operator()(UsageEnvironment* env) const { env->reclaim(); }
+};
+
+RTSPClientCustom& Custom(RTSPClient* client) {
+    return *static_cast<RTSPClientCustom*>(client);
+}
+
+// Takes over what a handler has been given.
+std::string TakeText(char* resultString) {
+    const std::unique_ptr<char[]> owned(resultString);
+    return resultString ? resultString : "";
+}
+
+bool IsMedium(const MediaSubsession& subsession, std::string_view medium) {
+    return medium == subsession.mediumName();
+}
+
+}  // namespace
+
+RTSPSession::RTSPSession(SessionSettings settings, std::shared_ptr<CCtrlParam> param,
+                         std::shared_ptr<MediaPlayers> players)
+    : m_settings(std::move(settings)), m_param(std::move(param)), m_players(std::move(players)) {}
+
+void RTSPSession::RequestStop() noexcept {
+    m_silenced = true;
+    m_stop = 1;
+}
+
+void RTSPSession::Report(int code, unsigned value) {
+    if (m_settings.callback && !m_silenced) m_settings.callback(code, value, m_settings.userData);
+}
+
+void RTSPSession::ReportStatus(ConnectStatus status) {
+    Report(kCallbackStatus, static_cast<unsigned>(status));
+}
+
+void RTSPSession::ReportStatusAndStop(ConnectStatus status) {
+    m_stop = 1;
+    ReportStatus(status);
+}
+
+int RTSPSession::RTSPStart() noexcept {
+    try {
+        const std::unique_ptr<TaskScheduler> scheduler(BasicTaskScheduler::createNew(kSchedulerGranularity));
+        if (!scheduler) return 0;
+        const std::unique_ptr<UsageEnvironment, ReclaimEnvironment> env(
+            BasicUsageEnvironment::createNew(*scheduler));
+        if (!env) return 0;
+        const auto tunnelPort = static_cast<portNumBits>(
+            m_settings.protocol == ConnectProtocol::Http ? m_settings.tunnelOverHttpPort : 0);
+        NORIX_LOG("RTSPCoumm::RTSPStart", 0, "RTSPCoumm::RTSPStart() StreamUri = %s, TunnelOverHTTPPort = %d",
+                  util::RedactSecrets(m_settings.streamUri).c_str(), static_cast<int>(tunnelPort));
+        const std::unique_ptr<RTSPClientCustom, CloseMedium> client(RTSPClientCustom::createNew(
+            *this, *env, m_settings.streamUri.c_str(), 0, kApplicationName, tunnelPort));
+        if (!client) return 0;
+        RunLoop(*env, *client);
+        return 1;
+    } catch (const std::exception& error) {
+        NORIX_LOG("RTSPCoumm::RTSPStart", 1, "RTSPCoumm::RTSPStart() ended by an exception: %s",
+                  error.what());
+    } catch (...) {
+        NORIX_LOG("RTSPCoumm::RTSPStart", 1, "RTSPCoumm::RTSPStart() ended by an exception");
+    }
+    ReportStatusAndStop(ConnectStatus::ConnectFail);
+    return 1;
+}
+
+void RTSPSession::RunLoop(UsageEnvironment& env, RTSPClientCustom& client) {
+    // Its sinks have to be gone before the client goes, whichever way this ends.
+    struct Shutdown {
+        RTSPClientCustom& client;
+        ~Shutdown() {
+            shutdownStream(client);
+            closeSinks(client);
+        }
+    } const shutdown{client};
+    Authenticator authenticator(m_settings.userName.c_str(), m_settings.password.c_str(), False);
+    m_authenticator = &authenticator;
+    ReceivingInterfaceAddr = 0;
+    if (IsPush()) {
+        continueAfterDESCRIBE(&client, 0, nullptr);
+    } else {
+        client.startConnectCheck();
+        client.sendOptionsCommand(continueAfterOPTIONS, m_authenticator);
+    }
+    env.taskScheduler().doEventLoop(&m_stop);
+    m_authenticator = nullptr;
+}
+
+void RTSPSession::shutdownStream(RTSPClientCustom& client) noexcept try {
+    if (!client.state.session) return;
+    MediaSubsessionIterator subsessions(*client.state.session);
+    bool any = false;
+    while (MediaSubsession* const subsession = subsessions.next()) {
+        if (!subsession->sink) continue;
+        any = true;
+        subsession->sink->stopPlaying();
+        if (subsession->rtcpInstance()) subsession->rtcpInstance()->setByeHandler(nullptr, nullptr);
+    }
+    // Nobody waits for the reply.
+    if (any && !client.owner().IsPush()) client.sendTeardownCommand(*client.state.session, nullptr);
+} catch (const std::exception& error) {
+    NORIX_LOG("RTSPCoumm::RTSPStart", 1, "RTSPCoumm::RTSPStart() failed to tear down: %s", error.what());
+}
+
+void RTSPSession::closeSinks(RTSPClientCustom& client) noexcept {
+    if (!client.state.session) return;
+    MediaSubsessionIterator subsessions(*client.state.session);
+    while (MediaSubsession* const subsession = subsessions.next()) {
+        Medium::close(subsession->sink);
+        subsession->sink = nullptr;
+    }
+}
+
+void RTSPSession::continueAfterOPTIONS(RTSPClient* client, int resultCode, char* resultString) {
+    Custom(client).owner().afterOPTIONS(Custom(client), resultCode, TakeText(resultString));
+}
+void RTSPSession::continueAfterDESCRIBE(RTSPClient* client, int resultCode, char* resultString) {
+    Custom(client).owner().afterDESCRIBE(Custom(client), resultCode, TakeText(resultString));
+}
+void RTSPSession::continueAfterSETUP(RTSPClient* client, int resultCode, char* resultString) {
+    Custom(client).owner().afterSETUP(Custom(client), resultCode, TakeText(resultString));
+}
+void RTSPSession::continueAfterPLAY(RTSPClient* client, int resultCode, char* resultString) {
+    Custom(client).owner().afterPLAY(Custom(client), resultCode, TakeText(resultString));
+}
+void RTSPSession::setupNextSubsession(RTSPClient* client) {
+    Custom(client).owner().setupNext(Custom(client));
+}
+
+void RTSPSession::afterOPTIONS(RTSPClientCustom& client, int resultCode, const std::string& result) {
+    if (resultCode != 0) {
+        // The connection check reports it.
+        NORIX_LOG("RTSPCoumm::continueAfterOPTIONS", 0,
+                  "RTSPCoumm::continueAfterOPTIONS() Failed to get RTSP options: %s",
+                  util::RedactSecrets(result).c_str());
+        return;
+    }
+    client.optionsReply = result;
+    client.sendDescribeCommand(continueAfterDESCRIBE, m_authenticator);
+}
+
+void RTSPSession::afterDESCRIBE(RTSPClientCustom& client, int resultCode, const std::string& result) {
+    if (resultCode != 0) {
+        NORIX_LOG("RTSPCoumm::continueAfterDESCRIBE", 0,
+                  "RTSPCoumm::continueAfterDESCRIBE() Failed to get a SDP description: %s",
+                  util::RedactSecrets(result).c_str());
+        ReportStatusAndStop(resultCode == kUnauthorized ? ConnectStatus::UserAuthenticationFail
+                                                        : ConnectStatus::ConnectFail);
+        return;
+    }
+    NORIX_LOG("RTSPCoumm::continueAfterDESCRIBE", 0,
+              "RTSPCoumm::continueAfterDESCRIBE() Got a SDP description:\n\n%s",
+              util::RedactSecrets(result).c_str());
+    StreamClientState& state = client.state;
+    UsageEnvironment& env = client.envir();
+    if (IsPush()) {
+        state.session = MediaSessionMulticastPush::createNew(env, *m_param);
+    } else {
+        state.session = MediaSession::createNew(env, result.c_str());
+    }
+    if (!state.session) {
+        NORIX_LOG("RTSPCoumm::continueAfterDESCRIBE", 0,
+                  "RTSPCoumm::continueAfterDESCRIBE() Failed to create a MediaSession object from the SDP "
+                  "description: %s",
+                  util::RedactSecrets(env.getResultMsg()).c_str());
+        ReportStatusAndStop(ConnectStatus::ConnectFail);
+        return;
+    }
+    if (!state.session->hasSubsessions()) {
+        NORIX_LOG("RTSPCoumm::continueAfterDESCRIBE", 0,
+                  "RTSPCoumm::continueAfterDESCRIBE() This session has no media subsessions (i.e., no "
+                  "\"m=\" lines)");
+        ReportStatusAndStop(ConnectStatus::ConnectFail);
+        return;
+    }
+    chooseReceivingInterface(client);
+    state.iterator = std::make_unique<MediaSubsessionIterator>(*state.session);
+    setupNext(client);
+}
+
+void RTSPSession::chooseReceivingInterface(RTSPClientCustom& client) const {
+    if (IsPush()) {
+        const std::string text = m_param->multicast.Get().interfaceAddress;
+        const auto address = ::inet_addr(text.c_str());
+        ReceivingInterfaceAddr = address != INADDR_NONE ? address : 0;
+    } else if (m_settings.protocol == ConnectProtocol::Multicast) {
+        sockaddr_in local{};
+        socklen_t length = sizeof local;
+        if (::getsockname(client.socketNum(), reinterpret_cast<sockaddr*>(&local), &length) == 0)
+            ReceivingInterfaceAddr = local.sin_addr.s_addr;
+    }
+}
+
+bool RTSPSession::isWanted(const MediaSubsession& subsession) const {
+    switch (m_param->mediaType.Get()) {
+        case MediaType::Audio:
+            return !IsMedium(subsession, "video");
+        case MediaType::Video:
+            return !IsMedium(subsession, "audio");
+        default:
+            return true;
+    }
+}
+
+void RTSPSession::setupNext(RTSPClientCustom& client) {
+    StreamClientState& state = client.state;
+    while ((state.subsession = state.iterator->next()) != nullptr) {
+        MediaSubsession& subsession = *state.subsession;
+        if (!isWanted(subsession) || !initiate(subsession)) continue;
+        if (IsPush()) {
+            continueAfterSETUP(&client, 0, nullptr);  // comes back to here for the next one
+        } else {
+            const bool overTcp =
+                m_settings.protocol == ConnectProtocol::Tcp || m_settings.protocol == ConnectProtocol::Http;
+            client.sendSetupCommand(subsession, continueAfterSETUP, False, overTcp,
+                                    m_settings.protocol == ConnectProtocol::Multicast);
+        }
+        return;
+    }
+    play(client);
+}
+
+bool RTSPSession::initiate(MediaSubsession& subsession) {
+    if (!subsession.initiate(-1)) {
+        NORIX_LOG("RTSPCoumm::setupNextSubsession", 0,
+                  "RTSPCoumm::setupNextSubsession() Failed to initiate the \"%s/%s\" subssesion: %s",
+                  subsession.mediumName(), subsession.codecName(),
+                  subsession.parentSession().envir().getResultMsg());
+        return false;
+    }
+    NORIX_LOG("RTSPCoumm::setupNextSubsession", 0,
+              "RTSPCoumm::setupNextSubsession() Initiated the \"%s/%s\" subsession (client ports %d-%d)",
+              subsession.mediumName(), subsession.codecName(), subsession.clientPortNum(),
+              subsession.clientPortNum() + 1);
+    if (RTPSource* const source = subsession.rtpSource()) {
+        source->setPacketReorderingThresholdTime(kReorderingThreshold);
+        UsageEnvironment& env = subsession.parentSession().envir();
+        const int socket = source->RTPgs()->socketNum();
+        if (getReceiveBufferSize(env, socket) < kReceiveBuffer)
+            setReceiveBufferTo(env, socket, kReceiveBuffer);
+    }
+    return true;
+}
+
+void RTSPSession::play(RTSPClientCustom& client) {
+    if (m_players && m_stop == 0) m_players->Start();
+    if (IsPush()) {
+        continueAfterPLAY(&client, 0, nullptr);
+        return;
+    }
+    MediaSession& session = *client.state.session;
+    if (char const* const start = session.absStartTime()) {
+        client.sendPlayCommand(session, continueAfterPLAY, start, session.absEndTime(), 1.0f,
+                               m_authenticator);
+    } else {
+        client.state.duration = session.playEndTime() - session.playStartTime();
+        client.sendPlayCommand(session, continueAfterPLAY, 0.0, -1.0, 1.0f, m_authenticator);
+    }
+}
+
+void RTSPSession::afterSETUP(RTSPClientCustom& client, int resultCode, const std::string& result) {
+    MediaSubsession& subsession = *client.state.subsession;
+    if (resultCode != 0) {
+        NORIX_LOG("RTSPCoumm::continueAfterSETUP", 0,
+                  "RTSPCoumm::continueAfterSETUP() Failed to set up the \"%s/%s\" subssesion: %s",
+                  subsession.mediumName(), subsession.codecName(), util::RedactSecrets(result).c_str());
+    } else {
+        NORIX_LOG("RTSPCoumm::continueAfterSETUP", 0,
+                  "RTSPCoumm::continueAfterSETUP() Set up the \"%s/%s\" subsession (client ports %d-%d)",
+                  subsession.mediumName(), subsession.codecName(), subsession.clientPortNum(),
+                  subsession.clientPortNum() + 1);
+        recordFormat(subsession);
+        startSink(client, subsession);
+    }
+    setupNext(client);
+}
+
+void RTSPSession::recordFormat(const MediaSubsession& subsession) {
+    const std::string_view codec = subsession.codecName();
+    const auto is = [codec](std::string_view name) { return name.starts_with(codec); };
+    if (is("H264")) {
+        m_param->videoCodec.Set(VideoCodec::H264);
+    } else if (is("MP4V-ES")) {
+        m_param->videoCodec.Set(VideoCodec::Mpeg4);
+    } else if (is("JPEG")) {
+        m_param->videoCodec.Set(VideoCodec::Mjpeg);
+    } else if (is("MPEG4-GENERIC")) {
+        m_param->audioCodec.Set(AudioCodec::Aac);
+    } else if (is("PCMU") || is("PCMA")) {
+        m_param->audioCodec.Set(AudioCodec::Pcmu);
+    }
+    if (IsMedium(subsession, "audio")) m_param->audioSampleRate.Set(subsession.rtpTimestampFrequency());
+    m_param->streamForm.Set(StreamForm::Bare);
+}
+
+void RTSPSession::startSink(RTSPClientCustom& client, MediaSubsession& subsession) {
+    DummySink* const sink =
+        DummySink::createNew(client.envir(), subsession, kReceiveBuffer, *m_param, m_stop);
+    subsession.sink = sink;
+    if (!sink) {
+        NORIX_LOG("RTSPCoumm::continueAfterSETUP", 0,
+                  "RTSPCoumm::continueAfterSETUP() Failed to create a data sink for the \"%s/%s\" "
+                  "subssesion: %s",
+                  subsession.mediumName(), subsession.codecName(), client.envir().getResultMsg());
+        return;
+    }
+    NORIX_LOG("RTSPCoumm::continueAfterSETUP", 0,
+              "RTSPCoumm::continueAfterSETUP() Created a data sink for the \"%s/%s\" subsession",
+              subsession.mediumName(), subsession.codecName());
+    subsession.miscPtr = static_cast<RTSPClient*>(&client);
+    sink->startPlaying(*subsession.readSource(), subsessionAfterPlaying, &subsession);
+    if (subsession.rtcpInstance())
+        subsession.rtcpInstance()->setByeHandler(subsessionByeHandler, &subsession);
+}
+
+void RTSPSession::afterPLAY(RTSPClientCustom& client, int resultCode, const std::string& result) {
+    if (resultCode != 0) {
+        NORIX_LOG("RTSPCoumm::continueAfterPLAY", 0,
+                  "RTSPCoumm::continueAfterPLAY() Failed to start playing session: %s",
+                  util::RedactSecrets(result).c_str());
+        ReportStatusAndStop(ConnectStatus::ConnectFail);
+        return;
+    }
+    NORIX_LOG("RTSPCoumm::continueAfterPLAY", 0, "RTSPCoumm::continueAfterPLAY() Started playing session");
+    StreamClientState& state = client.state;
+    if (state.duration > 0) {
+        constexpr double kMicroseconds = 1e6;
+        constexpr double kLongest = 1e9;  // seconds: for ever, and whatever a server states fits
+        state.duration = std::min(state.duration, kLongest) +
+                         static_cast<double>(m_settings.periods.durationMargin) / kMicroseconds;
+        state.streamTimerTask = client.envir().taskScheduler().scheduleDelayedTask(
+            std::llround(state.duration * kMicroseconds), sessionAfterPlaying,
+            static_cast<RTSPClient*>(&client));
+        NORIX_LOG("RTSPCoumm::continueAfterPLAY", 0,
+                  "RTSPCoumm::continueAfterPLAY() Playing session for up to %d seconds.",
+                  static_cast<int>(state.duration));
+    }
+    client.stopConnectCheck();
+    if (!IsPush()) client.startDisconnectCheck();
+    client.startKeepAlive();
+    NORIX_LOG("RTSPCoumm::setupNextSubsession", 0,
+              "RTSPCoumm::setupNextSubsession() SetConnectStatus(eConnected)");
+    ReportStatus(ConnectStatus::Connected);
+    if (IsPush()) Report(kCallbackForceKeyFrame, 0);
+    OnPlaying(client);
+}
+
+void RTSPSession::subsessionAfterPlaying(void* clientData) {
+    auto* const ended = static_cast<MediaSubsession*>(clientData);
+    RTSPClientCustom& client = Custom(static_cast<RTSPClient*>(ended->miscPtr));
+    Medium::close(ended->sink);
+    ended->sink = nullptr;
+    MediaSubsessionIterator subsessions(ended->parentSession());
+    while (MediaSubsession* const subsession = subsessions.next()) {
+        if (subsession->sink) return;
+    }
+    client.owner().ReportStatusAndStop(ConnectStatus::ConnectFail);
+}
+
+void RTSPSession::subsessionByeHandler(void* clientData) {
+    auto* const subsession = static_cast<MediaSubsession*>(clientData);
+    NORIX_LOG("RTSPCoumm::subsessionByeHandler", 0,
+              "RTSPCoumm::subsessionByeHandler() Received RTCP \"BYE\" on \"%s/%s\".",
+              subsession->mediumName(), subsession->codecName());
+    Custom(static_cast<RTSPClient*>(subsession->miscPtr)).owner().ReportStatus(ConnectStatus::ConnectFail);
+}
+
+void RTSPSession::sessionAfterPlaying(void* clientData) {
+    RTSPClientCustom& client = Custom(static_cast<RTSPClient*>(clientData));
+    client.state.streamTimerTask = nullptr;
+    client.owner().ReportStatusAndStop(ConnectStatus::ConnectFail);
+}
+
+}  // namespace norix

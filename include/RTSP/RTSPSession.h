@@ -1,0 +1,107 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+#include "UsageEnvironment.hh"
+
+#include "include/RTSP/ConnectionTypes.h"
+#include "include/RTSP/SessionPeriods.h"
+
+class Authenticator;
+class MediaSubsession;
+class RTSPClient;
+
+namespace norix {
+
+class CCtrlParam;
+class MediaPlayers;
+class RTSPClientCustom;
+
+struct SessionSettings {
+    ConnectProtocol protocol = ConnectProtocol::None;
+    std::string streamUri;
+    std::string userName;
+    std::string password;
+    unsigned tunnelOverHttpPort = 0;  // of ConnectProtocol::Http
+    RTSPStatusCallback* callback = nullptr;
+    void* userData = nullptr;
+    SessionPeriods periods;
+};
+
+// One session from the first request to TEARDOWN: what RTSPCoumm's thread does. Shared by that thread and
+// whoever stops it, so that a thread which had to be left alone touches nothing that is gone.
+//
+// RTSPStart and all handlers belong to one thread; RequestStop may be called by any.
+class RTSPSession {
+  public:
+    RTSPSession(SessionSettings settings, std::shared_ptr<CCtrlParam> param,
+                std::shared_ptr<MediaPlayers> players);
+    virtual ~RTSPSession() = default;
+    RTSPSession(const RTSPSession&) = delete;
+    RTSPSession& operator=(const RTSPSession&) = delete;
+
+    // Runs the session until it is stopped or ends: 1, or 0 when there could be no client. Failures are
+    // reported through the callback; nothing is thrown.
+    int RTSPStart() noexcept;
+
+    // Makes RTSPStart return soon. From now on nothing is reported and no frame is inserted.
+    void RequestStop() noexcept;
+
+    const SessionPeriods& Periods() const { return m_settings.periods; }
+    ConnectProtocol Protocol() const { return m_settings.protocol; }
+
+    void ReportStatus(ConnectStatus status);
+    // The event loop ends after it.
+    void ReportStatusAndStop(ConnectStatus status);
+
+    // Handlers of the client's requests. They free `resultString`.
+    static void continueAfterOPTIONS(RTSPClient* client, int resultCode, char* resultString);
+    static void continueAfterDESCRIBE(RTSPClient* client, int resultCode, char* resultString);
+    static void continueAfterSETUP(RTSPClient* client, int resultCode, char* resultString);
+    static void continueAfterPLAY(RTSPClient* client, int resultCode, char* resultString);
+    // Sets up the subsessions that are left, or plays.
+    static void setupNextSubsession(RTSPClient* client);
+    // A source has ended; `clientData` is the subsession.
+    static void subsessionAfterPlaying(void* clientData);
+    static void subsessionByeHandler(void* clientData);
+    // The session's time is over; `clientData` is the client.
+    static void sessionAfterPlaying(void* clientData);
+
+  protected:
+    // For tools, which look at what is received from inside the event loop.
+    virtual void OnPlaying(RTSPClientCustom&) {}
+
+  private:
+    void RunLoop(UsageEnvironment& env, RTSPClientCustom& client);
+    void afterOPTIONS(RTSPClientCustom& client, int resultCode, const std::string& result);
+    void afterDESCRIBE(RTSPClientCustom& client, int resultCode, const std::string& result);
+    void afterSETUP(RTSPClientCustom& client, int resultCode, const std::string& result);
+    void afterPLAY(RTSPClientCustom& client, int resultCode, const std::string& result);
+    void setupNext(RTSPClientCustom& client);
+    bool initiate(MediaSubsession& subsession);
+    bool isWanted(const MediaSubsession& subsession) const;
+    void play(RTSPClientCustom& client);
+    void chooseReceivingInterface(RTSPClientCustom& client) const;
+    void recordFormat(const MediaSubsession& subsession);
+    void startSink(RTSPClientCustom& client, MediaSubsession& subsession);
+    static void shutdownStream(RTSPClientCustom& client) noexcept;
+    static void closeSinks(RTSPClientCustom& client) noexcept;
+    void Report(int code, unsigned value);
+    bool IsPush() const { return m_settings.protocol == ConnectProtocol::MulticastPush; }
+
+    // constant after construction
+    const SessionSettings m_settings;
+    const std::shared_ptr<CCtrlParam> m_param;
+    const std::shared_ptr<MediaPlayers> m_players;
+
+    // written by any thread
+    EventLoopWatchVariable m_stop{0};
+    std::atomic<bool> m_silenced{false};  // RequestStop has been called
+
+    // RTSPStart's thread only
+    Authenticator* m_authenticator = nullptr;  // RTSPStart's
+};
+
+}  // namespace norix

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstdint>
+
+namespace norix {
+
+// By what a session is watched and kept alive; microseconds. Tests shorten them.
+struct SessionPeriods {
+    std::int64_t connectCheck = 5'000'000;     // PLAY has to have succeeded
+    std::int64_t disconnectCheck = 5'000'000;  // each medium has to have delivered something
+    std::int64_t keepAlive = 5'000'000;        // until the server states its session's time-out
+    std::int64_t durationMargin = 2'000'000;   // added to a session that states its length
+};
+
+}  // namespace norix
