@@ -19,6 +19,8 @@ packages=(
     # A server that isn't ours, to receive from
     python3-gi gir1.2-gst-rtsp-server-1.0 gir1.2-gst-plugins-base-1.0
     gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
+    # Sound, and ears for it
+    pulseaudio pulseaudio-utils
     # A screen, and hands and eyes for it
     xvfb xauth x11-utils x11-apps xdotool imagemagick procps
 )
