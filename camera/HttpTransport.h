@@ -25,11 +25,12 @@ struct HttpReply {
     unsigned status = 0;    // 200...
     std::string headers;    // lines with CR LF, the status line first
     std::string body;
+    bool stalled = false;  // the body did not come to its end in time; it is empty then
 };
 
 // How requests reach a camera. Send blocks until the reply is there, at most 1000 ms in each phase (connect,
-// send, receive); the calling thread may be any, one request at a time per object. Never throws but
-// bad_alloc.
+// send, each wait for more of the reply) and 5000 ms in all; the calling thread may be any, one request at a
+// time per object. Never throws but bad_alloc.
 class HttpTransport {
   public:
     virtual ~HttpTransport() = default;

@@ -1,0 +1,206 @@
+#include "camera/CameraCommands.h"
+
+#include "camera/Charset.h"
+#include "util/Log.h"
+#include "util/Redact.h"
+
+namespace norix {
+namespace {
+
+constexpr std::string_view kGetParam = "/kest-cgi/getParam.cgi?";
+constexpr std::string_view kSetParam = "/kest-cgi/setParam.cgi?";
+constexpr std::string_view kSystemInfo = "/kest-cgi/systeminfo.cgi?";
+constexpr std::int32_t kHighestPort = 65535;
+constexpr unsigned kUnauthorized = 401;
+constexpr std::int32_t kCaptionShown = 1;  // bit of captionInfo
+
+bool IsPort(std::int32_t value) {
+    return value >= 1 && value <= kHighestPort;
+}
+
+std::string_view UpToZero(std::string_view text) {
+    return text.substr(0, text.find('\0'));
+}
+
+std::string Narrow(std::wstring_view text) {
+    return WideToBytes(text, kCodePageAscii);
+}
+
+}  // namespace
+
+void CameraCommands::Forget() {
+    m_charset.clear();
+    m_system = {};
+    m_rtspPort = kDefaultRtspPort;
+    m_codecs.reset();
+    m_video = {};
+    m_motion = {};
+    m_model.clear();
+}
+
+CameraCommands::Reply CameraCommands::Request(std::string_view sendType, std::string_view host,
+                                              std::string_view url, bool wanted) {
+    const std::int32_t port = access.https ? access.httpsPort : access.httpPort;
+    if (util::LogEnabled()) {
+        // As one text, since a secret may reach across its parts.
+        const std::string address = std::string(access.https ? "https" : "http") + "://" + std::string(host) +
+                                    ":" + std::to_string(port) + std::string(url);
+        NORIX_LOG("CNorixSDKCtrl::HttpCommand", 0, "CNorixSDKCtrl::HttpCommand(%s, %s)",
+                  std::string(sendType).c_str(), util::RedactSecrets(address).c_str());
+    }
+    if (host.empty()) return {};
+
+    HttpRequest request;
+    if (sendType == "GET") {
+        request.path = url;
+    } else if (sendType == "POST") {
+        const std::size_t question = url.find('?');
+        const std::size_t body = question == std::string_view::npos ? 0 : question + 1;
+        request.path = url.substr(0, body);
+        request.body = url.substr(body);
+        request.headers = "Content-Type: application/x-www-form-urlencoded\r\n";
+    } else {
+        return {};
+    }
+    if (!IsPort(port)) return {std::string(kErrorReply), true};
+    request.verb = sendType;
+    request.secure = access.https;
+    request.host = host;
+    request.port = static_cast<std::uint16_t>(port);
+    request.user = access.username;
+    request.password = access.password;
+
+    const HttpReply reply = m_transport.Send(request);
+    m_unauthorized = reply.answered && reply.status == kUnauthorized;
+    if (!reply.answered) return {std::string(kErrorReply), true};
+    m_reached = true;
+    if (auto charset = FindCharset(reply.headers)) m_charset = std::move(*charset);
+    if (!wanted) return {};
+    const std::string_view body = std::string_view(reply.body).substr(0, request.maxReply);
+    return {std::string(UpToZero(body)), reply.stalled};
+}
+
+std::string CameraCommands::HttpCommandBytes(std::string_view sendType, std::string_view host,
+                                             std::string_view url, bool returnReply) {
+    return Request(sendType, host, url, returnReply).text;
+}
+
+std::wstring CameraCommands::HttpCommand(std::string_view sendType, std::string_view host,
+                                         std::string_view url, bool returnReply) {
+    return ToWide(HttpCommandBytes(sendType, host, url, returnReply));
+}
+
+std::wstring CameraCommands::ToWide(std::string_view reply) const {
+    const bool byCharset = !access.ignoreCaption && (access.captionInfo & kCaptionShown) != 0;
+    return BytesToWide(reply, byCharset ? CodePageOf(m_charset) : kCodePageSystem);
+}
+
+// A request of our own: what the camera calls an error has failed as well.
+CameraCommands::Reply CameraCommands::Ask(std::string_view sendType, const std::string& url) {
+    Reply reply = Request(sendType, access.serverIP, url, true);
+    reply.failed = reply.failed || reply.text.starts_with(kErrorReply);
+    return reply;
+}
+
+Result CameraCommands::Exchange(std::string_view path, std::span<const CgiParam> table) {
+    std::string url(path);
+    AppendQuery(url, table);
+    const Reply reply = Ask("POST", url);
+    if (reply.failed) return kResultFail;
+    ParseCGIParams(reply.text, table.data(), table.size());
+    return kResultOk;
+}
+
+Result CameraCommands::GetParams(std::span<const CgiParam> table) {
+    return Exchange(kGetParam, table);
+}
+
+Result CameraCommands::SetParams(std::span<const CgiParam> table) {
+    return Exchange(kSetParam, table);
+}
+
+Result CameraCommands::RequestSystemInformation() {
+    return Exchange(kSystemInfo, SystemInformationTable(m_system));
+}
+
+Result CameraCommands::RequestPorts() {
+    CameraPorts reported{m_rtspPort, access.httpPort, access.httpsPort};
+    const Result result = GetParams(PortTable(reported));
+    if (result == kResultOk) TakePorts(reported);
+    return result;
+}
+
+void CameraCommands::TakePorts(const CameraPorts& reported) {
+    if (IsPort(reported.rtsp)) m_rtspPort = reported.rtsp;
+    if (IsPort(reported.http)) access.httpPort = reported.http;
+    if (!IsPort(reported.https)) return;
+    access.httpsPort = reported.https;
+    if (reported.http == 0) access.https = true;  // the camera has switched plain HTTP off
+}
+
+Result CameraCommands::RequestCodecList(StreamSelection& selection) {
+    const Reply reply = Ask("GET", std::string(kGetParam) + "video_codectype");
+    if (reply.failed) return kResultFail;
+    m_codecs = ParseCodecList(SingleValue(reply.text));
+    if (m_codecs) selection = SelectStream(*m_codecs, selection);
+    return kResultOk;
+}
+
+KeyRules CameraCommands::Rules(const StreamSelection& selection) const {
+    KeyRules rules;
+    rules.perVideoSource = m_system.onvifSupport != 0;
+    rules.codecListKnown = m_codecs.has_value();
+    rules.severalChannels = m_codecs ? m_codecs->channels.size() > 1 : m_system.cameraNumber > 1;
+    rules.selection = selection;
+    return rules;
+}
+
+Result CameraCommands::RequestVideoSettings(const StreamSelection& selection) {
+    std::wstring codepage = BytesToWide(m_charset, kCodePageAscii);
+    const std::vector<CgiParamW> table = VideoSettingsTable(Rules(selection), m_video, codepage);
+    std::string url(kGetParam);
+    AppendQuery(url, table, CodePageOf(m_charset));
+    const Reply reply = Ask("POST", url);
+    if (reply.failed) return kResultFail;
+    const std::wstring text = ToWide(reply.text);
+    codepage = BytesToWide(m_charset, kCodePageAscii);  // the reply's own, unless it names another
+    ParseCGIParamsW(text, table.data(), table.size());
+    m_charset = Narrow(codepage);
+    return kResultOk;
+}
+
+Result CameraCommands::RequestMotionSettings(const StreamSelection& selection) {
+    return GetParams(MotionTable(Rules(selection), m_motion));
+}
+
+Result CameraCommands::SaveMotionSettings(const StreamSelection& selection) {
+    return SetParams(MotionTable(Rules(selection), m_motion));
+}
+
+CameraCommands::Outcome CameraCommands::RequestCameraInformation(StreamSelection& selection) {
+    m_reached = false;
+    m_unauthorized = false;
+    Result result = RequestSystemInformation();
+    if (result == kResultOk) result = RequestPorts();
+    if (result == kResultOk) result = RequestCodecList(selection);
+    if (result == kResultOk) result = RequestVideoSettings(selection);
+    if (result == kResultOk) result = RequestMotionSettings(selection);
+    return {result, m_reached, m_unauthorized};
+}
+
+std::wstring CameraCommands::ServerModelType() {
+    if (m_model.empty()) {
+        const Reply reply = Ask("GET", std::string(kGetParam) + "system_modelname");
+        if (!reply.failed && SingleValue(reply.text) != kMissingValue) m_model = SingleValue(reply.text);
+    }
+    return ToWide(m_model);
+}
+
+Result CameraCommands::RequestIFrame(std::int32_t channel, std::int32_t stream) {
+    Request("GET", access.serverIP,
+            "/kest-cgi/forcei.cgi?channel=" + std::to_string(channel) + "&stream=" + std::to_string(stream),
+            false);
+    return kResultOk;
+}
+
+}  // namespace norix

@@ -1,0 +1,129 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "camera/CameraRecords.h"
+#include "camera/CgiParams.h"
+#include "camera/CodecList.h"
+#include "camera/CommandTables.h"
+#include "camera/HttpTransport.h"
+#include "media/MediaTypes.h"
+
+namespace norix {
+
+inline constexpr std::int32_t kDefaultRtspPort = 554;
+
+/// How the camera's web server is reached, and how its texts are read: the control's properties of these
+/// names. Ports are taken as 16 bits; others can't be reached.
+struct CameraAccess {
+    std::string serverIP;
+    std::int32_t httpPort = 80;
+    bool https = false;
+    std::int32_t httpsPort = 443;
+    std::string username;  // UTF-8
+    std::string password;
+    bool ignoreCaption = false;
+    std::int32_t captionInfo = 255;
+};
+
+/// The control's conversation with its camera's web server: commands, parameters, and what the camera said of
+/// itself. docs/camera-interface.md describes both sides.
+///
+/// Owned by the control. Used by the window thread only: every request blocks until the reply is there, or
+/// 5000 ms are over (an unreachable camera: 1000 ms). Nobody is called back meanwhile. Requests answer
+/// kResultOk, or kResultFail when the camera did not answer in time or said "Error"; what was known before is
+/// kept then. Nothing throws but std::bad_alloc.
+class CameraCommands {
+  public:
+    /// The transport outlives this object.
+    explicit CameraCommands(HttpTransport& transport) : m_transport(transport) {}
+    CameraCommands(const CameraCommands&) = delete;
+    CameraCommands& operator=(const CameraCommands&) = delete;
+
+    /// Set before each request from the control's properties. RequestPorts changes the ports and may switch
+    /// HTTPS on: read them back after it.
+    CameraAccess access;
+
+    /// Forgets everything that cameras said so far: for another camera. `access` stays.
+    void Forget();
+
+    // Any request ----------------------------------------------------------------------------------------
+
+    /// One request, as the automation method of this name makes it. `sendType` is "GET" or "POST"; `url` a
+    /// path with its query, which is a POST's body. The reply's text, "Error" when the server can't be
+    /// reached; empty for an empty host, another send type, or when the caller wants no reply.
+    std::wstring HttpCommand(std::string_view sendType, std::string_view host, std::string_view url,
+                             bool returnReply);
+    /// The same as bytes, up to a zero or 80000 of them.
+    std::string HttpCommandBytes(std::string_view sendType, std::string_view host, std::string_view url,
+                                 bool returnReply);
+
+    /// A reply as text: in the camera's charset while the caption shows (bit 0 of captionInfo, not
+    /// ignoreCaption), else in the system's code page.
+    std::wstring ToWide(std::string_view reply) const;
+
+    /// Asks for, or sets, the parameters of a table; what the camera answers goes to its destinations.
+    Result GetParams(std::span<const CgiParam> table);
+    Result SetParams(std::span<const CgiParam> table);
+
+    // What the camera is ---------------------------------------------------------------------------------
+
+    Result RequestSystemInformation();
+    /// Also takes the camera's HTTP and HTTPS ports over into `access`; ports beyond 16 bits are not taken.
+    Result RequestPorts();
+    /// Asks for the codec list and fits `selection` to it.
+    Result RequestCodecList(StreamSelection& selection);
+    Result RequestVideoSettings(const StreamSelection& selection);
+    Result RequestMotionSettings(const StreamSelection& selection);
+    /// Writes Motion() to the camera.
+    Result SaveMotionSettings(const StreamSelection& selection);
+
+    struct Outcome {
+        Result result = kResultOk;
+        bool reached = false;       // the server answered at least once, whatever it said
+        bool unauthorized = false;  // its last answer was 401
+    };
+    /// All of the above but the last, in this order; the first failure ends it. Fits `selection`.
+    Outcome RequestCameraInformation(StreamSelection& selection);
+
+    /// The camera's model; asked for once.
+    std::wstring ServerModelType();
+    /// Asks for a key frame; the reply doesn't matter.
+    Result RequestIFrame(std::int32_t channel, std::int32_t stream);
+
+    const SystemInformation& System() const { return m_system; }
+    std::int32_t RtspPort() const { return m_rtspPort; }
+    /// Null when the camera named none.
+    const CodecList* Codecs() const { return m_codecs ? &*m_codecs : nullptr; }
+    const VideoSettings& Video() const { return m_video; }
+    MotionSettings& Motion() { return m_motion; }
+    const std::string& Charset() const { return m_charset; }
+
+  private:
+    struct Reply {
+        std::string text;
+        bool failed = false;  // no reply in time
+    };
+    Reply Request(std::string_view sendType, std::string_view host, std::string_view url, bool wanted);
+    Reply Ask(std::string_view sendType, const std::string& url);
+    Result Exchange(std::string_view path, std::span<const CgiParam> table);
+    void TakePorts(const CameraPorts& reported);
+    KeyRules Rules(const StreamSelection& selection) const;
+
+    HttpTransport& m_transport;
+    std::string m_charset;
+    SystemInformation m_system;
+    std::int32_t m_rtspPort = kDefaultRtspPort;
+    std::optional<CodecList> m_codecs;
+    VideoSettings m_video;
+    MotionSettings m_motion;
+    std::string m_model;
+    bool m_reached = false;
+    bool m_unauthorized = false;
+};
+
+}  // namespace norix

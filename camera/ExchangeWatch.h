@@ -1,0 +1,60 @@
+#pragma once
+
+#include <windows.h>
+
+#include <wininet.h>
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+
+#include "camera/HttpTransport.h"
+
+namespace norix {
+
+// The times of docs/camera-interface.md, in milliseconds.
+inline constexpr std::uint32_t kPhaseLimit = 1000;
+inline constexpr std::uint32_t kSecureLimit = 3000;
+inline constexpr std::uint32_t kTotalLimit = 5000;
+
+/// What the thread that asks a server and the one that waits for it know of each other. Shared by both; the
+/// last one destroys it. WinInet keeps its own connect time-out on Windows, but not everywhere, and knows no
+/// limit for looking up names or for a reply as a whole: those are kept by watching in which phase it is.
+class ExchangeWatch {
+  public:
+    enum class Phase { Start, Lookup, Connect, Secure, Send, Receive, Body };
+
+    // The asking thread ----------------------------------------------------------------------------------
+
+    void Enter(Phase phase);
+    bool Abandoned() const { return m_abandoned.load(); }
+
+    /// While lent, the request may be closed by the waiting thread to end the call that is under way.
+    void LendRequest(HINTERNET request) { m_lent.store(request); }
+    /// False when the request is closed already.
+    bool TakeBackRequest() { return m_lent.exchange(nullptr) != nullptr; }
+
+    void SetReply(HttpReply reply);
+
+    // The waiting thread ---------------------------------------------------------------------------------
+
+    /// How long to go on waiting; 0: too long already.
+    std::uint32_t Patience() const;
+    /// Ends the call that may be under way as far as the system allows, and all that would come after it.
+    void Abandon();
+    /// The reply as far as there is one.
+    HttpReply TakeReply();
+
+  private:
+    std::atomic<bool> m_abandoned{false};
+    std::atomic<HINTERNET> m_lent{nullptr};
+    const DWORD m_begin = GetTickCount();
+
+    mutable std::mutex m_mutex;  // guards what follows
+    Phase m_phase = Phase::Start;
+    DWORD m_phaseBegin = m_begin;
+    HttpReply m_reply;
+};
+
+}  // namespace norix

@@ -1,0 +1,83 @@
+#include "camera/WinInetTransport.h"
+
+#include <exception>
+#include <memory>
+#include <random>
+#include <string>
+
+#include "camera/BoundedCall.h"
+#include "camera/ExchangeWatch.h"
+#include "camera/HttpPolicy.h"
+#include "camera/WinInetExchange.h"
+#include "util/Log.h"
+#include "util/Registry.h"
+#include "util/Settings.h"
+
+namespace norix {
+namespace {
+
+constexpr int kMostRedirections = 3;
+
+bool AllowSelfSignedCertificate() {
+    return util::IntReg(HKEY_CURRENT_USER, util::kClientSettingKey, L"AllowSelfSignedCertificate").Value() !=
+           0;
+}
+
+std::string ClientNonce() {
+    std::random_device device;
+    return std::to_string(device()) + std::to_string(device());
+}
+
+// Asks until there is a reply that wants nothing more of us.
+void Converse(HttpRequest request, bool acceptAnyIssuer, ExchangeWatch& watch) {
+    std::string authorization;
+    int redirections = 0;
+    while (!watch.Abandoned()) {
+        WinInetExchange exchange(watch);
+        HttpReply reply = exchange.Send(request, authorization, acceptAnyIssuer);
+        if (!reply.answered) return;
+        if (authorization.empty()) {
+            if (auto answer = AnswerChallenge(request, reply, ClientNonce())) {
+                authorization = std::move(*answer);
+                continue;
+            }
+        }
+        if (redirections < kMostRedirections) {
+            if (auto next = FollowRedirection(request, reply); next && IsHost(next->host)) {
+                ++redirections;
+                request = std::move(*next);
+                authorization.clear();
+                continue;
+            }
+        }
+        // What is known if the body has to be given up.
+        HttpReply begun = reply;
+        begun.stalled = true;
+        watch.SetReply(std::move(begun));
+        exchange.ReadBody(request.maxReply, reply);
+        watch.SetReply(std::move(reply));
+        return;
+    }
+}
+
+}  // namespace
+
+HttpReply WinInetTransport::Send(const HttpRequest& request) {
+    if (!IsHost(request.host) || request.port == 0) return {};
+    const auto watch = std::make_shared<ExchangeWatch>();
+    const bool acceptAnyIssuer = request.secure && AllowSelfSignedCertificate();
+    const auto body = [watch, request, acceptAnyIssuer] {
+        try {
+            Converse(request, acceptAnyIssuer, *watch);
+        } catch (const std::exception& error) {
+            NORIX_LOG("WinInetTransport::Send", 1, "%s", error.what());
+        }
+    };
+    if (!RunBounded(body, [&watch] { return watch->Patience(); })) {
+        watch->Abandon();
+        NORIX_LOG("WinInetTransport::Send", 1, "No reply in time from %s", request.host.c_str());
+    }
+    return watch->TakeReply();
+}
+
+}  // namespace norix
