@@ -1,0 +1,1 @@
+"""A simulated network camera: command interface, RTSP, streams over HTTP, talk-back, multicast, ONVIF."""
