@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <memory>
@@ -26,20 +25,11 @@
 #include "live/env/Clock.h"
 #include "live/liveMedia.hh"
 #include "live/rtp/ReceptionStats.h"
+#include "live/tools/ProbeOptions.h"
 
 namespace {
 
-struct Options {
-    std::string url;
-    std::string transport = "udp";
-    std::string user;
-    std::string password;
-    std::string dump;
-    std::string interfaceAddress;
-    unsigned tunnelPort = 80;
-    double seconds = 10;
-    bool quiet = false;
-};
+using Options = live::tools::ProbeOptions;
 
 EventLoopWatchVariable g_stop{0};
 
@@ -272,50 +262,11 @@ class Probe : public RTSPClient {
     bool m_delivered = false;
 };
 
-bool parse(int count, char** arguments, Options& options) {
-    for (int i = 1; i < count; ++i) {
-        const std::string option = arguments[i];
-        if (option == "-q") {
-            options.quiet = true;
-        } else if (option.size() == 2 && option[0] == '-' && i + 1 < count) {
-            const char* const value = arguments[++i];
-            switch (option[1]) {
-                case 't':
-                    options.transport = value;
-                    break;
-                case 'p':
-                    options.tunnelPort = static_cast<unsigned>(std::atoi(value));
-                    break;
-                case 'n':
-                    options.seconds = std::atof(value);
-                    break;
-                case 'i':
-                    options.interfaceAddress = value;
-                    break;
-                case 'u':
-                    options.user = value;
-                    break;
-                case 'w':
-                    options.password = value;
-                    break;
-                case 'o':
-                    options.dump = value;
-                    break;
-                default:
-                    return false;
-            }
-        } else {
-            options.url = option;
-        }
-    }
-    return !options.url.empty();
-}
-
 }  // namespace
 
 int main(int count, char** arguments) {
     Options options;
-    if (!parse(count, arguments, options)) {
+    if (!live::tools::parseProbeOptions(count, arguments, options) || options.url.empty()) {
         std::fprintf(
             stderr,
             "usage: liveprobe [-t udp|tcp|http|multicast] [-p tunnel port] [-n seconds] [-i interface] "
