@@ -13,6 +13,10 @@ constexpr std::uint32_t kBufferWaitMs = 100;
 constexpr std::uint32_t kReopenMs = 2000;
 // Beyond the time that a buffer takes to play, before a device that returns none is given up.
 constexpr std::uint32_t kStalledMs = 2000;
+// Silence before the sound begins, and before it goes on after a pause: frames that then come later than the
+// first one did find the device still busy.
+constexpr std::uint32_t kCushionMs = 40;
+constexpr std::uint32_t kPauseMs = 1000;
 // A stream whose first frame is tiny would otherwise be played in tiny pieces, five of which bridge nothing.
 constexpr std::size_t kLeastSamples = 256;
 
@@ -38,6 +42,7 @@ void SoundOutput::RenewBuffers(std::size_t samples) {
     if (m_buffers) m_playback.device->Reset();
     m_buffers = std::make_shared<OutputBuffers>(std::max(samples, kLeastSamples));
     m_lastReturnMs = m_clock.NowMs();
+    m_started = false;
 }
 
 void SoundOutput::Open() {
@@ -81,7 +86,23 @@ OutputBuffer* SoundOutput::Take() {
     return buffer;
 }
 
+void SoundOutput::WriteCushion() {
+    std::size_t left = m_rate * std::uint64_t{kCushionMs} / 1000;
+    while (left != 0) {
+        OutputBuffer* const silence = m_clock.AwaitBuffer(*m_buffers, 0);
+        if (!silence) return;
+        silence->count = std::min(left, silence->samples.size());
+        std::fill_n(silence->samples.begin(), silence->count, std::int16_t{0});
+        left -= silence->count;
+        if (!m_playback.device->Write(m_buffers, *silence)) return GiveBack(*silence);
+    }
+}
+
 bool SoundOutput::Write(OutputBuffer& buffer) {
+    const std::uint32_t now = m_clock.NowMs();
+    if (!m_started || now - m_lastWriteMs > kPauseMs) WriteCushion();
+    m_started = true;
+    m_lastWriteMs = now;
     if (m_playback.device->Write(m_buffers, buffer)) return !m_playback.abandoned.load();
     GiveBack(buffer);
     Lose();

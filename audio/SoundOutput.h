@@ -41,14 +41,17 @@ class SoundOutput {
   private:
     void Open();
     void Lose();
+    void WriteCushion();
     std::uint32_t PatienceMs() const;
 
     AudioPlayback& m_playback;
     AudioClock& m_clock;
     std::shared_ptr<OutputBuffers> m_buffers;  // shared with the device
     std::uint32_t m_rate;                      // samples per second
-    std::uint32_t m_lastReturnMs = 0;          // when a buffer was last free
-    std::uint32_t m_lastTryMs;                 // when the device was last opened, or found to be gone
+    bool m_started = false;                    // something was written since the device was opened
+    std::uint32_t m_lastWriteMs = 0;
+    std::uint32_t m_lastReturnMs = 0;  // when a buffer was last free
+    std::uint32_t m_lastTryMs;         // when the device was last opened, or found to be gone
     bool m_lost;
 };
 

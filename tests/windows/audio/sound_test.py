@@ -1,0 +1,161 @@
+#!/usr/bin/env python3
+"""Plays a tone through the audio player under Wine and listens to what comes out. Runs inside of scripts/with-sound:
+
+    sound_test.py PLAYER FOLDER                                  the tests
+    sound_test.py PLAYER FOLDER CODEC MILLISECONDS [COMMAND ...]    one run of the player, figures only
+"""
+
+import array
+import math
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[3]
+RATE = 16000  # of the recording
+TONE = 440
+PEAK = 0.25 * 32768
+BUFFER = 0.02  # seconds of sound in an output buffer of the G.711 stream
+
+player, sounds = sys.argv[1:3]
+
+
+class Recording:
+    """What the sound server played while a `with` block ran."""
+
+    def __enter__(self):
+        self.file = tempfile.NamedTemporaryFile()
+        self.recorder = subprocess.Popen(
+            ["parec", "-d", os.environ["NORIX_SOUND_MONITOR"], "--raw", "--format=s16le", f"--rate={RATE}", "--channels=1",
+             "--latency-msec=20"], stdout=self.file, stderr=subprocess.DEVNULL)
+        deadline = time.monotonic() + 10
+        while os.fstat(self.file.fileno()).st_size == 0 and time.monotonic() < deadline:
+            time.sleep(0.01)
+        return self
+
+    def __exit__(self, *_):
+        time.sleep(0.2)
+        self.recorder.terminate()
+        self.recorder.wait()
+        data = pathlib.Path(self.file.name).read_bytes()
+        self.samples = array.array("h", data[:len(data) // 2 * 2])
+        self.file.close()
+
+    def sounding(self, threshold=PEAK / 20):
+        """[(first, last sample)] of the stretches of sound that are parted by at least 3 ms of near silence."""
+        stretches = []
+        least = RATE * 3 // 1000
+        for at, sample in enumerate(self.samples):
+            if abs(sample) > threshold:
+                if stretches and at - stretches[-1][1] <= least:
+                    stretches[-1][1] = at
+                else:
+                    stretches.append([at, at])
+        return stretches
+
+    def level(self, first, last):
+        part = self.samples[first:last]
+        return math.sqrt(sum(s * s for s in part) / len(part)) if part else 0
+
+    def frequency(self, first, last):
+        part = self.samples[first:last]
+        crossings = [i for i in range(1, len(part)) if part[i - 1] < 0 <= part[i]]
+        # The middle one of many short measurements: a seam in the sound spoils only those that it is in.
+        periods = 40
+        spans = sorted(b - a for a, b in zip(crossings, crossings[periods:]))
+        return periods * RATE / spans[len(spans) // 2] if spans else 0
+
+
+def decibels(ratio):
+    return 20 * math.log10(max(ratio, 1e-9))
+
+
+def play(codec, milliseconds, *commands, server=None):
+    """Runs the player; its figures, or None where it found no device."""
+    environment = dict(os.environ, **({"PULSE_SERVER": server} if server else {}))
+    run = subprocess.run([ROOT / "scripts/wine-run", player, sounds, codec, str(milliseconds), *commands], check=True,
+                         stdout=subprocess.PIPE, text=True, env=environment)
+    if "no device" in run.stdout:
+        return None
+    return {name.strip(): int(value) for name, value in re.findall(r"([A-Za-z ]+) (\d+)", run.stdout)}
+
+
+class SoundTest(unittest.TestCase):
+    def gaps(self, stretches):
+        return [(b[0] - a[1]) / RATE for a, b in zip(stretches, stretches[1:])]
+
+    def check_tone(self, heard, first, last, level=1.0):
+        margin = RATE // 20
+        self.assertAlmostEqual(heard.frequency(first + margin, last - margin), TONE, delta=1.5)
+        loudness = heard.level(first + margin, last - margin) * math.sqrt(2) / (PEAK * level)
+        self.assertAlmostEqual(decibels(loudness), 0, delta=0.5)
+
+    def check_steady(self, codec, seconds):
+        with Recording() as heard:
+            figures = play(codec, seconds * 1000)
+        stretches = heard.sounding()
+        self.assertTrue(stretches)
+        self.check_tone(heard, stretches[0][0], stretches[-1][1])
+        # The one gap is that of an encoder's or the device's start.
+        self.assertLessEqual(max(self.gaps(stretches), default=0), BUFFER)
+        self.assertAlmostEqual((stretches[-1][1] - stretches[0][0]) / RATE, seconds, delta=0.15)
+        self.assertEqual(figures["dropped"], 0)
+        self.assertEqual(figures["queued at the end"], 0)
+
+    def test_tone(self):
+        for codec in "pcmu", "aac8000", "aac16000":
+            with self.subTest(codec):
+                self.check_steady(codec, 3)
+
+    def test_mute_volume_and_pause(self):
+        with Recording() as heard:
+            play("pcmu", 4000, "mute=1000", "unmute=1600", "half=2200", "off=3000", "on=3400")
+        stretches = [s for s in heard.sounding(PEAK / 40) if s[1] - s[0] > RATE // 10]
+        self.assertEqual(len(stretches), 3, stretches)
+        muted, off = self.gaps(stretches)
+        self.assertAlmostEqual(muted, 0.6, delta=2 * BUFFER)
+        self.assertAlmostEqual(off, 0.4, delta=2 * BUFFER)
+        silence = heard.samples[stretches[0][1] + RATE // 100:stretches[1][0] - RATE // 100]
+        self.assertLessEqual(max(map(abs, silence)), 1)
+        self.check_tone(heard, *stretches[0])
+        self.check_tone(heard, *stretches[2], level=0.25)
+
+    def test_without_a_server(self):
+        self.assertIsNone(play("pcmu", 1000, server="unix:/nonexistent/socket"))
+
+    def test_server_that_goes(self):
+        killer = subprocess.Popen(["sh", "-c", "sleep 4; pactl exit"])
+        figures = play("pcmu", 8000)
+        killer.wait()
+        self.assertLess(figures["longest insert"], 50)
+        self.assertEqual(figures["queued at the end"], 0)
+        self.assertLess(figures["stopped in"], 3000)
+
+
+def measure(codec, milliseconds, *commands):
+    with Recording() as heard:
+        figures = play(codec, milliseconds, *commands)
+    print(figures)
+    stretches = heard.sounding()
+    if not stretches:
+        print("silence")
+        return
+    first, last = stretches[0][0], stretches[-1][1]
+    gaps = [(b[0] - a[1]) / RATE * 1000 for a, b in zip(stretches, stretches[1:])]
+    print(f"sound {(last - first) / RATE:.3f} s, {heard.frequency(first, last):.2f} Hz,"
+          f" {decibels(heard.level(first, last) * math.sqrt(2) / PEAK):.2f} dB,"
+          f" {len(gaps)} gaps, longest {max(gaps, default=0):.1f} ms, at"
+          f" {[round((s[1] - first) / RATE, 2) for s in stretches[:10]]}")
+
+
+if __name__ == "__main__":
+    if len(sys.argv) > 3:
+        measure(sys.argv[3], int(sys.argv[4]), *sys.argv[5:])
+    else:
+        del sys.argv[1:]
+        unittest.main(verbosity=2)
