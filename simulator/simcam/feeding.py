@@ -15,7 +15,7 @@ _TOO_LATE = 1.0  # seconds behind, after which it goes on from now
 class Feeder:
     """Pushes the frames of one stream of one session into its appsrc.
 
-    The first frames go in at once: without them there would be nothing to describe. The others follow while it plays."""
+    The first frames go in at once: without them there would be nothing to describe. The others follow in PLAY."""
 
     def __init__(self, source: Gst.Element, caps: str, interval: float, take: Callable[[], Frame], first: int,
                  stall_after: float | None) -> None:

@@ -59,6 +59,7 @@ class Options:
     tone: str
     fps: int
     framing: str
+    sections: bool
     onvif: str
     clock_offset: float
     talkback: str | None
@@ -93,18 +94,18 @@ def parse(arguments: list[str]) -> Options:
     add("--rtsp", type=int, default=8554, metavar="PORT", help="RTSP; 0: any (%(default)s)")
     add("--user", default="admin", help="(%(default)s)")
     add("--password", default="norix", help="(%(default)s)")
-    schemes = ("none", "basic", "digest", "both")
-    add("--auth", choices=schemes, default="basic", help="authentication of both ports (%(default)s)")
-    add("--http-auth", choices=schemes, help="the same for HTTP only")
+    schemes = ("none", "basic", "digest")
+    add("--auth", choices=schemes, default="basic", help="how users sign in (%(default)s)")
+    add("--http-auth", choices=(*schemes, "both"), help="the same for HTTP only; both: they may choose")
     add("--rtsp-auth", choices=schemes, help="the same for RTSP only")
     add("--channels", type=int, choices=range(1, 5), default=1, help="video inputs, 1 to 4 (%(default)s)")
     add("--codec", choices=(*CODECS, "all"), default="all", help="the video codecs on offer (%(default)s)")
     add("--audio", choices=("pcmu", "aac", "none"), default="pcmu", help="sound over RTSP (%(default)s)")
     add("--tone", choices=("steady", "pips"), default="steady", help="440 Hz, always or once a second (%(default)s)")
     add("--fps", type=int, choices=(5, 10, 25), default=25, help="pictures per second (%(default)s)")
-    add("--framing", choices=("length", "boundary", "sections"), default="length",
-        help="Motion JPEG over HTTP: parts with Content-Length, without, or with an information section before each "
-             "frame (%(default)s)")
+    add("--framing", choices=("length", "boundary"), default="length",
+        help="Motion JPEG over HTTP: parts with Content-Length or without (%(default)s)")
+    add("--sections", action="store_true", help="send an information section with each frame")
     add("--onvif", choices=("on", "off", "only"), default="on",
         help="ONVIF beside the command interface, not at all, or instead of it (%(default)s)")
     add("--clock-offset", type=float, default=0, metavar="SECONDS", help="how far the camera's clock is ahead")
@@ -124,8 +125,10 @@ def parse(arguments: list[str]) -> Options:
         parser.error(str(problem))
     return Options(
         bind=given.bind, http=given.http, rtsp=given.rtsp, user=given.user, password=given.password,
-        http_auth=given.http_auth or given.auth, rtsp_auth=given.rtsp_auth or given.auth, channels=given.channels,
+        http_auth=given.http_auth or given.auth, rtsp_auth=given.rtsp_auth or given.auth,
+        channels=given.channels,
         codecs=CODECS if given.codec == "all" else (given.codec,), audio=given.audio, tone=given.tone, fps=given.fps,
-        framing=given.framing, onvif=given.onvif, clock_offset=given.clock_offset, talkback=given.talkback,
+        framing=given.framing, sections=given.sections, onvif=given.onvif, clock_offset=given.clock_offset,
+        talkback=given.talkback,
         multicast=given.multicast, push=given.push, push_codec=given.push_codec, cache=given.cache,
         verbose=given.verbose, log=given.log, die_with_parent=given.die_with_parent, faults=faults)

@@ -29,6 +29,11 @@ def _initial(options: Options) -> dict[str, str]:
         "motiondetect_enable": "1",
         "eventconfig_vmdenable": "1",
         "motiondetect_showalert": "1",
+        # What information sections say: bits of the ports, and events as the numbers of their fields ("3,1").
+        "dio_inputs": "0",
+        "dio_outputs": "0",
+        "event_analytics": "",
+        "event_general": "",
     }
     for prefix in _prefixes("video", options.channels) + _prefixes("videosourcecfg01", options.channels):
         values |= {f"{prefix}imprinttimestamp": "1", f"{prefix}text": "Norix Simulator", f"{prefix}codepage": "ascii",

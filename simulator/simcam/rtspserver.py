@@ -3,7 +3,7 @@
 import base64
 import secrets
 import threading
-from typing import Iterator
+from typing import Callable, Iterator
 
 import gi
 
@@ -12,8 +12,9 @@ for _name in ("Gst", "GstRtsp", "GstRtspServer"):
 from gi.repository import GLib, Gst, GstRtsp, GstRtspServer  # noqa: E402
 
 from simcam.camera import AudioCursor, Camera, VideoCursor  # noqa: E402
-from simcam.clips import AUDIO_RATES, PCMU_PACKET, SIZES  # noqa: E402
+from simcam.clips import AUDIO_RATES, PCMU_PACKET, SIZES, Frame  # noqa: E402
 from simcam.feeding import Feeder, Pacer  # noqa: E402
+from simcam.frameinfo import SectionWriter, inside_frame  # noqa: E402
 from simcam.log import log  # noqa: E402
 
 ADDRESS_CODECS = {"h264": "_h264", "mjpeg": "_mjpg", "mpeg4": ""}
@@ -35,8 +36,7 @@ _CAPS = {
 _AUDIO_INTERVALS = {"pcmu": PCMU_PACKET / AUDIO_RATES["pcmu"], "aac": 1024 / AUDIO_RATES["aac"]}
 # The packetiser for MPEG-4 holds a frame until the next one comes.
 _FIRST_FRAMES = {"mpeg4": 2}
-_SCHEMES = {"basic": GstRtsp.RTSPAuthMethod.BASIC, "digest": GstRtsp.RTSPAuthMethod.DIGEST,
-            "both": GstRtsp.RTSPAuthMethod.BASIC | GstRtsp.RTSPAuthMethod.DIGEST}
+_SCHEMES = {"basic": GstRtsp.RTSPAuthMethod.BASIC, "digest": GstRtsp.RTSPAuthMethod.DIGEST}
 _SESSION_TIMEOUT = 60
 _CLEANUP_SECONDS = 1
 
@@ -90,9 +90,9 @@ class RtspServer:
         token = GstRtspServer.RTSPToken()
         token.set_string("media.factory.role", "user")
         auth.set_supported_methods(method)
-        if method & GstRtsp.RTSPAuthMethod.BASIC:
+        if method == GstRtsp.RTSPAuthMethod.BASIC:
             auth.add_basic(base64.b64encode(f"{options.user}:{password}".encode()).decode(), token)
-        if method & GstRtsp.RTSPAuthMethod.DIGEST:
+        else:
             auth.add_digest(options.user, password, token)
         self._server.set_auth(auth)
         permissions = GstRtspServer.RTSPPermissions()
@@ -121,7 +121,7 @@ class RtspServer:
         stall = self._faults.seconds("stall")
         bin_ = media.get_element()
         feeders = [Feeder(bin_.get_by_name("video"), _CAPS[codec].format(*SIZES[stream]), 1 / camera.options.fps,
-                          VideoCursor(camera, channel, stream, codec).next, _FIRST_FRAMES.get(codec, 1), stall)]
+                          self._pictures(channel, stream, codec), _FIRST_FRAMES.get(codec, 1), stall)]
         if (kind := camera.options.audio) != "none":
             feeders.append(Feeder(bin_.get_by_name("audio"), _CAPS[kind], _AUDIO_INTERVALS[kind],
                                   AudioCursor(camera, kind).next, 1, stall))
@@ -134,6 +134,18 @@ class RtspServer:
 
         media.connect("new-state", state_changed)
         media.connect("unprepared", lambda _media: self._pacer.remove(feeders))
+
+    def _pictures(self, channel: int, stream: int, codec: str) -> Callable[[], Frame]:
+        cursor = VideoCursor(self._camera, channel, stream, codec)
+        if not self._camera.options.sections:
+            return cursor.next
+        writer = SectionWriter(self._camera, channel)
+
+        def next_with_section() -> Frame:
+            frame = cursor.next()
+            return Frame(inside_frame(codec, writer.next(frame.key), frame.data), frame.key)
+
+        return next_with_section
 
     def _client_connected(self, _server: GstRtspServer.RTSPServer, client: GstRtspServer.RTSPClient) -> None:
         log("rtsp: connected")

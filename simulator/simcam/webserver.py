@@ -1,4 +1,4 @@
-"""The web server. It shares its port with the RTSP server, as cameras do: RTSP in HTTP, and plain RTSP, are passed on."""
+"""The web server. It shares its port with the RTSP server, as cameras do: RTSP, plain or in HTTP, is passed on."""
 
 import asyncio
 import urllib.parse
@@ -57,7 +57,8 @@ class Reply:
     def encode(self, keep: bool) -> bytes:
         lines = [f"HTTP/1.1 {self.status} {_REASONS[self.status]}", "Server: norixcam",
                  f"Content-Type: {self.content_type}", f"Content-Length: {len(self.body)}",
-                 f"Connection: {'keep-alive' if keep else 'close'}", *(f"{name}: {value}" for name, value in self.headers)]
+                 f"Connection: {'keep-alive' if keep else 'close'}",
+                 *(f"{name}: {value}" for name, value in self.headers)]
         return ("\r\n".join(lines) + "\r\n\r\n").encode("latin-1") + self.body
 
 
@@ -171,7 +172,7 @@ class WebServer:
         upstream_reader, upstream_writer = await asyncio.open_connection(*self._rtsp_address)
         upstream_writer.write(head)
         # When one side ends, so does the other: a camera has but one connection.
-        pumps = [asyncio.create_task(_pump(reader, upstream_writer)), asyncio.create_task(_pump(upstream_reader, writer))]
+        pumps = [asyncio.create_task(_pump(*ways)) for ways in ((reader, upstream_writer), (upstream_reader, writer))]
         try:
             await asyncio.wait(pumps, return_when=asyncio.FIRST_COMPLETED)
         finally:

@@ -1,0 +1,98 @@
+"""The information sections that go with the frames (docs/camera-interface.md), and their three carriers."""
+
+import struct
+
+from simcam.camera import Camera
+from simcam.clips import SIZES
+
+_IDENTIFICATION = b"NorixFrameInfo01"
+_PORTS_VALID = 2
+_REGION, _MOTION_ALERT, _ANALYTICS, _GENERAL = 1, 2, 3, 4
+_THRESHOLD = 50
+_LARGEST_LENGTH = 0xFFFF
+
+
+def _element(kind: int, data: bytes) -> bytes:
+    return bytes((kind, len(data))) + data
+
+
+def _numbers(text: str, count: int) -> list[int] | None:
+    """The numbers of a parameter like "3,1"; None while it is empty or something else."""
+    fields = text.split(",")
+    return [int(field) for field in fields] if len(fields) == count and all(map(str.isdigit, fields)) else None
+
+
+class SectionWriter:
+    """Makes the sections of one viewer's frames.
+
+    What they say comes from the camera's parameters: the digital ports, the motion windows, and events, which are sent
+    with each key frame."""
+
+    def __init__(self, camera: Camera, channel: int) -> None:
+        self._camera = camera
+        self._prefix = "motiondetect_" if len(camera.heads) == 1 else f"motiondetect{channel:02}_"
+        self._sequence = 0
+
+    def next(self, key: bool) -> bytes:
+        now = self._camera.now()
+        get = self._camera.parameters.get
+        self._sequence += 1
+        width, height = SIZES[1]
+        # Motion swells and fades in four seconds, so regions are in alarm half of the time.
+        level = int(abs(now % 4 - 2) * 50)
+        section = struct.pack(">BBBBHHII7xI", 1, _PORTS_VALID, int(get("dio_inputs")) & 255,
+                              int(get("dio_outputs")) & 255, width, height, int(now * 1000) & 0xFFFFFFFF,
+                              self._sequence, int(now))
+        if get("motiondetect_enable") == "1":
+            section += self._regions(level)
+            if key and level >= _THRESHOLD:
+                section += _element(_MOTION_ALERT, bytes((1, level)))
+        if key and (numbers := _numbers(get("event_analytics"), 2)):
+            section += _element(_ANALYTICS, struct.pack(">HH", *numbers))
+        if key and (numbers := _numbers(get("event_general"), 3)):
+            section += _element(_GENERAL, struct.pack(">HBB", *numbers))
+        return section
+
+    def _regions(self, level: int) -> bytes:
+        elements = b""
+        for window in (1, 2, 3):
+            values = [self._camera.parameters.get(f"{self._prefix}win{field}{window:02}")
+                      for field in ("enable", "left", "top", "width", "height")]
+            if values[0] == "1" and all(map(str.isdigit, values)):
+                elements += _element(_REGION, struct.pack(">BBxHHHHBBxx", window - 1, 1, *map(int, values[1:]),
+                                                          _THRESHOLD, level))
+        return elements
+
+
+def with_header(section: bytes, frame: bytes) -> bytes:
+    """Over HTTP: the header before the frame."""
+    length = 3 + len(section) + len(frame)
+    return (b"\0\0\1\xe0" + struct.pack(">H", length if length <= _LARGEST_LENGTH else 0) + b"\x80\0" +
+            bytes((len(section),)) + section + frame)
+
+
+def sound_header(samples: int) -> bytes:
+    return b"\0\0\1\xc0" + struct.pack(">H", 26 + samples) + bytes(26)
+
+
+def _without_start_codes(data: bytes) -> bytes:
+    """H.264's emulation prevention."""
+    result, zeros = bytearray(), 0
+    for byte in data:
+        if zeros == 2 and byte <= 3:
+            result.append(3)
+            zeros = 0
+        result.append(byte)
+        zeros = zeros + 1 if byte == 0 else 0
+    return bytes(result)
+
+
+def inside_frame(codec: str, section: bytes, frame: bytes) -> bytes:
+    """Over RTSP: the frame with the section in it, where the codec has room for it."""
+    message = _IDENTIFICATION + section
+    if codec == "h264":
+        return b"\0\0\0\1" + b"\6" + _without_start_codes(bytes((5, len(message))) + message + b"\x80") + frame
+    if codec == "mpeg4":
+        picture = frame.index(b"\0\0\1\xb6")
+        return frame[:picture] + b"\0\0\1\xb2" + _without_start_codes(message) + frame[picture:]
+    return frame
