@@ -30,9 +30,27 @@ std::uint32_t Left(std::uint32_t limit, std::uint32_t passed) {
 }  // namespace
 
 void ExchangeWatch::Enter(Phase phase) {
-    const std::lock_guard lock(m_mutex);
-    m_phase = phase;
-    m_phaseBegin = GetTickCount();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_phase = phase;
+        m_phaseBegin = GetTickCount();
+    }
+    m_changed.Set();
+}
+
+void ExchangeWatch::Finish() {
+    m_finished.store(true);
+    m_changed.Set();
+}
+
+bool ExchangeWatch::WaitForFinish() const {
+    while (!m_finished.load()) {
+        const std::uint32_t milliseconds = Patience();
+        if (milliseconds == 0) return false;
+        // A new phase may have less time than the one before.
+        m_changed.Wait(milliseconds);
+    }
+    return true;
 }
 
 void ExchangeWatch::SetReply(HttpReply reply) {

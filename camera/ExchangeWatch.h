@@ -7,9 +7,9 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
-#include <optional>
 
 #include "camera/HttpTransport.h"
+#include "util/Handles.h"
 
 namespace norix {
 
@@ -35,18 +35,25 @@ class ExchangeWatch {
     /// False when the request is closed already.
     bool TakeBackRequest() { return m_lent.exchange(nullptr) != nullptr; }
 
+    /// The reply as far as there is one.
     void SetReply(HttpReply reply);
+    /// There will be no more of it.
+    void Finish();
 
     // The waiting thread ---------------------------------------------------------------------------------
 
-    /// How long to go on waiting; 0: too long already.
-    std::uint32_t Patience() const;
+    /// Waits for the asking thread to finish; false when it exceeded a limit.
+    bool WaitForFinish() const;
     /// Ends the call that may be under way as far as the system allows, and all that would come after it.
     void Abandon();
-    /// The reply as far as there is one.
     HttpReply TakeReply();
 
   private:
+    /// Milliseconds left to the asking thread.
+    std::uint32_t Patience() const;
+
+    util::Event m_changed{util::Event::Kind::kAutoReset};  // phase or end
+    std::atomic<bool> m_finished{false};
     std::atomic<bool> m_abandoned{false};
     std::atomic<HINTERNET> m_lent{nullptr};
     const DWORD m_begin = GetTickCount();

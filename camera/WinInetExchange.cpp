@@ -22,6 +22,13 @@ void SetNumber(HINTERNET handle, DWORD option, DWORD value) {
     InternetSetOptionW(handle, option, &value, sizeof value);
 }
 
+// Systems differ in which handle they take these from.
+void SetTimeouts(HINTERNET handle) {
+    SetNumber(handle, INTERNET_OPTION_CONNECT_TIMEOUT, kPhaseLimit);
+    SetNumber(handle, INTERNET_OPTION_SEND_TIMEOUT, kPhaseLimit);
+    SetNumber(handle, INTERNET_OPTION_RECEIVE_TIMEOUT, kPhaseLimit);
+}
+
 void LogFailure(const char* what) {
     NORIX_LOG("WinInetExchange", 1, "%s failed, error %u", what, static_cast<unsigned>(GetLastError()));
 }
@@ -61,9 +68,7 @@ void AcceptAnyIssuer(HINTERNET request) {
 bool WinInetExchange::Open(const HttpRequest& request, bool acceptAnyIssuer) {
     m_session.Reset(InternetOpenW(kAgent, INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
     if (!m_session) return false;
-    SetNumber(m_session.Get(), INTERNET_OPTION_CONNECT_TIMEOUT, kPhaseLimit);
-    SetNumber(m_session.Get(), INTERNET_OPTION_SEND_TIMEOUT, kPhaseLimit);
-    SetNumber(m_session.Get(), INTERNET_OPTION_RECEIVE_TIMEOUT, kPhaseLimit);
+    SetTimeouts(m_session.Get());
     SetNumber(m_session.Get(), INTERNET_OPTION_CONNECT_RETRIES, 1);
     InternetSetStatusCallbackW(m_session.Get(), &OnStatus);
 
@@ -75,6 +80,7 @@ bool WinInetExchange::Open(const HttpRequest& request, bool acceptAnyIssuer) {
     m_request.Reset(HttpOpenRequestA(m_connection.Get(), request.verb.c_str(),
                                      EncodePath(request.path).c_str(), "HTTP/1.0", nullptr, nullptr,
                                      kRequestFlags | secure, context));
+    if (m_request) SetTimeouts(m_request.Get());
     if (m_request && request.secure && acceptAnyIssuer) AcceptAnyIssuer(m_request.Get());
     return static_cast<bool>(m_request);
 }

@@ -5,9 +5,9 @@
 #include <random>
 #include <string>
 
-#include "camera/BoundedCall.h"
 #include "camera/ExchangeWatch.h"
 #include "camera/HttpPolicy.h"
+#include "camera/LooseThread.h"
 #include "camera/WinInetExchange.h"
 #include "util/Log.h"
 #include "util/Registry.h"
@@ -56,6 +56,7 @@ void Converse(HttpRequest request, bool acceptAnyIssuer, ExchangeWatch& watch) {
         watch.SetReply(std::move(begun));
         exchange.ReadBody(request.maxReply, reply);
         watch.SetReply(std::move(reply));
+        watch.Finish();  // closing may take its time
         return;
     }
 }
@@ -66,14 +67,16 @@ HttpReply WinInetTransport::Send(const HttpRequest& request) {
     if (!IsHost(request.host) || request.port == 0) return {};
     const auto watch = std::make_shared<ExchangeWatch>();
     const bool acceptAnyIssuer = request.secure && AllowSelfSignedCertificate();
-    const auto body = [watch, request, acceptAnyIssuer] {
+    const bool started = StartLooseThread([watch, request, acceptAnyIssuer] {
         try {
             Converse(request, acceptAnyIssuer, *watch);
         } catch (const std::exception& error) {
             NORIX_LOG("WinInetTransport::Send", 1, "%s", error.what());
         }
-    };
-    if (!RunBounded(body, [&watch] { return watch->Patience(); })) {
+        watch->Finish();
+    });
+    if (!started) return {};
+    if (!watch->WaitForFinish()) {
         watch->Abandon();
         NORIX_LOG("WinInetTransport::Send", 1, "No reply in time from %s", request.host.c_str());
     }

@@ -1,4 +1,4 @@
-#include "camera/BoundedCall.h"
+#include "camera/LooseThread.h"
 
 #include <windows.h>
 
@@ -18,7 +18,7 @@ std::atomic<int> g_running{0};
 
 class RunningCount {
   public:
-    RunningCount() : m_taken(g_running.fetch_add(1) < kMaxBoundedCalls) {}
+    RunningCount() : m_taken(g_running.fetch_add(1) < kMaxLooseThreads) {}
     ~RunningCount() { g_running.fetch_sub(1); }
     RunningCount(const RunningCount&) = delete;
     RunningCount& operator=(const RunningCount&) = delete;
@@ -57,10 +57,10 @@ DWORD WINAPI Main(void* parameter) noexcept {
 
 }  // namespace
 
-bool RunBounded(std::function<void()> body, const std::function<std::uint32_t()>& patience) {
+bool StartLooseThread(std::function<void()> body) {
     auto launch = std::make_unique<Launch>();
     if (!launch->count.Taken()) {
-        NORIX_LOG("RunBounded", 1, "%d requests are stuck already", kMaxBoundedCalls);
+        NORIX_LOG("StartLooseThread", 1, "%d threads are stuck already", kMaxLooseThreads);
         return false;
     }
     launch->body = std::move(body);
@@ -69,10 +69,7 @@ bool RunBounded(std::function<void()> body, const std::function<std::uint32_t()>
         CreateThread(nullptr, kStackBytes, &Main, launch.get(), STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
     if (!thread) return false;
     static_cast<void>(launch.release());  // the thread's now
-    while (const std::uint32_t milliseconds = patience()) {
-        if (WaitForSingleObject(thread.Get(), milliseconds) == WAIT_OBJECT_0) return true;
-    }
-    return WaitForSingleObject(thread.Get(), 0) == WAIT_OBJECT_0;
+    return true;
 }
 
 }  // namespace norix
