@@ -1,0 +1,127 @@
+#include "include/HTTP/HttpDialogue.h"
+
+#include <algorithm>
+
+#include "include/HTTP/ContentType.h"
+#include "protocol/Challenge.h"
+#include "protocol/Text.h"
+#include "protocol/Url.h"
+
+namespace norix::http {
+namespace {
+
+constexpr int kMaxRedirections = 3;
+constexpr std::uint16_t kHttpPort = 80;
+
+bool IsToken(const std::string& text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
+        return static_cast<unsigned char>(c) > ' ' && c != '\x7F';
+    });
+}
+
+bool IsRedirection(unsigned status) {
+    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+bool IsMedia(Content content, HttpDialogue::Media wanted) {
+    if (content == Content::Bytes) return true;
+    if (wanted == HttpDialogue::Media::Sound) return content == Content::Sound;
+    return content == Content::Multipart || content == Content::Picture;
+}
+
+// The path that a relative reference means, seen from `base`.
+std::string ResolvePath(std::string_view base, std::string_view reference) {
+    if (reference.starts_with('/')) return std::string(reference);
+    base = base.substr(0, std::min(base.find('?'), base.size()));
+    return std::string(base.substr(0, base.rfind('/') + 1)) + std::string(reference);
+}
+
+}  // namespace
+
+HttpDialogue::HttpDialogue(HttpStreamRequest request, Media media, std::string sessionCookie,
+                           std::string clientNonce)
+    : m_firstHost(request.host),
+      m_media(media),
+      m_clientNonce(std::move(clientNonce)),
+      m_at(std::move(request)),
+      m_sentCookie(sessionCookie),
+      m_sessionCookie(std::move(sessionCookie)) {
+    if (!m_at.headers.empty() && !m_at.headers.ends_with("\r\n")) m_at.headers += "\r\n";
+}
+
+bool HttpDialogue::Valid() const {
+    return IsToken(m_at.host) && m_at.port != 0 && IsToken(m_at.path) && m_at.path.starts_with('/') &&
+           m_at.headers.find("\r\n\r\n") == std::string::npos && !m_at.headers.starts_with("\r\n");
+}
+
+std::string HttpDialogue::Request() const {
+    const bool v6 = m_at.host.find(':') != std::string::npos;
+    std::string text = "GET " + m_at.path + " HTTP/1.1\r\nHost: " + (v6 ? "[" + m_at.host + "]" : m_at.host);
+    if (m_at.port != kHttpPort) text += ":" + std::to_string(m_at.port);
+    text += "\r\nUser-Agent: NorixSDK\r\nAccept: */*\r\nConnection: close\r\n";
+    if (!m_sentCookie.empty()) text += "x-sessioncookie: " + m_sentCookie + "\r\n";
+    if (!m_authorization.empty()) text += "Authorization: " + m_authorization + "\r\n";
+    return text + m_at.headers + "\r\n";
+}
+
+HttpDialogue::Next HttpDialogue::Refuse(std::string reason) {
+    m_reason = std::move(reason);
+    return Next::Refused;
+}
+
+HttpDialogue::Next HttpDialogue::Take(const ReplyHead& head) {
+    constexpr unsigned kOk = 200;
+    constexpr unsigned kUnauthorized = 401;
+    if (head.status == kUnauthorized) return AnswerChallenge(head);
+    if (IsRedirection(head.status)) return FollowTo(head.location);
+    if (head.status != kOk) return Refuse("the camera answers " + std::to_string(head.status));
+    if (head.encoded) return Refuse("the stream comes in an unknown coding");
+    if (!IsMedia(ParseContentType(head.contentType).content, m_media)) {
+        return Refuse("not media but " + head.contentType);
+    }
+    if (IsToken(head.sessionCookie)) m_sessionCookie = head.sessionCookie;
+    return Next::Stream;
+}
+
+HttpDialogue::Next HttpDialogue::AnswerChallenge(const ReplyHead& head) {
+    if (!m_authorization.empty()) return Refuse("user name or password is wrong");
+    if (m_at.user.empty()) return Refuse("the camera asks for a user name");
+    protocol::Challenge best;
+    bool found = false;
+    for (const std::string& field : head.challenges) {
+        for (protocol::Challenge& challenge : protocol::parseChallenges(field)) {
+            if (found && challenge.kind <= best.kind) continue;
+            best = std::move(challenge);
+            found = true;
+        }
+    }
+    if (!found) return Refuse("the camera asks for an unknown kind of authentication");
+    m_authorization =
+        protocol::authorize(best, {m_at.user, m_at.password, false}, {"GET", m_at.path, 1, m_clientNonce});
+    return Next::AskAgain;
+}
+
+HttpDialogue::Next HttpDialogue::FollowTo(const std::string& location) {
+    if (location.empty() || ++m_redirections > kMaxRedirections) return Refuse("too many redirections");
+    m_authorization.clear();  // it was for one path
+    if (const auto url = protocol::parseUrl(location)) {
+        if (url->scheme != "http") return Refuse("redirected to " + url->scheme);
+        m_at.host = url->host;
+        m_at.port = url->port;
+        m_at.path = url->path.substr(0, url->path.find('#'));
+    } else if (location.find("://") != std::string::npos || location.starts_with("//")) {
+        return Refuse("redirected to an address that can't be used");
+    } else {
+        m_at.path = ResolvePath(m_at.path, location);
+    }
+    if (!protocol::equalsIgnoringCase(m_at.host, m_firstHost)) {
+        // What was meant for the camera alone.
+        m_at.user.clear();
+        m_at.password.clear();
+        m_at.headers.clear();
+        m_sentCookie.clear();
+    }
+    return Valid() ? Next::AskAgain : Refuse("redirected to an address that can't be used");
+}
+
+}  // namespace norix::http

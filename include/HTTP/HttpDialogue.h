@@ -1,0 +1,56 @@
+#pragma once
+
+// What is asked until a stream flows: the first request, the one with credentials, those that redirections
+// lead to. Pure: the caller connects, sends Request() to Host():Port() and hands in the reply's head.
+
+#include <cstdint>
+#include <string>
+
+#include "include/HTTP/HttpStreamRequest.h"
+#include "include/HTTP/ReplyHead.h"
+
+namespace norix::http {
+
+class HttpDialogue {
+  public:
+    enum class Next {
+        Stream,    // this reply's body is it
+        AskAgain,  // over a new connection
+        Refused,   // see Reason
+    };
+
+    enum class Media { Pictures, Sound };
+
+    // An empty session cookie is not sent. The client nonce is random text for Digest.
+    HttpDialogue(HttpStreamRequest request, Media media, std::string sessionCookie, std::string clientNonce);
+
+    // False for a request that would not stay one: line ends or blanks where none may be.
+    bool Valid() const;
+
+    const std::string& Host() const { return m_at.host; }
+    std::uint16_t Port() const { return m_at.port; }
+    std::string Request() const;
+
+    Next Take(const ReplyHead& head);
+
+    const std::string& SessionCookie() const { return m_sessionCookie; }
+    // Why it was refused, for the log.
+    const std::string& Reason() const { return m_reason; }
+
+  private:
+    Next Refuse(std::string reason);
+    Next AnswerChallenge(const ReplyHead& head);
+    Next FollowTo(const std::string& location);
+
+    const std::string m_firstHost;
+    const Media m_media;
+    const std::string m_clientNonce;
+    HttpStreamRequest m_at;    // where it stands now
+    std::string m_sentCookie;  // with the requests
+    std::string m_sessionCookie;
+    std::string m_authorization;
+    int m_redirections = 0;
+    std::string m_reason;
+};
+
+}  // namespace norix::http

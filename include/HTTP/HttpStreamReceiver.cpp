@@ -1,0 +1,94 @@
+#include "include/HTTP/HttpStreamReceiver.h"
+
+#include <utility>
+
+#include "include/HTTP/StreamSession.h"
+#include "media/MediaPlatform.h"
+#include "util/Log.h"
+#include "util/Settings.h"
+
+namespace norix {
+namespace {
+
+std::uint32_t ReadBufferSize(HttpStreamReceiver::Kind kind) {
+    constexpr std::uint32_t kKilobyte = 1024;
+    const bool video = kind == HttpStreamReceiver::Kind::Video;
+    const std::uint32_t size = video ? util::Settings::JpegBufferSize() : util::Settings::ULawBufferSize();
+    if (video) {
+        NORIX_LOG("HttpStreamReceiver::HttpStreamReceiver", 0, "JpegBufferSize = %u (KB)", size / kKilobyte);
+    } else {
+        NORIX_LOG("HttpStreamReceiver::HttpStreamReceiver", 0, "ULawBufferSize = %u (KB)", size / kKilobyte);
+    }
+    return size;
+}
+
+// Waits at most so long and answers sent messages meanwhile.
+void AwaitDecision(const StreamSession& session, std::uint32_t milliseconds) {
+    const HANDLE decided = session.decided.Get();
+    const ULONGLONG end = GetTickCount64() + milliseconds;
+    for (;;) {
+        const ULONGLONG now = GetTickCount64();
+        const DWORD left = now < end ? static_cast<DWORD>(end - now) : 0;
+        const DWORD woken = MsgWaitForMultipleObjects(1, &decided, FALSE, left, QS_SENDMESSAGE);
+        if (woken != WAIT_OBJECT_0 + 1) return;
+        platform::AnswerSentMessages(0);
+    }
+}
+
+}  // namespace
+
+HttpStreamReceiver::HttpStreamReceiver(Kind kind, std::shared_ptr<CCtrlParam> param,
+                                       std::shared_ptr<MediaPlayers> players, HttpReceiverTiming timing)
+    : m_kind(kind),
+      m_param(std::move(param)),
+      m_players(std::move(players)),
+      m_timing(timing),
+      m_bufferSize(ReadBufferSize(kind)),
+      m_thread(kind == Kind::Video ? "HTTP video" : "HTTP audio") {}
+
+HttpStreamReceiver::~HttpStreamReceiver() {
+    Stop();
+}
+
+bool HttpStreamReceiver::Start(const HttpStreamRequest& request) {
+    if (m_session) return false;
+    // From here on, a message may bring the end of this object: only what is shared is touched then.
+    const auto session = std::make_shared<StreamSession>();
+    session->kind =
+        m_kind == Kind::Video ? http::FrameDelivery::Kind::Pictures : http::FrameDelivery::Kind::Sound;
+    session->param = m_param;
+    session->players = m_players;
+    session->request = request;
+    session->bufferSize = m_bufferSize;
+    session->stallMs = m_timing.stallMs;
+    m_cookie.clear();
+    if (!m_thread.Start(THREAD_PRIORITY_NORMAL, [session](util::StopToken& stop) { session->Run(stop); })) {
+        NORIX_LOG("HttpStreamReceiver::Start", 1, "no thread");
+        return false;
+    }
+    m_session = session;
+    // The thread keeps the limit itself; the rest is for a machine that is slow to let it.
+    constexpr std::uint32_t kGraceMs = 500;
+    AwaitDecision(*session, request.timeLimitMs + kGraceMs);
+    if (session->stopped) return false;
+    const bool decided = session->decided.Wait(0);
+    if (decided && session->accepted) {
+        m_cookie = session->sessionCookie;
+        return true;
+    }
+    m_session.reset();
+    session->Silence();
+    m_thread.Stop();
+    return false;
+}
+
+void HttpStreamReceiver::Stop() {
+    const auto session = std::exchange(m_session, nullptr);
+    if (!session) return;
+    session->stopped = true;
+    session->Silence();
+    m_param->SetClosing(true);
+    m_thread.Stop();
+}
+
+}  // namespace norix
