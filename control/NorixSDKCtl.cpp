@@ -70,6 +70,7 @@ IUnknown* CNorixSDKCtrl::CNorixSDKCtrlFactory::CreateObject() {
 CNorixSDKCtrl::CNorixSDKCtrl()
     : COleControl(kControl, Table()),
       m_objectSafety(*this),
+      m_camera(*this),
       m_mouse(*this),
       m_viewCommands(*this),
       m_connection(*this) {
@@ -80,7 +81,7 @@ CNorixSDKCtrl::CNorixSDKCtrl()
     m_properties.versionInfo = util::AnsiToWide(version);
     NORIX_LOG("CNorixSDKCtrl::CNorixSDKCtrl", 1, "CNorixSDKCtrl() constructor begins, file version = %s",
               version.c_str());
-    m_session = std::make_unique<SessionContext>();
+    m_session = std::make_shared<SessionContext>();
     m_session->param.window.Set(Handle());
 
     WSADATA winsock;
@@ -138,6 +139,8 @@ HRESULT CNorixSDKCtrl::OnCreate() {
 
 void CNorixSDKCtrl::OnDestroy() {
     NORIX_LOG("CNorixSDKCtrl::OnDestroy", 1, "CNorixSDKCtrl::OnDestroy()");
+    // Pictures have nowhere to go from here on, and the timers go with the window.
+    m_connection.OnWindowDestroyed();
     if (m_dropTarget != nullptr) std::exchange(m_dropTarget, nullptr)->Revoke();
     m_mouse.Forget();
     // The system gives window handles out again: no worker may post to this one any more.
@@ -169,8 +172,24 @@ bool CNorixSDKCtrl::WaitForWindowCreation() {
 }
 
 void CNorixSDKCtrl::OnDraw(HDC dc, const RECT& bounds) {
-    m_statusView.Draw(dc, bounds, !m_properties.ignoreCaption && m_properties.captionInfo != eciNone,
-                      !m_properties.ignoreBorder);
+    if (m_connection.DrawLastPicture(dc, bounds)) return;
+    const ViewState view = CurrentView();
+    m_statusView.Draw(dc, bounds, view.captionShown, view.borderShown);
+}
+
+ViewState CNorixSDKCtrl::CurrentView() const {
+    ViewState view;
+    view.caption = m_statusView.Caption();
+    view.captionShown = !m_properties.ignoreCaption && m_properties.captionInfo != eciNone;
+    view.borderShown = !m_properties.ignoreBorder;
+    view.digitalPtz = m_viewCommands.IsDigitalPtzEnabled();
+    view.rotation = m_viewCommands.CurrentRotation();
+    return view;
+}
+
+void CNorixSDKCtrl::ViewChanged() {
+    m_connection.SetView(CurrentView());
+    InvalidateControl();
 }
 
 void CNorixSDKCtrl::OnAmbientPropertyChange(DISPID id) {

@@ -7,12 +7,14 @@
 #include <memory>
 #include <optional>
 
+#include "control/CameraLink.h"
 #include "control/Connection.h"
 #include "control/ControlProperties.h"
 #include "control/Delivery.h"
 #include "control/DropTarget.h"
 #include "control/HostPage.h"
 #include "control/MouseEvents.h"
+#include "control/Playback.h"
 #include "control/SessionContext.h"
 #include "control/StatusView.h"
 #include "control/ViewCommands.h"
@@ -57,11 +59,18 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink {
 
     ControlProperties& Properties() { return m_properties; }
     SessionContext& Session() { return *m_session; }
+    std::shared_ptr<SessionContext> SharedSession() { return m_session; }
+    CameraLink& Camera() { return m_camera; }
     Connection& ConnectionState() { return m_connection; }
     StatusView& Status() { return m_statusView; }
     ViewCommands& Commands() { return m_viewCommands; }
     /// The page that holds the control; nothing in a host that is no browser.
     const std::optional<HostPage>& Page() const { return m_page; }
+
+    /// How the picture of a connection is to look now.
+    ViewState CurrentView() const;
+    /// Something of it has changed: shows it so.
+    void ViewChanged();
 
     /// Opened when a connection starts, closed when it ends.
     void OpenDeliveries();
@@ -101,7 +110,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink {
     void SetIgnoreBorder(bool ignore);
     bool GetIgnoreCaption() const { return m_properties.ignoreCaption; }
     void SetIgnoreCaption(bool ignore);
-    framework::Text GetServerModelType() const { return m_properties.serverModelType; }
+    framework::Text GetServerModelType();
     void SetServerModelType(const framework::Text& model) { m_properties.serverModelType = model; }
     framework::Text GetInterfaceAddress() const { return m_properties.interfaceAddress; }
     void SetInterfaceAddress(const framework::Text& address);
@@ -197,8 +206,9 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink {
     ControlProperties m_properties;
     framework::ObjectSafety<CNorixSDKCtrl> m_objectSafety;
     util::Event m_windowCreated{util::Event::Kind::kManualReset};
-    std::unique_ptr<SessionContext> m_session;
+    std::shared_ptr<SessionContext> m_session;  // shared with the threads of connections
     std::optional<HostPage> m_page;
+    CameraLink m_camera;
     StatusView m_statusView;
     MouseEvents m_mouse;
     ViewCommands m_viewCommands;

@@ -54,6 +54,7 @@ void CNorixSDKCtrl::OnMagicCodeChanged() {
 // What the threads of a connection read from the parameter block, at once.
 void CNorixSDKCtrl::OnForceGDIChanged() {
     Pass(m_properties.forceGDI, m_session->param.forceGDI);
+    m_connection.ChangePresenter();
 }
 void CNorixSDKCtrl::OnNotifyVideoDataChanged() {
     Pass(m_properties.notifyVideoData, m_session->param.notifyVideoData);
@@ -105,19 +106,19 @@ void CNorixSDKCtrl::OnStreamIndexChanged() {
 
 void CNorixSDKCtrl::OnCaptionInfoChanged() {
     SetModifiedFlag();
-    InvalidateControl();
+    ViewChanged();
 }
 
 void CNorixSDKCtrl::SetIgnoreBorder(bool ignore) {
     m_properties.ignoreBorder = ignore;
     SetModifiedFlag();
-    InvalidateControl();
+    ViewChanged();
 }
 
 void CNorixSDKCtrl::SetIgnoreCaption(bool ignore) {
     m_properties.ignoreCaption = ignore;
     SetModifiedFlag();
-    InvalidateControl();
+    ViewChanged();
 }
 
 void CNorixSDKCtrl::SetInterfaceAddress(const Text& address) {
@@ -179,9 +180,15 @@ Text CNorixSDKCtrl::GetClientReg(const Text& model, long channel, const Text& na
 // ---- Camera commands
 // ------------------------------------------------------------------------------------------
 
-Text CNorixSDKCtrl::HttpCommand(const Text& sendType, const Text& server, const Text&, bool) {
-    if (server.empty() || (sendType != L"GET" && sendType != L"POST")) return {};
-    return L"Error";  // nothing could be sent
+Text CNorixSDKCtrl::HttpCommand(const Text& sendType, const Text& server, const Text& url, bool wantReply) {
+    return m_camera.Commands().HttpCommand(util::WideToUtf8(sendType), util::WideToUtf8(server),
+                                           util::WideToUtf8(url), wantReply);
+}
+
+Text CNorixSDKCtrl::GetServerModelType() {
+    if (m_properties.serverModelType.empty())
+        m_properties.serverModelType = m_camera.Commands().ServerModelType();
+    return m_properties.serverModelType;
 }
 
 Text CNorixSDKCtrl::GetPresetName() {

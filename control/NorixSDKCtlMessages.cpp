@@ -70,9 +70,7 @@ bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam)
 }
 
 void CNorixSDKCtrl::OnForceI(long channel, long stream) {
-    const std::wstring url =
-        L"/kest-cgi/forcei.cgi?channel=" + std::to_wstring(channel) + L"&stream=" + std::to_wstring(stream);
-    HttpCommand(L"GET", m_properties.serverIP, url, false);
+    m_camera.Commands().RequestIFrame(channel, stream);
 }
 
 void CNorixSDKCtrl::OnNewFrame(const void* description, const void* bytes) {

@@ -39,20 +39,26 @@ std::wstring ViewCommands::ConvertCoordinateInJSON(long x, long y, bool videoToW
 }
 
 long ViewCommands::RotateVideo(long angle) {
-    if (angle % 90 != 0) return E_INVALIDARG;
-    return E_POINTER;  // no decoder
+    Rotation rotation = Rotation::k0;
+    if (!RotationFromDegrees(angle, rotation)) return E_INVALIDARG;
+    if (!m_owner.ConnectionState().HasDecoder()) return E_POINTER;
+    m_rotation = rotation;
+    m_owner.Properties().forceGDI = true;
+    m_owner.OnForceGDIChanged();
+    m_owner.ViewChanged();
+    return S_OK;
 }
 
 long ViewCommands::ChangeDecodeSpeed(long speed) {
-    NORIX_LOG("CNorixSDKCtrl::ChangeDecodeSpeed", 1, "CNorixSDKCtrl::ChangeDecodeSpeed(%ld), no decoder",
-              std::clamp(speed, kSlowestDecodeSpeed, kFastestDecodeSpeed));
-    return E_POINTER;
+    if (!m_owner.ConnectionState().HasDecoder()) return E_POINTER;
+    m_owner.Session().param.decodeSpeed.Set(std::clamp(speed, kSlowestDecodeSpeed, kFastestDecodeSpeed));
+    return S_OK;
 }
 
 void ViewCommands::EnableDigitalPTZ(bool enable) {
     if (m_owner.HasWindow()) KillTimer(m_owner.Handle(), kTimerDeferredView);
-    NORIX_LOG("CNorixSDKCtrl::EnableDigitalPTZ", 1, "CNorixSDKCtrl::EnableDigitalPTZ(%d), no decoder",
-              enable);
+    m_digitalPtz = enable;
+    m_owner.ViewChanged();
 }
 
 void ViewCommands::PreviewFullScreen(bool full) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "control/ViewCoordinates.h"
+#include "render/Geometry.h"
 
 namespace norix {
 
@@ -29,6 +30,10 @@ class ViewCommands {
     void EnableDigitalPTZ(bool enable);
     void PreviewFullScreen(bool full);
 
+    /// What of this a new connection's decoder starts with.
+    Rotation CurrentRotation() const { return m_rotation; }
+    bool IsDigitalPtzEnabled() const { return m_digitalPtz; }
+
     /// The tick of kTimerDeferredView.
     void OnDeferredViewTimer();
 
@@ -38,6 +43,8 @@ class ViewCommands {
 
     CNorixSDKCtrl& m_owner;
     ViewSize m_configuredSize;
+    Rotation m_rotation = Rotation::k0;
+    bool m_digitalPtz = false;
 };
 
 }  // namespace norix

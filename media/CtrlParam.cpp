@@ -71,6 +71,7 @@ void CCtrlParam::ResetForNewStream() {
     audioCodec.Set(AudioCodec::None);
     audioSampleRate.Set(0);
     aacConfig.Set({});
+    soundPlayed.Set(true);
     streamForm.Set(StreamForm::Unknown);
     for (auto& level : regionLevel)
         level.Set(0);
@@ -186,6 +187,7 @@ int CCtrlParam::InsertFrameToAudioBuffer(const std::uint8_t* data, std::size_t s
     if (MediaRecorder* const recorder = m_recorder.load(); recorder && recorder->IsRecordingRequested()) {
         recorder->RecMedia(RecordMedia::Audio, data, length);
     }
+    if (!soundPlayed.Get()) return -1;
     AudioFrameRecord* const record = WaitForEmptyAudio(pts);
     if (!record) return -1;
 

@@ -90,6 +90,8 @@ class CCtrlParam {
     // Written by the receiving threads
     // -----------------------------------------------------------------------
 
+    Shared<bool> soundPlayed{true};  // false: nobody takes sound out of the queue, so none is put in
+
     Shared<StreamForm> streamForm{StreamForm::Unknown};
 
     // Written by the decode thread
@@ -133,6 +135,8 @@ class CCtrlParam {
     Result GetEmptyAudioFrame(AudioFrameRecord** record) { return Get(m_audioEmpty, record); }
     Result GetFilledAudioFrame(AudioFrameRecord** record) { return Get(m_audioFilled, record); }
     Result PutEmptyAudioFrame(AudioFrameRecord* record) { return Put(m_audioEmpty, record, true); }
+    // Without one, the next audio frame that is received waits, or is dropped.
+    bool HasEmptyAudioFrame() const { return m_audioEmpty.Size() != 0; }
     // With atTail 0 the record becomes the next one taken: for a consumer that could not use it yet.
     Result PutFilledAudioFrame(AudioFrameRecord* record, int atTail) {
         return Put(m_audioFilled, record, atTail != 0);

@@ -5,7 +5,8 @@
 namespace norix {
 
 FrameRates FrameRateMeter::Pass(std::uint32_t nowMs, const FrameCounts& counts) {
-    const std::uint32_t seconds = (nowMs - m_previousMs) / 1000;
+    // To the nearest second: a timer's second is a few milliseconds short as often as long.
+    const std::uint32_t seconds = (nowMs - m_previousMs + 500) / 1000;
     m_previousMs = nowMs;
     m_perSecond[m_slot] = seconds == 0 ? 0 : counts.displayed / seconds;
     m_slot = (m_slot + 1) % m_perSecond.size();

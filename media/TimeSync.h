@@ -39,6 +39,9 @@ class CTimeSync {
 
     Verdict Decide(std::uint32_t pts, std::uint32_t nowMs);
 
+    // The next one becomes a new base, and so is shown at once.
+    void Resync() { m_resync = true; }
+
   private:
     bool Learning(std::uint32_t nowMs);
     void Advance(std::uint32_t pts, std::uint32_t nowMs);

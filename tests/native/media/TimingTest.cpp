@@ -53,9 +53,9 @@ TEST(FrameRateMeter, AveragesTheLastFivePasses) {
     EXPECT_EQ(pass(1000, 25), 25u);
     EXPECT_EQ(pass(1000, 30), 28u);  // 27.5 rounds up
     EXPECT_EQ(pass(2000, 50), 27u);  // 25 a second: 80 / 3
-    EXPECT_EQ(pass(999, 30), 20u);   // less than a second counts as no rate
-    EXPECT_EQ(pass(1000, 25), 21u);  // 105 / 5
-    EXPECT_EQ(pass(1000, 0), 16u);   // the first 25 falls out
+    EXPECT_EQ(pass(990, 30), 28u);   // timers tick a little early, too: 110 / 4
+    EXPECT_EQ(pass(400, 25), 22u);   // no time for a rate: 110 / 5
+    EXPECT_EQ(pass(1000, 0), 17u);   // the first 25 falls out
     const FrameRates rates = meter.Pass(now + 1000, {9, 8, 7});
     EXPECT_EQ(rates.received, 9u);
     EXPECT_EQ(rates.decoded, 8u);

@@ -324,7 +324,8 @@ TEST_F(Connecting, WatchesTheDiskWhileRecording) {
 TEST_F(Connecting, IsToldInTheLog) {
     EnableLog();
     Create();
-    Put(L"ServerIP", L"192.0.2.7");
+    Put(L"ServerIP", L"127.0.0.1");
+    Put(L"HttpPort", kClosedPort);
     const Texts beginning = log.Messages();
     EXPECT_EQ(beginning.front(),
               "CNorixSDKCtrl() constructor begins, file version = " + Get(L"VersionInfo").substr(1, 7));
@@ -339,18 +340,19 @@ TEST_F(Connecting, IsToldInTheLog) {
     Texts messages = log.Messages();
     for (std::string& message : messages)
         if (message.starts_with("[TimeDiff]")) message = message.substr(0, message.find(" ="));
-    const Texts expected = {"CNorixSDKCtrl::Connect(192.0.2.7) begins",
+    const Texts expected = {"CNorixSDKCtrl::Connect(127.0.0.1) begins",
                             "OnConnectStatus(eConnecting)",
                             "OnConnectStatus(0), eConnecting",
-                            "OnConnectStatus(eConnectFail)",
-                            "OnConnectStatus(3), eConnectFail",
-                            "[TimeDiff] CNorixSDKCtrl::FinishDisconnect()",
+                            "[TimeDiff] CNorixSDKCtrl::GetUserAuthentication()",
+                            "[TimeDiff] CNorixSDKCtrl::Connect() SendCGICommand",
+                            "[TimeDiff] CNorixSDKCtrl::SetUserAuthentication()",
+                            "CNorixSDKCtrl::Connect(127.0.0.1) ends",
                             "[TimeDiff] CNorixSDKCtrl::Connect()",
-                            "CNorixSDKCtrl::Disconnect(192.0.2.7) begins",
+                            "CNorixSDKCtrl::Disconnect(127.0.0.1) begins",
                             std::string("SendMessage(") + window + ", WM_OnConnectStatus, eDisconnect)",
                             "OnConnectStatus(2), eDisconnect",
                             "[TimeDiff] CNorixSDKCtrl::FinishDisconnect()",
-                            "CNorixSDKCtrl::Disconnect(192.0.2.7) ends"};
+                            "CNorixSDKCtrl::Disconnect(127.0.0.1) ends"};
     Texts contract;
     std::copy_if(messages.begin(), messages.end(), std::back_inserter(contract), [&](const std::string& m) {
         return std::find(expected.begin(), expected.end(), m) != expected.end();

@@ -20,6 +20,9 @@ namespace norix::test {
 
 using Texts = std::vector<std::string>;
 
+/// Nothing listens there: the discard service (RFC 863) is long gone.
+inline constexpr long kClosedPort = 9;
+
 /// A container's site as far as the control reads it before activation: its moniker names the page.
 class FakeSite final : public IOleClientSite {
   public:

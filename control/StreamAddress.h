@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "control/Enumerations.h"
+#include "media/MediaTypes.h"
+
+namespace norix {
+
+// The rules by which a connection chooses its protocol, names itself and finds its stream. Pure.
+
+/// What the address of a camera's stream is made of.
+struct StreamRequest {
+    std::string server;
+    EConnectProtocol protocol = ecpUDP;
+    long rtspPort = 554;
+    long httpPort = 80;
+    long channel = 0;  // 0: the camera has one
+    long stream = 0;   // 0: the camera has one
+    VideoCodec codec = VideoCodec::None;
+};
+
+/// The RTSP address under which a camera offers its stream. Empty for a protocol that needs none.
+std::string BuildStreamUri(const StreamRequest& request);
+
+/// The protocol a connection uses: the host's choice, or what the user's setting (1 TCP, 2 HTTP, 3 multicast)
+/// says where the host leaves it open.
+EConnectProtocol ChooseProtocol(short videoProtocol, std::uint32_t protocolOption);
+
+/// The host's MediaType as the receivers take it: what is none of its values means sound and picture.
+MediaType ChooseMedia(short mediaType);
+
+/// The caption of a connection: the camera's name and "(AV-UDP)" with the media and the protocol in use.
+std::string ConnectionCaption(std::string_view cameraName, MediaType media, EConnectProtocol protocol);
+
+/// Where a camera is, out of an address that the host has set.
+struct CameraLocation {
+    std::string host;
+    std::optional<std::uint16_t> httpPort;  // only a web address tells
+    std::string user;                       // empty: the address names none
+    std::string password;
+};
+
+/// `streamUri` when it is not empty, else `mediaServiceUri`. Nothing when there is neither, or no address.
+std::optional<CameraLocation> LocateCamera(std::string_view streamUri, std::string_view mediaServiceUri);
+
+}  // namespace norix
