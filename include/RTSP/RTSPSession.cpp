@@ -61,7 +61,8 @@ void RTSPSession::RequestStop() noexcept {
 }
 
 void RTSPSession::Report(int code, unsigned value) {
-    if (m_settings.callback && !m_silenced) m_settings.callback(code, value, m_settings.userData);
+    if (m_settings.callback && !m_silenced && !m_endReported)
+        m_settings.callback(code, value, m_settings.userData);
 }
 
 void RTSPSession::ReportStatus(ConnectStatus status) {
@@ -71,6 +72,7 @@ void RTSPSession::ReportStatus(ConnectStatus status) {
 void RTSPSession::ReportStatusAndStop(ConnectStatus status) {
     m_stop = 1;
     ReportStatus(status);
+    m_endReported = true;
 }
 
 int RTSPSession::RTSPStart() noexcept {

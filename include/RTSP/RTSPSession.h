@@ -53,7 +53,7 @@ class RTSPSession {
     ConnectProtocol Protocol() const { return m_settings.protocol; }
 
     void ReportStatus(ConnectStatus status);
-    // The event loop ends after it.
+    // The event loop ends after it, and nothing else is reported: one cause may be noticed in several places.
     void ReportStatusAndStop(ConnectStatus status);
 
     // Handlers of the client's requests. They free `resultString`.
@@ -102,6 +102,7 @@ class RTSPSession {
 
     // RTSPStart's thread only
     Authenticator* m_authenticator = nullptr;  // RTSPStart's
+    bool m_endReported = false;
 };
 
 }  // namespace norix

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "live/net/Platform.h"
+#include "live/net/SocketHandle.h"
 #include "protocol/Text.h"
 
 namespace live_test {
@@ -18,6 +19,16 @@ const char kSdp[] =
     "v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=Camera\r\na=control:*\r\nm=video 0 RTP/AVP 96\r\n"
     "a=rtpmap:96 H264/90000\r\na=control:video\r\n";
 const char kSdpTwo[] = "m=audio 0 RTP/AVP 0\r\na=control:audio\r\n";
+
+std::string stockSdp(const std::string& name) {
+    return name == "two" ? std::string(kSdp) + kSdpTwo : kSdp;
+}
+
+std::string rtpPacket(int number, const std::string& text) {
+    const std::string header = {
+        '\x80', '\x60', static_cast<char>(number >> 8), static_cast<char>(number), 0, 0, 0, 0, 0, 0, 0, 7};
+    return header + "e" + text;
+}
 
 std::string word(std::istringstream& in) {
     std::string text;
@@ -57,6 +68,12 @@ Script readScript(const std::filesystem::path& file) {
             script.expected.push_back(rest(words));
         else if (key == "never")
             script.never.push_back(rest(words));
+        else if (key == "media")
+            script.media = rest(words);
+        else if (key == "watch")
+            script.watchMilliseconds = std::stoi(rest(words));
+        else if (key == "log")
+            script.logged.push_back(rest(words));
         else if (key == "within")
             script.withinMilliseconds = std::stoi(rest(words));
         else
@@ -127,6 +144,11 @@ bool ScriptedServer::step(const std::string& line, std::size_t& next) {
     const std::string key = word(in);
     if (key == ">") return awaitRequest(rest(in));
     if (key == "<") return send(filled(line.size() > 2 ? line.substr(2) : "") + "\r\n"), true;
+    if (key == "answer") {
+        const std::string method = word(in);
+        const std::string more = rest(in);
+        return awaitRequest(method) && (answer(method, more), true);
+    }
     if (key == "accept") return closeCurrent(false), acceptNext();
     if (key == "hold") return m_held = std::exchange(m_socket, -1), acceptNext();
     if (key == "other") return std::swap(m_held, m_socket), true;
@@ -140,7 +162,7 @@ bool ScriptedServer::step(const std::string& line, std::size_t& next) {
         ++next;
         return sendBody(filled(body)), true;
     }
-    if (key == "sdp") return sendBody(rest(in) == "two" ? std::string(kSdp) + kSdpTwo : kSdp), true;
+    if (key == "sdp") return sendBody(stockSdp(rest(in))), true;
     if (key == "raw") {
         std::string bytes;
         for (std::string hex = word(in); !hex.empty(); hex = word(in)) {
@@ -151,25 +173,14 @@ bool ScriptedServer::step(const std::string& line, std::size_t& next) {
     if (key == "rtp") {
         const int channel = std::stoi(word(in));
         const int number = std::stoi(word(in));
-        const std::string unit = "e" + rest(in);
-        const std::size_t size = 12 + unit.size();
-        std::string bytes = {'$',
-                             static_cast<char>(channel),
-                             static_cast<char>(size >> 8),
-                             static_cast<char>(size),
-                             '\x80',
-                             '\x60',
-                             static_cast<char>(number >> 8),
-                             static_cast<char>(number),
-                             0,
-                             0,
-                             0,
-                             0,
-                             0,
-                             0,
-                             0,
-                             7};
-        return send(bytes + unit);
+        const std::string packet = rtpPacket(number, rest(in));
+        const std::string frame = {'$', static_cast<char>(channel), static_cast<char>(packet.size() >> 8),
+                                   static_cast<char>(packet.size())};
+        return send(frame + packet);
+    }
+    if (key == "udp") {
+        const int number = std::stoi(word(in));
+        return sendDatagram(rtpPacket(number, rest(in))), true;
     }
     if (key == "fill") {
         const std::size_t count = std::stoul(word(in));
@@ -246,8 +257,30 @@ bool ScriptedServer::awaitRequest(const std::string& wanted) {
         return false;
     }
     const std::size_t at = request.find("CSeq: ");
+    const std::string clientPort = "client_port=";
+    if (const std::size_t port = request.find(clientPort); port != std::string::npos)
+        m_clientPort = static_cast<unsigned short>(std::stoi(request.substr(port + clientPort.size())));
     if (at != std::string::npos) m_sequence = request.substr(at + 6, request.find('\r', at) - at - 6);
     return true;
+}
+
+void ScriptedServer::answer(const std::string& method, const std::string& more) {
+    send("RTSP/1.0 200 OK\r\nCSeq: " + m_sequence + "\r\n");
+    if (method == "OPTIONS") {
+        send("Public: OPTIONS, DESCRIBE, SETUP, PLAY, GET_PARAMETER, TEARDOWN" + more + "\r\n\r\n");
+    } else if (method == "DESCRIBE") {
+        sendBody(stockSdp(more));
+    } else if (method == "SETUP") {
+        const std::string channel = std::to_string(m_channel);
+        m_channel += 2;
+        send("Transport: RTP/AVP" +
+             (m_script.transport == "udp"
+                  ? ";unicast;server_port=6000-6001"
+                  : "/TCP;unicast;interleaved=" + channel + "-" + std::to_string(m_channel - 1)) +
+             "\r\nSession: 1234;timeout=60" + more + "\r\n\r\n");
+    } else {
+        send("Session: 1234\r\n\r\n");
+    }
 }
 
 void ScriptedServer::take(const std::string& text) {
@@ -272,6 +305,15 @@ bool ScriptedServer::send(const std::string& bytes) {
         }
     }
     return true;
+}
+
+void ScriptedServer::sendDatagram(const std::string& bytes) {
+    const live::net::SocketHandle socket(static_cast<int>(::socket(AF_INET, SOCK_DGRAM, 0)));
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    to.sin_port = htons(m_clientPort);
+    net::sendTo(socket.get(), bytes.data(), bytes.size(), to);
 }
 
 void ScriptedServer::sendBody(const std::string& body) {

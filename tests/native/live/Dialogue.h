@@ -2,24 +2,30 @@
 
 // A server that follows a script. One file per case; a new quirk needs no new code:
 //
+// clang-format off
 //   # what it is about
 //   url rtsp://user:password@{host}/path   where the client connects to (default rtsp://{host}/stream)
-//   transport tcp|udp|http|multicast        default tcp
-//   listen no                               nobody listens on the port
-//   expect DESCRIBE 401                     lines that the client writes down, in this order (others may come
-//   between) never BYE                               what no line may begin with within 2000 milliseconds,
-//   default 5000
+//   transport tcp|udp|http|multicast       default tcp
+//   listen no                              nobody listens on the port
+//   expect DESCRIBE 401                    lines that the client writes down, in this order (others may come between)
+//   never BYE                              what no line may begin with
+//   within 2000                            milliseconds, default 5000
+//   media audio|video                      whole sessions only, as are the next two: what is received
+//   watch 300                              milliseconds of the checks
+//   log text                               what has to be logged
 //
 // Then what the server does. It takes connections one after the other:
 //
 //   > PLAY [text ...]     waits for a request; the rest of the line has to be in it ("!text": must not)
-//   < line                sends a line; "<" alone an empty one. {cseq} is the last request's, {port} the
-//   server's body                  sends the lines that follow up to "end", and, before that, their
-//   Content-Length and an
+//   < line                sends a line; "<" alone an empty one. {cseq} is the last request's, {port} the server's
+//   body                  sends the lines that follow up to "end", and, before that, their Content-Length and an
 //                         empty line
-//   sdp h264|...          the same with a stock description
+//   sdp one|two           the same with a stock description: video, or video and audio
+//   answer SETUP [text]   waits for the request and answers as a good server does; the text goes to the end of the
+//                         header that matters (DESCRIBE: names the stock description)
 //   raw 24 00 ...         sends bytes
-//   rtp CHANNEL SEQ text  sends an interleaved H.264 packet (one NAL unit: 'e' and the text)
+//   rtp CHANNEL SEQ text  sends an interleaved H.264 packet (one NAL unit, a key frame: 'e' and the text)
+//   udp SEQ text          the same as a datagram, to the client_port that the last SETUP named
 //   fill N c              sends N times the character
 //   accept                takes the next connection (the first one is taken by itself)
 //   hold                  like accept, but keeps the old one open
@@ -29,6 +35,7 @@
 //   wait 100              milliseconds
 //
 // At the end of the script the server stays silent until the client has gone.
+// clang-format on
 
 #include <atomic>
 #include <filesystem>
@@ -45,6 +52,10 @@ struct Script {
     std::vector<std::string> expected;
     std::vector<std::string> never;
     int withinMilliseconds = 5000;
+    // Of runs of a whole session: "media audio|video", "watch MILLISECONDS", "log text".
+    std::string media;
+    int watchMilliseconds = 300;
+    std::vector<std::string> logged;
     std::vector<std::string> steps;
 };
 
@@ -68,8 +79,10 @@ class ScriptedServer {
     bool step(const std::string& line, std::size_t& next);
     bool acceptNext();
     bool awaitRequest(const std::string& wanted);
+    void answer(const std::string& method, const std::string& more);
     void take(const std::string& received);
     bool send(const std::string& bytes);
+    void sendDatagram(const std::string& bytes);
     void sendBody(const std::string& body);
     void closeCurrent(bool reset);
 
@@ -79,6 +92,8 @@ class ScriptedServer {
     int m_held = -1;
     unsigned short m_port = 0;
     bool m_base64 = false;
+    int m_channel = 0;  // of the next SETUP
+    unsigned short m_clientPort = 0;
     std::string m_received;
     std::string m_sequence = "0";
     std::string m_complaint;
