@@ -49,8 +49,7 @@ class Reply {
   public:
     explicit Reply(std::string_view text) {
         if (text.size() > kOnvifLargestReply) return;
-        constexpr unsigned kFlags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
-                                    pugi::parse_wconv_attribute | pugi::parse_doctype;
+        constexpr unsigned kFlags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_doctype;
         if (!m_document.load_buffer(text.data(), text.size(), kFlags)) return;
         for (const pugi::xml_node& node : m_document.children()) {
             // SOAP forbids it, and nothing good comes of it.
@@ -124,8 +123,6 @@ std::optional<std::vector<Profile>> ParseProfiles(std::string_view text) {
         if (profiles.size() == kOnvifMostProfiles) break;
         Profile profile;
         profile.token = node.attribute("token").value();
-        // It keeps its place, because profiles are counted.
-        if (profile.token.size() >= kKsOnvifTokenRoom) profile.token.clear();
         profile.frameRateLimit =
             FrameRate(Descend(node, {"VideoEncoderConfiguration", "RateControl", "FrameRateLimit"}));
         profiles.push_back(std::move(profile));

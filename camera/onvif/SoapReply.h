@@ -12,7 +12,7 @@
 namespace norix::onvif {
 
 struct Profile {
-    std::string token;                 // empty: none that could be asked for
+    std::string token;                 // as the camera wrote it, also if empty
     std::uint32_t frameRateLimit = 0;  // pictures per second, at most 1000; 0: not stated
 };
 
