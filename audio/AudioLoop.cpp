@@ -59,20 +59,34 @@ void AudioLoop::Step() {
     AudioFrameRecord* record = nullptr;
     if (m_param.GetFilledAudioFrame(&record) != kResultOk) return;
     m_output.EnsureBuffers(record->storedLength);
-    const CTimeSync::Verdict verdict = m_sync.Decide(record->pts, m_clock.NowMs());
-    Log(record->pts, verdict);
-    if (verdict.action != CTimeSync::Action::Show) {
-        m_param.PutFilledAudioFrame(record, 0);
-        if (verdict.action == CTimeSync::Action::Hold) m_clock.SleepMs(kEarlyPollMs);
-        return;
+    // Without a device nothing is worth waiting for.
+    if (m_output.Ready()) {
+        const CTimeSync::Verdict verdict = m_sync.Decide(record->pts, m_clock.NowMs());
+        Log(record->pts, verdict);
+        if (verdict.action != CTimeSync::Action::Show) {
+            m_param.PutFilledAudioFrame(record, 0);
+            if (verdict.action == CTimeSync::Action::Hold) Hold();
+            return;
+        }
+        Play(*record);
     }
-    Play(*record);
     if (m_playback.abandoned.load() && !m_playback.keepAlive) return;
     m_param.PutEmptyAudioFrame(record);
 }
 
+// To hold sound while the receiver has no free record would cost what it receives meanwhile. That could go on
+// for ever: what is received between two drops leaves holes in time, which are waited for, which costs as
+// much again.
+void AudioLoop::Hold() {
+    if (m_param.HasEmptyAudioFrame()) {
+        m_clock.SleepMs(kEarlyPollMs);
+    } else {
+        m_sync.Resync();
+    }
+}
+
 void AudioLoop::Play(const AudioFrameRecord& frame) {
-    if (!m_param.decodeAV.Get() || frame.storedLength == 0 || !m_output.Ready()) return;
+    if (!m_param.decodeAV.Get() || frame.storedLength == 0) return;
     switch (m_param.audioCodec.Get()) {
         case AudioCodec::Aac:
             PlayAac(frame);

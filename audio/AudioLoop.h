@@ -27,6 +27,7 @@ class AudioLoop {
 
   private:
     void Log(std::uint32_t pts, const CTimeSync::Verdict& verdict) const;
+    void Hold();
     void Play(const AudioFrameRecord& frame);
     void PlayAac(const AudioFrameRecord& frame);
     void PlayMuLaw(const AudioFrameRecord& frame);

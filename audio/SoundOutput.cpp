@@ -10,8 +10,11 @@ namespace {
 
 constexpr std::uint32_t kDefaultSampleRate = 8000;
 constexpr std::uint32_t kBufferWaitMs = 100;
+constexpr std::uint32_t kShortWaitMs = 10;
 constexpr std::uint32_t kReopenMs = 2000;
-// Beyond the time that a buffer takes to play, before a device that returns none is given up.
+// Beyond the time that a buffer takes to play: a device that returned none for so long isn't waited for any
+// more, so that the queue is drained, and is given up.
+constexpr std::uint32_t kOverdueMs = 300;
 constexpr std::uint32_t kStalledMs = 2000;
 // Silence before the sound begins, and before it goes on after a pause: frames that then come later than the
 // first one did find the device still busy.
@@ -70,17 +73,20 @@ bool SoundOutput::Ready() {
     return !m_lost && !m_playback.abandoned.load();
 }
 
-std::uint32_t SoundOutput::PatienceMs() const {
+// For how long no buffer has come back although one should have.
+std::uint32_t SoundOutput::OverdueMs() const {
     const std::uint64_t playing = m_buffers->Capacity() * std::uint64_t{1000} / std::max(m_rate, 1u);
-    return kStalledMs + static_cast<std::uint32_t>(std::min<std::uint64_t>(playing, UINT32_MAX / 4));
+    const std::uint32_t waiting = m_clock.NowMs() - m_lastReturnMs;
+    return waiting > playing ? waiting - static_cast<std::uint32_t>(playing) : 0;
 }
 
 OutputBuffer* SoundOutput::Take() {
-    OutputBuffer* const buffer = m_clock.AwaitBuffer(*m_buffers, kBufferWaitMs);
-    const std::uint32_t now = m_clock.NowMs();
+    OutputBuffer* const buffer =
+        m_clock.AwaitBuffer(*m_buffers, OverdueMs() > kOverdueMs && m_starved ? kShortWaitMs : kBufferWaitMs);
+    m_starved = !buffer;
     if (buffer) {
-        m_lastReturnMs = now;
-    } else if (now - m_lastReturnMs > PatienceMs()) {
+        m_lastReturnMs = m_clock.NowMs();
+    } else if (OverdueMs() > kStalledMs) {
         Lose();
     }
     return buffer;

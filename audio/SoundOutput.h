@@ -42,7 +42,7 @@ class SoundOutput {
     void Open();
     void Lose();
     void WriteCushion();
-    std::uint32_t PatienceMs() const;
+    std::uint32_t OverdueMs() const;
 
     AudioPlayback& m_playback;
     AudioClock& m_clock;
@@ -50,6 +50,7 @@ class SoundOutput {
     std::uint32_t m_rate;                      // samples per second
     bool m_started = false;                    // something was written since the device was opened
     std::uint32_t m_lastWriteMs = 0;
+    bool m_starved = false;            // the last wait for a buffer was in vain
     std::uint32_t m_lastReturnMs = 0;  // when a buffer was last free
     std::uint32_t m_lastTryMs;         // when the device was last opened, or found to be gone
     bool m_lost;

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "audio/AudioControl.h"
+#include "util/Log.h"
 
 namespace {
 
@@ -122,6 +123,8 @@ int main(int argc, char** argv) {
         commands.emplace(std::strtoul(text.c_str() + equals + 1, nullptr, 10), text.substr(0, equals));
     }
 
+    // To be seen with WINEDEBUG=+debugstr.
+    util::Switches().output.Set(std::getenv("SOUND_PLAYER_LOG") ? 1 : 0);
     timeBeginPeriod(1);
     norix::CCtrlParam param;
     Stream stream;

@@ -75,11 +75,11 @@ def decibels(ratio):
     return 20 * math.log10(max(ratio, 1e-9))
 
 
-def play(codec, milliseconds, *commands, server=None):
+def play(codec, milliseconds, *commands, before=(), server=None):
     """Runs the player; its figures, or None where it found no device."""
     environment = dict(os.environ, **({"PULSE_SERVER": server} if server else {}))
-    run = subprocess.run([ROOT / "scripts/wine-run", player, sounds, codec, str(milliseconds), *commands], check=True,
-                         stdout=subprocess.PIPE, text=True, env=environment)
+    run = subprocess.run([*before, ROOT / "scripts/wine-run", player, sounds, codec, str(milliseconds), *commands],
+                         check=True, capture_output=True, text=True, env=environment)
     if "no device" in run.stdout:
         return None
     return {name.strip(): int(value) for name, value in re.findall(r"([A-Za-z ]+) (\d+)", run.stdout)}
@@ -129,9 +129,9 @@ class SoundTest(unittest.TestCase):
         self.assertIsNone(play("pcmu", 1000, server="unix:/nonexistent/socket"))
 
     def test_server_that_goes(self):
-        killer = subprocess.Popen(["sh", "-c", "sleep 4; pactl exit"])
-        figures = play("pcmu", 8000)
-        killer.wait()
+        ending = ["env", "-u", "NORIX_SOUND_MONITOR", ROOT / "scripts/with-sound", "sh", "-c",
+                  '(sleep 2; pactl exit) & exec "$@"', "sh"]
+        figures = play("pcmu", 7000, before=ending)
         self.assertLess(figures["longest insert"], 50)
         self.assertEqual(figures["queued at the end"], 0)
         self.assertLess(figures["stopped in"], 3000)
