@@ -5,9 +5,12 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <future>
 
 #include "ScriptedServer.h"
+#include "util/Handles.h"
+#include "util/Settings.h"
 
 namespace norix::test {
 namespace {
@@ -165,17 +168,19 @@ TEST(WinInetTransport, GivesUpOnServersThatKeepItWaiting) {
         std::uint16_t port;
         double most;  // seconds: far from the limit below, far from for ever above
         bool answered;
+        bool secure = false;
     };
-    const Case cases[] = {{"black hole", hole.Port(), 2.5, false},
-                          {"silent", silent.Port(), 2.5, false},
-                          {"stalls", stalls.Port(), 2.5, true},
-                          {"drips headers", dripsHeaders.Port(), 7, false},
-                          {"drips body", dripsBody.Port(), 7, true}};
+    const Case cases[] = {
+        {"black hole", hole.Port(), 2.5, false},           {"silent", silent.Port(), 2.5, false},
+        {"no handshake", silent.Port(), 4.5, false, true}, {"stalls", stalls.Port(), 2.5, true},
+        {"drips headers", dripsHeaders.Port(), 7, false},  {"drips body", dripsBody.Port(), 7, true}};
     std::vector<std::future<void>> running;
     for (const Case& c : cases) {
         running.push_back(std::async(std::launch::async, [c] {
+            HttpRequest request = To(c.port);
+            request.secure = c.secure;
             HttpReply reply;
-            EXPECT_LT(SecondsOf([&] { reply = Send(To(c.port)); }), c.most) << c.name;
+            EXPECT_LT(SecondsOf([&] { reply = Send(request); }), c.most) << c.name;
             EXPECT_EQ(reply.answered, c.answered) << c.name;
             EXPECT_EQ(reply.stalled, c.answered) << c.name;
             EXPECT_EQ(reply.body, "") << c.name;
@@ -194,6 +199,38 @@ TEST(WinInetTransport, RefusesAddressesThatAreNone) {
         EXPECT_FALSE(Send(request).answered) << host;
     }
     EXPECT_FALSE(Send(To(1)).answered) << "nobody listens there";
+}
+
+// Stores the user's choice and puts the earlier state back.
+class AllowSelfSigned {
+  public:
+    explicit AllowSelfSigned(DWORD value) {
+        RegCreateKeyExW(HKEY_CURRENT_USER, util::kClientSettingKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                        m_key.Put(), nullptr);
+        RegSetValueExW(m_key.Get(), kName, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), sizeof value);
+    }
+    ~AllowSelfSigned() { RegDeleteValueW(m_key.Get(), kName); }
+    AllowSelfSigned(const AllowSelfSigned&) = delete;
+    AllowSelfSigned& operator=(const AllowSelfSigned&) = delete;
+
+  private:
+    static constexpr wchar_t kName[] = L"AllowSelfSignedCertificate";
+    util::RegKey m_key;
+};
+
+// https_test.py runs the server and says where.
+TEST(WinInetTransportHttps, TrustsCertificatesOfItsOwnOnlyWhenTold) {
+    const char* const port = std::getenv("NORIX_TEST_HTTPS_PORT");
+    if (!port) GTEST_SKIP() << "runs by https_test.py";
+    HttpRequest request = To(static_cast<std::uint16_t>(std::atoi(port)));
+    request.secure = true;
+    EXPECT_FALSE(Send(request).answered);
+    {
+        const AllowSelfSigned allow(1);
+        EXPECT_EQ(Send(request).body, "secure");
+    }
+    const AllowSelfSigned forbid(0);
+    EXPECT_FALSE(Send(request).answered);
 }
 
 }  // namespace
