@@ -22,9 +22,9 @@ PictureSplitter::PictureSplitter(std::size_t limit, const ContentType& type)
 
 // False while there are too few bytes to tell.
 bool PictureSplitter::ChooseFraming() {
-    const Bytes data = m_window.Data();
     constexpr std::size_t kEnough = 4;
-    if (data.size() < kEnough) return false;
+    if (m_window.Data().size() < kEnough) return false;
+    const Bytes data = m_window.Data().first(kEnough);
     const bool raw = MayBePicture(data) || MayBePictureHeader(data);
     const bool dashes = data[0] == '-' || data[0] == '\r' || data[0] == '\n';
     if (!raw && (dashes || m_type.content == Content::Multipart)) {

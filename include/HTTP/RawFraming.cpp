@@ -80,9 +80,10 @@ Framing::Step RawFraming::TakeByMarkers(ByteWindow& window, Found& found) {
     const Bytes data = window.Data();
     const JpegWalker::State state = m_walker.Walk(data.subspan(m_headerLength));
     const std::size_t end = m_headerLength + m_walker.Position();
+    // Whatever is behind the limit: it makes no difference in which pieces it comes.
+    if (end > m_limit) return DropLong(window, m_limit);
     switch (state) {
         case JpegWalker::State::End:
-            if (end > m_limit) return DropLong(window, end);
             found = {data.first(end), end};
             m_walking = false;
             m_walker.Reset();
@@ -94,7 +95,7 @@ Framing::Step RawFraming::TakeByMarkers(ByteWindow& window, Found& found) {
         case JpegWalker::State::More:
             break;
     }
-    return data.size() <= m_limit ? Step::More : DropLong(window, data.size());
+    return Step::More;
 }
 
 }  // namespace norix::http
