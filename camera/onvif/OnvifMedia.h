@@ -19,8 +19,8 @@ struct OnvifSurroundings {
 };
 OnvifSurroundings SystemOnvifSurroundings();
 
-// All that is asked after one Open has to begin within this time of it. The last request may take up to 3
-// seconds more, 1 in each of its phases.
+// All that is asked after one Open has to begin within this time of it. The last request may take as long as
+// the transport lets it.
 inline constexpr std::int64_t kOnvifMilliseconds = 4000;
 inline constexpr unsigned kOnvifMostRequests = 5;
 inline constexpr std::size_t kOnvifLargestReply = 256 * 1024;

@@ -36,8 +36,8 @@ struct OnvifStream {
 };
 
 // Profile, stream address, frame-rate limit, in this order. Nothing when the camera has no answer that can be
-// used; why is in the log. Blocks for at most some 4 seconds, as OnvifMedia.h says. Throws nothing but
-// bad_alloc.
+// used; why is in the log. Blocks while the camera is asked, within the limits of OnvifMedia.h. Throws
+// nothing but bad_alloc.
 std::optional<OnvifStream> AskOnvif(IKsOnvifMedia& media, const OnvifQuestion& question);
 
 }  // namespace norix
