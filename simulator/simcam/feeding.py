@@ -74,9 +74,9 @@ class Pacer:
 
     def add(self, feeders: list[Feeder]) -> None:
         with self._changed:
-            for feeder in feeders:
+            for feeder in set(feeders) - self._feeders:
                 feeder.start()
-            self._feeders.update(feeders)
+                self._feeders.add(feeder)
             self._changed.notify()
 
     def remove(self, feeders: list[Feeder]) -> None:

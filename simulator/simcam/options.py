@@ -1,6 +1,7 @@
 """The command line."""
 
 import argparse
+import ipaddress
 import os
 from dataclasses import dataclass
 
@@ -63,14 +64,22 @@ class Options:
     onvif: str
     clock_offset: float
     talkback: str | None
-    multicast: str | None
-    push: str | None
+    multicast: tuple[str, int] | None
+    push: tuple[str, int] | None
     push_codec: str
     cache: str
     verbose: bool
     log: str | None
     die_with_parent: bool
     faults: Faults
+
+
+def _group(text: str) -> tuple[str, int]:
+    """An IPv4 multicast group and an even port."""
+    address, _, port = text.partition(":")
+    if not ipaddress.IPv4Address(address).is_multicast or not 1024 <= int(port) < 65000 or int(port) % 2:
+        raise ValueError(text)
+    return address, int(port)
 
 
 def _faults_help() -> str:
@@ -110,8 +119,9 @@ def parse(arguments: list[str]) -> Options:
         help="ONVIF beside the command interface, not at all, or instead of it (%(default)s)")
     add("--clock-offset", type=float, default=0, metavar="SECONDS", help="how far the camera's clock is ahead")
     add("--talkback", metavar="FILE", help="write the mu-law that talk-back sends into this file")
-    add("--multicast", metavar="GROUP:PORT", help="group and first port of RTSP multicast streams")
-    add("--push", metavar="GROUP:PORT", help="send video to PORT and sound to PORT+2 of this group, without RTSP")
+    add("--multicast", type=_group, metavar="GROUP:PORT", help="group and first port of RTSP's multicast streams")
+    add("--push", type=_group, metavar="GROUP:PORT",
+        help="send video to PORT and sound to PORT+2 of this group, without RTSP")
     add("--push-codec", choices=CODECS, default="h264", help="(%(default)s)")
     add("--cache", default=_default_cache(), metavar="FOLDER", help="where the made clips are kept (%(default)s)")
     add("--fault", action="append", default=[], metavar="NAME[=SECONDS]", help="see below")

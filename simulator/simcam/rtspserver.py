@@ -3,39 +3,18 @@
 import base64
 import secrets
 import threading
-from typing import Callable, Iterator
+from typing import Iterator
 
-import gi
+from gi.repository import GLib, Gst, GstRtsp, GstRtspServer
 
-for _name in ("Gst", "GstRtsp", "GstRtspServer"):
-    gi.require_version(_name, "1.0")
-from gi.repository import GLib, Gst, GstRtsp, GstRtspServer  # noqa: E402
-
-from simcam.camera import AudioCursor, Camera, VideoCursor  # noqa: E402
-from simcam.clips import AUDIO_RATES, PCMU_PACKET, SIZES, Frame  # noqa: E402
-from simcam.feeding import Feeder, Pacer  # noqa: E402
-from simcam.frameinfo import SectionWriter, inside_frame  # noqa: E402
-from simcam.log import log  # noqa: E402
+from simcam.camera import Camera
+from simcam.clips import SIZES
+from simcam.feeding import Pacer
+from simcam.log import log
+from simcam.multicast import PORTS_PER_STREAM, add_group
+from simcam.tracks import audio_feeder, pipeline_part, video_feeder
 
 ADDRESS_CODECS = {"h264": "_h264", "mjpeg": "_mjpg", "mpeg4": ""}
-_PAYLOADERS = {
-    "h264": "rtph264pay name=pay{0} pt=96 config-interval=0 mtu=1400",
-    "mpeg4": "rtpmp4vpay name=pay{0} pt=96 config-interval=0 mtu=1400",
-    "mjpeg": "rtpjpegpay name=pay{0} pt=26 mtu=1400",
-    "pcmu": "rtppcmupay name=pay{0} pt=0 min-ptime=20000000 max-ptime=20000000",
-    "aac": "rtpmp4gpay name=pay{0} pt=97",
-}
-_CAPS = {
-    "h264": "video/x-h264,stream-format=byte-stream,alignment=au",
-    "mpeg4": "video/mpeg,mpegversion=4,systemstream=false,parsed=true",
-    "mjpeg": "image/jpeg,width={0},height={1}",
-    "pcmu": "audio/x-mulaw,rate=8000,channels=1",
-    # The configuration is that of AAC-LC with 16 kHz, mono.
-    "aac": "audio/mpeg,mpegversion=4,stream-format=raw,rate=16000,channels=1,codec_data=(buffer)1408",
-}
-_AUDIO_INTERVALS = {"pcmu": PCMU_PACKET / AUDIO_RATES["pcmu"], "aac": 1024 / AUDIO_RATES["aac"]}
-# The packetiser for MPEG-4 holds a frame until the next one comes.
-_FIRST_FRAMES = {"mpeg4": 2}
 _SCHEMES = {"basic": GstRtsp.RTSPAuthMethod.BASIC, "digest": GstRtsp.RTSPAuthMethod.DIGEST}
 _SESSION_TIMEOUT = 60
 _CLEANUP_SECONDS = 1
@@ -54,11 +33,10 @@ def stream_paths(kind: str, camera: Camera) -> Iterator[tuple[str, int, int, str
 class RtspServer:
     """Serves from a thread of its own, which runs GLib's main loop."""
 
-    def __init__(self, camera: Camera) -> None:
-        Gst.init(None)
+    def __init__(self, camera: Camera, pacer: Pacer) -> None:
         self._camera = camera
         self._faults = camera.options.faults
-        self._pacer = Pacer()
+        self._pacer = pacer
         self._server = GstRtspServer.RTSPServer()
         self._server.set_address(camera.options.bind)
         self._server.set_service(str(camera.options.rtsp))
@@ -67,6 +45,8 @@ class RtspServer:
         for path, channel, stream, codec in stream_paths("udpstream", camera):
             for folder in ("/", "/kest-cgi/"):
                 mounts.add_factory(folder + path, self._factory(channel, stream, codec))
+        if camera.options.multicast:
+            self._add_multicast(mounts, *camera.options.multicast)
         self._server.connect("client-connected", self._client_connected)
         GLib.timeout_add_seconds(_CLEANUP_SECONDS, self._clean_up)
         if self._server.attach(None) == 0:
@@ -104,48 +84,43 @@ class RtspServer:
 
     def _factory(self, channel: int, stream: int, codec: str) -> GstRtspServer.RTSPMediaFactory:
         audio = self._camera.options.audio
-        line = f"appsrc name=video ! {_PAYLOADERS[codec].format(0)} "
+        parts = [pipeline_part("video", codec, "pay0")]
         if audio != "none":
-            line += f"appsrc name=audio ! {_PAYLOADERS[audio].format(1)} "
+            parts.append(pipeline_part("audio", audio, "pay1"))
         factory = GstRtspServer.RTSPMediaFactory()
-        factory.set_launch(f"( {line})")
+        factory.set_launch(f"( {' '.join(parts)} )")
         factory.set_latency(0)
         factory.connect("media-configure", self._configure, channel, stream, codec)
         if self._permissions:
             factory.set_permissions(self._permissions)
         return factory
 
+    def _add_multicast(self, mounts: GstRtspServer.RTSPMountPoints, group: str, port: int) -> None:
+        """Each stream has ports of its own, whatever address it goes by."""
+        factories: dict[tuple[int, int, str], GstRtspServer.RTSPMediaFactory] = {}
+        for path, *which in stream_paths("multicaststream", self._camera):
+            if (key := tuple(which)) not in factories:
+                factory = self._factory(*which)
+                add_group(factory, group, port + PORTS_PER_STREAM * len(factories), self._camera.options.bind)
+                factories[key] = factory
+            mounts.add_factory("/" + path, factories[key])
+
     def _configure(self, _factory: GstRtspServer.RTSPMediaFactory, media: GstRtspServer.RTSPMedia, channel: int,
                    stream: int, codec: str) -> None:
-        camera = self._camera
-        stall = self._faults.seconds("stall")
-        bin_ = media.get_element()
-        feeders = [Feeder(bin_.get_by_name("video"), _CAPS[codec].format(*SIZES[stream]), 1 / camera.options.fps,
-                          self._pictures(channel, stream, codec), _FIRST_FRAMES.get(codec, 1), stall)]
-        if (kind := camera.options.audio) != "none":
-            feeders.append(Feeder(bin_.get_by_name("audio"), _CAPS[kind], _AUDIO_INTERVALS[kind],
-                                  AudioCursor(camera, kind).next, 1, stall))
+        camera, audio = self._camera, self._camera.options.audio
+        sources = media.get_element()
+        feeders = [video_feeder(camera, sources.get_by_name("video"), channel, stream, codec)]
+        if audio != "none":
+            feeders.append(audio_feeder(camera, sources.get_by_name("audio"), audio))
 
         def state_changed(_media: GstRtspServer.RTSPMedia, state: int) -> None:
             if state == Gst.State.PLAYING and "rtsp-silent" not in self._faults:
                 self._pacer.add(feeders)
-            else:
+            elif not media.is_shared():  # of several clients, others may still be watching
                 self._pacer.remove(feeders)
 
         media.connect("new-state", state_changed)
         media.connect("unprepared", lambda _media: self._pacer.remove(feeders))
-
-    def _pictures(self, channel: int, stream: int, codec: str) -> Callable[[], Frame]:
-        cursor = VideoCursor(self._camera, channel, stream, codec)
-        if not self._camera.options.sections:
-            return cursor.next
-        writer = SectionWriter(self._camera, channel)
-
-        def next_with_section() -> Frame:
-            frame = cursor.next()
-            return Frame(inside_frame(codec, writer.next(frame.key), frame.data), frame.key)
-
-        return next_with_section
 
     def _client_connected(self, _server: GstRtspServer.RTSPServer, client: GstRtspServer.RTSPClient) -> None:
         log("rtsp: connected")
