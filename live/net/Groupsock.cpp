@@ -5,7 +5,7 @@
 #include "live/net/GroupsockHelper.h"
 #include "live/net/SocketHandle.h"
 
-ipv4AddressBits ReceivingInterfaceAddr = 0;
+thread_local ipv4AddressBits ReceivingInterfaceAddr = 0;
 
 namespace net = live::net;
 

@@ -3,8 +3,8 @@
 #include "live/env/UsageEnvironment.h"
 
 // The local address that multicast groups are joined on, in network byte order; 0 lets the system choose.
-// Read when a subsession is initiated.
-extern ipv4AddressBits ReceivingInterfaceAddr;
+// Read when a subsession is initiated. Each thread has its own, as it has its own event loop.
+extern thread_local ipv4AddressBits ReceivingInterfaceAddr;
 
 Boolean IsMulticastAddress(ipv4AddressBits address);
 

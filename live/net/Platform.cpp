@@ -1,11 +1,18 @@
 #include "live/net/Platform.h"
 
+#include <memory>
 #include <system_error>
+#include <utility>
 
 #include "live/env/UsageEnvironment.h"
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
 #ifndef _WIN32
 #include <cerrno>
+#include <thread>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -21,6 +28,39 @@ bool startUp() {
         return WSAStartup(MAKEWORD(2, 2), &data) == 0;
     }();
     return started;
+}
+
+namespace {
+struct Detached {
+    std::function<void()> body;
+    HMODULE module = nullptr;
+};
+
+DWORD WINAPI detachedMain(void* parameter) {
+    HMODULE module = nullptr;
+    {
+        const std::unique_ptr<Detached> detached(static_cast<Detached*>(parameter));
+        detached->body();
+        module = detached->module;
+    }  // what the body holds is gone before the code that destroys it may be
+    if (module) FreeLibraryAndExitThread(module, 0);
+    return 0;
+}
+}  // namespace
+
+bool runDetached(std::function<void()> body) {
+    auto detached = std::make_unique<Detached>();
+    detached->body = std::move(body);
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&detachedMain),
+                       &detached->module);
+    const HANDLE thread = CreateThread(nullptr, 0, &detachedMain, detached.get(), 0, nullptr);
+    if (!thread) {
+        if (detached->module) FreeLibrary(detached->module);
+        return false;
+    }
+    static_cast<void>(detached.release());  // the thread's now
+    CloseHandle(thread);
+    return true;
 }
 
 int lastError() {
@@ -80,6 +120,16 @@ bool canBindToGroup() {
 bool startUp() {
     return true;
 }
+
+bool runDetached(std::function<void()> body) {
+    try {
+        std::thread(std::move(body)).detach();
+        return true;
+    } catch (const std::system_error&) {
+        return false;
+    }
+}
+
 int lastError() {
     return errno;
 }

@@ -16,6 +16,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,10 @@ namespace live::net {
 
 // Starts the system's sockets once per process; false when there are none.
 bool startUp();
+
+// Runs the body on a thread that nobody waits for; it must own or share all it uses and throw nothing. The
+// code of the module that calls stays loaded until it has ended. False when there is no thread to be had.
+bool runDetached(std::function<void()> body);
 
 // The last socket error of this thread, its text, and what the usual ones mean.
 int lastError();

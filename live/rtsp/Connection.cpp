@@ -16,6 +16,7 @@ constexpr std::size_t kMaxUnsent = 1024 * 1024;
 constexpr std::size_t kMaxUnsentPackets = 16 * 1024;
 constexpr std::size_t kMaxSkipped = 256 * 1024;
 constexpr int kMaxReads = 16;
+constexpr std::int64_t kLookupInterval = 10'000;  // microseconds
 
 }  // namespace
 
@@ -62,9 +63,48 @@ bool Connection::connectTo(net::SocketHandle& socket, TaskScheduler::BackgroundH
 
 bool Connection::open(const Endpoint& endpoint) {
     close();
+    const ipv4AddressBits known = endpoint.host == m_endpoint.host ? m_endpoint.address : 0;
     m_endpoint = endpoint;
+    if (m_endpoint.address == 0) m_endpoint.address = known;
+    if (m_endpoint.address == 0) m_endpoint.address = net::numericAddress(m_endpoint.host);
     m_tunnelRetried = false;
     ++m_openings;
+    return m_endpoint.address != 0 ? connectInput() : lookUp();
+}
+
+bool Connection::lookUp() {
+    m_lookup = net::Lookup::begin(m_endpoint.host);
+    if (!m_lookup) {
+        m_env.setResultMsg("Too many look-ups of network addresses are under way");
+        return false;
+    }
+    m_state = State::Resolving;
+    awaitLookup();
+    return true;
+}
+
+// The thread that looks it up knows nothing of the event loop, which may be gone by then: it is asked.
+void Connection::awaitLookup() {
+    m_lookupTask = m_env.taskScheduler().scheduleDelayedTask(
+        kLookupInterval, [](void* self) { static_cast<Connection*>(self)->onLookup(); }, this);
+}
+
+void Connection::onLookup() {
+    m_lookupTask = nullptr;
+    if (!m_lookup->done()) {
+        awaitLookup();
+        return;
+    }
+    m_endpoint.address = m_lookup->address();
+    m_lookup.reset();
+    if (m_endpoint.address == 0) {
+        lose(0, "Failed to find the network address of \"" + m_endpoint.host + "\"");
+    } else if (!connectInput()) {
+        lose(net::lastError(), m_env.getResultMsg());
+    }
+}
+
+bool Connection::connectInput() {
     if (!connectTo(m_input, socketReady)) {
         m_input.reset();
         return false;
@@ -78,11 +118,17 @@ void Connection::adopt(int connectedSocket) {
     m_endpoint = {};
     ++m_openings;
     m_input = net::SocketHandle(connectedSocket);
+    sockaddr_in server{};
+    socklen_t length = sizeof server;
+    if (::getpeername(connectedSocket, reinterpret_cast<sockaddr*>(&server), &length) == 0)
+        m_endpoint.address = server.sin_addr.s_addr;
     net::makeNonBlocking(connectedSocket);
     becomeOpen();
 }
 
 void Connection::close() {
+    m_env.taskScheduler().unscheduleDelayedTask(m_lookupTask);
+    m_lookup.reset();
     m_env.taskScheduler().disableBackgroundHandling(m_input.get());
     m_env.taskScheduler().disableBackgroundHandling(m_output.get());
     m_input.reset();

@@ -4,12 +4,14 @@
 // out messages, and hands interleaved packets to their receivers.
 
 #include <array>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "live/env/LifeFlag.h"
 #include "live/env/UsageEnvironment.h"
+#include "live/net/Resolve.h"
 #include "live/net/SocketHandle.h"
 #include "live/rtp/Interleaved.h"
 #include "live/rtsp/RtspFramer.h"
@@ -32,7 +34,8 @@ class ConnectionUser {
 };
 
 struct Endpoint {
-    ipv4AddressBits address = 0;
+    std::string host;
+    ipv4AddressBits address = 0;  // 0: the host's, which is looked up
     portNumBits port = 0;
     bool tunnel = false;
     std::string tunnelPath;  // of the HTTP requests
@@ -51,6 +54,8 @@ class Connection final : public rtp::InterleavedConnection {
     void close();
     bool isOpen() const { return m_state != State::Closed; }
     int socketNum() const { return m_input.get(); }
+    // The server's, once it is known.
+    ipv4AddressBits address() const { return m_endpoint.address; }
 
     // What can't be sent yet waits, also for the connection to be made.
     bool send(std::string_view bytes);
@@ -63,6 +68,7 @@ class Connection final : public rtp::InterleavedConnection {
   private:
     enum class State {
         Closed,
+        Resolving,
         Connecting,     // the only connection, or a tunnel's GET
         TunnelWaiting,  // GET is sent
         TunnelPosting,  // the second connection is being made
@@ -72,6 +78,10 @@ class Connection final : public rtp::InterleavedConnection {
     static void outputReady(void* self, int mask);
 
     bool connectTo(net::SocketHandle& socket, TaskScheduler::BackgroundHandlerProc* handler);
+    bool lookUp();
+    void awaitLookup();
+    void onLookup();
+    bool connectInput();
     void onConnected();
     void onTunnelReply(const Message& reply);
     void onPostConnected();
@@ -92,6 +102,8 @@ class Connection final : public rtp::InterleavedConnection {
     Framer m_framer;
     Endpoint m_endpoint;
     State m_state = State::Closed;
+    std::shared_ptr<const net::Lookup> m_lookup;  // while resolving
+    TaskToken m_lookupTask = nullptr;
     net::SocketHandle m_input;   // both ways without a tunnel
     net::SocketHandle m_output;  // a tunnel's POST
     std::string m_cookie;

@@ -26,11 +26,6 @@ bool isSuccess(unsigned status) {
     return status >= 200 && status < 300;
 }
 
-ipv4AddressBits numericAddress(const std::string& address) {
-    in_addr parsed{};
-    return ::inet_pton(AF_INET, address.c_str(), &parsed) == 1 ? parsed.s_addr : 0;
-}
-
 // What a description says goes into request lines: nothing in it may end a line.
 std::string withoutControls(std::string url) {
     std::erase_if(url, [](char c) { return static_cast<unsigned char>(c) <= ' ' || c == 0x7F; });
@@ -85,7 +80,6 @@ RTSPClient::Engine::~Engine() {
 bool RTSPClient::Engine::setUrl(std::string_view url) {
     m_url = rtsp::parseUrl(url);
     m_baseUrl = m_url ? m_url->plain : std::string(url);
-    m_serverAddress = 0;
     return m_url.has_value();
 }
 
@@ -202,23 +196,13 @@ bool RTSPClient::Engine::connect() {
         env().setResultMsg("Bad RTSP URL: ", m_baseUrl.c_str());
         return false;
     }
-    const ipv4AddressBits address = serverAddress();
-    if (address == 0) {
-        env().setResultMsg("Failed to find the network address of \"", m_url->host.c_str(), "\"");
-        return false;
-    }
     rtsp::Endpoint endpoint;
-    endpoint.address = address;
+    endpoint.host = m_url->host;
     endpoint.tunnel = m_tunnelPort != 0;
     endpoint.port = endpoint.tunnel ? m_tunnelPort : m_url->port;
     endpoint.tunnelPath = m_url->path;
     endpoint.userAgent = m_applicationName;
     return m_connection.open(endpoint);
-}
-
-ipv4AddressBits RTSPClient::Engine::serverAddress() {
-    if (m_serverAddress == 0 && m_url) m_serverAddress = live::net::resolve(m_url->host);
-    return m_serverAddress;
 }
 
 std::string RTSPClient::Engine::compose(const Request& request) {
@@ -426,7 +410,7 @@ bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Tran
         why = "The server does not stream over the RTSP connection";
         return false;
     }
-    const ipv4AddressBits destination = numericAddress(transport.destination);
+    const ipv4AddressBits destination = live::net::numericAddress(transport.destination);
     const ipv4AddressBits group =
         IsMulticastAddress(destination) ? destination : subsession.connectionEndpointAddress();
     if (transport.multicast) {
@@ -441,9 +425,10 @@ bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Tran
         return false;
     }
     if (transport.serverPort) {
-        const ipv4AddressBits source = numericAddress(transport.source);
+        const ipv4AddressBits source = live::net::numericAddress(transport.source);
         // Reports go to nobody else than where the packets come from.
-        subsession.setRtcpDestination(source != 0 ? source : serverAddress(), transport.serverPort->second);
+        subsession.setRtcpDestination(source != 0 ? source : m_connection.address(),
+                                      transport.serverPort->second);
     }
     return true;
 }

@@ -77,7 +77,6 @@ class RTSPClient::Engine final : private live::rtsp::ConnectionUser {
     void answer(const Request& request, int code, const std::string& text);
     void failLater(Request request, int code, std::string why);
     void reportFailures();
-    ipv4AddressBits serverAddress();
 
     struct Failure {
         Request request;
@@ -99,7 +98,6 @@ class RTSPClient::Engine final : private live::rtsp::ConnectionUser {
     std::string m_sessionId;
     unsigned m_sessionTimeout = 0;
     unsigned m_nextChannel = 0;
-    ipv4AddressBits m_serverAddress = 0;
     std::deque<Request> m_requests;  // sent, in order
     std::deque<Failure> m_failures;  // never sent; told from the event loop
     TaskToken m_failureTask = nullptr;

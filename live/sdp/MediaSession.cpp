@@ -5,21 +5,12 @@
 #include "live/env/Clock.h"
 #include "live/net/GroupsockHelper.h"
 #include "live/net/Platform.h"
+#include "live/net/Resolve.h"
 #include "live/rtp/PayloadFormats.h"
 #include "live/rtp/RtpFrameSource.h"
 #include "protocol/Text.h"
 
 namespace sdp = live::sdp;
-
-namespace {
-
-// 0 for what is no numeric address: a description never makes us ask a name server.
-ipv4AddressBits numericAddress(const std::string& text) {
-    in_addr address{};
-    return ::inet_pton(AF_INET, text.c_str(), &address) == 1 ? address.s_addr : 0;
-}
-
-}  // namespace
 
 MediaSession* MediaSession::createNew(UsageEnvironment& env, char const* sdpDescription) {
     auto* const session = new MediaSession(env);
@@ -182,11 +173,12 @@ bool MediaSubsession::createSource() {
     return true;
 }
 
+// Numeric addresses only: a description never makes us ask a name server.
 ipv4AddressBits MediaSubsession::connectionEndpointAddress() const {
-    return numericAddress(m_media.connection);
+    return live::net::numericAddress(m_media.connection);
 }
 ipv4AddressBits MediaSubsession::sourceFilterAddress() const {
-    return numericAddress(m_media.source);
+    return live::net::numericAddress(m_media.source);
 }
 
 void MediaSubsession::setRtcpDestination(ipv4AddressBits address, portNumBits rtcpPort) {
