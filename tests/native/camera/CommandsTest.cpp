@@ -11,9 +11,7 @@
 namespace norix {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::Not;
 
 HttpReply Answer(std::string body, std::string headers = "HTTP/1.0 200 OK\r\n") {
     HttpReply reply;

@@ -27,7 +27,7 @@ Socket Listen(int backlog, std::uint16_t& port) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    bind(listener.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address);
+    static_cast<void>(bind(listener.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address));
     listen(listener.Get(), backlog);
     int size = sizeof address;
     getsockname(listener.Get(), reinterpret_cast<sockaddr*>(&address), &size);
@@ -132,7 +132,7 @@ BlackHole::BlackHole() : m_listener(Listen(1, m_port)) {
         Socket client(socket(AF_INET, SOCK_STREAM, 0));
         u_long on = 1;
         ioctlsocket(client.Get(), FIONBIO, &on);
-        connect(client.Get(), reinterpret_cast<sockaddr*>(&address), size);
+        static_cast<void>(connect(client.Get(), reinterpret_cast<sockaddr*>(&address), size));
         m_waiting.push_back(std::move(client));
     }
     Sleep(100);  // until they stand in the queue
