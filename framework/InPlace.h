@@ -43,7 +43,6 @@ class InPlace final : public InterfacePart<COleControl, IOleInPlaceObject, IOleI
     /// Leaves the container's window and destroys the control's.
     void Deactivate();
     HRESULT Hide();
-    bool IsActive() const { return m_active; }
 
     /// Forgets the container without a call to it: the control is being destroyed.
     void Abandon();

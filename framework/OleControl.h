@@ -29,8 +29,6 @@ struct ControlClass {
     CLSID clsid;
     const wchar_t* userType;  ///< the class's name for people
     GUID typeLibrary;
-    WORD typeLibraryMajor;
-    WORD typeLibraryMinor;
     IID dispatchInterface;
     IID eventInterface;
     CLSID propertyPage;

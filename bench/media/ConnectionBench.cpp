@@ -215,9 +215,7 @@ void MemoryOfAConnection(benchmark::State& state, const std::string& clip) {
 
 const bool s_registered = [] {
     if (codec::StaticInit() != codec::kStaticInitOk) return false;
-    const auto timed = [](auto* registered) {
-        registered->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(100);
-    };
+    const auto timed = [](auto* registered) { registered->UseManualTime()->Unit(benchmark::kMillisecond); };
     for (const std::string size : {"720p", "1080p"}) {
         // First, while the process has no freed memory to reuse.
         benchmark::RegisterBenchmark(("Memory/h264_" + size).c_str(), MemoryOfAConnection,
