@@ -55,11 +55,14 @@ bool StartsAnyWith(const std::vector<std::string>& lines, const std::string& sta
                        [&](const std::string& line) { return line.starts_with(start); });
 }
 
-// Whether the expected lines are there, in their order; `missing` is the first that isn't.
+// Whether the expected lines are there, in their order; `missing` is the first that isn't. Frames have an
+// order of their own, since they are noted by another thread.
 bool Matches(const std::vector<std::string>& lines, const std::vector<std::string>& expected,
              std::string& missing) {
-    auto at = lines.begin();
+    auto frame = lines.begin();
+    auto other = lines.begin();
     for (const std::string& wanted : expected) {
+        auto& at = wanted.starts_with("FRAME") ? frame : other;
         at = std::find_if(at, lines.end(), [&](const std::string& l) { return l.starts_with(wanted); });
         if (at == lines.end()) {
             missing = wanted;
