@@ -1,0 +1,304 @@
+// A receiver against a camera that behaves well, badly, or not at all.
+
+#include "ScriptedServer.h"
+// After Windows Sockets.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <thread>
+
+#include "include/HTTP/HostLookup.h"
+#include "include/HTTP/HttpStreamReceiver.h"
+#include "tests/native/http_receivers/Streams.h"
+#include "tests/windows/control/LogCapture.h"
+#include "tests/windows/util/PrivateHives.h"
+#include "util/Log.h"
+#include "util/Settings.h"
+
+namespace http_test {
+namespace {
+
+using namespace norix;
+using testing::HasSubstr;
+using testing::Not;
+using Kind = HttpStreamReceiver::Kind;
+
+constexpr std::uint32_t kStallMs = 150;
+const std::string kOk = "HTTP/1.1 200 OK\r\nContent-Type: multipart/x-mixed-replace; boundary=foo\r\n\r\n";
+const std::string kPicture = Jpeg(20'000);
+const std::string kPart =
+    "--foo\r\nContent-Length: " + std::to_string(kPicture.size()) + "\r\n\r\n" + kPicture + "\r\n";
+
+struct Players : MediaPlayers {
+    std::atomic<int> starts{0};
+    void Start() override { ++starts; }
+};
+
+constexpr UINT kCall = WM_APP + 100;
+
+LRESULT CALLBACK CallWhatIsSent(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == kCall) (*reinterpret_cast<std::function<void()>*>(lParam))();
+    return DefWindowProcW(window, message, wParam, lParam);
+}
+
+class HttpReceiverTest : public testing::Test {
+  protected:
+    HttpReceiverTest() {
+        WNDCLASSW windowClass = {};
+        windowClass.lpszClassName = L"NorixHttpTest";
+        windowClass.lpfnWndProc = CallWhatIsSent;
+        RegisterClassW(&windowClass);
+        m_window = CreateWindowW(windowClass.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                                 nullptr, nullptr);
+        m_param->window.Set(m_window);
+        util::Switches().output.Set(1);
+    }
+    ~HttpReceiverTest() override {
+        util::Switches().output.Set(0);
+        DestroyWindow(m_window);
+        UnregisterClassW(L"NorixHttpTest", nullptr);
+    }
+
+    std::unique_ptr<HttpStreamReceiver> Receiver(Kind kind = Kind::Video) {
+        return std::make_unique<HttpStreamReceiver>(kind, m_param, m_players, HttpReceiverTiming{kStallMs});
+    }
+
+    static HttpStreamRequest Request(const ScriptedServer& server) {
+        return {"127.0.0.1", server.Port(), "/kest-cgi/mjpeg.cgi?channel=1&stream=1", "admin", "secret",
+                "",          2000};
+    }
+
+    // The statuses that are posted, at least until there are as many or the deadline is over.
+    std::vector<WPARAM> Statuses(std::size_t count = 0) {
+        std::vector<WPARAM> statuses;
+        for (int i = 0; i < 500; ++i) {
+            MSG message;
+            while (PeekMessageW(&message, m_window, WM_OnConnectStatus, WM_OnConnectStatus, PM_REMOVE))
+                statuses.push_back(message.wParam);
+            if (statuses.size() >= count) break;
+            Sleep(10);
+        }
+        return statuses;
+    }
+
+    std::string NextPicture() {
+        VideoFrameRecord* record = nullptr;
+        for (int i = 0; i < 300 && m_param->GetFilledVideoFrame(&record) != kResultOk; ++i) {
+        }
+        if (!record) return "none";
+        const std::string picture(record->data.get(), record->data.get() + record->payloadLength);
+        m_param->PutEmptyVideoFrame(record);
+        return picture;
+    }
+
+    // Starts the receiver, and calls this while it does, from inside a message that another thread sends.
+    bool StartCalling(HttpStreamReceiver& receiver, const HttpStreamRequest& request,
+                      std::function<void()> call) {
+        std::atomic<bool> done{false};
+        std::thread sender([&] {
+            Sleep(100);
+            SendMessageW(m_window, kCall, 0, reinterpret_cast<LPARAM>(&call));
+            done = true;
+        });
+        const bool started = receiver.Start(request);
+        while (!done)
+            platform::AnswerSentMessages(10);
+        sender.join();
+        return started;
+    }
+
+    util::test::PrivateHives m_hives;
+    HWND m_window = nullptr;
+    std::shared_ptr<CCtrlParam> m_param = std::make_shared<CCtrlParam>();
+    std::shared_ptr<Players> m_players = std::make_shared<Players>();
+};
+
+TEST_F(HttpReceiverTest, PicturesComeThroughSignInAndRedirection) {
+    const std::string challenge = "HTTP/1.0 401 No\r\nWWW-Authenticate: Basic realm=\"r\"\r\n";
+    const std::string digest = "WWW-Authenticate: Digest realm=\"r\", nonce=\"n\", qop=\"auth\"\r\n";
+    const std::string body = kPart + kPart + "--foo\r\n";
+    char size[16];
+    std::snprintf(size, sizeof(size), "%zx\r\n", body.size());
+    const ScriptedServer server(
+        {{challenge + digest + "Content-Length: 2\r\n\r\nno"},
+         {"HTTP/1.1 302 Moved\r\nLocation: /other\r\n\r\n"},
+         {challenge + "\r\n"},
+         {"HTTP/1.1 200 OK\r\nx-sessioncookie: beef\r\nTransfer-Encoding: chunked\r\nContent-Type: "
+          "multipart/x-mixed-replace; boundary=foo\r\n\r\n",
+          kPause, size + body.substr(0, 9000), kPause, body.substr(9000) + "\r\n", kPause, "0\r\n\r\n",
+          kHold}});
+    const auto receiver = Receiver();
+    ASSERT_TRUE(receiver->Start(Request(server)));
+    EXPECT_FALSE(receiver->Start(Request(server)));
+    EXPECT_EQ(receiver->SessionCookie(), "beef");
+    EXPECT_TRUE(NextPicture() == kPicture);
+    EXPECT_TRUE(NextPicture() == kPicture);
+    EXPECT_EQ(m_players->starts, 1);
+    EXPECT_THAT(Statuses(1), testing::ElementsAre(3u));
+
+    const auto requests = server.Requests();
+    ASSERT_EQ(requests.size(), 4u);
+    EXPECT_THAT(requests[0], HasSubstr("\r\nx-sessioncookie: "));
+    EXPECT_THAT(requests[0], Not(HasSubstr("Authorization")));
+    EXPECT_THAT(requests[1], HasSubstr("Authorization: Digest username=\"admin\""));
+    EXPECT_THAT(requests[2], HasSubstr("GET /other HTTP/1.1"));
+    EXPECT_THAT(requests[3], HasSubstr("Authorization: Basic YWRtaW46c2VjcmV0"));
+    receiver->Stop();
+    EXPECT_TRUE(Statuses().empty());
+}
+
+TEST_F(HttpReceiverTest, SoundComesInBlocksUnderTheVideosCookie) {
+    const std::string blocks = SoundBlock(1024) + SoundBlock(1024);
+    const ScriptedServer server({{"HTTP/1.0 200 OK\r\nContent-Type: audio/pcmu\r\n\r\n" + blocks, kHold}});
+    const auto receiver = Receiver(Kind::Audio);
+    auto request = Request(server);
+    request.headers = "x-sessioncookie: c0ffee\r\n";
+    ASSERT_TRUE(receiver->Start(request));
+    AudioFrameRecord* record = nullptr;
+    for (std::uint32_t i = 0, first = 0; i < 2; ++i) {
+        for (int tries = 0; tries < 300 && m_param->GetFilledAudioFrame(&record) != kResultOk; ++tries) {
+        }
+        ASSERT_TRUE(record);
+        EXPECT_EQ(record->storedLength, 1056u);
+        if (i == 0) first = record->pts;
+        EXPECT_EQ(record->pts - first, i * 128);
+        m_param->PutEmptyAudioFrame(record);
+    }
+    const std::string sent = server.Requests().at(0);
+    EXPECT_EQ(sent.find("x-sessioncookie: c0ffee"), sent.rfind("x-sessioncookie"));
+    EXPECT_EQ(m_param->audioCodec.Get(), AudioCodec::Pcmu);
+}
+
+TEST_F(HttpReceiverTest, AStartThatFailsReportsNothingButItself) {
+    const test::LogCapture log;
+    const std::string denied = "HTTP/1.1 401 No\r\nWWW-Authenticate: Basic realm=\"r\"\r\n\r\n";
+    const ScriptedServer server({{"HTTP/1.1 200 OK\r\nContent-Type: text/html\r\n\r\n<html>", kHold},
+                                 {"SSH-2.0-OpenSSH\r\n", kHold},
+                                 {"HTTP/1.1 200", kPause, kPause, " OK\r\nX: 1\r\n", kHold},
+                                 {denied},
+                                 {denied},
+                                 {}});
+    const auto receiver = Receiver();
+    for (const char* reason : {"not media but text/html", "the answer is not HTTP", "nothing came in time",
+                               "user name or password is wrong", "the camera has ended the connection"}) {
+        auto request = Request(server);
+        request.timeLimitMs = 300;
+        EXPECT_FALSE(receiver->Start(request));
+        bool said = false;
+        for (const std::string& line : log.Messages()) {
+            said = said || line.find(reason) != std::string::npos;
+            EXPECT_THAT(line, Not(HasSubstr("secret")));
+        }
+        EXPECT_TRUE(said) << reason;
+    }
+    EXPECT_EQ(server.Requests().size(), 6u);
+    for (const char* host : {"no-such-host.invalid", "bad host", "127.0.0.1"}) {
+        HttpStreamRequest request{host, 9, "/", "", "", "", 300};
+        EXPECT_FALSE(receiver->Start(request)) << host;
+    }
+    EXPECT_FALSE(receiver->Running());
+    EXPECT_FALSE(m_param->IsClosing());
+    EXPECT_TRUE(Statuses().empty());
+    EXPECT_EQ(m_players->starts, 0);
+}
+
+TEST_F(HttpReceiverTest, AStreamThatFailsIsReportedOnce) {
+    struct Case {
+        const char* reason;
+        Script script;
+    };
+    const std::string megabyte(1024 * 1024, 'x');
+    for (const Case& failing :
+         {Case{"nothing came in time", {kOk + kPart, kHold}}, Case{"has ended the connection", {kOk + kPart}},
+          Case{"the stream has ended", {kOk + kPart + "--foo--", kHold}},
+          Case{"the stream is no media", {kOk + megabyte, megabyte, kHold}},
+          Case{"the transfer coding is broken",
+               {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n", kHold}}}) {
+        SCOPED_TRACE(failing.reason);
+        const test::LogCapture log;
+        const ScriptedServer server({failing.script});
+        const auto receiver = Receiver();
+        ASSERT_TRUE(receiver->Start(Request(server)));
+        EXPECT_THAT(Statuses(1), testing::ElementsAre(3u));
+        bool said = false;
+        for (const std::string& line : log.Messages())
+            said = said || line.find(failing.reason) != std::string::npos;
+        EXPECT_TRUE(said);
+        receiver->Stop();
+        EXPECT_TRUE(Statuses().empty());
+        m_param->ResetForNewStream();
+    }
+}
+
+TEST_F(HttpReceiverTest, LongPicturesAreDroppedByTheConfiguredSize) {
+    m_hives.Store(HKEY_LOCAL_MACHINE, util::kMachineKey, L"JpegBufferSize", 8192);
+    const test::LogCapture log;
+    const std::string small = Jpeg(8000);
+    const ScriptedServer server({{kOk + kPart + "--foo\r\n\r\n" + small + "\r\n--foo\r\n", kHold}});
+    const auto receiver = Receiver();
+    const auto sound = Receiver(Kind::Audio);
+    EXPECT_TRUE(log.Has("JpegBufferSize = 8 (KB)"));
+    EXPECT_TRUE(log.Has("ULawBufferSize = 8 (KB)"));
+    ASSERT_TRUE(receiver->Start(Request(server)));
+    EXPECT_TRUE(NextPicture() == small);
+    EXPECT_TRUE(log.Has("A picture is longer than 8192 bytes, dropped"));
+}
+
+// Where the thread isn't abandoned, no line says that it was waited for in vain.
+TEST_F(HttpReceiverTest, StopsWhateverTheThreadIsAt) {
+    const test::LogCapture log;
+    std::string many;
+    for (int i = 0; i < 30; ++i)
+        many += kPart;
+    const ScriptedServer server({{kOk + many, kHold}, {kOk, kHold}, {kHold}, {kHold}, {kOk, kHold}});
+    auto receiver = Receiver();
+
+    ASSERT_TRUE(receiver->Start(Request(server)));  // nobody takes the pictures: it waits for a record
+    while (m_param->GetFrameCount(FrameCounters::kReceived) < 11)
+        Sleep(1);
+    receiver->Stop();
+    EXPECT_TRUE(m_param->IsClosing());
+    m_param->ResetForNewStream();
+
+    ASSERT_TRUE(receiver->Start(Request(server)));  // it waits for bytes
+    receiver->Stop();
+    m_param->ResetForNewStream();
+
+    const auto stop = [&] { receiver->Stop(); };
+    EXPECT_FALSE(StartCalling(*receiver, Request(server), stop));  // it waits for the head
+    EXPECT_FALSE(StartCalling(*receiver, Request(server), [&] { receiver.reset(); }));
+    receiver = Receiver();  // it connects to where nobody answers
+    EXPECT_FALSE(StartCalling(*receiver, {"192.0.2.1", 80, "/", "", "", "", 2000}, stop));
+
+    m_param->ResetForNewStream();
+    ASSERT_TRUE(receiver->Start(Request(server)));
+    receiver.reset();  // its end stops it too
+    EXPECT_TRUE(Statuses().empty());
+    for (const std::string& line : log.Messages())
+        EXPECT_THAT(line, Not(HasSubstr("Wait for")));
+}
+
+TEST(HostLookup, AResolverThatHangsHoldsNobodyUp) {
+    http::SocketAddress found;
+    const auto release = std::make_shared<util::Event>(util::Event::Kind::kManualReset);
+    const auto ended = std::make_shared<std::atomic<int>>(0);
+    const http::Resolver hanging = [=](const std::string&, std::uint16_t) {
+        release->Wait(INFINITE);
+        ++*ended;
+        return std::vector<http::SocketAddress>(1);
+    };
+    util::Event stop(util::Event::Kind::kManualReset);
+    EXPECT_TRUE(http::LookUpHost("camera.test", 80, stop.Get(), 50, hanging).empty());
+    stop.Set();
+    EXPECT_TRUE(http::LookUpHost("camera.test", 80, stop.Get(), 60'000, hanging).empty());
+    release->Set();
+    while (*ended < 2)
+        Sleep(1);
+    stop.Reset();
+    EXPECT_EQ(http::LookUpHost("camera.test", 80, stop.Get(), 60'000, hanging).size(), 1u);
+}
+
+}  // namespace
+}  // namespace http_test
