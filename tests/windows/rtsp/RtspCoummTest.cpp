@@ -1,0 +1,112 @@
+// The thread around a session: it streams, it stops in time, and where it hangs it is left alone and harms
+// nobody.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <semaphore>
+
+#include "tests/native/live/Dialogue.h"
+
+#include "include/RTSP/RTSPCoumm.h"
+#include "media/CtrlParam.h"
+#include "media/MediaPlayers.h"
+
+namespace norix {
+namespace {
+
+const std::vector<std::string> kPlaying = {"answer OPTIONS", "answer DESCRIBE", "answer SETUP", "answer PLAY",
+                                           "rtp 0 1 hello"};
+
+// Plays nothing; while `hanging`, whoever starts it hangs.
+struct Players : MediaPlayers {
+    void Start() override {
+        ++started;
+        if (hanging) go.acquire();
+    }
+    std::atomic<int> started{0};
+    bool hanging = false;
+    std::binary_semaphore go{0};
+};
+
+std::atomic<int> g_reports{0};
+std::atomic<unsigned> g_status{0};
+
+int OnStatus(int, unsigned value, void*) {
+    g_status = value;
+    return ++g_reports;
+}
+
+template <class Condition>
+bool Await(Condition&& condition) {
+    for (int i = 0; i < 500; ++i) {
+        if (condition()) return true;
+        Sleep(10);
+    }
+    return false;
+}
+
+struct Streaming {
+    explicit Streaming(std::shared_ptr<Players> players) : players(std::move(players)) {
+        script.steps = kPlaying;
+        server = std::make_unique<live_test::ScriptedServer>(script);
+        g_reports = 0;
+        comm = std::make_unique<RTSPCoumm>(param, this->players);
+        comm->protocol = ConnectProtocol::Tcp;
+        comm->streamUri = server->filled("rtsp://{host}/stream");
+        comm->callback = OnStatus;
+    }
+    live_test::Script script;
+    std::unique_ptr<live_test::ScriptedServer> server;
+    std::shared_ptr<CCtrlParam> param = std::make_shared<CCtrlParam>(MediaSettings{});
+    std::shared_ptr<Players> players;
+    std::unique_ptr<RTSPCoumm> comm;
+};
+
+TEST(RTSPCoumm, StreamsAndStopsInTime) {
+    Streaming streaming(std::make_shared<Players>());
+    EXPECT_TRUE(streaming.comm->StopStreaming());  // nothing to stop
+    EXPECT_EQ(streaming.comm->StartStreaming(), 1);
+    EXPECT_EQ(streaming.comm->StartStreaming(), 1);  // runs already
+    VideoFrameRecord* record = nullptr;
+    ASSERT_TRUE(Await([&] { return streaming.param->GetFilledVideoFrame(&record) == kResultOk; }));
+    EXPECT_EQ(std::string(record->data.get() + 5, record->data.get() + record->payloadLength), "hello");
+    ASSERT_TRUE(Await([] { return g_reports == 1; }));
+    EXPECT_EQ(g_status, static_cast<unsigned>(ConnectStatus::Connected));
+    EXPECT_EQ(streaming.players->started, 1);
+    EXPECT_EQ(streaming.param->videoCodec.Get(), VideoCodec::H264);
+    EXPECT_EQ(streaming.param->streamForm.Get(), StreamForm::Bare);
+
+    const DWORD begin = GetTickCount();
+    EXPECT_TRUE(streaming.comm->StopStreaming());
+    EXPECT_LT(GetTickCount() - begin, 250u);
+    EXPECT_FALSE(streaming.comm->IsStreaming());
+    EXPECT_EQ(g_reports, 1);
+    // What has been stopped stays stopped.
+    EXPECT_EQ(streaming.comm->StartStreaming(), 1);
+    EXPECT_TRUE(streaming.comm->StopStreaming());
+    EXPECT_EQ(g_reports, 1);
+}
+
+TEST(RTSPCoumm, LeavesAThreadThatHangsAndHearsNothingOfIt) {
+    const auto players = std::make_shared<Players>();
+    players->hanging = true;
+    std::weak_ptr<CCtrlParam> param;
+    {
+        Streaming streaming(players);
+        param = streaming.param;
+        streaming.comm->StartStreaming();
+        ASSERT_TRUE(Await([&] { return players->started == 1; }));
+        const DWORD begin = GetTickCount();
+        EXPECT_FALSE(streaming.comm->StopStreaming());
+        EXPECT_LT(GetTickCount() - begin, 6000u);
+    }
+    // All but what the thread shares is gone; now it goes on.
+    EXPECT_FALSE(param.expired());
+    players->go.release();
+    EXPECT_TRUE(Await([&] { return param.expired(); }));
+    EXPECT_EQ(g_reports, 0);
+}
+
+}  // namespace
+}  // namespace norix
