@@ -9,6 +9,7 @@
 #include <future>
 
 #include "ScriptedServer.h"
+#include "camera/Charset.h"
 #include "util/Handles.h"
 #include "util/Settings.h"
 
@@ -201,6 +202,14 @@ TEST(WinInetTransport, RefusesAddressesThatAreNone) {
     EXPECT_FALSE(Send(To(1)).answered) << "nobody listens there";
 }
 
+TEST(Charset, ConvertsByTheSystemsCodePages) {
+    EXPECT_EQ(BytesToWide("a\xC3\xC5", kCodePageGb2312), L"a\x95E8");
+    EXPECT_EQ(WideToBytes(L"a\x95E8", kCodePageGb2312), "a\xC3\xC5");
+    EXPECT_EQ(WideToBytes(L"a\x95E8", kCodePageAscii), "a?");
+    EXPECT_EQ(BytesToWide("a\xC3", kCodePageGb2312).front(), L'a') << "half a character at the end";
+    EXPECT_EQ(BytesToWide("", kCodePageSystem), L"");
+}
+
 // Stores the user's choice and puts the earlier state back.
 class AllowSelfSigned {
   public:
@@ -218,10 +227,10 @@ class AllowSelfSigned {
     util::RegKey m_key;
 };
 
-// https_test.py runs the server and says where.
-TEST(WinInetTransportHttps, TrustsCertificatesOfItsOwnOnlyWhenTold) {
+// other_servers_test.py runs the servers for these two and says where.
+TEST(OtherServers, SelfSignedCertificatesAreRefusedUnlessAllowed) {
     const char* const port = std::getenv("NORIX_TEST_HTTPS_PORT");
-    if (!port) GTEST_SKIP() << "runs by https_test.py";
+    if (!port) GTEST_SKIP() << "needs its server";
     HttpRequest request = To(static_cast<std::uint16_t>(std::atoi(port)));
     request.secure = true;
     EXPECT_FALSE(Send(request).answered);
@@ -231,6 +240,13 @@ TEST(WinInetTransportHttps, TrustsCertificatesOfItsOwnOnlyWhenTold) {
     }
     const AllowSelfSigned forbid(0);
     EXPECT_FALSE(Send(request).answered);
+}
+
+TEST(OtherServers, TheConfiguredProxyIsUsed) {
+    if (!std::getenv("http_proxy")) GTEST_SKIP() << "needs its server";
+    HttpRequest request = To(80, "/x?y");
+    request.host = "camera.invalid";
+    EXPECT_EQ(Send(request).body, "http://camera.invalid:80/x?y");
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
-"""Runs the HTTPS part of a test program against a server with a certificate that nobody vouches for:
+"""Runs the part of a test program that needs servers of this machine, an HTTPS one and a proxy:
 
-    https_test.py COMMAND [ARGUMENT ...]
+    other_servers_test.py COMMAND [ARGUMENT ...]
 
-The program finds the port in NORIX_TEST_HTTPS_PORT. Exit code 77 (skipped) without openssl to make the certificate.
+Nobody vouches for the HTTPS server's certificate; the program finds its port in NORIX_TEST_HTTPS_PORT. The proxy, in
+http_proxy, asks no other server but answers with the address that it was asked for. Exit code 77 (skipped) without
+openssl to make the certificate.
 """
 
 import http.server
@@ -18,7 +20,7 @@ import threading
 
 class Handler(http.server.BaseHTTPRequestHandler):
     def do_GET(self):
-        body = b"secure"
+        body = b"secure" if self.path.startswith("/") else self.path.encode()
         self.send_response(200)
         self.send_header("Content-Length", str(len(body)))
         self.end_headers()
@@ -40,6 +42,11 @@ class Server(http.server.ThreadingHTTPServer):
         pass  # a refused handshake is what a test wants
 
 
+def serve(server):
+    threading.Thread(target=server.serve_forever, daemon=True).start()
+    return server.server_address[1]
+
+
 def main():
     if not shutil.which("openssl"):
         print("skipped: no openssl")
@@ -47,13 +54,10 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         context.load_cert_chain(*make_certificate(folder))
-        with Server(("127.0.0.1", 0), Handler) as server:
-            server.socket = context.wrap_socket(server.socket, server_side=True, do_handshake_on_connect=False)
-            threading.Thread(target=server.serve_forever, daemon=True).start()
-            environment = dict(os.environ, NORIX_TEST_HTTPS_PORT=str(server.server_address[1]))
-            result = subprocess.run(sys.argv[1:], env=environment).returncode
-            server.shutdown()
-            return result
+        with Server(("127.0.0.1", 0), Handler) as secure, Server(("127.0.0.1", 0), Handler) as proxy:
+            secure.socket = context.wrap_socket(secure.socket, server_side=True, do_handshake_on_connect=False)
+            runs = [{"NORIX_TEST_HTTPS_PORT": str(serve(secure))}, {"http_proxy": f"http://127.0.0.1:{serve(proxy)}"}]
+            return max(subprocess.run(sys.argv[1:], env=os.environ | run).returncode for run in runs)
 
 
 if __name__ == "__main__":
