@@ -30,7 +30,11 @@ class Feeder:
         source.set_property("caps", Gst.Caps.from_string(caps))
         source.set_property("format", Gst.Format.TIME)
         source.set_property("is-live", True)
-        source.connect("need-data", self._send_first)
+        self._handler = source.connect("need-data", self._send_first)
+
+    def close(self) -> None:
+        """When the stream is over: this and its appsrc keep each other alive until then."""
+        self._source.disconnect(self._handler)
 
     def start(self) -> None:
         self._started = self.due = time.monotonic()

@@ -2,10 +2,12 @@
 
 import socket
 
-from gi.repository import Gio, Gst, GstRtsp, GstRtspServer
+from gi.repository import Gio, Gst, GstRtsp, GstRtspServer, GstSdp
 
 from simcam.camera import Camera
+from simcam.dropping import drop_packets
 from simcam.feeding import Pacer
+from simcam.log import log
 from simcam.tracks import audio_feeder, pipeline_part, video_feeder
 
 PORTS_PER_STREAM = 4  # RTP and RTCP, video first
@@ -15,40 +17,49 @@ _TTL = 1
 
 
 def _media_type(port: int) -> type:
-    """A media that names its ports in the description, where GStreamer's server writes 0."""
+    """A media that names its ports in the description, where GStreamer's server writes 0.
 
-    def do_setup_sdp(self: GstRtspServer.RTSPMedia, sdp: object, info: object) -> bool:
+    Its sockets are opened before anybody can know the ports, because a receiver on this machine would be in the way
+    later. For the same reason it is never closed again."""
+
+    def do_setup_sdp(self: GstRtspServer.RTSPMedia, sdp: GstSdp.SDPMessage, info: object) -> bool:
+        if not getattr(self, "is_open", False):
+            if not all(_is_free(number) for number in range(port, port + PORTS_PER_STREAM)):
+                log(f"multicast: another program uses one of the ports from {port}")
+                return False
+            for i in range(self.n_streams()):
+                _open_sockets(self.get_stream(i))
+            # The server would hear its own reports in the group, take them for those of another with the same
+            # source, and begin again as a new one.
+            drop_packets(self, "recv_rtcp")
+            self.prepare(None)
+            self.is_open = True
         good = GstRtspServer.RTSPMedia.do_setup_sdp(self, sdp, info)
         for i in range(sdp.medias_len()):
             sdp.get_media(i).set_port_info(port + 2 * i, 1)
-            _open_sockets(self.get_stream(i))
-        _ignore_reports(self)
         return good
 
     return type(f"MulticastMedia{port}", (GstRtspServer.RTSPMedia,), {"do_setup_sdp": do_setup_sdp})
 
 
+def _is_free(port: int) -> bool:
+    """GStreamer's server would not survive to find this out."""
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as tried:
+        try:
+            tried.bind(("", port))
+        except OSError:
+            return False
+    return True
+
+
 def _open_sockets(stream: GstRtspServer.RTSPStream) -> None:
-    """Before anybody can know the ports, and so that others on this machine can use them as well."""
+    """Leaves the ports open to others on this machine."""
     _, transport = GstRtsp.RTSPTransport.new()
     transport.lower_transport = GstRtsp.RTSPLowerTrans.UDP_MCAST
     stream.allocate_udp_sockets(Gio.SocketFamily.IPV4, transport, False)
     for opened in (stream.get_rtp_multicast_socket(Gio.SocketFamily.IPV4),
                    stream.get_rtcp_multicast_socket(Gio.SocketFamily.IPV4)):
-        if opened:
-            opened.set_option(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-
-
-def _ignore_reports(media: GstRtspServer.RTSPMedia) -> None:
-    """The server hears its own reports in the group, would take them for somebody else's with the same source, and
-    begin again as a new one."""
-    if getattr(media, "ignores_reports", False):
-        return
-    media.ignores_reports = True
-    for element in media.get_element().get_parent().children:
-        for pad in element.sinkpads if element.get_factory().get_name() == "rtpbin" else ():
-            if pad.get_name().startswith("recv_rtcp"):
-                pad.add_probe(Gst.PadProbeType.BUFFER, lambda *_: Gst.PadProbeReturn.DROP)
+        opened.set_option(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
 
 
 class MulticastPush:

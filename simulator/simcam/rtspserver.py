@@ -9,6 +9,7 @@ from gi.repository import GLib, Gst, GstRtsp, GstRtspServer
 
 from simcam.camera import Camera
 from simcam.clips import SIZES
+from simcam.dropping import drop_packets
 from simcam.feeding import Pacer
 from simcam.log import log
 from simcam.multicast import PORTS_PER_STREAM, add_group
@@ -113,14 +114,22 @@ class RtspServer:
         if audio != "none":
             feeders.append(audio_feeder(camera, sources.get_by_name("audio"), audio))
 
-        def state_changed(_media: GstRtspServer.RTSPMedia, state: int) -> None:
-            if state == Gst.State.PLAYING and "rtsp-silent" not in self._faults:
+        # Neither function may hold the media: it would never be freed, nor would its ports.
+        def state_changed(media: GstRtspServer.RTSPMedia, state: int) -> None:
+            if state == Gst.State.PLAYING:
                 self._pacer.add(feeders)
             elif not media.is_shared():  # of several clients, others may still be watching
                 self._pacer.remove(feeders)
 
+        def unprepared(_media: GstRtspServer.RTSPMedia) -> None:
+            self._pacer.remove(feeders)
+            for feeder in feeders:
+                feeder.close()
+
+        if "rtsp-silent" in self._faults:
+            media.connect("prepared", drop_packets, "send_rtp_src")
         media.connect("new-state", state_changed)
-        media.connect("unprepared", lambda _media: self._pacer.remove(feeders))
+        media.connect("unprepared", unprepared)
 
     def _client_connected(self, _server: GstRtspServer.RTSPServer, client: GstRtspServer.RTSPClient) -> None:
         log("rtsp: connected")
