@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <vector>
+#include <memory>
 
 #include "include/HTTP/ReplyHead.h"
 
@@ -14,21 +14,23 @@ namespace norix::http {
 
 class ByteWindow {
   public:
-    explicit ByteWindow(std::size_t capacity) : m_memory(capacity) {}
+    // The memory isn't cleared: what no frame reaches costs nothing.
+    explicit ByteWindow(std::size_t capacity)
+        : m_capacity(capacity), m_memory(std::make_unique_for_overwrite<std::uint8_t[]>(capacity)) {}
 
     // Valid until the next Append.
-    Bytes Data() const { return Bytes(m_memory).subspan(m_begin, m_end - m_begin); }
+    Bytes Data() const { return {m_memory.get() + m_begin, m_end - m_begin}; }
 
     // Takes from the front of `bytes` what there is room for; no room is no progress.
     void Append(Bytes& bytes) {
         Drop(bytes);
-        if (bytes.size() > m_memory.size() - m_end && m_begin != 0) {
-            std::memmove(m_memory.data(), m_memory.data() + m_begin, m_end - m_begin);
+        if (bytes.size() > m_capacity - m_end && m_begin != 0) {
+            std::memmove(m_memory.get(), m_memory.get() + m_begin, m_end - m_begin);
             m_end -= m_begin;
             m_begin = 0;
         }
-        const std::size_t taken = std::min(bytes.size(), m_memory.size() - m_end);
-        if (taken != 0) std::memcpy(m_memory.data() + m_end, bytes.data(), taken);
+        const std::size_t taken = std::min(bytes.size(), m_capacity - m_end);
+        if (taken != 0) std::memcpy(m_memory.get() + m_end, bytes.data(), taken);
         m_end += taken;
         bytes = bytes.subspan(taken);
     }
@@ -48,7 +50,8 @@ class ByteWindow {
         m_toDrop -= dropped;
     }
 
-    std::vector<std::uint8_t> m_memory;
+    const std::size_t m_capacity;
+    const std::unique_ptr<std::uint8_t[]> m_memory;
     std::size_t m_begin = 0;
     std::size_t m_end = 0;
     std::size_t m_toDrop = 0;  // consumed before they came
