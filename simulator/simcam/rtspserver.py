@@ -57,7 +57,8 @@ class RtspServer:
 
     def _clean_up(self) -> bool:
         """Sessions time out only because somebody looks after them."""
-        self._server.get_session_pool().cleanup()
+        if removed := self._server.get_session_pool().cleanup():
+            log(f"rtsp: session over, {removed} timed out")
         return True
 
     def _set_up_sign_in(self) -> GstRtspServer.RTSPPermissions | None:
