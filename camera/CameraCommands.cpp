@@ -1,6 +1,7 @@
 #include "camera/CameraCommands.h"
 
 #include "camera/Charset.h"
+#include "protocol/Text.h"
 #include "util/Log.h"
 #include "util/Redact.h"
 
@@ -20,10 +21,6 @@ bool IsPort(std::int32_t value) {
 
 std::string_view UpToZero(std::string_view text) {
     return text.substr(0, text.find('\0'));
-}
-
-std::string Narrow(std::wstring_view text) {
-    return WideToBytes(text, kCodePageAscii);
 }
 
 }  // namespace
@@ -165,7 +162,7 @@ Result CameraCommands::RequestVideoSettings(const StreamSelection& selection) {
     const std::wstring text = ToWide(reply.text);
     codepage = BytesToWide(m_charset, kCodePageAscii);  // the reply's own, unless it names another
     ParseCGIParamsW(text, table.data(), table.size());
-    m_charset = Narrow(codepage);
+    m_charset = protocol::trim(WideToBytes(codepage, kCodePageAscii));
     return kResultOk;
 }
 
@@ -180,11 +177,17 @@ Result CameraCommands::SaveMotionSettings(const StreamSelection& selection) {
 CameraCommands::Outcome CameraCommands::RequestCameraInformation(StreamSelection& selection) {
     m_reached = false;
     m_unauthorized = false;
-    Result result = RequestSystemInformation();
-    if (result == kResultOk) result = RequestPorts();
-    if (result == kResultOk) result = RequestCodecList(selection);
-    if (result == kResultOk) result = RequestVideoSettings(selection);
-    if (result == kResultOk) result = RequestMotionSettings(selection);
+    const auto inform = [&] {
+        // A wrong password is not tried over and over: cameras may lock a user out for that.
+        const auto failed = [this](Result result) { return result != kResultOk || m_unauthorized; };
+        if (failed(RequestSystemInformation())) return kResultFail;
+        if (failed(RequestPorts())) return kResultFail;
+        if (failed(RequestCodecList(selection))) return kResultFail;
+        if (failed(RequestVideoSettings(selection))) return kResultFail;
+        if (failed(RequestMotionSettings(selection))) return kResultFail;
+        return kResultOk;
+    };
+    const Result result = inform();
     return {result, m_reached, m_unauthorized};
 }
 

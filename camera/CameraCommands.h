@@ -87,7 +87,8 @@ class CameraCommands {
         bool reached = false;       // the server answered at least once, whatever it said
         bool unauthorized = false;  // its last answer was 401
     };
-    /// All of the above but the last, in this order; the first failure ends it. Fits `selection`.
+    /// All of the above but the last, in this order; the first failure, or refusal of the user, ends it. Fits
+    /// `selection`.
     Outcome RequestCameraInformation(StreamSelection& selection);
 
     /// The camera's model; asked for once.

@@ -114,6 +114,7 @@ void AppendEntries(std::string& query, std::span<const Param> table, const Encod
 
 std::string EncodeQueryValue(std::string_view value) {
     constexpr char kDigits[] = "0123456789ABCDEF";
+    if (value.ends_with('\r')) value.remove_suffix(1);
     std::string encoded;
     encoded.reserve(value.size());
     for (const char c : value) {

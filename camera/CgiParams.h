@@ -43,7 +43,7 @@ void AppendQuery(std::string& query, std::span<const CgiParam> table);
 // Texts are sent in that code page.
 void AppendQuery(std::string& query, std::span<const CgiParamW> table, unsigned codePage);
 
-// A value as AppendQuery writes it.
+// A value as AppendQuery writes it. A CR at its end came with a reply's line and does not go back.
 std::string EncodeQueryValue(std::string_view value);
 
 // Takes the values of a reply over into the destinations of the first `count` entries. Lines end with LF; a

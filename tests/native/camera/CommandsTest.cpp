@@ -96,8 +96,9 @@ TEST_F(CameraCommandsTest, ReadsTheWholeCamera) {
     replies = {Answer("Model=M\r\nSerialNumber=12ab\nCameraNumber=2\nONVIFSupport=0\n"),
                Answer("rtsp_rtspport=8554\nhttp_httpport=81\nhttp_httpsport=Not Exist\n"),
                Answer("video_codectype=h264,mjpg;mp4v\n"),
-               Answer("video02_text=Tor\nvideo02_maxframe01_mp4v=4\nvideo_actualmodulation=2\n",
-                      "HTTP/1.0 200 OK\r\nContent-Type: text/plain; charset=gb2312\r\n"),
+               Answer("video02_text=Tor\nvideo02_maxframe01_mp4v=4\nvideo_actualmodulation=2\nvideo02_"
+                      "codepage=GB2312\r\n",
+                      "HTTP/1.0 200 OK\r\nContent-Type: text/plain; charset=us-ascii\r\n"),
                Answer("motiondetect02_winname03=door\nmotiondetect02_winobjsize03=7\n"
                       "motiondetect02_refheight=240\n")};
     StreamSelection selection{5, 5, VideoCodec::H264};
@@ -114,7 +115,7 @@ TEST_F(CameraCommandsTest, ReadsTheWholeCamera) {
     EXPECT_EQ(commands.Video().text, L"Tor");
     EXPECT_EQ(commands.Video().frameRateLimit, 4);
     EXPECT_EQ(commands.Video().standard, 2);
-    EXPECT_EQ(commands.Charset(), "gb2312");
+    EXPECT_EQ(commands.Charset(), "GB2312");
     EXPECT_EQ(commands.Motion().windows[2].name, "door");
     EXPECT_EQ(commands.Motion().windows[2].objectSize, 7);
     EXPECT_EQ(commands.Motion().referenceHeight, 240);
@@ -143,10 +144,13 @@ TEST_F(CameraCommandsTest, EndsWithTheFirstFailure) {
     };
     HttpReply stalled = Answer("");
     stalled.stalled = true;
+    HttpReply unauthorized = Answer("Model=y");
+    unauthorized.status = 401;
     const Case cases[] = {{{}, 1, false},
                           {{Answer("Error 3\nModel=x")}, 1, true},
                           {{Answer("an Error\nModel=x"), Answer("Error")}, 2, true},
-                          {{Answer(""), stalled}, 2, true}};
+                          {{Answer(""), stalled}, 2, true},
+                          {{Answer(""), unauthorized}, 2, true}};
     for (const Case& c : cases) {
         replies = c.replies;
         requests.clear();

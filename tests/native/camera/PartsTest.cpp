@@ -14,7 +14,7 @@ namespace {
 TEST(CgiParams, QueryValuesCannotAddParameters) {
     std::int32_t number = -5;
     std::string text = "Front door/1:2?;";
-    std::string hostile = "a&b=c%26\r\nX: +#\"<\x80";
+    std::string hostile = "a&b=c%26\r\nX: +#\"<\x80\r";
     const std::vector<CgiParam> table{{"n", number}, {"t", text}, {"h", hostile}};
     std::string query = "/p?";
     AppendQuery(query, table);
