@@ -61,6 +61,7 @@ Framing::Step MultipartFraming::Next(ByteWindow& window, Found& found) {
 void MultipartFraming::StartPart(Part part) {
     m_part = part;
     m_scanned = 0;
+    m_walker.Reset();
 }
 
 // Learns from the first line how this camera writes its boundary.
@@ -191,9 +192,26 @@ Framing::Step MultipartFraming::TakeCounted(ByteWindow& window, Found& found) {
     return Step::Frame;
 }
 
+// Where the picture that begins here ends by its own markers; 0: not seen, or it is none.
+std::size_t MultipartFraming::FindPictureEnd(Bytes data) {
+    if (data.size() < kCameraHeaderBegin) return 0;
+    const std::size_t header = MayBePictureHeader(data) ? ReadPictureHeader(data).length : 0;
+    if (data.size() < header || !IsPicture(data.subspan(header))) return 0;
+    const bool ended = m_walker.Walk(data.subspan(header)) == JpegWalker::State::End;
+    return ended ? header + m_walker.Position() : 0;
+}
+
 Framing::Step MultipartFraming::TakeUpToDelimiter(ByteWindow& window, Found& found) {
     const Bytes data = window.Data();
     const Delimiter delimiter = FindDelimiter(TextOf(data));
+    // Many cameras send the boundary together with the next picture: this one need not wait for it.
+    const std::size_t end = m_wanted ? FindPictureEnd(data) : 0;
+    if (end != 0 && end <= m_limit && (!delimiter.found || end <= delimiter.begin)) {
+        found = {data.first(end), end};
+        StartPart(Part::Search);
+        m_junk.Forget();
+        return Step::Frame;
+    }
     const std::size_t length = delimiter.found ? delimiter.begin : m_scanned;
     const std::size_t lineEnd = delimiter.found ? 0 : 2;  // may turn out to be the delimiter's
     if (length > m_limit + lineEnd) {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "include/HTTP/Framing.h"
+#include "include/HTTP/JpegWalker.h"
 
 namespace norix::http {
 
@@ -33,6 +34,7 @@ class MultipartFraming : public Framing {
     Step TakeCounted(ByteWindow& window, Found& found);
     Step TakeUpToDelimiter(ByteWindow& window, Found& found);
     Delimiter FindDelimiter(std::string_view text);
+    std::size_t FindPictureEnd(Bytes data);
     void StartPart(Part part);
 
     const std::size_t m_limit;
@@ -41,6 +43,7 @@ class MultipartFraming : public Framing {
     Part m_part = Part::Start;
     std::size_t m_scanned = 0;  // so far into the window, there is no delimiter
     std::size_t m_length = 0;   // of a counted body
+    JpegWalker m_walker;        // over an uncounted one
     bool m_wanted = false;      // the part is a picture
     bool m_lengthComplaint = false;
     Junk m_junk;
