@@ -12,7 +12,16 @@ from simcam.webserver import Exchange, Reply, Route, WebServer
 
 BLOCK_SAMPLES = 1024
 _BOUNDARY = "norixframe"
+_MULTIPART = f"multipart/x-mixed-replace; boundary={_BOUNDARY}"
+_VIDEO_TYPES = {"bare": "application/octet-stream"}
 _TOO_LATE = 1.0
+
+
+def _framed(framing: str, data: bytes) -> bytes:
+    if framing == "bare":
+        return data
+    length = f"Content-Length: {len(data)}\r\n" if framing == "length" else ""
+    return f"--{_BOUNDARY}\r\nContent-Type: image/jpeg\r\n{length}\r\n".encode() + data + b"\r\n"
 
 
 class _Pace:
@@ -51,7 +60,7 @@ class HttpStreams:
         sections = frameinfo.SectionWriter(self._camera, channel)
         # The sound's request brings this along, so that the camera knows that they belong together.
         cookie = exchange.request.headers.get("x-sessioncookie") or secrets.token_hex(8)
-        await exchange.begin(f"multipart/x-mixed-replace; boundary={_BOUNDARY}", ("x-sessioncookie", cookie))
+        await exchange.begin(_VIDEO_TYPES.get(options.framing, _MULTIPART), ("x-sessioncookie", cookie))
         pace, passed = _Pace(1 / options.fps), 0.0
         end = self._faults.seconds("mjpeg-end")
         while end is None or passed < end:
@@ -61,8 +70,7 @@ class HttpStreams:
             data = secrets.token_bytes(len(frame.data)) if "mjpeg-garbage" in self._faults else frame.data
             if options.sections:
                 data = frameinfo.with_header(sections.next(frame.key), data)
-            length = f"Content-Length: {len(data)}\r\n" if options.framing == "length" else ""
-            await exchange.send(f"--{_BOUNDARY}\r\nContent-Type: image/jpeg\r\n{length}\r\n".encode() + data + b"\r\n")
+            await exchange.send(_framed(options.framing, data))
             passed = await pace.wait()
         return None
 

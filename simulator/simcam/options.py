@@ -112,8 +112,9 @@ def parse(arguments: list[str]) -> Options:
     add("--audio", choices=("pcmu", "aac", "none"), default="pcmu", help="sound over RTSP (%(default)s)")
     add("--tone", choices=("steady", "pips"), default="steady", help="440 Hz, always or once a second (%(default)s)")
     add("--fps", type=int, choices=(5, 10, 25), default=25, help="pictures per second (%(default)s)")
-    add("--framing", choices=("length", "boundary"), default="length",
-        help="Motion JPEG over HTTP: parts with Content-Length or without (%(default)s)")
+    add("--framing", choices=("length", "boundary", "bare"), default="length",
+        help="Motion JPEG over HTTP: parts with Content-Length or without, or one picture after the other "
+             "(%(default)s)")
     add("--sections", action="store_true", help="send an information section with each frame")
     add("--onvif", choices=("on", "off", "only"), default="on",
         help="ONVIF beside the command interface, not at all, or instead of it (%(default)s)")
