@@ -31,9 +31,17 @@ constexpr SpeedSetting kSpeeds[kMaxSpeed + 1] = {
     {AVDISCARD_ALL, AVDISCARD_BIDIR},       {AVDISCARD_ALL, AVDISCARD_NONINTRA},
 };
 
+/// A slice's header begins with the number of its first macroblock, 0 being the single bit 1 (ITU-T
+/// H.264, 7.3.3 and 9.1).
+bool BeginsPicture(const std::uint8_t* sliceHeader, std::size_t size) {
+    return size != 0 && (*sliceHeader & 0x80) != 0;
+}
+
 /// What an access unit is made of, as far as it can be told from outside.
 struct UnitContents {
-    bool idr = false;
+    bool begins = false;     ///< its first slice is a picture's first
+    bool continues = false;  ///< its first slice is a later one: the unit is a piece of a picture
+    bool idr = false;        ///< begins an IDR picture
     bool parameters = false;
     std::uint64_t parametersHash = 0;  ///< of all its sequence parameter sets
 };
@@ -52,9 +60,13 @@ UnitContents Inspect(const std::uint8_t* data, std::size_t size) {
             const int type = data[at + 3] & kTypeMask;
             hashing = type == kSequenceParameters;
             contents.parameters |= hashing;
-            contents.idr |= type == kIdrSlice;
             // Parameter sets precede the slices, which are long.
-            if (type > 0 && type <= kIdrSlice) break;
+            if (type > 0 && type <= kIdrSlice) {
+                contents.begins = BeginsPicture(data + at + 4, size - at - 4);
+                contents.continues = !contents.begins;
+                contents.idr = contents.begins && type == kIdrSlice;
+                break;
+            }
             at += 3;
         } else if (hashing && data[at] != 0) {
             contents.parametersHash = (contents.parametersHash ^ data[at]) * kFnvPrime;
@@ -94,8 +106,13 @@ class H264Decoder::Impl {
     bool m_kept = false;  ///< m_frame holds a picture that was not delivered yet
 
   private:
+    /// What one call gets. While it isn't known, both are borne.
+    enum class Form { Unknown, WholePictures, Slices };
+
     Status Open();
     void ApplySpeed();
+    void ApplyForm();
+    void LearnForm(const UnitContents& contents);
     Status StartAfreshWhereDue(const UnitContents& contents);
     void DrainIntoLeftOver();
 
@@ -105,6 +122,8 @@ class H264Decoder::Impl {
     InputPacket m_input;
     ColorConverter m_converter;
     bool m_draining = false;
+    Form m_form = Form::Unknown;
+    int m_begunInARow = 0;                   ///< units that begin a picture, since one that goes on with it
     std::atomic<bool> m_damageSeen = false;  ///< since the decoder was opened; set by its threads
     std::deque<AvPtr<AVFrame>> m_leftOver;   ///< from before the decoder was opened anew, in order
     std::uint64_t m_parametersHash = 0;
@@ -160,6 +179,7 @@ Status H264Decoder::Impl::Open() {
     m_context = NewVideoContext(decoder);
     if (!m_context) return Status::kOutOfMemory;
     m_context->thread_count = m_threads;
+    ApplyForm();
     WatchErrors(m_context.get(), &m_damageSeen);
     ApplySpeed();
     m_damageSeen = false;
@@ -177,6 +197,8 @@ void H264Decoder::Impl::Close() {
     m_info = {};
     m_kept = m_draining = false;
     m_parametersHash = 0;
+    m_form = Form::Unknown;
+    m_begunInARow = 0;
 }
 
 void H264Decoder::Impl::Reset() {
@@ -239,6 +261,35 @@ void H264Decoder::Impl::ApplySpeed() {
     }
 }
 
+/// Receivers hand on a stream's pictures slice by slice, other sources whole. In pieces, a picture is
+/// complete with its last macroblock, and not shown where that is missing. Whole ones are shown whatever has
+/// become of them.
+void H264Decoder::Impl::ApplyForm() {
+    if (m_form == Form::WholePictures) {
+        m_context->flags2 &= ~AV_CODEC_FLAG2_CHUNKS;
+    } else {
+        m_context->flags2 |= AV_CODEC_FLAG2_CHUNKS;
+    }
+}
+
+void H264Decoder::Impl::LearnForm(const UnitContents& contents) {
+    // Pictures that lost all but their first slices must not pass for whole ones.
+    constexpr int kConvincing = 4;
+    if (contents.continues) {
+        m_begunInARow = 0;
+        if (m_form == Form::Slices) return;
+        // Pictures that were taken for whole ones are damaged.
+        if (m_form == Form::WholePictures) m_damageSeen = true;
+        m_form = Form::Slices;
+    } else if (contents.begins && m_form != Form::WholePictures) {
+        if (++m_begunInARow < (m_form == Form::Unknown ? 2 : kConvincing)) return;
+        m_form = Form::WholePictures;
+    } else {
+        return;
+    }
+    ApplyForm();
+}
+
 Status H264Decoder::Impl::Advance(const AVPacket* packet) {
     av_frame_unref(m_frame.get());
     m_kept = false;
@@ -259,7 +310,9 @@ Status H264Decoder::Impl::Decode(const std::uint8_t* data, std::size_t size) {
     if (!data || size == 0) return m_kept ? Status::kOk : Status::kNoPicture;
     if (m_draining) Reset();
     if (const Status status = m_input.Fill(data, size); status != Status::kOk) return status;
-    if (const Status status = StartAfreshWhereDue(Inspect(data, size)); status != Status::kOk) return status;
+    const UnitContents contents = Inspect(data, size);
+    LearnForm(contents);
+    if (const Status status = StartAfreshWhereDue(contents); status != Status::kOk) return status;
     return Advance(m_input.get());
 }
 

@@ -11,11 +11,12 @@ namespace codec {
 
 /// H.264 decoder for live video: one access unit in, at most one picture out, at once.
 ///
-/// Input is Annex B (start codes), one whole access unit per call, or one field of it. Parameter sets travel
-/// in band. Output is in display order. A picture comes out of the very call that completes it; only streams
-/// whose parameter sets announce reordering, or that are seen to reorder, are held back by as many pictures
-/// as that takes. Slices of one picture are decoded on several threads, whole pictures never are, because
-/// that would add delay.
+/// Input is Annex B (start codes), one whole access unit per call, one field of it, or its slices one by one,
+/// as receivers hand them on; which of these is learned from the stream. Parameter sets travel in band.
+/// Output is in display order. A picture comes out of the very call that completes it; only streams whose
+/// parameter sets announce reordering, or that are seen to reorder, are held back by as many pictures as that
+/// takes. Slices of one picture are decoded on several threads, whole pictures never are, because that would
+/// add delay.
 ///
 /// A damaged access unit costs its own picture: it is concealed and delivered with PictureInfo::damaged set,
 /// or dropped. Nothing is delivered before the first key frame or recovery point.

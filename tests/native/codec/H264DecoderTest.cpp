@@ -77,6 +77,58 @@ INSTANTIATE_TEST_SUITE_P(Clips, H264Clip,
                                          "high_3840x2160"),
                          [](const auto& info) { return std::string(info.param); });
 
+/// The packets cut behind each slice, as receivers hand them on.
+std::vector<Bytes> SlicesOf(const std::vector<Bytes>& packets) {
+    std::vector<Bytes> slices;
+    for (const Bytes& packet : packets) {
+        std::size_t begin = 0;
+        bool slice = false;
+        for (std::size_t at = 0; at + 3 < packet.size(); ++at) {
+            if (packet[at] != 0 || packet[at + 1] != 0 || packet[at + 2] != 1) continue;
+            const std::size_t unit = at > 0 && packet[at - 1] == 0 ? at - 1 : at;
+            if (slice) {
+                slices.emplace_back(packet.begin() + static_cast<std::ptrdiff_t>(begin),
+                                    packet.begin() + static_cast<std::ptrdiff_t>(unit));
+                begin = unit;
+            }
+            const int type = packet[at + 3] & 0x1f;
+            slice = type == 1 || type == 5;
+        }
+        slices.emplace_back(packet.begin() + static_cast<std::ptrdiff_t>(begin), packet.end());
+    }
+    return slices;
+}
+
+TEST(H264Decoder, TakesPicturesSliceBySlice) {
+    const std::string clip = "h264_high_slices_640x360";
+    const std::vector<Bytes> packets = LoadPackets(clip);
+    std::vector<Bytes> slices = SlicesOf(packets);
+    ASSERT_GE(slices.size(), 2 * packets.size());
+    for (int threads : {1, 3}) {
+        H264Decoder decoder(threads);
+        ASSERT_EQ(Open(decoder, slices[0]), Status::kOk);
+        EXPECT_EQ(DecodeAll(decoder, slices).sums, LoadReferences(clip)) << threads << " threads";
+    }
+    // A stream of whole pictures that goes over to slices, and back.
+    H264Decoder decoder;
+    ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
+    DecodeAll(decoder, packets);
+    DecodeAll(decoder, slices);
+    EXPECT_EQ(DecodeAll(decoder, slices).sums, LoadReferences(clip));
+    DecodeAll(decoder, packets);
+    EXPECT_EQ(DecodeAll(decoder, packets).sums, LoadReferences(clip));
+
+    // A picture without its end isn't shown; from the next key frame on all is right again.
+    const auto perPicture = static_cast<std::ptrdiff_t>(slices.size() / packets.size());
+    slices.erase(slices.begin() + perPicture - 1);
+    H264Decoder lossy;
+    ASSERT_EQ(Open(lossy, slices[0]), Status::kOk);
+    const Decoded decoded = DecodeAll(lossy, slices);
+    EXPECT_LT(decoded.sums.size(), packets.size());
+    ASSERT_FALSE(decoded.sums.empty());
+    EXPECT_EQ(decoded.sums.back(), LoadReferences(clip).back());
+}
+
 TEST(H264Decoder, DeliversFromThePacketThatCompletesThePicture) {
     const std::vector<Bytes> packets = LoadPackets("h264_baseline_64x48");
     H264Decoder decoder(4);
