@@ -1,5 +1,6 @@
 #include "include/RTSP/DummySink.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -34,15 +35,18 @@ DummySink::DummySink(UsageEnvironment& env, MediaSubsession& subsession, unsigne
       m_stop(stop),
       m_kind(KindOf(subsession.codecName())),
       m_bufferSize(receiveBufferSize),
-      m_buffer(std::make_unique_for_overwrite<std::uint8_t[]>(receiveBufferSize)),
+      m_header(m_kind == Kind::Mpeg4 ? BytesFromHex(subsession.fmtp_config()) : std::vector<std::uint8_t>()),
+      m_buffer(std::make_unique_for_overwrite<std::uint8_t[]>(m_header.size() + receiveBufferSize)),
       m_assembler(m_kind == Kind::H264 ? receiveBufferSize : 0) {
     if (m_kind == Kind::H264) PrependParameterSets();
+    std::copy(m_header.begin(), m_header.end(), m_buffer.get());
 }
 
 DummySink::Kind DummySink::KindOf(char const* codecName) {
     const std::string_view codec = codecName ? codecName : "";
     if (codec == "H264") return Kind::H264;
-    if (codec == "MP4V-ES" || codec == "JPEG") return Kind::VideoFrames;
+    if (codec == "MP4V-ES") return Kind::Mpeg4;
+    if (codec == "JPEG") return Kind::Jpeg;
     if (EqualsIgnoringCase(codec, "PCMU") || EqualsIgnoringCase(codec, "PCMA")) return Kind::G711;
     if (EqualsIgnoringCase(codec, "MPEG4-GENERIC") || EqualsIgnoringCase(codec, "AAC")) return Kind::Aac;
     return Kind::Other;
@@ -61,7 +65,7 @@ void DummySink::PrependParameterSets() {
 
 Boolean DummySink::continuePlaying() {
     if (!fSource) return False;
-    fSource->getNextFrame(m_buffer.get(), m_bufferSize, afterGettingFrame, this, onSourceClosure, this);
+    fSource->getNextFrame(m_buffer.get() + m_header.size(), m_bufferSize, afterGettingFrame, this, onSourceClosure, this);
     return True;
 }
 
@@ -76,12 +80,15 @@ void DummySink::afterGettingFrame(unsigned frameSize, std::uint32_t pts) {
     m_connected = 1;
     ++m_frames;
     m_bytes += frameSize;
-    const ByteView frame(m_buffer.get(), frameSize);
+    const ByteView frame(m_buffer.get() + m_header.size(), frameSize);
     switch (m_kind) {
         case Kind::H264:
             TakeNalUnit(frame, pts);
             break;
-        case Kind::VideoFrames:
+        case Kind::Mpeg4:
+            TakeMpeg4(frame, pts);
+            break;
+        case Kind::Jpeg:
             InsertVideo(frame, pts, VopCodingType(frame));
             break;
         case Kind::Aac:
@@ -94,6 +101,14 @@ void DummySink::afterGettingFrame(unsigned frameSize, std::uint32_t pts) {
             break;
     }
     continuePlaying();
+}
+
+// Servers that state the header in the description often take it out of the stream. It stands before the frame
+// in the buffer; each key frame gets it, so that decoders and recordings can begin there.
+void DummySink::TakeMpeg4(ByteView frame, std::uint32_t pts) {
+    const int type = VopCodingType(frame);
+    const bool bare = type == 0 && !m_header.empty() && !HasVolHeader(frame);
+    InsertVideo(bare ? ByteView(m_buffer.get(), m_header.size() + frame.size()) : frame, pts, type);
 }
 
 void DummySink::TakeNalUnit(ByteView nal, std::uint32_t pts) {
@@ -117,7 +132,7 @@ void DummySink::TakeNalUnit(ByteView nal, std::uint32_t pts) {
 }
 
 void DummySink::FillAacConfig() {
-    if (m_aacConfigFilled) return;
+    if (m_aacConfigFilled || m_stop != 0) return;
     m_aacConfigFilled = true;
     char const* const text = m_subsession.fmtp_config();
     if (text && m_param.aacConfig.Get().empty()) m_param.aacConfig.Set(AacConfigFromText(text));

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "liveMedia.hh"
 
@@ -37,7 +38,7 @@ class DummySink : public MediaSink {
     ~DummySink() override = default;
 
   private:
-    enum class Kind { Other, H264, VideoFrames, G711, Aac };
+    enum class Kind { Other, H264, Mpeg4, Jpeg, G711, Aac };
 
     static Kind KindOf(char const* codecName);
     static void afterGettingFrame(void* clientData, unsigned frameSize, unsigned numTruncatedBytes,
@@ -47,6 +48,7 @@ class DummySink : public MediaSink {
 
     void PrependParameterSets();
     void TakeNalUnit(ByteView nal, std::uint32_t pts);
+    void TakeMpeg4(ByteView frame, std::uint32_t pts);
     void FillAacConfig();
     void InsertVideo(ByteView frame, std::uint32_t pts, int frameType);
 
@@ -55,7 +57,8 @@ class DummySink : public MediaSink {
     EventLoopWatchVariable const& m_stop;
     const Kind m_kind;
     const unsigned m_bufferSize;
-    const std::unique_ptr<std::uint8_t[]> m_buffer;
+    const std::vector<std::uint8_t> m_header;         // MPEG-4 only: the description's
+    const std::unique_ptr<std::uint8_t[]> m_buffer;  // the header, and behind it what is received
     AccessUnitAssembler m_assembler;  // H.264 only: without memory for others
     int m_connected = 0;
     bool m_aacConfigFilled = false;

@@ -35,6 +35,28 @@ int VopCodingType(ByteView frame) {
     return 0;
 }
 
+bool HasVolHeader(ByteView frame) {
+    // 00 00 01 20 to 00 00 01 2F, before the picture (ISO/IEC 14496-2, 6.2.1)
+    constexpr std::uint8_t kVop = 0xB6;
+    for (std::size_t at = 3; at < frame.size(); ++at) {
+        if (frame[at - 1] != 1 || frame[at - 2] != 0 || frame[at - 3] != 0) continue;
+        if ((frame[at] & 0xF0) == 0x20) return true;
+        if (frame[at] == kVop) return false;
+    }
+    return false;
+}
+
+std::vector<std::uint8_t> BytesFromHex(std::string_view text) {
+    std::vector<std::uint8_t> bytes;
+    for (std::size_t at = 0; at + 1 < text.size(); at += 2) {
+        const int high = HexDigit(text[at]);
+        const int low = HexDigit(text[at + 1]);
+        if (high < 0 || low < 0) return {};
+        bytes.push_back(static_cast<std::uint8_t>(high << 4 | low));
+    }
+    return bytes;
+}
+
 std::vector<std::uint8_t> AacConfigFromText(std::string_view text) {
     std::vector<std::uint8_t> bytes(text.size());
     for (std::size_t k = 0; 2 * k + 1 < text.size(); ++k) {

@@ -306,7 +306,7 @@ void RTSPSession::afterSETUP(RTSPClientCustom& client, int resultCode, const std
                   "RTSPCoumm::continueAfterSETUP() Set up the \"%s/%s\" subsession (client ports %d-%d)",
                   subsession.mediumName(), subsession.codecName(), subsession.clientPortNum(),
                   subsession.clientPortNum() + 1);
-        recordFormat(subsession);
+        if (m_stop == 0) recordFormat(subsession);
         startSink(client, subsession);
     }
     setupNext(client);

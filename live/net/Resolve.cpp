@@ -46,7 +46,7 @@ ipv4AddressBits numericAddress(const std::string& text) {
 }
 
 std::shared_ptr<const Lookup> Lookup::begin(const std::string& host) {
-    const auto all = underWay();
+    const std::shared_ptr<UnderWay>& all = underWay();
     auto lookup = std::make_shared<Lookup>();
     {
         const std::lock_guard lock(all->lock);

@@ -88,7 +88,8 @@ TEST(Stop, WaitsForNoServer) {
     for (int i = 0; i < 3; ++i) {
         queued.emplace_back(static_cast<int>(::socket(AF_INET, SOCK_STREAM, 0)));
         live::net::makeNonBlocking(queued.back().get());
-        ::connect(queued.back().get(), reinterpret_cast<sockaddr*>(&address), sizeof address);
+        static_cast<void>(
+            ::connect(queued.back().get(), reinterpret_cast<sockaddr*>(&address), sizeof address));
     }
     const std::string host = "rtsp://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/";
     const auto moment = [] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); };
