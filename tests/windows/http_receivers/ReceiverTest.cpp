@@ -246,7 +246,7 @@ TEST_F(HttpReceiverTest, LongPicturesAreDroppedByTheConfiguredSize) {
     EXPECT_TRUE(log.Has("A picture is longer than 8192 bytes, dropped"));
 }
 
-// Where the thread isn't abandoned, no line says that it was waited for in vain.
+// A thread that doesn't end is waited for again and again, with a line each time; a busy machine brings few.
 TEST_F(HttpReceiverTest, StopsWhateverTheThreadIsAt) {
     const test::LogCapture log;
     std::string many;
@@ -277,7 +277,7 @@ TEST_F(HttpReceiverTest, StopsWhateverTheThreadIsAt) {
     receiver.reset();  // its end stops it too
     EXPECT_TRUE(Statuses().empty());
     for (const std::string& line : log.Messages())
-        EXPECT_THAT(line, Not(HasSubstr("Wait for")));
+        EXPECT_THAT(line, Not(HasSubstr("[02] Wait for")));
 }
 
 TEST(HostLookup, AResolverThatHangsHoldsNobodyUp) {
