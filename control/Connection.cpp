@@ -152,7 +152,7 @@ void Connection::SaveSignIn() {
 }
 
 void Connection::ReadCamera(Attempt& attempt) {
-    if (!m_owner.Page() && attempt.protocol == ecpMulticastPush) return;
+    if (m_owner.Page() && attempt.protocol == ecpMulticastPush) return;
     const util::CTimeDiff timing("CNorixSDKCtrl::Connect() SendCGICommand");
     const CameraCommands::Outcome outcome = m_owner.Camera().ReadCamera(attempt.selection);
     const CameraCommands& camera = m_owner.Camera().Commands();
@@ -202,10 +202,12 @@ bool Connection::StartRtsp(const Attempt& attempt) {
     if (access.serverIP.empty() && attempt.protocol != ecpMulticastPush) return false;
     Reception::RtspSource source;
     source.uri = GetStreamUri(attempt);
+    if (source.uri.empty() && attempt.protocol != ecpMulticastPush) return false;
     source.protocol = attempt.protocol;
     source.user = access.username;
     source.password = access.password;
     source.tunnelPort = static_cast<unsigned>(access.httpPort);
+    source.timeoutMs = static_cast<unsigned>(m_owner.Properties().connectionTimeout);
     source.callback = RTSPCallback;
     source.userData = &m_owner;
     return m_reception->StartRtsp(source);

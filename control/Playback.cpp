@@ -56,7 +56,8 @@ void Playback::StartDecoder() {
     const VideoCodec codec = m_param->videoCodec.Get();
     {
         std::lock_guard<std::mutex> lock(m_lock);
-        if (m_closed || m_decoder != nullptr || codec == VideoCodec::None) return;
+        const bool wanted = codec != VideoCodec::None && m_param->mediaType.Get() != MediaType::Audio;
+        if (m_closed || m_decoder != nullptr || !wanted) return;
     }
     // Without the lock: making a presenter may have to wait for the window's thread.
     auto decoder = std::make_shared<CDecoder>(static_cast<std::uint32_t>(codec));

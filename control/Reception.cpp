@@ -29,6 +29,8 @@ bool Reception::StartRtsp(const RtspSource& source) {
     m_rtsp->userName = source.user;
     m_rtsp->password = source.password;
     m_rtsp->tunnelOverHttpPort = source.tunnelPort;
+    constexpr std::int64_t kMicroseconds = 1000;
+    m_rtsp->periods.connectCheck = source.timeoutMs * kMicroseconds;
     m_rtsp->callback = source.callback;
     m_rtsp->userData = source.userData;
     return m_rtsp->StartStreaming() != 0;

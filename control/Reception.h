@@ -36,6 +36,7 @@ class Reception {
         std::string user;
         std::string password;
         unsigned tunnelPort = 80;
+        unsigned timeoutMs = 5000;  // a stream that does not play by then has failed
         RTSPStatusCallback* callback = nullptr;
         void* userData = nullptr;
     };
