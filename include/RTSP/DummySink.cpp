@@ -19,6 +19,11 @@ bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
     return true;
 }
 
+std::vector<std::uint8_t> ConfigOf(MediaSubsession const& subsession) {
+    char const* const text = subsession.fmtp_config();
+    return text ? BytesFromHex(text) : std::vector<std::uint8_t>();
+}
+
 }  // namespace
 
 DummySink* DummySink::createNew(UsageEnvironment& env, MediaSubsession& subsession,
@@ -35,7 +40,7 @@ DummySink::DummySink(UsageEnvironment& env, MediaSubsession& subsession, unsigne
       m_stop(stop),
       m_kind(KindOf(subsession.codecName())),
       m_bufferSize(receiveBufferSize),
-      m_header(m_kind == Kind::Mpeg4 ? BytesFromHex(subsession.fmtp_config()) : std::vector<std::uint8_t>()),
+      m_header(m_kind == Kind::Mpeg4 ? ConfigOf(subsession) : std::vector<std::uint8_t>()),
       m_buffer(std::make_unique_for_overwrite<std::uint8_t[]>(m_header.size() + receiveBufferSize)),
       m_assembler(m_kind == Kind::H264 ? receiveBufferSize : 0) {
     if (m_kind == Kind::H264) PrependParameterSets();
@@ -65,7 +70,8 @@ void DummySink::PrependParameterSets() {
 
 Boolean DummySink::continuePlaying() {
     if (!fSource) return False;
-    fSource->getNextFrame(m_buffer.get() + m_header.size(), m_bufferSize, afterGettingFrame, this, onSourceClosure, this);
+    fSource->getNextFrame(m_buffer.get() + m_header.size(), m_bufferSize, afterGettingFrame, this,
+                          onSourceClosure, this);
     return True;
 }
 
@@ -103,8 +109,8 @@ void DummySink::afterGettingFrame(unsigned frameSize, std::uint32_t pts) {
     continuePlaying();
 }
 
-// Servers that state the header in the description often take it out of the stream. It stands before the frame
-// in the buffer; each key frame gets it, so that decoders and recordings can begin there.
+// Servers that state the header in the description often take it out of the stream. It stands before the
+// frame in the buffer; each key frame gets it, so that decoders and recordings can begin there.
 void DummySink::TakeMpeg4(ByteView frame, std::uint32_t pts) {
     const int type = VopCodingType(frame);
     const bool bare = type == 0 && !m_header.empty() && !HasVolHeader(frame);

@@ -57,9 +57,9 @@ class DummySink : public MediaSink {
     EventLoopWatchVariable const& m_stop;
     const Kind m_kind;
     const unsigned m_bufferSize;
-    const std::vector<std::uint8_t> m_header;         // MPEG-4 only: the description's
+    const std::vector<std::uint8_t> m_header;        // MPEG-4 only: the description's
     const std::unique_ptr<std::uint8_t[]> m_buffer;  // the header, and behind it what is received
-    AccessUnitAssembler m_assembler;  // H.264 only: without memory for others
+    AccessUnitAssembler m_assembler;                 // H.264 only: without memory for others
     int m_connected = 0;
     bool m_aacConfigFilled = false;
     std::uint64_t m_frames = 0;

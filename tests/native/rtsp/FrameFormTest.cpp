@@ -85,9 +85,16 @@ TEST(FrameRules, FindTheFirstPicturesCodingType) {
     EXPECT_EQ(VopCodingType(Bytes{9, 0, 0, 1, 0xB6}), 0);  // nothing follows
     EXPECT_EQ(VopCodingType(Bytes{0, 0, 1, 0xB6}), 0);
     EXPECT_EQ(VopCodingType({}), 0);
+
+    EXPECT_TRUE(HasVolHeader(Bytes{0, 0, 1, 0xB0, 1, 0, 0, 1, 0x20, 0, 0, 1, 0xB6, 0}));
+    EXPECT_FALSE(
+        HasVolHeader(Bytes{0, 0, 1, 0xB3, 1, 0, 0, 1, 0xB6, 0, 0, 0, 1, 0x20}));  // behind the picture
+    EXPECT_FALSE(HasVolHeader({}));
 }
 
 TEST(FrameRules, ReadConfigurationAndPosition) {
+    EXPECT_THAT(BytesFromHex("000001b0F"), ElementsAre(0, 0, 1, 0xB0));
+    EXPECT_TRUE(BytesFromHex("00x0").empty());
     EXPECT_THAT(AacConfigFromText("1210"), ElementsAre(0x12, 0x10, 0, 0));
     EXPECT_THAT(AacConfigFromText("1Fz3a"), ElementsAre(0x1F, 0, 0, 0, 0));
     EXPECT_TRUE(AacConfigFromText("").empty());
