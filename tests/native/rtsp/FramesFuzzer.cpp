@@ -1,0 +1,38 @@
+// The pure parts of the sink with whatever a camera may send. The input is a sequence of units: one byte says
+// how long the next one is.
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "include/RTSP/AccessUnitAssembler.h"
+#include "include/RTSP/FrameRules.h"
+
+using namespace norix;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    constexpr std::size_t kCapacity = 300;
+    AccessUnitAssembler assembler(kCapacity);
+    bool overflowed = false;
+    for (ByteView rest(data, size); !rest.empty();) {
+        const std::size_t length = std::min<std::size_t>(rest[0], rest.size() - 1);
+        const ByteView unit = rest.subspan(1, length);
+        rest = rest.subspan(1 + length);
+        if (VopCodingType(unit) > 3) std::abort();
+        const std::string_view text(reinterpret_cast<const char*>(unit.data()), unit.size());
+        if (AacConfigFromText(text).size() != unit.size()) std::abort();
+
+        const auto outcome = assembler.Append(unit);
+        const ByteView whole = assembler.Unit();
+        if (whole.size() > kCapacity) std::abort();
+        if (outcome == AccessUnitAssembler::Outcome::Overflow) overflowed = true;
+        if (outcome == AccessUnitAssembler::Outcome::KeyFrame) overflowed = false;
+        // Nothing that builds on what was dropped, and each unit is given out whole.
+        if (outcome == AccessUnitAssembler::Outcome::OtherFrame && overflowed) std::abort();
+        if (outcome <= AccessUnitAssembler::Outcome::OtherFrame && !unit.empty() &&
+            !std::equal(unit.rbegin(), unit.rend(), whole.rbegin()))
+            std::abort();
+        if (outcome == AccessUnitAssembler::Outcome::Waiting && assembler.Header().empty())
+            assembler.RememberAsHeader();
+    }
+    return 0;
+}
