@@ -72,6 +72,8 @@ HttpReply WinInetTransport::Send(const HttpRequest& request) {
             Converse(request, acceptAnyIssuer, *watch);
         } catch (const std::exception& error) {
             NORIX_LOG("WinInetTransport::Send", 1, "%s", error.what());
+        } catch (...) {
+            NORIX_LOG("WinInetTransport::Send", 1, "unknown exception");
         }
         watch->Finish();
     });
