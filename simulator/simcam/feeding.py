@@ -17,7 +17,7 @@ class Feeder:
 
     The first frames go in at once: without them there would be nothing to describe. The others follow in PLAY."""
 
-    def __init__(self, source: Gst.Element, caps: str, interval: float, take: Callable[[], Frame], first: int,
+    def __init__(self, source: Gst.Element, caps: str, interval: float, take: Callable[[], Frame | None], first: int,
                  stall_after: float | None) -> None:
         self._source = source
         self._interval = interval
@@ -60,6 +60,8 @@ class Feeder:
 
     def _push(self, pts: int) -> None:
         frame = self._take()
+        if frame is None:
+            return
         buffer = Gst.Buffer.new_wrapped(frame.data)
         buffer.pts = buffer.dts = pts
         buffer.duration = int(self._interval * Gst.SECOND)

@@ -66,7 +66,9 @@ class HttpStreams:
         while end is None or passed < end:
             if self._stalled(passed):
                 return await self._until_gone(exchange)
-            frame = cursor.next()
+            if (frame := cursor.next()) is None:
+                passed = await pace.wait()
+                continue
             data = secrets.token_bytes(len(frame.data)) if "mjpeg-garbage" in self._faults else frame.data
             if options.sections:
                 data = frameinfo.with_header(sections.next(frame.key), data)

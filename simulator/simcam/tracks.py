@@ -48,14 +48,14 @@ def audio_feeder(camera: Camera, source: Gst.Element, kind: str) -> Feeder:
                   camera.options.faults.seconds("stall"))
 
 
-def _pictures(camera: Camera, channel: int, stream: int, codec: str) -> Callable[[], Frame]:
+def _pictures(camera: Camera, channel: int, stream: int, codec: str) -> Callable[[], Frame | None]:
     cursor = VideoCursor(camera, channel, stream, codec)
     if not camera.options.sections:
         return cursor.next
     writer = SectionWriter(camera, channel)
 
-    def next_with_section() -> Frame:
+    def next_with_section() -> Frame | None:
         frame = cursor.next()
-        return Frame(inside_frame(codec, writer.next(frame.key), frame.data), frame.key)
+        return frame and Frame(inside_frame(codec, writer.next(frame.key), frame.data), frame.key)
 
     return next_with_section

@@ -101,6 +101,43 @@ class Streams(unittest.TestCase):
             self.assertTrue({later - earlier for earlier, later in zip(keys[1:], keys[2:])} - {25}, keys)
 
 
+    def test_turned_head(self) -> None:
+        """The picture turns away and comes back, and no decoder notices anything but another picture."""
+        def watch(camera: Camera, address: str) -> tuple[list[bytes], bytes]:
+            run = subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-i", address, "-t", "3", "-an", "-vf",
+                                  "scale=16:9,format=gray", "-f", "rawvideo", "-"], capture_output=True, timeout=30)
+            return [run.stdout[at:at + 144] for at in range(0, len(run.stdout), 144)], run.stderr
+
+        def difference(left: bytes, right: bytes) -> float:
+            return sum(abs(a - b) for a, b in zip(left, right)) / len(left)
+
+        with Camera() as camera, ThreadPoolExecutor() as pool:
+            def move(what: str) -> None:
+                camera.request("GET", f"/kest-cgi/setPTZCtrl.cgi?channel=1&move={what}&speedpan=100&speedtilt=100")
+
+            move("downleft")
+            while float(camera.parameter("ptz1_pan")) > -20:
+                time.sleep(0.02)
+            move("stop")
+            camera.request("GET", "/kest-cgi/setPreset.cgi?move=addpreset&name=Far&PresetIndex=2")
+            move("gopreset&recall=1")
+            runs = {codec: pool.submit(watch, camera, camera.url(f"udpstream_stream2{ending}") + "?tcp")
+                    for codec, (ending, _) in CODECS.items()}
+            while camera.log().count("rtsp: PLAY") < len(runs) and not all(run.done() for run in runs.values()):
+                time.sleep(0.02)
+            time.sleep(1)
+            move("gopreset&recall=2")
+            time.sleep(1)
+            move("gopreset&recall=1")
+            for codec, run in runs.items():
+                with self.subTest(codec):
+                    frames, errors = run.result()
+                    self.assertEqual(b"", errors)
+                    self.assertGreater(len(frames), 65)
+                    away = max(difference(frames[0], frame) for frame in frames)
+                    self.assertGreater(away, 2 * difference(frames[0], frames[-1]))
+
+
 class Commands(unittest.TestCase):
     def test_state(self) -> None:
         with Camera("--channels", "2", "--codec", "h264") as camera:
