@@ -1,5 +1,7 @@
 #include "camera/CameraCommands.h"
 
+#include <chrono>
+
 #include "camera/Charset.h"
 #include "protocol/Text.h"
 #include "util/Log.h"
@@ -13,6 +15,7 @@ constexpr std::string_view kSetParam = "/kest-cgi/setParam.cgi?";
 constexpr std::string_view kSystemInfo = "/kest-cgi/systeminfo.cgi?";
 constexpr std::int32_t kHighestPort = 65535;
 constexpr unsigned kUnauthorized = 401;
+constexpr std::chrono::seconds kSequenceLimit{5};
 constexpr std::int32_t kCaptionShown = 1;  // bit of captionInfo
 
 bool IsPort(std::int32_t value) {
@@ -177,9 +180,14 @@ Result CameraCommands::SaveMotionSettings(const StreamSelection& selection) {
 CameraCommands::Outcome CameraCommands::RequestCameraInformation(StreamSelection& selection) {
     m_reached = false;
     m_unauthorized = false;
+    const auto begin = std::chrono::steady_clock::now();
     const auto inform = [&] {
-        // A wrong password is not tried over and over: cameras may lock a user out for that.
-        const auto failed = [this](Result result) { return result != kResultOk || m_unauthorized; };
+        // A wrong password is not tried over and over: cameras may lock a user out for that. And nobody waits
+        // for a camera that is slow each time.
+        const auto failed = [&](Result result) {
+            return result != kResultOk || m_unauthorized ||
+                   std::chrono::steady_clock::now() - begin > kSequenceLimit;
+        };
         if (failed(RequestSystemInformation())) return kResultFail;
         if (failed(RequestPorts())) return kResultFail;
         if (failed(RequestCodecList(selection))) return kResultFail;

@@ -156,7 +156,7 @@ void Connection::ReadCamera(Attempt& attempt) {
     const util::CTimeDiff timing("CNorixSDKCtrl::Connect() SendCGICommand");
     const CameraCommands::Outcome outcome = m_owner.Camera().ReadCamera(attempt.selection);
     const CameraCommands& camera = m_owner.Camera().Commands();
-    const bool known = outcome.result == kResultOk && camera.Codecs() != nullptr;
+    const bool known = camera.Codecs() != nullptr;
     attempt.askOnvif = !m_owner.Properties().mediaServiceUri.empty() || camera.System().onvifSupport != 0 ||
                        (outcome.reached && !known);
 }
