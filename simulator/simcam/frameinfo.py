@@ -9,17 +9,19 @@ _IDENTIFICATION = b"NorixFrameInfo01"
 _PORTS_VALID = 2
 _REGION, _MOTION_ALERT, _ANALYTICS, _GENERAL = 1, 2, 3, 4
 _THRESHOLD = 50
-_LARGEST_LENGTH = 0xFFFF
+_BYTE, _WORD = 0xFF, 0xFFFF
 
 
 def _element(kind: int, data: bytes) -> bytes:
     return bytes((kind, len(data))) + data
 
 
-def _numbers(text: str, count: int) -> list[int] | None:
-    """The numbers of a parameter like "3,1"; None while it is empty or something else."""
+def _numbers(text: str, *largest: int) -> list[int] | None:
+    """The numbers of a parameter like "3,1", each up to its limit; None while it is empty or something else."""
     fields = text.split(",")
-    return [int(field) for field in fields] if len(fields) == count and all(map(str.isdigit, fields)) else None
+    if len(fields) != len(largest) or not all(field.isascii() and field.isdigit() for field in fields):
+        return None
+    return [min(int(field), limit) for field, limit in zip(fields, largest)]
 
 
 class SectionWriter:
@@ -40,34 +42,33 @@ class SectionWriter:
         width, height = SIZES[1]
         # Motion swells and fades in four seconds, so regions are in alarm half of the time.
         level = int(abs(now % 4 - 2) * 50)
-        section = struct.pack(">BBBBHHII7xI", 1, _PORTS_VALID, int(get("dio_inputs")) & 255,
-                              int(get("dio_outputs")) & 255, width, height, int(now * 1000) & 0xFFFFFFFF,
+        ports = _numbers(f"{get('dio_inputs')},{get('dio_outputs')}", _BYTE, _BYTE) or (0, 0)
+        section = struct.pack(">BBBBHHII7xI", 1, _PORTS_VALID, *ports, width, height, int(now * 1000) & 0xFFFFFFFF,
                               self._sequence, int(now))
         if get("motiondetect_enable") == "1":
             section += self._regions(level)
             if key and level >= _THRESHOLD:
                 section += _element(_MOTION_ALERT, bytes((1, level)))
-        if key and (numbers := _numbers(get("event_analytics"), 2)):
+        if key and (numbers := _numbers(get("event_analytics"), _WORD, _WORD)):
             section += _element(_ANALYTICS, struct.pack(">HH", *numbers))
-        if key and (numbers := _numbers(get("event_general"), 3)):
+        if key and (numbers := _numbers(get("event_general"), _WORD, _BYTE, _BYTE)):
             section += _element(_GENERAL, struct.pack(">HBB", *numbers))
         return section
 
     def _regions(self, level: int) -> bytes:
         elements = b""
         for window in (1, 2, 3):
-            values = [self._camera.parameters.get(f"{self._prefix}win{field}{window:02}")
-                      for field in ("enable", "left", "top", "width", "height")]
-            if values[0] == "1" and all(map(str.isdigit, values)):
-                elements += _element(_REGION, struct.pack(">BBxHHHHBBxx", window - 1, 1, *map(int, values[1:]),
-                                                          _THRESHOLD, level))
+            values = _numbers(",".join(self._camera.parameters.get(f"{self._prefix}win{field}{window:02}")
+                                       for field in ("left", "top", "width", "height", "enable")), *[_WORD] * 5)
+            if values and values.pop():
+                elements += _element(_REGION, struct.pack(">BBxHHHHBBxx", window - 1, 1, *values, _THRESHOLD, level))
         return elements
 
 
 def with_header(section: bytes, frame: bytes) -> bytes:
     """Over HTTP: the header before the frame."""
     length = 3 + len(section) + len(frame)
-    return (b"\0\0\1\xe0" + struct.pack(">H", length if length <= _LARGEST_LENGTH else 0) + b"\x80\0" +
+    return (b"\0\0\1\xe0" + struct.pack(">H", length if length <= _WORD else 0) + b"\x80\0" +
             bytes((len(section),)) + section + frame)
 
 

@@ -135,14 +135,18 @@ class RtspServer:
     def _client_connected(self, _server: GstRtspServer.RTSPServer, client: GstRtspServer.RTSPClient) -> None:
         log("rtsp: connected")
         client.connect("closed", lambda _client: log("rtsp: closed"))
-        client.connect("new-session", lambda _client, session: session.set_timeout(
-            int(self._faults.seconds("session-timeout") or _SESSION_TIMEOUT)))
+        client.connect("new-session", self._limit_session)
         for request in ("options", "describe", "setup", "play", "pause", "teardown", "get-parameter", "set-parameter"):
             client.connect(request + "-request", self._log_request, request)
         if "rtsp-no-options" in self._faults:
             client.connect("pre-options-request", lambda *_: GstRtsp.RTSPStatusCode.NOT_IMPLEMENTED)
         if (seconds := self._faults.seconds("rtsp-cut")) is not None:
             GLib.timeout_add(int(seconds * 1000), lambda: client.close() and False)
+
+    def _limit_session(self, _client: GstRtspServer.RTSPClient, session: GstRtspServer.RTSPSession) -> None:
+        session.set_timeout(int(self._faults.seconds("session-timeout") or _SESSION_TIMEOUT))
+        if "session-timeout" in self._faults:
+            session.set_property("extra-timeout", 0)  # no mercy for those who are a little late
 
     @staticmethod
     def _log_request(_client: GstRtspServer.RTSPClient, context: GstRtspServer.RTSPContext, request: str) -> None:
