@@ -47,18 +47,21 @@ bool Await(Condition&& condition) {
 }
 
 struct Streaming {
-    explicit Streaming(std::shared_ptr<Players> players) : players(std::move(players)) {
+    explicit Streaming(std::shared_ptr<Players> players, const MediaSettings& settings = {})
+        : param(std::make_shared<CCtrlParam>(settings)), players(std::move(players)) {
         script.steps = kPlaying;
-        server = std::make_unique<live_test::ScriptedServer>(script);
         g_reports = 0;
         comm = std::make_unique<RTSPCoumm>(param, this->players);
         comm->protocol = ConnectProtocol::Tcp;
-        comm->streamUri = server->filled("rtsp://{host}/stream");
         comm->callback = OnStatus;
+    }
+    void Listen() {
+        server = std::make_unique<live_test::ScriptedServer>(script);
+        comm->streamUri = server->filled("rtsp://{host}/stream");
     }
     live_test::Script script;
     std::unique_ptr<live_test::ScriptedServer> server;
-    std::shared_ptr<CCtrlParam> param = std::make_shared<CCtrlParam>(MediaSettings{});
+    std::shared_ptr<CCtrlParam> param;
     std::shared_ptr<Players> players;
     std::unique_ptr<RTSPCoumm> comm;
 };
@@ -66,6 +69,7 @@ struct Streaming {
 TEST(RTSPCoumm, StreamsAndStopsInTime) {
     Streaming streaming(std::make_shared<Players>());
     EXPECT_TRUE(streaming.comm->StopStreaming());  // nothing to stop
+    streaming.Listen();
     EXPECT_EQ(streaming.comm->StartStreaming(), 1);
     EXPECT_EQ(streaming.comm->StartStreaming(), 1);  // runs already
     VideoFrameRecord* record = nullptr;
@@ -88,6 +92,19 @@ TEST(RTSPCoumm, StreamsAndStopsInTime) {
     EXPECT_EQ(g_reports, 1);
 }
 
+TEST(RTSPCoumm, StopsWhileAKeyFrameWaitsForARecord) {
+    Streaming streaming(std::make_shared<Players>(), {.videoBufferNum = 1});
+    streaming.script.steps.push_back("rtp 0 2 waits");
+    streaming.script.steps.push_back("rtp 0 3 behind it");
+    streaming.Listen();
+    streaming.comm->StartStreaming();
+    ASSERT_TRUE(Await([&] { return streaming.param->GetFrameCount(FrameCounters::kReceived) == 2; }));
+    const DWORD begin = GetTickCount();
+    EXPECT_TRUE(streaming.comm->StopStreaming());
+    EXPECT_LT(GetTickCount() - begin, 250u);
+    EXPECT_EQ(streaming.param->GetFrameCount(FrameCounters::kReceived), 2u);
+}
+
 TEST(RTSPCoumm, LeavesAThreadThatHangsAndHearsNothingOfIt) {
     const auto players = std::make_shared<Players>();
     players->hanging = true;
@@ -95,6 +112,7 @@ TEST(RTSPCoumm, LeavesAThreadThatHangsAndHearsNothingOfIt) {
     {
         Streaming streaming(players);
         param = streaming.param;
+        streaming.Listen();
         streaming.comm->StartStreaming();
         ASSERT_TRUE(Await([&] { return players->started == 1; }));
         const DWORD begin = GetTickCount();
