@@ -132,6 +132,7 @@ HRESULT CNorixSDKCtrl::OnCreate() {
     m_dropTarget = DropTarget::Register(Handle(), *this);
     m_windowCreated.Set();
     RunPostponedHandlers();
+    UpdateAudioPanel();
     return S_OK;
 }
 
@@ -209,6 +210,9 @@ LRESULT CNorixSDKCtrl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_TIMER:
             OnTimer(wParam);
             return 0;
+        case WM_SIZE:
+            m_audioPanel.Place();
+            break;
         case WM_DISPLAYCHANGE:
             m_session->param.displayChanged.Set(true);
             break;

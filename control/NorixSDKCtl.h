@@ -22,6 +22,7 @@
 #include "framework/ObjectSafety.h"
 #include "framework/OleControl.h"
 #include "media/ControlMessages.h"
+#include "ui/AudioPanel.h"
 #include "util/Handles.h"
 
 namespace norix {
@@ -45,7 +46,7 @@ int RTSPCallback(int code, unsigned value, void* control);
 /// A façade. It owns the parts that do the work and is where they meet: automation methods forward to them,
 /// messages of worker threads arrive here and become events. Everything runs on the thread that created it;
 /// worker threads reach it only through the private window messages of media/ControlMessages.h.
-class CNorixSDKCtrl final : public framework::COleControl, private DropSink {
+class CNorixSDKCtrl final : public framework::COleControl, private DropSink, private AudioPanelSink {
   public:
     class CNorixSDKCtrlFactory final : public framework::COleObjectFactory {
       public:
@@ -195,6 +196,10 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink {
     void OnIVAEvent(long index, long functionType);
     void OnShowAuthDialog();
     void OnTextDropped(const std::wstring& text) override;
+    void SetMute(bool mute) override;
+    void SetVolume(int volume) override;
+    /// Shows or hides it, and shows in it what the properties say.
+    void UpdateAudioPanel();
     HRESULT ReadHostPage();
     /// Hands a property's value to the threads that use it.
     template <class T, class U>
@@ -212,6 +217,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink {
     StatusView m_statusView;
     MouseEvents m_mouse;
     ViewCommands m_viewCommands;
+    AudioPanel m_audioPanel{*this};
     Connection m_connection;
     DeliveryGate m_dioStatusDelivery;
     DeliveryGate m_newFrameDelivery;

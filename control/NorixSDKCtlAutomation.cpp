@@ -18,6 +18,7 @@ namespace {
 constexpr long kMinimumConnectionTimeout = 1000;  // ms
 constexpr long kMaximumRecordSeconds = 24 * 60 * 60;
 constexpr long kMaximumPort = 65535;
+constexpr long kMaximumVolume = 100;
 
 /// A port written as text; -1 for anything but a number from 0 to 65535.
 long ParsePort(const Text& text) {
@@ -42,6 +43,7 @@ void CNorixSDKCtrl::OnMotionEditModeChanged() {
 void CNorixSDKCtrl::OnEnableAudioControlChanged() {
     WaitForWindowCreation();
     SetModifiedFlag();
+    UpdateAudioPanel();
 }
 
 void CNorixSDKCtrl::OnMagicCodeChanged() {
@@ -76,9 +78,35 @@ void CNorixSDKCtrl::OnIFrameOnlyChanged() {
 }
 void CNorixSDKCtrl::OnVoiceMuteChanged() {
     Pass(m_properties.voiceMute, m_session->param.voiceMute);
+    UpdateAudioPanel();
 }
 void CNorixSDKCtrl::OnVoiceVolumeChanged() {
-    Pass(m_properties.voiceVolume, m_session->param.voiceVolume);
+    // A container saves the default, 0, like any value: only a host that sets 0 itself wants silence.
+    const bool chosen = m_properties.voiceVolume != 0 || !IsLoading();
+    const long volume = std::clamp(m_properties.voiceVolume, 0L, kMaximumVolume);
+    Pass(chosen ? volume : long{kVolumeAsRecorded}, m_session->param.voiceVolume);
+    UpdateAudioPanel();
+}
+
+void CNorixSDKCtrl::UpdateAudioPanel() {
+    m_audioPanel.Update(m_properties.voiceMute, m_session->param.voiceVolume.Get());
+    if (m_properties.enableAudioControl && HasWindow()) {
+        m_audioPanel.Show(Handle());
+    } else {
+        m_audioPanel.Hide();
+    }
+}
+
+void CNorixSDKCtrl::SetMute(bool mute) {
+    if (m_userInterfaceDead) return UpdateAudioPanel();
+    m_properties.voiceMute = mute;
+    OnVoiceMuteChanged();
+}
+
+void CNorixSDKCtrl::SetVolume(int volume) {
+    if (m_userInterfaceDead) return UpdateAudioPanel();
+    m_properties.voiceVolume = volume;
+    OnVoiceVolumeChanged();
 }
 
 void CNorixSDKCtrl::OnRecordMaxFileTimeLengthChanged() {

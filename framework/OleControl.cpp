@@ -132,6 +132,21 @@ bool COleControl::CreateHiddenWindow() {
                                  WS_EX_TOOLWINDOW, bounds, nullptr);
 }
 
+namespace {
+
+class Loading {
+  public:
+    explicit Loading(bool& flag) : m_flag(flag) { m_flag = true; }
+    ~Loading() { m_flag = false; }
+    Loading(const Loading&) = delete;
+    Loading& operator=(const Loading&) = delete;
+
+  private:
+    bool& m_flag;
+};
+
+}  // namespace
+
 HRESULT COleControl::LoadProperty(const DispatchMember& member, const VARIANT& value) {
     ScopedVariant coerced;
     const HRESULT result = CoerceArgument(coerced, value, member.type, LOCALE_INVARIANT);
@@ -142,6 +157,7 @@ HRESULT COleControl::LoadProperty(const DispatchMember& member, const VARIANT& v
         if (member.handlerNeedsWindow && !HasWindow()) {
             m_postponedHandlers.push_back(&member);
         } else {
+            const Loading loading(m_loading);
             member.changed(*this);
         }
         return S_OK;

@@ -92,6 +92,8 @@ class COleControl : public IDispatch, public CWnd {
 
     /// Stores a loaded value (coerced to the property's type) and runs or postpones its change handler.
     HRESULT LoadProperty(const DispatchMember& member, const VARIANT& value);
+    /// Inside of a change handler: the value comes from what the container saved, not from the host's code.
+    bool IsLoading() const { return m_loading; }
 
     /// Tells IPropertyNotifySink sinks that a property has changed.
     void NotifyPropertyChanged(DISPID id);
@@ -128,6 +130,7 @@ class COleControl : public IDispatch, public CWnd {
     const DispatchTable& m_members;
     LONG m_references = 1;  // interlocked: proxies release on other threads
     bool m_modified = false;
+    bool m_loading = false;
     std::vector<const DispatchMember*> m_postponedHandlers;  // waiting for the window
 
     OleObject m_oleObject;
