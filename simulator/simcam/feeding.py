@@ -24,6 +24,7 @@ class Feeder:
         self._take = take
         self._stall_after = stall_after
         self._first = first
+        self._first_left = first
         self._started = self.due = 0.0
         self._base = 0
         self._count = 0
@@ -38,7 +39,7 @@ class Feeder:
 
     def start(self) -> None:
         self._started = self.due = time.monotonic()
-        self._base = self._source.get_current_running_time()
+        self._base = max(self._source.get_current_running_time(), int(self._first * self._interval * Gst.SECOND))
         self._count = 0
 
     def feed(self, now: float) -> None:
@@ -54,9 +55,9 @@ class Feeder:
             self.due = self._started + self._count * self._interval
 
     def _send_first(self, _source: Gst.Element, _size: int) -> None:
-        while self._first:
-            self._first -= 1
-            self._push(0)
+        while self._first_left:
+            self._push(int((self._first - self._first_left) * self._interval * Gst.SECOND))
+            self._first_left -= 1
 
     def _push(self, pts: int) -> None:
         frame = self._take()

@@ -1,5 +1,6 @@
 """The information sections that go with the frames (docs/camera-interface.md), and their three carriers."""
 
+import re
 import struct
 
 from simcam.camera import Camera
@@ -9,6 +10,7 @@ _IDENTIFICATION = b"NorixFrameInfo01"
 _PORTS_VALID = 2
 _REGION, _MOTION_ALERT, _ANALYTICS, _GENERAL = 1, 2, 3, 4
 _THRESHOLD = 50
+_H264_SLICE = re.compile(rb"\x00?\x00\x00\x01[\x01\x05\x21\x25\x41\x45\x61\x65]")
 _BYTE, _WORD = 0xFF, 0xFFFF
 
 
@@ -88,11 +90,19 @@ def _without_start_codes(data: bytes) -> bytes:
     return bytes(result)
 
 
+def _first_slice(frame: bytes) -> int:
+    """Where it begins, its start code included; parameter sets come before the section."""
+    found = _H264_SLICE.search(frame)
+    return found.start() if found else 0
+
+
 def inside_frame(codec: str, section: bytes, frame: bytes) -> bytes:
     """Over RTSP: the frame with the section in it, where the codec has room for it."""
     message = _IDENTIFICATION + section
     if codec == "h264":
-        return b"\0\0\0\1" + b"\6" + _without_start_codes(bytes((5, len(message))) + message + b"\x80") + frame
+        unit = b"\0\0\1\6" + _without_start_codes(bytes((5, len(message))) + message + b"\x80")
+        place = _first_slice(frame)
+        return frame[:place] + unit + frame[place:]
     if codec == "mpeg4":
         picture = frame.index(b"\0\0\1\xb6")
         return frame[:picture] + b"\0\0\1\xb2" + _without_start_codes(message) + frame[picture:]
