@@ -73,4 +73,12 @@ bool IsThere(const std::string& name) {
     return Connection().Ask("there " + name) == "yes";
 }
 
+void Freeze(const std::string& name) {
+    Connection().Ask("freeze " + name);
+}
+
+void Thaw(const std::string& name) {
+    Connection().Ask("thaw " + name);
+}
+
 }  // namespace cameras

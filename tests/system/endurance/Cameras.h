@@ -29,4 +29,8 @@ void Kill(const std::string& name);
 void Restart(const std::string& name);
 bool IsThere(const std::string& name);
 
+// It takes connections and bytes, and does nothing until it is thawed.
+void Freeze(const std::string& name);
+void Thaw(const std::string& name);
+
 }  // namespace cameras

@@ -3,15 +3,19 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <tlhelp32.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <optional>
 
 #include "tests/system/endurance/LiveView.h"
 #include "tests/system/endurance/LogTap.h"
 #include "tests/system/endurance/Measure.h"
+#include "util/Handles.h"
 
 namespace {
 
@@ -117,6 +121,23 @@ TEST_F(FiguresTest, FirstPicture) {
     }
 }
 
+double Milliseconds(const FILETIME& time) {
+    return static_cast<double>(ULARGE_INTEGER{{time.dwLowDateTime, time.dwHighDateTime}}.QuadPart) / 10000;
+}
+
+std::wstring NameOf(HANDLE thread, DWORD id) {
+    if (id == GetCurrentThreadId()) return L"window";
+    // Came with Windows 10.
+    using Function = HRESULT(WINAPI*)(HANDLE, PWSTR*);
+    const auto get = reinterpret_cast<Function>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "GetThreadDescription")));
+    PWSTR text = nullptr;
+    if (!get || FAILED(get(thread, &text)) || !text) return L"";
+    std::wstring name = text;
+    LocalFree(text);
+    return name;
+}
+
 struct Cost {
     double cpuMs = 0;
     Memory memory;
@@ -127,11 +148,27 @@ Cost CostNow() {
     FILETIME kernel;
     FILETIME user;
     GetProcessTimes(GetCurrentProcess(), &unused, &unused, &kernel, &user);
-    const auto milliseconds = [](const FILETIME& time) {
-        return static_cast<double>(ULARGE_INTEGER{{time.dwLowDateTime, time.dwHighDateTime}}.QuadPart) /
-               10000;
-    };
-    return {milliseconds(kernel) + milliseconds(user), MemoryNow()};
+    return {Milliseconds(kernel) + Milliseconds(user), MemoryNow()};
+}
+
+// What each of this process's threads has used, by name; those that have none belong to the system.
+std::map<std::wstring, double> CpuMsByThread() {
+    std::map<std::wstring, double> used;
+    const util::UniqueFile snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Thread32First(snapshot.Get(), &entry); more;
+         more = Thread32Next(snapshot.Get(), &entry)) {
+        if (entry.th32OwnerProcessID != GetCurrentProcessId()) continue;
+        const util::UniqueHandle thread(OpenThread(THREAD_QUERY_INFORMATION, FALSE, entry.th32ThreadID));
+        if (!thread) continue;
+        FILETIME unused;
+        FILETIME kernel;
+        FILETIME user;
+        if (!GetThreadTimes(thread.Get(), &unused, &unused, &kernel, &user)) continue;
+        used[NameOf(thread.Get(), entry.th32ThreadID)] += Milliseconds(kernel) + Milliseconds(user);
+    }
+    return used;
 }
 
 TEST_F(FiguresTest, ViewsSideBySide) {
@@ -151,6 +188,7 @@ TEST_F(FiguresTest, ViewsSideBySide) {
     for (const auto& view : shown)
         ASSERT_TRUE(view->AwaitPicture());
     const Cost before = CostNow();
+    const auto threadsBefore = CpuMsByThread();
     const double begin = NowMs();
     std::vector<Times> rates(shown.size());
     for (int second = 0; second < seconds; ++second) {
@@ -160,6 +198,7 @@ TEST_F(FiguresTest, ViewsSideBySide) {
     }
     const double passed = NowMs() - begin;
     const Cost after = CostNow();
+    const auto threadsAfter = CpuMsByThread();
     const auto megabytes = [views](std::size_t from, std::size_t to) {
         constexpr double kMegabyte = 1024.0 * 1024;
         return (static_cast<double>(to) - static_cast<double>(from)) / kMegabyte / views;
@@ -174,6 +213,11 @@ TEST_F(FiguresTest, ViewsSideBySide) {
                   << shown[i]->frameRate << " pictures per second" << std::endl;
         EXPECT_GT(shown[i]->frameRate, 0) << "view " << i + 1;
         EXPECT_EQ(shown[i]->statuses.back(), kConnected);
+    }
+    for (const auto& [name, used] : threadsAfter) {
+        const auto was = threadsBefore.find(name);
+        const double share = (used - (was == threadsBefore.end() ? 0 : was->second)) / passed / views * 100;
+        std::wcout << L"  threads \"" << name << L"\": " << share << L" % of a core per view" << std::endl;
     }
     for (const auto& view : shown)
         view->Disconnect();

@@ -27,6 +27,16 @@ HWND NewWindow(const RECT& place) {
                          GetModuleHandleW(nullptr), nullptr);
 }
 
+// Dispatches what there is, then waits for more.
+void Dispatch(DWORD milliseconds) {
+    MSG message{};
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+    MsgWaitForMultipleObjects(0, nullptr, FALSE, milliseconds, QS_ALLINPUT);
+}
+
 }  // namespace
 
 double NowMs() {
@@ -41,18 +51,15 @@ bool Await(const std::function<bool()>& condition, DWORD milliseconds) {
     const double end = NowMs() + milliseconds;
     while (!condition()) {
         if (NowMs() > end) return false;
-        MSG message{};
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-            TranslateMessage(&message);
-            DispatchMessageW(&message);
-        }
-        MsgWaitForMultipleObjects(0, nullptr, FALSE, kPollMs, QS_ALLINPUT);
+        Dispatch(kPollMs);
     }
     return true;
 }
 
 void PumpFor(DWORD milliseconds) {
-    Await([] { return false; }, milliseconds);
+    const double end = NowMs() + milliseconds;
+    for (double left = milliseconds; left > 0; left = end - NowMs())
+        Dispatch(static_cast<DWORD>(left) + 1);
 }
 
 LiveView::LiveView(const ControlModule& module, const RECT& place)

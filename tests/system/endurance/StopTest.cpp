@@ -35,11 +35,32 @@ void Begin(LiveView& view, const Way& way, int round) {
     PumpFor(static_cast<DWORD>(round * kStepMs % kSpanMs));
 }
 
+DWORD MomentOf(int round) {
+    return static_cast<DWORD>(round * 100 % 2000);
+}
+
+void Lose(LiveView& view, const Way& way, int round) {
+    Play(view, way);
+    cameras::Kill(way.camera);
+    PumpFor(MomentOf(round));
+}
+
+void Freeze(LiveView& view, const Way& way, int round) {
+    Play(view, way);
+    cameras::Freeze(way.camera);
+    PumpFor(MomentOf(round));
+}
+
 const State kStates[] = {
     {"no answer to a TCP connection",
      [](LiveView& view, int) {
          view.Aim(kTcp);
          view.AimAtStream(cameras::Of("hole").rtsp);
+         EXPECT_EQ(view.Connect(), 0);
+     }},
+    {"no answer to a connection for commands",
+     [](LiveView& view, int) {
+         view.Aim(cameras::Of("hole"), kTcp.protocol);
          EXPECT_EQ(view.Connect(), 0);
      }},
     {"no answer to HTTP commands, then connecting",
@@ -73,20 +94,16 @@ const State kStates[] = {
          Play(view, kUdp);
          if (round == 0) PumpFor(Rounds(0) ? kLearnMs : 0);
      }},
-    {"camera gone, UDP",
-     [](LiveView& view, int round) {
-         Play(view, kUdp);
-         cameras::Kill("main");
-         PumpFor(static_cast<DWORD>(round * 100 % 2000));
-     },
+    {"camera gone, UDP", [](LiveView& view, int round) { Lose(view, kUdp, round); },
      [] { cameras::Of("main"); }},
-    {"camera gone, TCP",
-     [](LiveView& view, int round) {
-         Play(view, kTcp);
-         cameras::Kill("main");
-         PumpFor(static_cast<DWORD>(round * 100 % 2000));
-     },
+    {"camera gone, TCP", [](LiveView& view, int round) { Lose(view, kTcp, round); },
      [] { cameras::Of("main"); }},
+    {"camera frozen, TCP", [](LiveView& view, int round) { Freeze(view, kTcp, round); },
+     [] { cameras::Thaw("main"); }},
+    {"camera frozen, RTSP in HTTP", [](LiveView& view, int round) { Freeze(view, kTunnel, round); },
+     [] { cameras::Thaw("main"); }},
+    {"camera frozen, Motion JPEG over HTTP",
+     [](LiveView& view, int round) { Freeze(view, kMotionJpeg, round); }, [] { cameras::Thaw("mjpeg"); }},
 };
 
 TEST(StopTest, DisconnectInEveryState) {

@@ -31,6 +31,8 @@ ARGUMENTS = {
     "deaf": ["--fault", "cgi-blackhole"],
 }
 
+SIGNALS = {"freeze": signal.SIGSTOP, "thaw": signal.SIGCONT}
+
 
 class Hole:
     """A port whose connections are never made: nobody takes those that wait, and there is no room for more."""
@@ -63,7 +65,9 @@ class Keeper:
         if what == "there":
             return "yes" if name in self._cameras else "no"
         with self._lock:
-            if what == "kill":
+            if what in SIGNALS:
+                os.kill(self._cameras[name].pid, SIGNALS[what])
+            elif what == "kill":
                 camera = self._cameras.pop(name)
                 os.kill(camera.pid, signal.SIGKILL)
                 camera.__exit__()
