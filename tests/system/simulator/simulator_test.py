@@ -3,6 +3,7 @@
 
 import base64
 import hashlib
+import io
 import json
 import os
 import shutil
@@ -366,6 +367,18 @@ def watch_groups() -> None:
             print(*(stream["codec_name"] for stream in run.result()["streams"]))
 
 
+def run_all_classes() -> bool:
+    """Several at once, because most of the time they wait."""
+    def run(part: unittest.TestSuite) -> bool:
+        report = io.StringIO()
+        good = unittest.TextTestRunner(report).run(part).wasSuccessful()
+        sys.stderr.write(report.getvalue())
+        return good
+
+    with ThreadPoolExecutor(3) as pool:
+        return all(list(pool.map(run, unittest.defaultTestLoader.loadTestsFromModule(sys.modules[__name__]))))
+
+
 if __name__ == "__main__":
     if sys.argv[1:] == ["--in-namespace"]:
         watch_groups()
@@ -374,4 +387,6 @@ if __name__ == "__main__":
     if installed.returncode != 0 or not all(map(shutil.which, ("ffprobe", "curl"))):
         print("skipped:", installed.stderr or "no FFmpeg or no curl")
         sys.exit(SKIPPED)
-    unittest.main()
+    if len(sys.argv) > 1:
+        unittest.main()
+    sys.exit(not run_all_classes())
