@@ -58,6 +58,11 @@ SIZE Size(const std::wstring& text) {
     return size;
 }
 
+POINT Place(const std::wstring& text) {
+    const auto [x, y] = Split(text, L',');
+    return {static_cast<LONG>(Number(x)), static_cast<LONG>(Number(y))};
+}
+
 EventFilter Filter(const std::wstring& text) {
     auto [name, arguments] = Split(text, L':');
     return {name, arguments};
@@ -123,6 +128,8 @@ constexpr Option kOptions[] = {
      [](Options& o, const std::wstring& a) { o.password = a; }},
     {L"--size", L"WxH", L"size of the video area in pixels",
      [](Options& o, const std::wstring& a) { o.videoSize = Size(a); }},
+    {L"--at", L"X,Y", L"where on the screen the window is",
+     [](Options& o, const std::wstring& a) { o.place = Place(a); }},
     {L"--log", L"FILE", L"write what happens to FILE as well, one line each, in UTF-8",
      [](Options& o, const std::wstring& a) { o.logFile = a; }},
 
@@ -140,6 +147,10 @@ constexpr Option kOptions[] = {
      [](Options& o, const std::wstring& a) { o.script.push_back(Verb(a)); }},
     {L"--properties", nullptr, L"step: show the control's property pages",
      [](Options& o, const std::wstring&) { o.script.push_back({.kind = Action::Kind::Properties}); }},
+    {L"--resize", L"WxH", L"step: give the video area this size",
+     [](Options& o, const std::wstring& a) {
+         o.script.push_back({.kind = Action::Kind::Resize, .size = Size(a)});
+     }},
     {L"--close", nullptr, L"step: destroy the control, keep the window",
      [](Options& o, const std::wstring&) { o.script.push_back({.kind = Action::Kind::Close}); }},
     {L"--exit", nullptr, L"step: leave the program",

@@ -10,13 +10,14 @@
 
 // Something the host does to the control: one step of a script, or the reaction to an event.
 struct Action {
-    enum class Kind { Set, Get, Call, Connect, Wait, Verb, Properties, Close, Exit };
+    enum class Kind { Set, Get, Call, Connect, Wait, Verb, Properties, Resize, Close, Exit };
 
     Kind kind = Kind::Call;
     std::wstring name{};                    // of the property, the method or the awaited event
     std::wstring value{};                   // to set; of Wait: what the event's arguments begin with
     std::vector<std::wstring> arguments{};  // of Call, as written
     long verb = 0;
+    SIZE size{};  // of Resize
 };
 
 // Picks events by name and, where given, by how their arguments begin ("3", "640,480").
@@ -36,6 +37,7 @@ struct Options {
     std::wstring password;
     std::wstring logFile;
     std::optional<SIZE> videoSize;
+    std::optional<POINT> place;
     std::optional<double> runSeconds;
     std::vector<EventFilter> exitOn;
     std::vector<std::pair<EventFilter, Action>> reactions;

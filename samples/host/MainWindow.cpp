@@ -96,6 +96,10 @@ ExitCode MainWindow::Run() {
     CreateMainWindow();
     log_.SetViewer([this](const Log::Entry& entry) { ShowEntry(entry); });
     FitToVideo(options_.videoSize.value_or(kDefaultVideo));
+    if (options_.place) {
+        SetWindowPos(window_, nullptr, options_.place->x, options_.place->y, 0, 0,
+                     SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+    }
     ShowWindow(window_, SW_SHOWDEFAULT);
     UpdateWindow(window_);
 
@@ -513,6 +517,8 @@ void MainWindow::Perform(const Action& action) try {
         }
         case Action::Kind::Properties:
             return ShowProperties();
+        case Action::Kind::Resize:
+            return FitToVideo(action.size);
         case Action::Kind::Close:
             return CloseControl();
         case Action::Kind::Exit:
