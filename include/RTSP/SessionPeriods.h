@@ -4,7 +4,8 @@
 
 namespace norix {
 
-// By what a session is watched and kept alive; microseconds. The host may change the first; tests shorten them all.
+// By what a session is watched and kept alive; microseconds. The host may change the first; tests shorten
+// them all.
 struct SessionPeriods {
     std::int64_t connectCheck = 5'000'000;     // PLAY has to have succeeded
     std::int64_t disconnectCheck = 5'000'000;  // each medium has to have delivered something
