@@ -12,6 +12,16 @@
 
 namespace norix {
 
+namespace {
+
+/// Once a sent message's data have been copied: the worker that sent it need not wait for the host's handler,
+/// and must not when the handler ends the connection, which waits for the worker.
+void LetSenderGoOn() {
+    ReplyMessage(0);
+}
+
+}  // namespace
+
 bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     const auto first = static_cast<long>(wParam);
     const auto second = static_cast<long>(lParam);
@@ -76,8 +86,9 @@ void CNorixSDKCtrl::OnForceI(long channel, long stream) {
 void CNorixSDKCtrl::OnNewFrame(const void* description, const void* bytes) {
     if (description == nullptr || bytes == nullptr) return;
     m_newFrameDelivery.Deliver([&] {
-        const auto& frame = *static_cast<const NewFrameDescription*>(description);
+        const NewFrameDescription frame = *static_cast<const NewFrameDescription*>(description);
         ByteArrayVariant data(bytes, frame.byteLength);
+        LetSenderGoOn();
         FireEvent(events::OnNewFrame, static_cast<long>(frame.frameType), static_cast<long>(frame.byteLength),
                   frame.signal != 0, data.Get());
     });
@@ -102,10 +113,12 @@ void CNorixSDKCtrl::OnRequestFileName(const SYSTEMTIME& time) {
 
 void CNorixSDKCtrl::OnSnapshotData(const void* bytes, const SnapshotDescription* picture) {
     if (bytes == nullptr || picture == nullptr) return;
-    ByteArrayVariant data(bytes, picture->byteLength);
+    const SnapshotDescription taken = *picture;
+    ByteArrayVariant data(bytes, taken.byteLength);
+    LetSenderGoOn();
     FireEvent(events::OnNotifySnapshotData, static_cast<long>(m_session->param.pictureFormat.Get()),
-              static_cast<long>(picture->width), static_cast<long>(picture->height),
-              static_cast<long>(picture->byteLength), data.Get());
+              static_cast<long>(taken.width), static_cast<long>(taken.height),
+              static_cast<long>(taken.byteLength), data.Get());
 }
 
 void CNorixSDKCtrl::OnIVAEvent(long index, long functionType) {
