@@ -5,11 +5,12 @@
 //
 // Commands are mute, unmute, half (volume 50), off (DecodeAV off), on; each is carried out when so much has
 // been sent. Prints one line: "frames N, longest insert N ms, dropped N, queued at the end N, stopped in N
-// ms, CPU N ms", or "no device".
+// ms, CPU N ms" (the audio thread's), or "no device".
 
 #include <windows.h>
 
 #include <mmsystem.h>
+#include <tlhelp32.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -18,10 +19,12 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "audio/AudioControl.h"
+#include "util/Handles.h"
 #include "util/Log.h"
 
 namespace {
@@ -71,9 +74,26 @@ Stream LoadAac(const std::string& folder, std::uint32_t rate, Bytes* config) {
     return stream;
 }
 
-std::uint32_t CpuMs() {
-    FILETIME times[4];
-    GetProcessTimes(GetCurrentProcess(), &times[0], &times[1], &times[2], &times[3]);
+std::set<DWORD> Threads() {
+    std::set<DWORD> found;
+    const util::UniqueFile snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Thread32First(snapshot.Get(), &entry); more;
+         more = Thread32Next(snapshot.Get(), &entry)) {
+        if (entry.th32OwnerProcessID == GetCurrentProcessId()) found.insert(entry.th32ThreadID);
+    }
+    return found;
+}
+
+// Of the thread that wasn't there before.
+std::uint32_t CpuMs(const std::set<DWORD>& before) {
+    const std::set<DWORD> now = Threads();
+    const auto added = std::find_if(now.begin(), now.end(), [&](DWORD id) { return !before.contains(id); });
+    if (added == now.end()) return 0;
+    const util::UniqueHandle thread(OpenThread(THREAD_QUERY_INFORMATION, FALSE, *added));
+    FILETIME times[4] = {};
+    GetThreadTimes(thread.Get(), &times[0], &times[1], &times[2], &times[3]);
     const auto ticks = [](const FILETIME& t) {
         return (std::uint64_t{t.dwHighDateTime} << 32) + t.dwLowDateTime;
     };
@@ -145,13 +165,13 @@ int main(int argc, char** argv) {
         std::puts("no device");
         return 0;
     }
+    const std::set<DWORD> others = Threads();
     if (player->StartAudioThread(&param) != norix::kResultOk) return 4;
-    const std::uint32_t cpuBefore = CpuMs();
     int sent = 0;
     std::uint32_t longest = 0;
     const int dropped =
         Send(param, stream, std::strtoul(argv[3], nullptr, 10), std::move(commands), &sent, &longest);
-    const std::uint32_t cpu = CpuMs() - cpuBefore;
+    const std::uint32_t cpu = CpuMs(others);
     Sleep(1000);  // what is queued is played
     int queued = 0;
     norix::AudioFrameRecord* record = nullptr;
