@@ -3,24 +3,12 @@
 #include <utility>
 
 #include "audio/AudioLoop.h"
+#include "audio/SystemClock.h"
 #include "audio/WaveOutDevice.h"
 #include "util/Log.h"
 #include "util/Settings.h"
 
 namespace norix {
-namespace {
-
-class SystemClock final : public AudioClock {
-  public:
-    std::uint32_t NowMs() noexcept override { return platform::TimerMs(); }
-    void SleepMs(std::uint32_t milliseconds) noexcept override { platform::SleepMs(milliseconds); }
-    OutputBuffer* AwaitBuffer(OutputBuffers& buffers, std::uint32_t milliseconds) noexcept override {
-        return buffers.Take(milliseconds);
-    }
-};
-
-}  // namespace
-
 CAudioControl::CAudioControl(CCtrlParam& param, std::shared_ptr<const void> keepAlive)
     : m_playback(std::make_shared<AudioPlayback>()) {
     m_playback->param.store(&param);

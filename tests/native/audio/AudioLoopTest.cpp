@@ -7,6 +7,7 @@
 #include <string>
 #include <thread>
 
+#include "audio/SystemClock.h"
 #include "tests/native/audio/MuLawTable.h"
 #include "tests/native/audio/Rig.h"
 #include "tests/native/codec/Corpus.h"
@@ -315,60 +316,51 @@ INSTANTIATE_TEST_SUITE_P(Clocks, AudioDrift,
                          testing::Values(Drift{0.0002, 0}, Drift{-0.0002, 0}, Drift{0, 0.0002},
                                          Drift{0, -0.0002}));
 
+// Gives buffers back on whatever thread asks for it.
+class ThreadDevice final : public test::FakeDevice {
+  public:
+    bool Write(const std::shared_ptr<OutputBuffers>& owner, OutputBuffer& buffer) noexcept override {
+        if (!m_owner) m_owner = owner;
+        return m_playing.PutTail(&buffer);
+    }
+    bool Reset() noexcept override {
+        while (ReturnOne()) {
+        }
+        return true;
+    }
+    bool ReturnOne() {
+        OutputBuffer* const buffer = m_playing.Take(1);
+        if (!buffer) return false;
+        ++returnedCount;
+        m_owner->GiveBack(buffer);
+        return true;
+    }
+    std::atomic<int> returnedCount{0};
+
+  private:
+    FrameQueue<OutputBuffer> m_playing{kOutputBufferCount};
+    std::shared_ptr<OutputBuffers> m_owner;  // written before the first buffer is queued
+};
+
 // For the thread sanitizer: the host, a receiver, the audio thread and the device at once.
 TEST(AudioLoop, RunsBesideItsNeighbours) {
-    struct ThreadDevice final : AudioDevice {
-        bool Open(std::uint32_t) noexcept override { return true; }
-        void Close() noexcept override {}
-        bool IsOpen() const noexcept override { return true; }
-        bool Write(const std::shared_ptr<OutputBuffers>& owner, OutputBuffer& buffer) noexcept override {
-            std::lock_guard<std::mutex> lock(m_lock);
-            m_queue.emplace_back(owner, &buffer);
-            return true;
-        }
-        bool Reset() noexcept override {
-            while (ReturnOne()) {
-            }
-            return true;
-        }
-        std::uint32_t LastError() const noexcept override { return 0; }
-        bool ReturnOne() {
-            std::lock_guard<std::mutex> lock(m_lock);
-            if (m_queue.empty()) return false;
-            ++returned;
-            m_queue.front().first->GiveBack(m_queue.front().second);
-            m_queue.pop_front();
-            return true;
-        }
-        std::atomic<int> returned{0};
-        std::mutex m_lock;
-        std::deque<std::pair<std::shared_ptr<OutputBuffers>, OutputBuffer*>> m_queue;  // guarded by m_lock
-    };
-    struct RealClock final : AudioClock {
-        std::uint32_t NowMs() noexcept override { return platform::TimerMs(); }
-        void SleepMs(std::uint32_t milliseconds) noexcept override { platform::SleepMs(milliseconds); }
-        OutputBuffer* AwaitBuffer(OutputBuffers& buffers, std::uint32_t milliseconds) noexcept override {
-            return buffers.Take(milliseconds);
-        }
-    };
-
     CCtrlParam param{MediaSettings()};
     param.audioCodec.Set(AudioCodec::Pcmu);
     AudioPlayback playback;
     playback.param.store(&param);
     auto owned = std::make_unique<ThreadDevice>();
     ThreadDevice& device = *owned;
+    device.open = true;
     playback.device = std::move(owned);
-    RealClock clock;
+    SystemClock clock;
     std::atomic<bool> ended{false};
     std::thread player([&] {
         AudioLoop(playback, clock).Run();
         ended = true;
     });
     std::thread output([&] {
-        while (!ended) {
-            if (!device.ReturnOne()) std::this_thread::yield();
-        }
+        while (!ended)
+            device.ReturnOne();
     });
     std::thread receiver([&] {
         for (std::uint32_t i = 0; i < 400; ++i) {
@@ -379,12 +371,12 @@ TEST(AudioLoop, RunsBesideItsNeighbours) {
         }
     });
     receiver.join();
-    while (device.returned < 100)
+    while (device.returnedCount < 100)
         std::this_thread::yield();
     playback.running = false;
     player.join();
     output.join();
-    EXPECT_TRUE(device.m_queue.empty()) << "the end lets nothing play on";
+    EXPECT_FALSE(device.ReturnOne()) << "the end lets nothing play on";
 }
 
 }  // namespace

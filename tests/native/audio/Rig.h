@@ -15,7 +15,7 @@
 namespace norix::test {
 
 // Plays in simulated time and keeps what was played, the silence included.
-class FakeDevice final : public AudioDevice {
+class FakeDevice : public AudioDevice {
   public:
     bool Open(std::uint32_t samplesPerSecond) noexcept override {
         Close();
