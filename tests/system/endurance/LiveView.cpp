@@ -86,6 +86,8 @@ void LiveView::OnEvent(const Event& event) {
         if (onStatus) onStatus(status);
     } else if (name == L"FramePerSec") {
         frameRate = event.arguments.front()->dblVal;
+    } else if (name == L"OnNewFrame") {
+        if (onNewFrame) onNewFrame();
     }
 }
 

@@ -68,6 +68,7 @@ class LiveView {
 
     std::vector<int> statuses;          // since the last Connect
     std::function<void(int)> onStatus;  // called inside the event
+    std::function<void()> onNewFrame;   // the same; NotifyVideoData has to be on
     double connectMs = 0;               // how long the last Connect took
     double frameRate = 0;               // as last reported
 

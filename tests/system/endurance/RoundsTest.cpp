@@ -6,52 +6,12 @@
 
 #include "tests/system/endurance/LiveView.h"
 #include "tests/system/endurance/Measure.h"
-#include "tests/windows/container/ResourceUse.h"
+#include "tests/system/endurance/Use.h"
 
 namespace {
 
 // What the system caches on first use is there after these.
 constexpr int kWarmUpRounds = 8;
-
-struct Use {
-    ResourceUse resources;
-    long privateKilobytes = 0;
-};
-
-// Threads that go by themselves, the system's above all, get the time to.
-Use Settled() {
-    constexpr DWORD kSettleMs = 1500;
-    PumpFor(kSettleMs);
-    Use use;
-    use.resources = ResourceUse::Now();
-    use.privateKilobytes = static_cast<long>(MemoryNow().committed / 1024);
-    return use;
-}
-
-void Print(const char* when, const Use& use) {
-    std::cout << when << use.resources << ", private " << use.privateKilobytes << " KB" << std::endl;
-}
-
-// Something left behind in every eighth round is found.
-void ExpectNoGrowth(const Use& before, const Use& after, int rounds) {
-    // Wine's WinInet keeps about 100 bytes of each connection that the server has ended, and there are a
-    // dozen of these in a round.
-    constexpr long kSystemsBytes = 1500;
-    constexpr long kToleratedBytes = 64 * 1024;
-    constexpr long kKilobyte = 1024;
-    constexpr long kToleratedKilobytes = 2048;  // a stack, pages of a heap
-    const long tolerated = 4 + rounds / 8;
-    const ResourceUse& was = before.resources;
-    const ResourceUse& is = after.resources;
-    EXPECT_LE(is.handleSlots, was.handleSlots + tolerated);
-    EXPECT_LE(is.gdiSlots, was.gdiSlots + tolerated);
-    EXPECT_LE(is.userSlots, was.userSlots + tolerated);
-    EXPECT_LE(is.threads, was.threads + 2);  // the system's pools breathe
-    EXPECT_LE(is.windows, was.windows);
-    EXPECT_LE(is.heapBytes, was.heapBytes + kToleratedBytes + rounds * kSystemsBytes);
-    EXPECT_LE(after.privateKilobytes,
-              before.privateKilobytes + kToleratedKilobytes + rounds * kSystemsBytes / kKilobyte);
-}
 
 class RoundsTest : public testing::Test {
   protected:
