@@ -1,0 +1,373 @@
+#!/usr/bin/python3
+"""Live view as a host's user has it: the registered control in NorixHost, against simulated cameras and servers of others.
+
+usage: live_view_test.py NORIXSDK.OCX NORIXHOST.EXE FOLDER [PATTERN]
+
+Each cell is one connection: the events and their order, the picture on the screen against FFmpeg's picture of the same
+stream, and the tone that is played. PATTERN picks cells by name. FOLDER keeps each cell's log, and the pictures of those
+that failed; with NORIX_KEEP_PICTURES set, of all."""
+
+import concurrent.futures
+import contextlib
+import os
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import time
+import traceback
+from dataclasses import dataclass, field
+from typing import Callable, Iterator
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path[:0] = [HERE, os.path.dirname(HERE)]
+
+from host import COMPARED, ROOT, Desk, Host, difference, moved, wine, windows_path  # noqa: E402
+
+SKIPPED = 77
+UDP, TCP, HTTP, MULTICAST, PUSH = range(1, 6)
+MPEG4, MJPEG, H264 = 1, 2, 4
+LARGEST_DIFFERENCE = 6.0  # of 255; what moves is less than 2 % of the picture
+SMALL = "640,360"  # the simulated camera's second stream
+
+
+# ---- The surroundings
+
+
+def isolate() -> None:
+    """Starts this program once more: with a screen, a Wine prefix, a sound server and a network that is its own, so that
+    groups can be joined on loopback."""
+    environment = {name: value for name, value in os.environ.items()
+                   if name not in ("DISPLAY", "NORIX_WINEPREFIX", "NORIX_SOUND_MONITOR", "PULSE_SERVER")}
+    scripts = os.path.join(ROOT, "scripts")
+    command = [f"{scripts}/with-sound", f"{scripts}/with-display", sys.executable, *sys.argv]
+    set_up = "ip link set lo up && ip route add 224.0.0.0/4 dev lo"
+    for network in (["unshare", "-n"], ["unshare", "-rn"]):
+        with contextlib.suppress(OSError):
+            if subprocess.run([*network, "sh", "-c", set_up], capture_output=True).returncode == 0:
+                os.execvpe(network[0], [*network, "sh", "-c", f'{set_up} && exec "$@"', "sh", *command],
+                           environment | {"NORIX_LIVE_VIEW": "isolated"})
+    os.execvpe(command[0], command, environment | {"NORIX_LIVE_VIEW": "no network of its own"})
+
+
+if __name__ == "__main__" and "NORIX_LIVE_VIEW" not in os.environ:
+    isolate()
+
+try:
+    import servers
+    from camera import Camera
+except (ImportError, ValueError) as missing:
+    print(f"skipped: GStreamer's RTSP server is not installed ({missing}); scripts/setup.sh installs it")
+    sys.exit(SKIPPED)
+
+
+def reference(source: str, *options: str, turned: bool = False) -> bytes:
+    """FFmpeg's picture of a stream, at the size of comparison."""
+    grabbed = subprocess.run(
+        ["ffmpeg", "-hide_banner", "-loglevel", "error", "-nostdin", *options, "-i", source, "-frames:v", "1", "-vf",
+         ("transpose=clock," if turned else "") + f"scale={COMPARED[0]}:{COMPARED[1]}:flags=area", "-f", "rawvideo",
+         "-pix_fmt", "rgb24", "-"], check=True, capture_output=True, timeout=60)
+    return grabbed.stdout
+
+
+# ---- What a cell is
+
+
+@dataclass
+class Cell:
+    """A connection that works."""
+
+    name: str
+    properties: dict[str, object]
+    codec: int
+    size: str  # empty: no picture
+    picture: bytes
+    sound: bool = True
+    before: list[str] = field(default_factory=list)  # steps before Connect
+    after: list[str] = field(default_factory=list)  # and when the picture is there
+    program: str = ""
+    meanwhile: Callable[[Host], None] | None = None  # between the two looks at the picture
+
+    def run(self, desk: Desk) -> None:
+        # A click says that everything has been looked at.
+        steps = [*sets(self.properties), *self.before, "--call", "Connect", "--wait", "OnVideoFrameRate", *self.after,
+                 "--get", "GetStreamType", "--wait", "OnMouseDown", "--call", "Disconnect", "--get", "ConnectStatus",
+                 "--exit"]
+        with Host(desk, self.name, steps, self.program) as host:
+            host.wait("get GetStreamType")
+            host.wait("event OnVideoFrameRate", len(host.events("OnVideoFrameRate")) + 1)
+            first = host.picture("screen" if "NORIX_KEEP_PICTURES" in os.environ else "")
+            if self.meanwhile:
+                self.meanwhile(host)
+            heard = host.listen() if self.sound else ""
+            if self.meanwhile or not self.sound:
+                host.wait("event OnVideoFrameRate", len(host.events("OnVideoFrameRate")) + 1)
+            second = host.picture()
+            host.click()
+            code = host.finish()
+
+            expect(host.events("OnConnStatus"), ["0", "1", "2"], "OnConnStatus")
+            expect(host.events("OnResolutionChanged"), [self.size] if self.size else [], "OnResolutionChanged")
+            log = host.log()
+            in_order(log, "event OnConnStatus(iConnectionStatus=0)", "event OnConnStatus(iConnectionStatus=1)",
+                     "event OnVideoFrameRate", f"get GetStreamType = {self.codec}\n", "call Disconnect",
+                     "event OnConnStatus(iConnectionStatus=2)", "result Disconnect = 0", "get ConnectStatus = 2")
+            expect(log[log.index("result Disconnect"):].count("event "), 0, "events after Disconnect")
+            rates = [int(rate) for rate in host.events("OnVideoFrameRate")]
+            expect(len(host.events("FramePerSec")), len(rates), "FramePerSec")
+            assert not self.size or 10 <= max(rates) <= 30, f"frame rates {rates}"
+            expect(code, 0, "exit code")
+            if self.size:
+                off = min(difference(first, self.picture), difference(second, self.picture))
+                if off > LARGEST_DIFFERENCE:
+                    host.save("is", first)
+                    host.save("should be", self.picture)
+                assert off <= LARGEST_DIFFERENCE, f"the picture is another one (difference {off:.1f})"
+                assert moved(first, second), "the picture doesn't move"
+            # A machine that is busy breaks it; how much is for benchmarks.
+            assert heard.count("t") >= 3 or not self.sound, f"not the tone: {heard}"
+
+
+def sets(properties: dict[str, object]) -> list[str]:
+    return [word for name, value in properties.items() for word in ("--set", f"{name}={value}")]
+
+
+def expect(got: object, wanted: object, what: str) -> None:
+    assert got == wanted, f"{what}: {got}, not {wanted}"
+
+
+def in_order(log: str, *lines: str) -> None:
+    at = 0
+    for line in lines:
+        found = log.find(line, at)
+        assert found >= 0, f"no '{line.strip()}' where it should be"
+        at = found + len(line)
+
+
+def at_camera(camera: Camera, **more: object) -> dict[str, object]:
+    return {"ServerIP": "127.0.0.1", "HttpPort": camera.http_port, "username": camera.user,
+            "password": camera.password, "ShowUserAuthenticationDialog": "false", "StreamIndex": 2} | more
+
+
+# ---- Cells with a picture
+
+
+def camera_cells(cameras: dict[str, Camera], multicast: bool, other_windows: str) -> Iterator[Cell]:
+    """Every way in which the simulated camera can send every codec, and the ways of showing the picture."""
+    paths = {"h264": (H264, "_h264"), "mpeg4": (MPEG4, ""), "mjpeg": (MJPEG, "_mjpg")}
+    for number, (name, (codec, ending)) in enumerate(paths.items()):
+        camera = cameras[name]
+        pictures = {stream: reference(camera.url(f"udpstream_ch1_stream{stream}{ending}"), "-rtsp_transport", "tcp")
+                    for stream in (1, 2)}
+        for title, protocol, more, before in (
+                ("UDP", UDP, {}, []),
+                ("TCP", TCP, {}, []),
+                # Motion JPEG without RTSP
+                ("HTTP", HTTP, {}, []),
+                ("tunnel", HTTP, {"StreamUri": camera.url(f"kest-cgi/udpstream_ch1_stream2{ending}", tunnel=True)}, []),
+                ("multicast", MULTICAST, {}, []),
+                ("push", PUSH, {}, ["--call", f"SetMulticastInfo('239.2.0.{number}','{6000 + 100 * number}','{6002 + 100 * number}')"])):
+            if protocol in (MULTICAST, PUSH) and not multicast or title == "tunnel" and codec != MJPEG:
+                continue
+            stream = 1 if protocol == PUSH else 2
+            # One of the codecs' ways goes through DirectDraw, which Wine offers to programs for newer systems.
+            yield Cell(f"camera {name} {title}", at_camera(camera, VideoProtocol=protocol, **more), codec,
+                       SMALL if stream == 2 else "1280,720", pictures[stream], before=before,
+                       program=other_windows if protocol == TCP else "")
+        if codec == H264:
+            yield from view_cells(camera, pictures[2], other_windows)
+    properties = at_camera(cameras["mjpeg"], VideoProtocol=HTTP, MediaType=2)
+    yield Cell("camera sound only", properties, MJPEG, "", b"")
+    yield Cell("camera found by ONVIF", at_camera(cameras["onvif"], VideoProtocol=UDP), H264, SMALL,
+               reference(cameras["onvif"].url("udpstream_ch1_stream2_h264"), "-rtsp_transport", "tcp"))
+
+
+def view_cells(camera: Camera, picture: bytes, other_windows: str) -> Iterator[Cell]:
+    properties = at_camera(camera, VideoProtocol=TCP)
+    turned = reference(camera.url("udpstream_ch1_stream2_h264"), "-rtsp_transport", "tcp", turned=True)
+
+    def cover(host: Host) -> None:
+        subprocess.run(["xmessage", "-geometry", f"200x150+{host.place.x + 50}+{host.place.y + 150}", "-timeout", "1",
+                        "over it"], stdout=subprocess.DEVNULL)
+
+    resize = ["--resize", "320x120", "--get", "ConnectStatus", "--wait", "OnVideoFrameRate", "--resize", "400x225"]
+    for name, program in (("GDI", ""), ("DirectDraw", other_windows)):
+        yield Cell(f"view {name} resized", properties, H264, SMALL, picture, program=program, after=resize)
+        yield Cell(f"view {name} covered", properties, H264, SMALL, picture, program=program, meanwhile=cover)
+    yield Cell("view forced GDI", properties | {"ForceGDI": "true"}, H264, SMALL, picture, program=other_windows)
+    yield Cell("view rotated", properties, H264, SMALL, turned, after=["--call", "RotateVideo(90)"])
+
+
+def foreign_cells(folder: str) -> Iterator[Cell]:
+    """Servers that nobody here wrote."""
+    servers.make_clips(folder)
+    plain, digest = servers.RtspServer(folder), servers.RtspServer(folder, digest=True)
+    servers.serve_rtsp()
+    pictures = {name: reference(os.path.join(folder, name)) for name in ("h264.mp4", "mpeg4.mp4", "jpeg.avi")}
+    who = {"username": servers.USER, "password": servers.PASSWORD}
+    size = ",".join(map(str, servers.PICTURE))
+    for title, protocol, server, mount, codec, clip in (
+            ("UDP", UDP, plain, "/h264", H264, "h264.mp4"),
+            ("TCP digest", TCP, digest, "/h264aac", H264, "h264.mp4"),
+            ("tunnel", HTTP, plain, "/h264aac", H264, "h264.mp4"),
+            ("UDP digest", UDP, digest, "/mpeg4", MPEG4, "mpeg4.mp4"),
+            ("tunnel digest", HTTP, digest, "/mpeg4", MPEG4, "mpeg4.mp4"),
+            ("UDP", UDP, plain, "/jpeg", MJPEG, "jpeg.avi"),
+            ("TCP", TCP, plain, "/jpeg", MJPEG, "jpeg.avi")):
+        properties = {"StreamUri": server.url(mount), "HttpPort": server.port, "VideoProtocol": protocol}
+        yield Cell(f"GStreamer {mount[1:]} {title}", properties | (who if server is digest else {}), codec, size,
+                   pictures[clip])
+    camera = servers.HttpCamera()
+    yield Cell("FFmpeg jpeg and G.711 HTTP", {"ServerIP": "127.0.0.1", "HttpPort": camera.port, "VideoProtocol": HTTP},
+               MJPEG, size, pictures["jpeg.avi"])
+
+
+# ---- Faults
+
+
+@dataclass
+class Fault:
+    """A connection that fails, or is ended early: which states the host sees, and nothing after them."""
+
+    name: str
+    properties: dict[str, object]
+    states: list[str]
+    steps: list[str]
+    log: list[str] = field(default_factory=list)  # lines that have to be there, in this order
+
+    def run(self, desk: Desk) -> None:
+        with Host(desk, self.name, sets(self.properties) + self.steps) as host:
+            code = host.finish()
+            expect(host.events("OnConnStatus"), self.states, "OnConnStatus")
+            in_order(host.log(), *self.log)
+            expect(code, 0, "exit code")
+
+
+def faults(cameras: dict[str, Camera]) -> Iterator[Fault]:
+    good, stalling = cameras["h264"], cameras["stalling"]
+    connect, leave = ["--call", "Connect"], ["--get", "ConnectStatus", "--run-seconds"]
+    for title, protocol in (("UDP", UDP), ("tunnel", HTTP)):
+        yield Fault(f"stalls {title}", at_camera(stalling, VideoProtocol=protocol), ["0", "1", "3"],
+                    [*connect, "--wait", "OnConnStatus:1", "--wait", "OnConnStatus:3", *leave, "16"],
+                    ["event OnResolutionChanged", "get ConnectStatus = 3"])
+    yield Fault("stalls HTTP", at_camera(cameras["stalling mjpeg"], VideoProtocol=HTTP), ["0", "1", "3"],
+                [*connect, "--wait", "OnConnStatus:3", *leave, "16"], ["event OnResolutionChanged"])
+    for title, protocol, tunnel in (("UDP", UDP, False), ("tunnel", HTTP, True)):
+        uri = good.url("kest-cgi/udpstream_ch1_stream1_h264", tunnel, signed_in=False)
+        yield Fault(f"wrong password {title}",
+                    at_camera(good, VideoProtocol=protocol, password="wrong", StreamUri=uri), ["0", "5"],
+                    [*connect, "--wait", "OnConnStatus:5", *leave, "4"], ["get ConnectStatus = 5"])
+    yield Fault("no such stream", at_camera(good, StreamUri=good.url("nowhere"), VideoProtocol=TCP), ["0", "3"],
+                [*connect, "--wait", "OnConnStatus:3", *leave, "3"], ["get ConnectStatus = 3"])
+    yield Fault("nobody there", at_camera(good, HttpPort=1, StreamUri="rtsp://127.0.0.1:1/x"), ["0", "3"],
+                [*connect, "--wait", "OnConnStatus:3", *leave, "9"], ["get ConnectStatus = 3"])
+    yield Fault("disconnects when connected", at_camera(good, VideoProtocol=UDP), ["0", "1", "2"],
+                ["--on", "OnConnStatus:1=Disconnect", *connect, "--wait", "OnConnStatus:2", *leave, "3"],
+                ["event OnConnStatus(iConnectionStatus=1)", "result Disconnect = 0"])
+    yield Fault("disconnects while connecting", at_camera(good, VideoProtocol=UDP), ["0", "2"],
+                ["--on", "OnConnStatus:0=Disconnect", *connect, *leave, "3"], ["result Connect = -1"])
+    yield Fault("destroyed while connecting", at_camera(good, VideoProtocol=UDP), ["0"],
+                ["--on", "OnConnStatus:0=close", *connect, "--run-seconds", "3"], ["control closed"])
+    yield Fault("destroyed right after", at_camera(good, VideoProtocol=UDP), ["0"],
+                [*connect, "--close", "--run-seconds", "3"], ["result Connect = 0", "control closed"])
+    yield Fault("connects twice", at_camera(good, VideoProtocol=TCP), ["0", "1", "2"],
+                [*connect, *connect, "--get", "ConnectStatus", "--wait", "OnConnStatus:1", *connect, "--call",
+                 "Disconnect", "--exit"],
+                ["result Connect = 0", "result Connect = -1", "result Connect = -1", "result Disconnect = 0"])
+
+
+@dataclass
+class Killed:
+    """A camera that dies in mid-stream, and comes back: the host has asked for that, and does nothing."""
+
+    name: str
+    protocol: int
+
+    def run(self, desk: Desk) -> None:
+        arguments = ["--codec", "h264"]
+        with contextlib.ExitStack() as stack:
+            camera = stack.enter_context(Camera(*arguments))
+            ports = ["--http", str(camera.http_port), "--rtsp", str(camera.rtsp_port)]
+            picture = reference(camera.url("udpstream_ch1_stream2_h264"), "-rtsp_transport", "tcp")
+            properties = at_camera(camera, VideoProtocol=self.protocol, AutoReconnect="true")
+            steps = ["--call", "Connect", "--wait", "OnConnStatus:1", "--wait", "OnConnStatus:3", "--get",
+                     "ConnectStatus", "--wait", "OnConnStatus:1"]
+            for _ in range(4):
+                steps += ["--get", "ConnectStatus", "--wait", "OnVideoFrameRate"]
+            steps += ["--call", "Disconnect", "--exit"]
+            with Host(desk, self.name, sets(properties) + steps) as host:
+                host.wait("event OnVideoFrameRate", 2)
+                os.kill(camera.pid, signal.SIGKILL)
+                host.wait("event OnConnStatus(iConnectionStatus=3)")
+                stack.enter_context(Camera(*arguments, *ports))
+                host.wait("event OnConnStatus(iConnectionStatus=1)", 2)
+                rates = len(host.events("OnVideoFrameRate"))
+                host.wait("event OnVideoFrameRate", rates + 2)
+                off = difference(host.picture(), picture)
+                expect(host.finish(), 0, "exit code")
+                states = "".join(host.events("OnConnStatus"))
+                assert re.fullmatch(r"01(30)+12", states), f"OnConnStatus: {states}"
+                assert off <= LARGEST_DIFFERENCE, f"the picture is another one (difference {off:.1f})"
+
+
+# ---- All of it
+
+
+def run_all(desk: Desk, jobs: list, pattern: str) -> bool:
+    good = True
+    with concurrent.futures.ThreadPoolExecutor(desk.PLACES) as pool:
+        running = {pool.submit(job.run, desk): job for job in jobs if re.search(pattern, job.name)}
+        for done in concurrent.futures.as_completed(running):
+            job, problem = running[done], done.exception()
+            print("ok     " if problem is None else "FAILED ", job.name, flush=True)
+            if problem is not None:
+                good = False
+                text = str(problem) if isinstance(problem, AssertionError) else \
+                    "".join(traceback.format_exception(problem))
+                print("    " + text, flush=True)
+    return good and bool(running)
+
+
+def main(module: str, program: str, folder: str, pattern: str = "") -> int:
+    started = time.monotonic()
+    os.makedirs(folder, exist_ok=True)
+    wine("regsvr32", "/s", windows_path(module))
+    # The same program under another name: for it, Wine is the Windows that is offered DirectDraw.
+    other_windows = os.path.join(folder, "NorixHostDirectDraw.exe")
+    shutil.copy(program, other_windows)
+    key = "HKCU\\Software\\Wine\\AppDefaults\\NorixHostDirectDraw.exe"
+    wine("reg.exe", "add", key, "/v", "Version", "/d", "win10", "/f")
+    wine("reg.exe", "add", key + "\\Direct3D", "/v", "renderer", "/d", "gdi", "/f")
+    desk = Desk(folder, program)
+    multicast = os.environ["NORIX_LIVE_VIEW"] == "isolated"
+    if not multicast:
+        print("skipped: multicast, because no network namespace can be made here")
+    kinds = {
+        "h264": ["--codec", "h264", "--auth", "basic"],
+        "mpeg4": ["--codec", "mpeg4", "--push-codec", "mpeg4", "--audio", "aac", "--auth", "digest", "--sections"],
+        "mjpeg": ["--codec", "mjpeg", "--push-codec", "mjpeg", "--auth", "digest", "--sections"],
+        "onvif": ["--codec", "h264", "--onvif", "only", "--auth", "digest"],
+        "stalling": ["--codec", "h264", "--fault", "stall=2"],
+        "stalling mjpeg": ["--codec", "mjpeg", "--fault", "stall=2"],
+    }
+    if multicast:
+        for number, name in enumerate(("h264", "mpeg4", "mjpeg")):
+            kinds[name] += ["--multicast", f"239.1.0.{number}:{5000 + 100 * number}", "--push",
+                            f"239.2.0.{number}:{6000 + 100 * number}"]
+    with contextlib.ExitStack() as stack:
+        made = [(name, Camera(*arguments)) for name, arguments in kinds.items()]
+        with concurrent.futures.ThreadPoolExecutor(len(made)) as pool:
+            cameras = dict(zip((name for name, _ in made),
+                               pool.map(lambda entry: stack.enter_context(entry[1]), made)))
+        jobs = [*faults(cameras), Killed("killed TCP", TCP), Killed("killed UDP", UDP),
+                *foreign_cells(folder), *camera_cells(cameras, multicast, other_windows)]
+        good = run_all(desk, jobs, pattern)
+    print(f"{time.monotonic() - started:.0f} s")
+    return 0 if good else 1
+
+
+if __name__ == "__main__":
+    code = main(*sys.argv[1:5])
+    sys.stdout.flush()
+    os._exit(code)  # GStreamer's threads don't end by themselves
