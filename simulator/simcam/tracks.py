@@ -11,8 +11,9 @@ from simcam.frameinfo import SectionWriter, inside_frame
 
 _PACKETISERS = {
     "h264": ("rtph264pay config-interval=0 mtu=1400", 96),
-    # Without a limit, small frames would share a packet and its time.
-    "mpeg4": ("rtpmp4vpay config-interval=0 mtu=1400 max-ptime=1", 96),
+    # Without a limit, small frames would share a packet and its time. The header goes before key frames too: what is
+    # pushed to a group has no description.
+    "mpeg4": ("rtpmp4vpay config-interval=1 mtu=1400 max-ptime=1", 96),
     "mjpeg": ("rtpjpegpay mtu=1400", 26),
     "pcmu": ("rtppcmupay min-ptime=20000000 max-ptime=20000000", 0),
     "aac": ("rtpmp4gpay", 97),
