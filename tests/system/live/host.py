@@ -20,7 +20,7 @@ _WINDOW = (408, 509)
 _SCREEN = (1280, 1024)
 COMPARED = (100, 56)  # pictures are compared at this size: differently smoothed, they are the same then
 _CAPTION = 5  # rows at the top of these that the caption covers
-_RATE = 8000
+_RATE = 8000  # of what is listened to, per second
 TONE = 440
 PATIENCE = 40  # seconds for anything that has to happen
 
@@ -146,7 +146,7 @@ class Host:
         return os.path.join(self._desk.folder, f"{re.sub(r'[^A-Za-z0-9]+', '-', self._name)}.{ending}")
 
     def listen(self, seconds: float = 1.5) -> str:
-        """What the host plays now: a letter for each tenth of a second, "t" for the tone, "-" for silence, "?" for
+        """What the host plays now: a letter for every 25 ms, "t" for the tone, "-" for silence, "?" for
         anything else."""
         recorder = subprocess.Popen(["parec", "-d", f"{self.place.sink}.monitor", f"--rate={_RATE}", "--channels=1",
                                      "--format=s16le", "--latency-msec=50"], stdout=subprocess.PIPE)
@@ -156,7 +156,7 @@ class Host:
             recorder.kill()
             recorder.wait()
             recorder.stdout.close()
-        length = _RATE // 10
+        length = _RATE // 40
         parts = [sound[at:at + length] for at in range(0, len(sound) - length + 1, length)]
         return "".join(map(_heard, parts))
 
