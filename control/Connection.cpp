@@ -292,7 +292,8 @@ void Connection::StopReception() {
 void Connection::DropReports() {
     if (!m_owner.HasWindow()) return;
     MSG message;
-    for (const UINT report : {WM_OnConnectStatus, WM_OnForceI}) {
+    for (const UINT report : {WM_OnConnectStatus, WM_OnForceI, WM_OnMotionWindowUpdate, WM_OnDIOStatus,
+                              WM_OnResolutionChanged, WM_OnMDAlert, WM_OnIVAEvent, WM_OnGeneralEvent}) {
         while (PeekMessageW(&message, m_owner.Handle(), report, report, PM_REMOVE)) {
             if (message.message != WM_QUIT) continue;  // it passes every filter
             PostQuitMessage(static_cast<int>(message.wParam));
