@@ -126,8 +126,9 @@ class Host:
     def picture(self, keep: str = "") -> bytes:
         """The video area as it is on the screen: RGB, in the size of comparison. `keep` names a file for it."""
         x, y = self.place.x + _VIDEO_AT[0], self.place.y + _VIDEO_AT[1]
-        screen = subprocess.run(["import", "-window", "root", "-crop", f"{SIZE[0]}x{SIZE[1]}+{x}+{y}", "+repage", "miff:-"],
-                                check=True, capture_output=True).stdout
+        area = f"{SIZE[0]}x{SIZE[1]}+{x}+{y}"
+        screen = subprocess.run(["import", "-window", "root", "-crop", area, "+repage", "miff:-"], check=True,
+                                capture_output=True).stdout
         kept = ["-write", self._file(keep + ".png")] if keep else []
         return subprocess.run(["convert", "miff:-", *kept, "-scale", f"{COMPARED[0]}x{COMPARED[1]}!", "-depth", "8",
                                "rgb:-"], input=screen, check=True, capture_output=True).stdout

@@ -22,7 +22,8 @@ _SECONDS = 40
 _CLIPS = {
     "h264.mp4": ([*_SCENE, *"-c:v libx264 -preset ultrafast -g 15 -pix_fmt yuv420p".split()],
                  "qtdemux ! h264parse ! rtph264pay pt=96"),
-    "mpeg4.mp4": ([*_SCENE, *"-c:v mpeg4 -q:v 4 -g 15".split()], "qtdemux ! mpeg4videoparse ! rtpmp4vpay max-ptime=1 pt=96"),
+    "mpeg4.mp4": ([*_SCENE, *"-c:v mpeg4 -q:v 4 -g 15".split()],
+                  "qtdemux ! mpeg4videoparse ! rtpmp4vpay max-ptime=1 pt=96"),
     "jpeg.avi": ([*_SCENE, *"-c:v mjpeg -huffman default -q:v 4 -pix_fmt yuvj420p".split()],
                  "avidemux ! rtpjpegpay pt=26"),
     "pcmu.wav": (["-f", "lavfi", "-i", _TONE + "8000", *"-af volume=8 -ac 1 -c:a pcm_mulaw".split()],
@@ -90,7 +91,8 @@ class HttpCamera:
 
     _PROGRAMS = {
         "/kest-cgi/mjpeg.cgi": [*_SCENE, *"-c:v mjpeg -huffman default -q:v 4 -pix_fmt yuvj420p -f mpjpeg".split()],
-        "/kest-cgi/pcmu.cgi": ["-f", "lavfi", "-i", _TONE + "8000", *"-af volume=8 -ac 1 -c:a pcm_mulaw -f mulaw".split()],
+        "/kest-cgi/pcmu.cgi": ["-f", "lavfi", "-i", _TONE + "8000",
+                               *"-af volume=8 -ac 1 -c:a pcm_mulaw -f mulaw".split()],
     }
     _TYPES = {"/kest-cgi/mjpeg.cgi": "multipart/x-mixed-replace; boundary=ffmpeg", "/kest-cgi/pcmu.cgi": "audio/basic"}
 
