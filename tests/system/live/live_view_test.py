@@ -126,8 +126,8 @@ class Cell:
                     host.save("should be", self.picture)
                 assert off <= LARGEST_DIFFERENCE, f"the picture is another one (difference {off:.1f})"
                 assert moved(first, second), "the picture doesn't move"
-            # A machine that is busy breaks it; how much is for benchmarks.
-            assert heard.count("t") * 2 >= len(heard), f"not the tone: {heard}"
+            # A busy machine breaks the tone, and another tone would have none of it.
+            assert not self.sound or heard.count("t") >= 8, f"not the tone: {heard}"
 
 
 def sets(properties: dict[str, object]) -> list[str]:
