@@ -33,6 +33,12 @@ std::shared_ptr<CDecoder> Playback::Decoder() const {
 // ---- Receiving threads
 // --------------------------------------------------------------------------------------
 
+// Closing comes after the receiving threads have ended. The connection's end is known before that: a thread
+// that then went on to open devices would be waited for.
+bool Playback::IsEnding() const {
+    return m_closed || m_param->IsClosing();
+}
+
 void Playback::Start() {
     std::lock_guard<std::mutex> starting(m_starting);
     StartDecoder();
@@ -57,14 +63,14 @@ void Playback::StartDecoder() {
     {
         std::lock_guard<std::mutex> lock(m_lock);
         const bool wanted = codec != VideoCodec::None && m_param->mediaType.Get() != MediaType::Audio;
-        if (m_closed || m_decoder != nullptr || !wanted) return;
+        if (IsEnding() || m_decoder != nullptr || !wanted) return;
     }
     // Without the lock: making a presenter may have to wait for the window's thread.
     auto decoder = std::make_shared<CDecoder>(static_cast<std::uint32_t>(codec));
     decoder->AttachWindow(m_param->window.Get());
     decoder->SetPresenter(MakePresenter(*decoder));
     std::lock_guard<std::mutex> lock(m_lock);
-    if (m_closed) return;
+    if (IsEnding()) return;
     Apply(m_view, decoder->View());
     if (decoder->CreateDisplayThread() != kResultOk || decoder->StartDecThread(m_param.get()) != kResultOk)
         return;
@@ -74,7 +80,7 @@ void Playback::StartDecoder() {
 void Playback::StartAudio() {
     {
         std::lock_guard<std::mutex> lock(m_lock);
-        if (m_closed || m_audioTried || m_param->audioCodec.Get() == AudioCodec::None) return;
+        if (IsEnding() || m_audioTried || m_param->audioCodec.Get() == AudioCodec::None) return;
         m_audioTried = true;
     }
     auto audio = std::make_shared<CAudioControl>(*m_param, m_param);
@@ -83,7 +89,7 @@ void Playback::StartAudio() {
         return;
     }
     std::lock_guard<std::mutex> lock(m_lock);
-    if (m_closed) return;
+    if (IsEnding()) return;
     audio->StartAudioThread(m_param.get());
     m_audio = std::move(audio);
 }

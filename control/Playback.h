@@ -57,6 +57,7 @@ class Playback final : public MediaPlayers {
 
   private:
     std::shared_ptr<CDecoder> Decoder() const;
+    bool IsEnding() const;  // with m_lock held
     void StartDecoder();
     void StartAudio();
     std::shared_ptr<Presenter> MakePresenter(CDecoder& decoder);
