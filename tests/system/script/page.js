@@ -85,6 +85,7 @@ group("start", function () {
 
 group("connecting", function () {
     field("server").value = "127.0.0.1";
+    field("port").value = "9";  // where nothing listens
     field("user").value = "operator";
     field("secret").value = "secret";
     connect();

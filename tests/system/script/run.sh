@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Registers the control and runs a script under Wine's script host:
 #
-#     run.sh <NorixSDK.ocx> <folder for what it makes> <test.js|test.vbs>
-#         a test of this folder, with check.js or check.vbs in front of it (the script host has no include); its argument
-#         is the project's folder
+#     run.sh <NorixSDK.ocx> <folder for what it makes> <test.js>
+#         a test of this folder, with check.js in front of it (the script host has no include); its argument is the
+#         project's folder
 #     run.sh <NorixSDK.ocx> <folder for what it makes> <script> <pattern>
 #         any script, whose last line has to match the pattern
 #
@@ -29,7 +29,7 @@ name=$(basename "$script")
 arguments=()
 mkdir -p "$folder"
 if [ -z "$pattern" ]; then
-    cat "$here/check.${name##*.}" "$here/$name" >"$folder/$name"
+    cat "$here/check.js" "$here/$name" >"$folder/$name"
     script=$folder/$name
     arguments=("$(windows_path "$here/../../..")")
     pattern='^DONE [1-9][0-9]* checks, 0 failures$'

@@ -96,8 +96,9 @@ TEST_F(Dispatch, TakesNumbersOfEveryType) {
     struct {
         VARTYPE type;
         ULONGLONG bits;
-    } const cases[] = {{VT_I1, 7},  {VT_UI1, 7}, {VT_I2, 7},  {VT_UI2, 7}, {VT_I4, 7},
-                       {VT_UI4, 7}, {VT_I8, 7},  {VT_UI8, 7}, {VT_INT, 7}, {VT_UINT, 7}};
+    } const cases[] = {{VT_I1, 7},  {VT_UI1, 7},  {VT_I2, 7},          {VT_UI2, 7},
+                       {VT_I4, 7},  {VT_UI4, 7},  {VT_I8, 7},          {VT_UI8, 7},
+                       {VT_INT, 7}, {VT_UINT, 7}, {VT_R4, 0x40E00000}, {VT_CY, 70000}};
     for (const auto& c : cases) {
         m_control->Reset();
         VARIANT value = OfType(c.type);
@@ -112,6 +113,10 @@ TEST_F(Dispatch, TakesNumbersOfEveryType) {
     EXPECT_EQ(Get(Thermometer::kDegrees), "-2");
     EXPECT_EQ(Put(Thermometer::kDegrees, OfType(VT_EMPTY)).result, S_OK);
     EXPECT_EQ(Get(Thermometer::kDegrees), "0");
+    VARIANT yes = OfType(VT_BOOL);
+    yes.boolVal = VARIANT_TRUE;
+    EXPECT_EQ(Put(Thermometer::kDegrees, yes).result, S_OK);
+    EXPECT_EQ(Get(Thermometer::kDegrees), "-1");
     EXPECT_EQ(Put(Thermometer::kCelsius, Long(5)).result, S_OK);
     EXPECT_EQ(Get(Thermometer::kCelsius), "true");
     EXPECT_EQ(Put(Thermometer::kFactor, Short(3)).result, S_OK);
@@ -168,6 +173,8 @@ TEST_F(Dispatch, RefusesWhatDoesNotFit) {
     arrayValue.parray = array;
     VARIANT text = OfType(VT_BSTR);
     text.bstrVal = SysAllocString(L"warm");
+    VARIANT object = OfType(VT_DISPATCH);
+    object.pdispVal = m_control;
     const struct {
         const char* what;
         DISPID id;
@@ -180,6 +187,7 @@ TEST_F(Dispatch, RefusesWhatDoesNotFit) {
         {"a text for a number", Thermometer::kDegrees, text, DISP_E_TYPEMISMATCH},
         {"null", Thermometer::kDegrees, OfType(VT_NULL), DISP_E_TYPEMISMATCH},
         {"no object", Thermometer::kDegrees, OfType(VT_DISPATCH), DISP_E_TYPEMISMATCH},
+        {"an object without a value", Thermometer::kPlace, object, DISP_E_TYPEMISMATCH},
         {"an array", Thermometer::kPlace, arrayValue, DISP_E_TYPEMISMATCH},
         {"an error", Thermometer::kDegrees, OfType(VT_ERROR), DISP_E_TYPEMISMATCH},
         {"no such type", Thermometer::kDegrees, OfType(0x0FFF), DISP_E_TYPEMISMATCH},
