@@ -1,4 +1,4 @@
-// What the control says it is: interfaces, class information, script safety, error information.
+// What the control says it is: interfaces, class information.
 
 #include <objsafe.h>
 #include <olectl.h>
@@ -53,8 +53,9 @@ TEST_F(IdentityTest, IsOneObjectBehindAllInterfaces) {
             EXPECT_TRUE(reachableFrom(face.Get(), *to));
         EXPECT_TRUE(reachableFrom(face.Get(), ControlModule::AutomationInterface()));
 
+        // A container that could activate without a window has to be told that we cannot.
         void* unknown = reinterpret_cast<void*>(1);
-        EXPECT_EQ(face->QueryInterface(IID_IOleCache, &unknown), E_NOINTERFACE);
+        EXPECT_EQ(face->QueryInterface(IID_IOleInPlaceObjectWindowless, &unknown), E_NOINTERFACE);
         EXPECT_EQ(unknown, nullptr);
     }
     identity.Reset();
@@ -73,16 +74,6 @@ TEST_F(IdentityTest, NamesItsClass) {
         EXPECT_GT(wcslen(name), 0u);
         CoTaskMemFree(name);
     }
-    ComPtr<IEnumOLEVERB> verbs;
-    if (object->EnumVerbs(&verbs) == S_OK) {
-        OLEVERB verb{};
-        ULONG fetched = 0;
-        while (verbs->Next(1, &verb, &fetched) == S_OK) {
-            EXPECT_EQ(fetched, 1u);
-            EXPECT_NE(verb.lpszVerbName, nullptr);
-            CoTaskMemFree(verb.lpszVerbName);
-        }
-    }
 }
 
 TEST_F(IdentityTest, TellsItsEventInterface) {
@@ -100,38 +91,6 @@ TEST_F(IdentityTest, TellsItsEventInterface) {
     EXPECT_EQ(info->GetClassInfo(nullptr), E_POINTER);
 }
 
-TEST_F(IdentityTest, IsSafeForScriptsInEveryInterfaceItHas) {
-    Create();
-    ComPtr<IObjectSafety> safety;
-    ASSERT_EQ(object->QueryInterface(IID_IObjectSafety, &safety), S_OK);
-    constexpr DWORD kBoth = INTERFACESAFE_FOR_UNTRUSTED_CALLER | INTERFACESAFE_FOR_UNTRUSTED_DATA;
-    DWORD supported = 0;
-    DWORD enabled = kBoth;
-    EXPECT_EQ(safety->GetInterfaceSafetyOptions(IID_IDispatch, &supported, &enabled), S_OK);
-    EXPECT_EQ(supported, kBoth);
-    EXPECT_EQ(enabled, 0u);
-    EXPECT_EQ(safety->SetInterfaceSafetyOptions(IID_IDispatch, kBoth, INTERFACESAFE_FOR_UNTRUSTED_CALLER),
-              S_OK);
-    EXPECT_EQ(safety->GetInterfaceSafetyOptions(IID_IPersistPropertyBag, &supported, &enabled), S_OK);
-    EXPECT_EQ(enabled, static_cast<DWORD>(INTERFACESAFE_FOR_UNTRUSTED_CALLER));
-    EXPECT_EQ(safety->GetInterfaceSafetyOptions(ControlModule::AutomationInterface(), &supported, &enabled),
-              S_OK);
-
-    EXPECT_EQ(safety->SetInterfaceSafetyOptions(IID_IDispatch, INTERFACE_USES_SECURITY_MANAGER, 0), E_FAIL);
-    EXPECT_EQ(safety->SetInterfaceSafetyOptions(IID_IDispatch, kBoth, INTERFACE_USES_SECURITY_MANAGER),
-              E_FAIL);
-    EXPECT_EQ(safety->SetInterfaceSafetyOptions(IID_IOleCache, kBoth, kBoth), E_NOINTERFACE);
-    EXPECT_EQ(safety->GetInterfaceSafetyOptions(IID_IOleCache, &supported, &enabled), E_NOINTERFACE);
-}
-
-TEST_F(IdentityTest, AnswersAboutErrorInformation) {
-    Create();
-    const auto errors = Query<ISupportErrorInfo>();
-    const HRESULT answer = errors->InterfaceSupportsErrorInfo(IID_IDispatch);
-    EXPECT_TRUE(answer == S_OK || answer == S_FALSE);
-    EXPECT_EQ(errors->InterfaceSupportsErrorInfo(IID_IOleCache), S_FALSE);
-}
-
 TEST_F(IdentityTest, DeclinesWhatALiveViewDoesNotDo) {
     Create();
     ComPtr<IMoniker> moniker;
@@ -142,10 +101,6 @@ TEST_F(IdentityTest, DeclinesWhatALiveViewDoesNotDo) {
     EXPECT_HRESULT_FAILED(object->SetColorScheme(nullptr));
     EXPECT_EQ(object->Update(), S_OK);
     EXPECT_EQ(object->IsUpToDate(), S_OK);
-    // A container asks without knowing: a data object is welcome, its absence too.
-    const HRESULT transfer = object->QueryInterface(IID_IDataObject, &data);
-    EXPECT_TRUE(transfer == S_OK || transfer == E_NOINTERFACE);
-
     CONTROLINFO keys{};
     keys.cb = sizeof(keys);
     EXPECT_EQ(Query<IOleControl>()->GetControlInfo(&keys), S_OK);

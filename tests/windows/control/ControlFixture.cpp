@@ -12,25 +12,11 @@ FakeSite::FakeSite(const wchar_t* url) {
     EXPECT_EQ(CreateURLMoniker(nullptr, url, &m_moniker), S_OK);
 }
 
-FakeSite::~FakeSite() {
-    if (m_moniker != nullptr) m_moniker->Release();
-    EXPECT_EQ(m_references, 0u) << "references to the site were not given back";
-}
-
-STDMETHODIMP FakeSite::QueryInterface(REFIID iid, void** object) {
-    *object = iid == IID_IUnknown || iid == IID_IOleClientSite ? this : nullptr;
-    if (*object == nullptr) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-}
-
 STDMETHODIMP FakeSite::GetMoniker(DWORD assign, DWORD which, IMoniker** moniker) {
     EXPECT_EQ(assign, static_cast<DWORD>(OLEGETMONIKER_TEMPFORUSER));
     EXPECT_EQ(which, static_cast<DWORD>(OLEWHICHMK_CONTAINER));
-    *moniker = m_moniker;
-    if (m_moniker == nullptr) return E_NOTIMPL;
-    m_moniker->AddRef();
-    return S_OK;
+    *moniker = nullptr;
+    return m_moniker ? m_moniker.CopyTo(moniker) : E_NOTIMPL;
 }
 
 STDMETHODIMP FakeSite::GetContainer(IOleContainer** container) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <oleidl.h>
+#include <wrl/client.h>
 
 #include <functional>
 #include <optional>
@@ -14,6 +15,7 @@
 #include "control/NorixSDKCtl.h"
 #include "tests/windows/control/LogCapture.h"
 #include "tests/windows/framework/EventRecorder.h"
+#include "tests/windows/framework/TestObject.h"
 #include "tests/windows/util/PrivateHives.h"
 
 namespace norix::test {
@@ -24,20 +26,14 @@ using Texts = std::vector<std::string>;
 inline constexpr long kClosedPort = 9;
 
 /// A container's site as far as the control reads it before activation: its moniker names the page.
-class FakeSite final : public IOleClientSite {
+class FakeSite final : public TestObject<IOleClientSite> {
   public:
     FakeSite() = default;
     /// Takes the moniker over; null: a container without one.
-    explicit FakeSite(IMoniker* moniker) : m_moniker(moniker) {}
+    explicit FakeSite(IMoniker* moniker) { m_moniker.Attach(moniker); }
     /// A web page's address.
     explicit FakeSite(const wchar_t* url);
-    ~FakeSite();
-    FakeSite(const FakeSite&) = delete;
-    FakeSite& operator=(const FakeSite&) = delete;
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override { return --m_references; }
     STDMETHODIMP SaveObject() override { return S_OK; }
     STDMETHODIMP GetMoniker(DWORD assign, DWORD which, IMoniker** moniker) override;
     STDMETHODIMP GetContainer(IOleContainer** container) override;
@@ -46,8 +42,7 @@ class FakeSite final : public IOleClientSite {
     STDMETHODIMP RequestNewObjectLayout() override { return E_NOTIMPL; }
 
   private:
-    IMoniker* m_moniker = nullptr;
-    ULONG m_references = 0;
+    Microsoft::WRL::ComPtr<IMoniker> m_moniker;
 };
 
 /// A window of the host, without a picture, whose messages a test handles.

@@ -99,19 +99,11 @@ TEST_F(Mouse, WindowMayGoInsideAnyEvent) {
 // ---- Drag and drop
 
 /// What is dragged: memory of exactly the given content.
-class DraggedText final : public IDataObject {
+class DraggedText final : public TestObject<IDataObject> {
   public:
     DraggedText(CLIPFORMAT format, const void* content, std::size_t size)
         : m_format(format), m_content(static_cast<const char*>(content), size) {}
-    ~DraggedText() { EXPECT_EQ(m_references, 0u); }
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-        *object = iid == IID_IUnknown || iid == IID_IDataObject ? this : nullptr;
-        if (*object != nullptr) AddRef();
-        return *object != nullptr ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override { return --m_references; }
     STDMETHODIMP QueryGetData(FORMATETC* format) override {
         return format->cfFormat == m_format && (format->tymed & TYMED_HGLOBAL) != 0 ? S_OK : DV_E_FORMATETC;
     }
@@ -135,7 +127,6 @@ class DraggedText final : public IDataObject {
   private:
     const CLIPFORMAT m_format;
     const std::string m_content;
-    ULONG m_references = 0;
 };
 
 TEST_F(Mouse, DropsTextIntoAnEvent) {

@@ -2,6 +2,10 @@
 
 #include <array>
 
+#include "control/Enumerations.h"
+#include "media/MediaTypes.h"
+#include "media/MulticastInfo.h"
+
 namespace norix::test {
 
 // The automation interface as it was published: what hosts have compiled in or written into their pages. A
@@ -126,47 +130,55 @@ inline constexpr std::array kPublishedEvents{
     "24 void OnMouseWheel(long lDelta, long lX, long lY)",
 };
 
-inline constexpr std::array kPublishedConstants{
-    "ECaptionInfo eciNone = 0",
-    "ECaptionInfo eciProtocol = 1",
-    "ECaptionInfo eciTime = 2",
-    "ECaptionInfo eciStatus = 4",
-    "ECaptionInfo eciAll = 255",
-    "EConnectStatus ecsConnecting = 0",
-    "EConnectStatus ecsConnected = 1",
-    "EConnectStatus ecsDisconnect = 2",
-    "EConnectStatus ecsConnectFail = 3",
-    "EConnectStatus ecsMulticastError = 4",
-    "EConnectStatus ecsUserAuthenticationFail = 5",
-    "EConnectProtocol ecpNone = 0",
-    "EConnectProtocol ecpUDP = 1",
-    "EConnectProtocol ecpTCP = 2",
-    "EConnectProtocol ecpHTTP = 3",
-    "EConnectProtocol ecpMulticast = 4",
-    "EConnectProtocol ecpMulticastPush = 5",
-    "ECodecType ectNone = 0",
-    "ECodecType ectMPEG4 = 1",
-    "ECodecType ectMJPEG = 2",
-    "ECodecType ectH264 = 4",
-    "EAudioCodecType eactNone = 0",
-    "EAudioCodecType eactPCMU = 1",
-    "EAudioCodecType eactAAC = 2",
-    "EAudioCodecType eactPCM = 3",
-    "EMediaType emtAudioVideo = 0",
-    "EMediaType emtVideo = 1",
-    "EMediaType emtAudio = 2",
-    "ERecordStatus ersNone = 0",
-    "ERecordStatus ersRecording = 1",
-    "ERecordStatus ersDiskFull = 2",
-    "ERecordStatus ersRecordStart = 3",
-    "ERecordStatus ersRecordStop = 4",
-    "ERecordStatus ersPathInvalid = 5",
-    "ERecordStatus ersFileCreateFailed = 6",
-    "ERecordStatus ersFileWriteFailed = 7",
-    "EMulticastInfoType emiVideo = 0",
-    "EMulticastInfoType emiAudio = 1",
-    "EMulticastInfoType emiAudioBroadcast = 2",
-    "EMulticastInfoType emiMetadata = 3",
+/// As the library names and numbers a constant, and the one that the control's own code works with.
+struct PublishedConstant {
+    template <class Enumerator>
+    constexpr PublishedConstant(const char* asPublished, Enumerator inTheCode)
+        : row(asPublished), value(static_cast<long>(inTheCode)) {}
+    const char* row;
+    long value;
+};
+inline constexpr PublishedConstant kPublishedConstants[] = {
+    {"ECaptionInfo eciNone = 0", eciNone},
+    {"ECaptionInfo eciProtocol = 1", eciProtocol},
+    {"ECaptionInfo eciTime = 2", eciTime},
+    {"ECaptionInfo eciStatus = 4", eciStatus},
+    {"ECaptionInfo eciAll = 255", eciAll},
+    {"EConnectStatus ecsConnecting = 0", ecsConnecting},
+    {"EConnectStatus ecsConnected = 1", ecsConnected},
+    {"EConnectStatus ecsDisconnect = 2", ecsDisconnect},
+    {"EConnectStatus ecsConnectFail = 3", ecsConnectFail},
+    {"EConnectStatus ecsMulticastError = 4", ecsMulticastError},
+    {"EConnectStatus ecsUserAuthenticationFail = 5", ecsUserAuthenticationFail},
+    {"EConnectProtocol ecpNone = 0", ecpNone},
+    {"EConnectProtocol ecpUDP = 1", ecpUDP},
+    {"EConnectProtocol ecpTCP = 2", ecpTCP},
+    {"EConnectProtocol ecpHTTP = 3", ecpHTTP},
+    {"EConnectProtocol ecpMulticast = 4", ecpMulticast},
+    {"EConnectProtocol ecpMulticastPush = 5", ecpMulticastPush},
+    {"ECodecType ectNone = 0", VideoCodec::None},
+    {"ECodecType ectMPEG4 = 1", VideoCodec::Mpeg4},
+    {"ECodecType ectMJPEG = 2", VideoCodec::Mjpeg},
+    {"ECodecType ectH264 = 4", VideoCodec::H264},
+    {"EAudioCodecType eactNone = 0", AudioCodec::None},
+    {"EAudioCodecType eactPCMU = 1", AudioCodec::Pcmu},
+    {"EAudioCodecType eactAAC = 2", AudioCodec::Aac},
+    {"EAudioCodecType eactPCM = 3", AudioCodec::Pcm},
+    {"EMediaType emtAudioVideo = 0", norix::MediaType::AudioVideo},
+    {"EMediaType emtVideo = 1", norix::MediaType::Video},
+    {"EMediaType emtAudio = 2", norix::MediaType::Audio},
+    {"ERecordStatus ersNone = 0", ersNone},
+    {"ERecordStatus ersRecording = 1", ersRecording},
+    {"ERecordStatus ersDiskFull = 2", ersDiskFull},
+    {"ERecordStatus ersRecordStart = 3", ersRecordStart},
+    {"ERecordStatus ersRecordStop = 4", ersRecordStop},
+    {"ERecordStatus ersPathInvalid = 5", ersPathInvalid},
+    {"ERecordStatus ersFileCreateFailed = 6", ersFileCreateFailed},
+    {"ERecordStatus ersFileWriteFailed = 7", ersFileWriteFailed},
+    {"EMulticastInfoType emiVideo = 0", emiVideo},
+    {"EMulticastInfoType emiAudio = 1", emiAudio},
+    {"EMulticastInfoType emiAudioBroadcast = 2", emiAudioBroadcast},
+    {"EMulticastInfoType emiMetadata = 3", emiMetadata},
 };
 
 }  // namespace norix::test

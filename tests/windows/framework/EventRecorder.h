@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "framework/Event.h"
+#include "tests/windows/framework/TestObject.h"
 
 namespace framework::test {
 
@@ -23,14 +24,12 @@ std::string ToText(const VARIANT& value);
 
 /// A host's event sink that remembers what it heard, as texts like "OnMDAlert(7s, 35s)". It lives where a
 /// test declares it and listens until it goes, or until StopListening.
-class EventRecorder final : public IDispatch {
+class EventRecorder final : public TestObject<IDispatch> {
   public:
     /// `names` gives the events their names. Advised for `events`; a late-bound sink knows IDispatch only.
     EventRecorder(IUnknown& control, REFIID events, std::span<const EventDescription> names,
                   bool lateBound = false);
     ~EventRecorder();
-    EventRecorder(const EventRecorder&) = delete;
-    EventRecorder& operator=(const EventRecorder&) = delete;
 
     /// What the host does in its handler. It may do anything, and replace by-reference arguments.
     std::function<void(DISPID id, DISPPARAMS& arguments)> onEvent;
@@ -43,17 +42,17 @@ class EventRecorder final : public IDispatch {
     void Ignore(DISPID id) { m_ignored.push_back(id); }
 
     void StopListening();
-    /// References that the control holds.
-    ULONG References() const { return m_references; }
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override { return --m_references; }
-    STDMETHODIMP GetTypeInfoCount(UINT* count) override;
+    STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
     STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
     STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
     STDMETHODIMP Invoke(DISPID id, REFIID iid, LCID locale, WORD flags, DISPPARAMS* parameters,
                         VARIANT* result, EXCEPINFO* exception, UINT* argumentError) override;
+
+  protected:
+    void* Find(REFIID iid) override {
+        return iid == m_interface && !m_lateBound ? this : TestObject::Find(iid);
+    }
 
   private:
     IConnectionPoint* m_point = nullptr;
@@ -61,7 +60,6 @@ class EventRecorder final : public IDispatch {
     const std::span<const EventDescription> m_names;
     const bool m_lateBound;
     DWORD m_cookie = 0;
-    ULONG m_references = 0;
     std::vector<DISPID> m_ignored;
     std::vector<std::string> m_events;
 };

@@ -11,6 +11,7 @@
 
 #include "tests/windows/framework/EventRecorder.h"
 #include "tests/windows/framework/TestControl.h"
+#include "tests/windows/framework/TestObject.h"
 
 namespace framework::test {
 namespace {
@@ -19,41 +20,17 @@ using Microsoft::WRL::ComPtr;
 using Texts = std::vector<std::string>;
 
 /// A sink that only knows IUnknown.
-class DeafSink final : public IUnknown {
-  public:
-    ~DeafSink() { EXPECT_EQ(m_references, 0u); }
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-        *object = iid == IID_IUnknown ? this : nullptr;
-        if (*object != nullptr) AddRef();
-        return *object != nullptr ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override { return --m_references; }
+class DeafSink final : public TestObject<IUnknown> {};
 
-  private:
-    ULONG m_references = 0;
-};
-
-class PropertySink final : public IPropertyNotifySink {
+class PropertySink final : public TestObject<IPropertyNotifySink> {
   public:
-    ~PropertySink() { EXPECT_EQ(m_references, 0u); }
     std::vector<DISPID> changed;
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-        *object = iid == IID_IUnknown || iid == IID_IPropertyNotifySink ? this : nullptr;
-        if (*object != nullptr) AddRef();
-        return *object != nullptr ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override { return --m_references; }
     STDMETHODIMP OnChanged(DISPID id) override {
         changed.push_back(id);
         return S_OK;
     }
     STDMETHODIMP OnRequestEdit(DISPID) override { return S_OK; }
-
-  private:
-    ULONG m_references = 0;
 };
 
 class Events : public testing::Test {
@@ -135,6 +112,34 @@ TEST_F(Events, AdviseRefusesWhatCannotListen) {
     EXPECT_EQ(point->Advise(&deaf, nullptr), E_POINTER);
     EXPECT_EQ(point->Unadvise(0), CONNECT_E_NOCONNECTION);
     EXPECT_EQ(point->Unadvise(1), CONNECT_E_NOCONNECTION);
+}
+
+// A second Unadvise that comes late must not cut somebody else off.
+TEST_F(Events, CookiesAreNotUsedAgain) {
+    const ComPtr<IConnectionPoint> point = Point(IID_IPropertyNotifySink);
+    PropertySink sink;
+    DWORD earlier = 0;
+    DWORD later = 0;
+    ASSERT_EQ(point->Advise(&sink, &earlier), S_OK);
+    ASSERT_EQ(point->Unadvise(earlier), S_OK);
+    ASSERT_EQ(point->Advise(&sink, &later), S_OK);
+    EXPECT_NE(earlier, later);
+    EXPECT_EQ(point->Unadvise(earlier), CONNECT_E_NOCONNECTION);
+    EXPECT_EQ(point->Unadvise(later), S_OK);
+}
+
+TEST(EventsOfNobody, PointKeepsItsControlAliveAndLetsGoOfItsSinks) {
+    auto* control = new Thermometer();
+    PropertySink sink;
+    IConnectionPointContainer* container = nullptr;
+    IConnectionPoint* point = nullptr;
+    DWORD cookie = 0;
+    ASSERT_EQ(control->QueryInterface(IID_PPV_ARGS(&container)), S_OK);
+    EXPECT_EQ(container->FindConnectionPoint(IID_IPropertyNotifySink, &point), S_OK);
+    container->Release();
+    EXPECT_GT(control->Release(), 0u);
+    EXPECT_EQ(point->Advise(&sink, &cookie), S_OK);
+    EXPECT_EQ(point->Release(), 0u);
 }
 
 TEST_F(Events, PointsKnowTheirPlace) {

@@ -122,7 +122,8 @@ class UnmaskedFpu {
     static bool IsUntouched() {
         unsigned short control = 0;
         unsigned sse = 0;
-        asm volatile("fnstcw %0\n\tstmxcsr %1" : "=m"(control), "=m"(sse));
+        // The wait would trap, were an exception of the control's still pending.
+        asm volatile("fwait\n\tfnstcw %0\n\tstmxcsr %1" : "=m"(control), "=m"(sse));
         return (control & 0xF3F) == (kHostControl & 0xF3F) && (sse & 0xFF80) == kHostSse;
     }
 
