@@ -91,7 +91,7 @@ group("connecting", function () {
     connect();
     equal("ServerIP", "127.0.0.1", control.ServerIP);
     equal("username", "operator", control.username);
-    equal("reported", "Connect returned -1", lastLine());
+    equal("reported", "Connect returned 0", lastLine());
     field("port").value = "eighty";
     connect();
     check("a bad port is reported: " + lastLine(), lastLine().indexOf("Not accepted") === 0);
