@@ -112,17 +112,5 @@ TEST(LogRecord, PrefixGrowsWithTheLength) {
     }
 }
 
-TEST(LogRecord, HoldsTheCharactersAfterThePrefix) {
-    const LogRecord narrow(std::string_view("ab\r\n"));
-    EXPECT_EQ(Bytes(narrow.Data(), narrow.Data() + narrow.Size()), (Bytes{4, 'a', 'b', '\r', '\n'}));
-
-    const LogRecord wide(std::wstring_view(L"a\u20AC"));
-    EXPECT_EQ(Bytes(wide.Data(), wide.Data() + wide.Size()),
-              (Bytes{0xFF, 0xFE, 0xFF, 2, 'a', 0, 0xAC, 0x20}));
-
-    const std::wstring longest(kLogLineCapacity, L'x');
-    EXPECT_EQ(LogRecord(std::wstring_view(longest)).Size(), 6 + 2 * kLogLineCapacity);
-}
-
 }  // namespace
 }  // namespace util

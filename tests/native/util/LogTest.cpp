@@ -24,16 +24,6 @@ TEST(Log, DoesNotEvaluateArgumentsWhileOff) {
     EXPECT_EQ(capture.Lines(), (std::vector<std::string>{"1", "2"}));
 }
 
-TEST(Log, ProducesLinesWithEitherSwitch) {
-    const LogCapture capture;
-    Switches().output.Set(0);
-    Switches().file.Set(1);
-    NORIX_LOG("F", 0, "file only");
-    Switches().file.Set(0);
-    NORIX_LOG("F", 0, "neither");
-    EXPECT_EQ(capture.Lines(), std::vector<std::string>{"file only"});
-}
-
 TEST(Log, PrintsWhereACallStandsWhenAsked) {
     const LogCapture capture;
     const int line = __LINE__ + 1;

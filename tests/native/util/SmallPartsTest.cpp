@@ -1,15 +1,13 @@
-// The small pure parts: client keys, formatting, versions, the stop rule, the FPU guard.
+// The small pure parts: client keys, formatting, versions, the stop rule.
 
 #include <gtest/gtest.h>
 
-#include <cfenv>
 #include <climits>
 #include <string>
 #include <vector>
 
 #include "util/ClientKey.h"
 #include "util/Format.h"
-#include "util/FpuGuard.h"
 #include "util/StopRule.h"
 #include "util/Version.h"
 
@@ -48,22 +46,8 @@ TEST(Format, TakesTheLengthItNeeds) {
 
 TEST(Version, ReadsTheFixedPartOfAResource) {
     std::vector<uint8_t> resource(92, 0);
-    const uint8_t fixed[] = {0xBD,
-                             0x04,
-                             0xEF,
-                             0xFE,
-                             0,
-                             0,
-                             1,
-                             0,
-                             /*minor*/ 2,
-                             0,
-                             /*major*/ 1,
-                             0,
-                             /*revision*/ 0x34,
-                             0x12,
-                             /*build*/ 3,
-                             0};
+    // The signature, then minor, major, revision and build.
+    const uint8_t fixed[] = {0xBD, 0x04, 0xEF, 0xFE, 0, 0, 1, 0, 2, 0, 1, 0, 0x34, 0x12, 3, 0};
     std::copy(std::begin(fixed), std::end(fixed), resource.begin() + 40);
     const auto version = ParseVersionResource(resource);
     ASSERT_TRUE(version);
@@ -95,42 +79,6 @@ TEST(StopRule, GivesUpAfterFiftyReports) {
             EXPECT_EQ(reports[i], static_cast<int>(i));
         EXPECT_EQ(waited, 100u * (1 + reports.size()));
     }
-}
-
-struct FpuState {
-    uint16_t x87 = 0;
-    uint32_t sse = 0;
-    bool operator==(const FpuState&) const = default;
-};
-
-FpuState CurrentFpuState() {
-    FpuState state;
-    asm volatile("fnstcw %0\n\tstmxcsr %1" : "=m"(state.x87), "=m"(state.sse));
-    return state;
-}
-
-void LoadFpuState(FpuState state) {
-    asm volatile("fldcw %0\n\tldmxcsr %1" : : "m"(state.x87), "m"(state.sse));
-}
-
-TEST(FpuGuard, ShieldsFromTheHostsStateAndGivesItBack) {
-    const FpuState before = CurrentFpuState();
-    const FpuState hosts{0x1372, 0x1F00};  // 0 divide, overflow, invalid unmasked; SSE: invalid unmasked
-    LoadFpuState(hosts);
-    {
-        const FpuGuard guard;
-        EXPECT_EQ(CurrentFpuState(), (FpuState{0x037F, 0x1F80}));
-        const long double zero = 0;
-        volatile long double x87 = 1 / *const_cast<const volatile long double*>(&zero);
-        volatile double sse = 0;
-        sse = sse / sse;
-        EXPECT_GT(x87, 1);
-    }
-    const FpuState after = CurrentFpuState();
-    volatile long double one = 1;
-    one = one + one;  // would trap, were the division's exception still pending
-    LoadFpuState(before);
-    EXPECT_EQ(after, hosts);
 }
 
 }  // namespace

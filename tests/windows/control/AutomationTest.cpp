@@ -33,6 +33,8 @@ TEST_F(Automation, LimitsWhatIsWritten) {
         {L"StreamIndex", 0, "1"},
         {L"StreamIndex", LONG_MIN, "1"},
         {L"StreamIndex", 7, "7"},
+        {L"RecordMaxFileTimeLength", 86401, "86400"},
+        {L"RecordMaxFileTimeLength", -1, "0"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(Put(c.name, c.value), S_OK);
@@ -91,17 +93,6 @@ TEST_F(Automation, StoresMulticastAddresses) {
     for (const wchar_t* port : {L"", L"-1", L"65536", L"12x", L" 12", L"99999999999"})
         Control().SetMulticastInfo(L"239.9.9.9", port, port);
     EXPECT_EQ(stored(), before);
-}
-
-TEST_F(Automation, KeepsClientValuesPerCamera) {
-    Create(false);
-    CNorixSDKCtrl& control = Control();
-    EXPECT_EQ(control.GetClientReg(L"Cam", 1, L"Zoom", L"none"), L"none");
-    control.SetClientReg(L"Cam", 1, L"Zoom", L"2x");
-    control.SetClientReg(L"Cam", 2, L"Zoom", L"");
-    EXPECT_EQ(control.GetClientReg(L"Cam", 1, L"Zoom", L"none"), L"2x");
-    EXPECT_EQ(control.GetClientReg(L"Cam", 2, L"Zoom", L"none"), L"");
-    EXPECT_EQ(control.GetClientReg(L"Other", 1, L"Zoom", L"none"), L"none");
 }
 
 TEST_F(Automation, RotatesByQuartersOnly) {

@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "DebugOutputReader.h"
+#include "tests/windows/control/LogCapture.h"
 #include "util/Log.h"
 
 namespace util {
@@ -83,7 +83,7 @@ TEST(GenericThread, DestructorStops) {
 }
 
 TEST(GenericThread, LogsAnExceptionAndEnds) {
-    test::DebugOutputReader reader;
+    const norix::test::LogCapture log;
     Switches().output.Set(1);
     Switches().threadId.Set(0);
     GenericThread known("Known");
@@ -92,19 +92,21 @@ TEST(GenericThread, LogsAnExceptionAndEnds) {
     EXPECT_TRUE(known.Stop());
     unknown.Start(THREAD_PRIORITY_NORMAL, [](StopToken&) { throw 5; });
     EXPECT_TRUE(unknown.Stop());
-    EXPECT_THAT(reader.Lines(), ElementsAre(HasSubstr("Known thread ended by an exception: no luck"),
-                                            HasSubstr("Unknown thread ended by an exception")));
+    EXPECT_THAT(log.Lines(), ElementsAre(HasSubstr("Known thread ended by an exception: no luck"),
+                                         HasSubstr("Unknown thread ended by an exception")));
     Switches().output.Set(0);
     Switches().threadId.Set(1);
 }
 
 TEST(GenericThread, SaysWhatItWaitsFor) {
-    Event release(Event::Kind::kManualReset);
-    test::DebugOutputReader reader([&](const std::string&) { release.Set(); });
+    const norix::test::LogCapture log;
     Switches().output.Set(1);
     Switches().threadId.Set(0);
     GenericThread thread("Decode");
-    thread.Start(THREAD_PRIORITY_NORMAL, [&](StopToken&) { release.Wait(kDeadlineMs); });
+    thread.Start(THREAD_PRIORITY_NORMAL, [&](StopToken&) {
+        while (log.Lines().empty())
+            Sleep(1);
+    });
     char expected[128];
     snprintf(expected, sizeof expected,
              "[NorixSDK][00] Wait for Decode thread (handle = 0x%08X, id = %d) to exit.",
@@ -113,9 +115,7 @@ TEST(GenericThread, SaysWhatItWaitsFor) {
     EXPECT_TRUE(thread.Stop());
     Switches().output.Set(0);
     Switches().threadId.Set(1);
-    const std::vector<std::string> lines = reader.Lines();
-    ASSERT_FALSE(lines.empty());
-    EXPECT_THAT(lines[0], HasSubstr(expected));
+    EXPECT_THAT(log.Lines().front(), HasSubstr(expected));
 }
 
 TEST(GenericThread, AbandonsABodyThatDoesNotEnd) {

@@ -7,8 +7,9 @@
 #include <array>
 #include <thread>
 
-#include "DebugOutputReader.h"
 #include "PrivateHives.h"
+#include "tests/windows/control/LogCapture.h"
+#include "util/Handles.h"
 #include "util/LogSetup.h"
 #include "util/Settings.h"
 #include "util/TimeDiff.h"
@@ -209,7 +210,7 @@ TEST_F(LogTest, RecordsOfManyThreadsStayWhole) {
 }
 
 TEST_F(LogTest, DebuggerOutputShowsLinesWithEitherSwitch) {
-    test::DebugOutputReader reader;
+    const norix::test::LogCapture log;
     NORIX_LOG("F", 0, "off");
     Switches().output.Set(1);
     NORIX_LOG("F", 0, "narrow");
@@ -223,18 +224,18 @@ TEST_F(LogTest, DebuggerOutputShowsLinesWithEitherSwitch) {
     char withThread[64];
     snprintf(withThread, sizeof withThread, "[NorixSDK][T%05d] file only\r\n",
              static_cast<int>(GetCurrentThreadId()));
-    EXPECT_THAT(reader.Lines(), ElementsAre("[NorixSDK]narrow\r\n", "[NorixSDK]wide\r\n", withThread));
+    EXPECT_THAT(log.Lines(), ElementsAre("[NorixSDK]narrow\r\n", "[NorixSDK]wide\r\n", withThread));
 }
 
 TEST_F(LogTest, TimeDiffLogsHowLongAScopeTook) {
-    test::DebugOutputReader reader;
+    const norix::test::LogCapture log;
     Switches().output.Set(1);
     { const CTimeDiff timing("CNorixSDKCtrl::Connect()"); }
     Switches().timeDiff.Set(0);
     { const CTimeDiff timing("off"); }
     Switches().timeDiff.Set(1);
     EXPECT_THAT(
-        reader.Lines(),
+        log.Lines(),
         ElementsAre(MatchesRegex(
             "\\[NorixSDK\\]\\[TimeDiff\\] CNorixSDKCtrl::Connect\\(\\) = \\d+\\.\\d\\d \\(ms\\)\r\n")));
 }

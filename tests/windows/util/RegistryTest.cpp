@@ -108,32 +108,6 @@ TEST_F(RegistryTest, CRegistryExThrowsWhenItCannotCreate) {
     EXPECT_FALSE(key.ReadString(L"s"));
 }
 
-TEST_F(SettingsTest, AnEmptyRegistryGivesTheDefaults) {
-    EXPECT_FALSE(Settings::EnableDebugOutput());
-    EXPECT_FALSE(Settings::EnableDebugLogFile());
-    EXPECT_EQ(Settings::DebugLogFilePath(), L"D:\\NorixSDK.log");
-    EXPECT_TRUE(Settings::ShowThreadId());
-    EXPECT_FALSE(Settings::ShowFPS());
-    EXPECT_FALSE(Settings::ShowPTSDiff());
-    EXPECT_FALSE(Settings::ShowFrameTimeInfo());
-    EXPECT_FALSE(Settings::ShowTimeSync());
-    EXPECT_TRUE(Settings::ShowTimeDiff());
-    EXPECT_EQ(Settings::TargetPTSDiff(25), 40u);
-    EXPECT_EQ(Settings::TargetPTSDiffRange(), 5u);
-    EXPECT_EQ(Settings::VideoBufferNum(), 10u);
-    EXPECT_EQ(Settings::VideoBufferSize(), 800000u);
-    EXPECT_EQ(Settings::AudioBufferNum(), 10u);
-    EXPECT_EQ(Settings::AudioBufferSize(), 4096u);
-    EXPECT_TRUE(Settings::EnableDecodeFrameDrop());
-    EXPECT_TRUE(Settings::EnableDisplayFrameDrop());
-    EXPECT_TRUE(Settings::EnableTimeSync());
-    EXPECT_FALSE(Settings::EnableVSync());
-    EXPECT_EQ(Settings::DisplayBufferNum(), 6u);
-    EXPECT_EQ(Settings::DisplayBufferSize(), 0x900000u);
-    EXPECT_EQ(Settings::JpegBufferSize(), 512000u);
-    EXPECT_EQ(Settings::ULawBufferSize(), 8196u);
-}
-
 TEST_F(SettingsTest, EachReadSeesWhatIsStoredThen) {
     const auto store = [this](const wchar_t* name, DWORD value) {
         m_hives.Store(HKEY_LOCAL_MACHINE, kMachineKey, name, value);

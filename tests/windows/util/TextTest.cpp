@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "util/Version.h"
-
 namespace util {
 namespace {
 
@@ -42,25 +40,6 @@ TEST(Text, BstrsKeepEmbeddedZerosAndMayBeNull) {
     const UniqueBstr empty = MakeBstr(L"");
     ASSERT_TRUE(empty);
     EXPECT_EQ(SysStringLen(empty.Get()), 0u);
-}
-
-TEST(Version, OfAModuleIsWhatTheSystemSays) {
-    DWORD ignored = 0;
-    const DWORD size = GetFileVersionInfoSizeW(L"kernel32.dll", &ignored);
-    std::vector<uint8_t> block(size);
-    ASSERT_TRUE(GetFileVersionInfoW(L"kernel32.dll", 0, size, block.data()));
-    VS_FIXEDFILEINFO* info = nullptr;
-    UINT length = 0;
-    ASSERT_TRUE(VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&info), &length));
-
-    const auto version = ModuleVersion(GetModuleHandleW(L"kernel32.dll"));
-    ASSERT_TRUE(version);
-    EXPECT_EQ(version->major, HIWORD(info->dwFileVersionMS));
-    EXPECT_EQ(version->minor, LOWORD(info->dwFileVersionMS));
-    EXPECT_EQ(version->build, HIWORD(info->dwFileVersionLS));
-    EXPECT_EQ(version->revision, LOWORD(info->dwFileVersionLS));
-
-    EXPECT_FALSE(ModuleVersion(GetModuleHandleW(nullptr)));  // this program has no version resource
 }
 
 }  // namespace
