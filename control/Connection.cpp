@@ -110,6 +110,7 @@ bool Connection::Begin() {
     KillTimer(m_owner.Handle(), kTimerAutoConnect);
     if (m_active || m_disconnecting) return false;
     m_active = true;
+    m_refused = false;
     const unsigned attempt = ++m_attempts;
     KillTimer(m_owner.Handle(), kTimerReconnect);
     NORIX_LOG("CNorixSDKCtrl::Connect", 1, "OnConnectStatus(eConnecting)");
@@ -157,6 +158,7 @@ void Connection::ReadCamera(Attempt& attempt) {
     const CameraCommands::Outcome outcome = m_owner.Camera().ReadCamera(attempt.selection);
     const CameraCommands& camera = m_owner.Camera().Commands();
     const bool known = camera.Codecs() != nullptr;
+    m_refused = outcome.unauthorized;
     attempt.askOnvif = !m_owner.Properties().mediaServiceUri.empty() || camera.System().onvifSupport != 0 ||
                        (outcome.reached && !known);
 }
@@ -330,6 +332,9 @@ void Connection::ShowStatus(EConnectStatus status) {
     if (caption == nullptr) return;
     if (status == ecsConnecting && (m_owner.Properties().captionInfo & eciStatus) == 0) return;
     switch (status) {
+        case ecsConnected:
+            m_owner.Status().SetPicture(StatusPicture::None);  // until video comes, and while only sound does
+            break;
         case ecsDisconnect:
             m_owner.Status().SetPicture(StatusPicture::Disconnect);
             break;
@@ -348,7 +353,14 @@ void Connection::SetCaption(const std::wstring& caption) {
     m_owner.ViewChanged();
 }
 
-void Connection::OnConnectStatus(EConnectStatus status) {
+/// A camera that refuses to tell where its stream is makes it seem not to be there.
+EConnectStatus Connection::Interpret(EConnectStatus reported) const {
+    const bool refused = m_refused && m_status == ecsConnecting;
+    return refused && reported == ecsConnectFail ? ecsUserAuthenticationFail : reported;
+}
+
+void Connection::OnConnectStatus(EConnectStatus reported) {
+    const EConnectStatus status = Interpret(reported);
     const HWND window = m_owner.Handle();
     if (window != nullptr) {
         if (status == ecsConnected) {

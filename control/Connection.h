@@ -37,7 +37,7 @@ class Connection {
 
     /// What every receiver's report ends in: timers, caption, status picture, event, and what follows from a
     /// failure.
-    void OnConnectStatus(EConnectStatus status);
+    void OnConnectStatus(EConnectStatus reported);
 
     /// The ticks of the timers that belong to the connection.
     void OnStatisticsTimer();
@@ -79,6 +79,7 @@ class Connection {
     long Fail();
     void StopReception();
     void DropReports();
+    EConnectStatus Interpret(EConnectStatus reported) const;
     void ShowStatus(EConnectStatus status);
     void SetCaption(const std::wstring& caption);
     void LogFrameRates(const FrameRates& rates) const;
@@ -88,6 +89,7 @@ class Connection {
     EConnectStatus m_status = ecsDisconnect;
     bool m_active = false;         // connecting or connected
     bool m_disconnecting = false;  // inside FinishDisconnect
+    bool m_refused = false;        // the camera did not accept the sign-in of this attempt's commands
     unsigned m_attempts = 0;       // connections begun: tells an outer Connect that it has been overtaken
     std::shared_ptr<Reception> m_reception;  // of the connection that is there
     std::weak_ptr<Playback> m_abandoned;     // alive: a thread of an earlier connection still runs

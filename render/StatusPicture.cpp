@@ -54,12 +54,13 @@ COLORREF CornerColour(const PackedBitmap& bitmap) {
 
 bool DrawStatusPicture(HDC dc, const RECT& area, StatusPicture kind) {
     const WORD id = kind == StatusPicture::ConnectFail ? IDB_CONNECTFAIL : IDB_DISCONNECT;
-    const PackedBitmap bitmap = FindBitmap(ThisModule(), id);
+    const bool empty = kind == StatusPicture::None;
+    const PackedBitmap bitmap = empty ? PackedBitmap() : FindBitmap(ThisModule(), id);
 
     const int saved = SaveDC(dc);
     SetBkColor(dc, bitmap ? CornerColour(bitmap) : kBackground);
     ExtTextOutW(dc, 0, 0, ETO_OPAQUE, &area, nullptr, 0, nullptr);
-    bool drawn = false;
+    bool drawn = empty;
     if (bitmap) {
         const PixelRect to =
             FitKeepingAspect(bitmap.size, {static_cast<int>(area.left), static_cast<int>(area.top),

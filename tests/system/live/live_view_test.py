@@ -256,11 +256,12 @@ def faults(cameras: dict[str, Camera]) -> Iterator[Fault]:
                     ["event OnResolutionChanged", "get ConnectStatus = 3"])
     yield Fault("stalls HTTP", at_camera(cameras["stalling mjpeg"], VideoProtocol=HTTP), ["0", "1", "3"],
                 [*connect, "--wait", "OnConnStatus:3", *leave, "16"], ["event OnResolutionChanged"])
-    for title, protocol, tunnel in (("UDP", UDP, False), ("tunnel", HTTP, True)):
-        uri = good.url("kest-cgi/udpstream_ch1_stream1_h264", tunnel, signed_in=False)
+    # Without an address, the stream's port is among what the camera doesn't tell.
+    tunnelled = good.url("kest-cgi/udpstream_ch1_stream1_h264", True, signed_in=False)
+    for title, protocol, uri in (("UDP", UDP, ""), ("tunnel", HTTP, tunnelled)):
         yield Fault(f"wrong password {title}",
                     at_camera(good, VideoProtocol=protocol, password="wrong", StreamUri=uri), ["0", "5"],
-                    [*connect, "--wait", "OnConnStatus:5", *leave, "4"], ["get ConnectStatus = 5"])
+                    [*connect, "--wait", "OnConnStatus:5", *leave, "9"], ["get ConnectStatus = 5"])
     yield Fault("no such stream", at_camera(good, StreamUri=good.url("nowhere"), VideoProtocol=TCP), ["0", "3"],
                 [*connect, "--wait", "OnConnStatus:3", *leave, "3"], ["get ConnectStatus = 3"])
     yield Fault("nobody there", at_camera(good, HttpPort=1, StreamUri="rtsp://127.0.0.1:1/x"), ["0", "3"],
@@ -321,19 +322,32 @@ class Killed:
 # ---- All of it
 
 
-def run_all(desk: Desk, jobs: list, pattern: str) -> bool:
-    good = True
-    with concurrent.futures.ThreadPoolExecutor(desk.PLACES) as pool:
-        running = {pool.submit(job.run, desk): job for job in jobs if re.search(pattern, job.name)}
+MOST_SECOND_TRIES = 6
+
+
+def run_some(desk: Desk, jobs: list, at_a_time: int) -> list:
+    """The jobs that failed, each told with its reason."""
+    failed = []
+    with concurrent.futures.ThreadPoolExecutor(at_a_time) as pool:
+        running = {pool.submit(job.run, desk): job for job in jobs}
         for done in concurrent.futures.as_completed(running):
             job, problem = running[done], done.exception()
             print("ok     " if problem is None else "FAILED ", job.name, flush=True)
             if problem is not None:
-                good = False
+                failed.append(job)
                 text = str(problem) if isinstance(problem, AssertionError) else \
                     "".join(traceback.format_exception(problem))
                 print("    " + text, flush=True)
-    return good and bool(running)
+    return failed
+
+
+def run_all(desk: Desk, jobs: list) -> bool:
+    """Side by side; what fails for want of time gets a second chance with the machine to itself."""
+    failed = run_some(desk, jobs, desk.PLACES)
+    if failed and len(failed) <= MOST_SECOND_TRIES:
+        print(f"again, one by one: {len(failed)}")
+        failed = run_some(desk, failed, 1)
+    return bool(jobs) and not failed
 
 
 def main(module: str, program: str, folder: str, pattern: str = "") -> int:
@@ -369,7 +383,7 @@ def main(module: str, program: str, folder: str, pattern: str = "") -> int:
                                pool.map(lambda entry: stack.enter_context(entry[1]), made)))
         jobs = [*faults(cameras), Killed("killed TCP", TCP), Killed("killed UDP", UDP),
                 *foreign_cells(folder), *camera_cells(cameras, multicast, other_windows)]
-        good = run_all(desk, jobs, pattern)
+        good = run_all(desk, [job for job in jobs if re.search(pattern, job.name)])
     print(f"{time.monotonic() - started:.0f} s")
     return 0 if good else 1
 
