@@ -163,33 +163,12 @@ Pixels Pixels::Of(HDC dc, const PixelRect& rect, const PixelRect& readable) {
     GdiFlush();
     const auto* first = static_cast<const std::uint32_t*>(bits);
     pixels.m_pixels.assign(first, first + static_cast<std::size_t>(rect.Width()) * rect.Height());
-    for (std::uint32_t& pixel : pixels.m_pixels)
-        pixel |= 0xFF000000u;  // the unused byte is opacity to those who look at a saved copy
     return pixels;
 }
 
 COLORREF Pixels::At(int x, int y) const {
     const std::uint32_t pixel = m_pixels.at(static_cast<std::size_t>(y) * m_size.width + x);
     return RGB(pixel >> 16 & 0xFF, pixel >> 8 & 0xFF, pixel & 0xFF);
-}
-
-void Pixels::Save(const char* path) const {
-    std::FILE* const file = std::fopen(path, "wb");
-    if (!file) return;
-    BITMAPINFOHEADER header = {};
-    header.biSize = sizeof(header);
-    header.biWidth = m_size.width;
-    header.biHeight = -m_size.height;
-    header.biPlanes = 1;
-    header.biBitCount = 32;
-    BITMAPFILEHEADER fileHeader = {};
-    fileHeader.bfType = 0x4D42;
-    fileHeader.bfOffBits = sizeof(fileHeader) + sizeof(header);
-    fileHeader.bfSize = static_cast<DWORD>(fileHeader.bfOffBits + m_pixels.size() * 4);
-    std::fwrite(&fileHeader, sizeof(fileHeader), 1, file);
-    std::fwrite(&header, sizeof(header), 1, file);
-    std::fwrite(m_pixels.data(), 4, m_pixels.size(), file);
-    std::fclose(file);
 }
 
 bool Alike(COLORREF a, COLORREF b) {

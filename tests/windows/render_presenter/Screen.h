@@ -63,8 +63,6 @@ class Pixels {
 
     COLORREF At(int x, int y) const;
     PixelSize Size() const { return m_size; }
-    // As a bitmap file, for whoever wants to look.
-    void Save(const char* path) const;
 
   private:
     static Pixels Of(HDC dc, const PixelRect& rect, const PixelRect& readable);

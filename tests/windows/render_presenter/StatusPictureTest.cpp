@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <string>
-
 #include "tests/windows/render_presenter/Screen.h"
 #include "util/Handles.h"
 
@@ -24,15 +21,12 @@ int CountUnlike(const Pixels& pixels, const PixelRect& rect, COLORREF colour) {
 TEST(StatusPicture, IsCentredOnItsOwnBackground) {
     const PixelRect place{100, 100, 740, 420};  // twice as wide as high
     const TestWindow window(place, RGB(255, 0, 255));
-    for (const auto& [kind, name] : {std::pair{StatusPicture::Disconnect, "disconnect"},
-                                     std::pair{StatusPicture::ConnectFail, "connectfail"}}) {
+    for (const StatusPicture kind : {StatusPicture::Disconnect, StatusPicture::ConnectFail}) {
         {
             const util::WindowDc dc(window.Handle());
             EXPECT_TRUE(DrawStatusPicture(dc.Get(), {0, 0, 640, 320}, kind));
         }
         const Pixels seen = Pixels::OfScreen(place);
-        if (const char* folder = std::getenv("NORIX_SAVE_SCREENS"))
-            seen.Save((std::string(folder) + "/status-" + name + ".bmp").c_str());
         // The picture, 427 wide, lies between two bands of background.
         EXPECT_EQ(CountUnlike(seen, {0, 0, 106, 320}, kBackground), 0);
         EXPECT_EQ(CountUnlike(seen, {534, 0, 640, 320}, kBackground), 0);
