@@ -29,7 +29,7 @@ class EventRecorder final : public TestObject<IDispatch> {
     /// `names` gives the events their names. Advised for `events`; a late-bound sink knows IDispatch only.
     EventRecorder(IUnknown& control, REFIID events, std::span<const EventDescription> names,
                   bool lateBound = false);
-    ~EventRecorder();
+    ~EventRecorder() override;
 
     /// What the host does in its handler. It may do anything, and replace by-reference arguments.
     std::function<void(DISPID id, DISPPARAMS& arguments)> onEvent;
