@@ -286,8 +286,9 @@ void Connection::StopReception() {
     param.SetClosing(true);
     if (!m_reception) return;
     const std::shared_ptr<Reception> reception = std::move(m_reception);
-    reception->Stop();
-    m_abandoned = reception->WeakPlayers();
+    const bool ended = reception->Stop();
+    // Not without reason: a Connect further up on this thread's stack may hold the players as well.
+    if (!ended) m_abandoned = reception->WeakPlayers();
 }
 
 /// What the ended threads have posted before they ended is about a connection that is no more.

@@ -60,11 +60,12 @@ bool Reception::StartHttp(const HttpSource& source) {
     return true;
 }
 
-void Reception::Stop() {
-    if (m_httpVideo) m_httpVideo->Stop();
-    if (m_httpAudio) m_httpAudio->Stop();
-    if (m_rtsp) m_rtsp->StopStreaming();
+bool Reception::Stop() {
+    const bool video = !m_httpVideo || m_httpVideo->Stop();
+    const bool audio = !m_httpAudio || m_httpAudio->Stop();
+    const bool rtsp = !m_rtsp || m_rtsp->StopStreaming();
     m_players->Close();
+    return video && audio && rtsp;
 }
 
 }  // namespace norix

@@ -57,8 +57,9 @@ class Reception {
     /// that other threads send. What becomes of the streams later is posted to the control's window.
     bool StartHttp(const HttpSource& source);
 
-    /// Stops the receivers, then the players. Nothing is reported from its beginning on.
-    void Stop();
+    /// Stops the receivers, then the players. Nothing is reported from its beginning on. False when a
+    /// receiver's thread had to be abandoned.
+    bool Stop();
 
   private:
     const std::shared_ptr<SessionContext> m_session;

@@ -78,17 +78,18 @@ bool HttpStreamReceiver::Start(const HttpStreamRequest& request) {
     }
     m_session.reset();
     session->Silence();
-    m_thread.Stop();
+    if (!m_thread.Stop()) m_ended = false;
     return false;
 }
 
-void HttpStreamReceiver::Stop() {
+bool HttpStreamReceiver::Stop() {
     const auto session = std::exchange(m_session, nullptr);
-    if (!session) return;
+    if (!session) return m_ended;
     session->stopped = true;
     session->Silence();
     m_param->SetClosing(true);
-    m_thread.Stop();
+    if (!m_thread.Stop()) m_ended = false;
+    return m_ended;
 }
 
 }  // namespace norix

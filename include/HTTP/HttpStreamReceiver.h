@@ -52,8 +52,8 @@ class HttpStreamReceiver {
 
     /// Ends the stream; returns within some 100 ms. While the thread ends, the parameter block is set
     /// closing, because the thread may be waiting in an insert operation; ResetForNewStream undoes that. A
-    /// receiver that isn't running is left as it is.
-    void Stop();
+    /// receiver that isn't running is left as it is. False when a thread of it had to be abandoned.
+    bool Stop();
 
     bool Running() const { return m_session != nullptr; }
 
@@ -68,6 +68,7 @@ class HttpStreamReceiver {
     // Window thread.
     std::shared_ptr<StreamSession> m_session;  // shared with the thread
     util::GenericThread m_thread;
+    bool m_ended = true;  // each thread so far
     std::string m_cookie;
 };
 
