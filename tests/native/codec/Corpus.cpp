@@ -11,10 +11,6 @@
 
 namespace codec {
 
-void PrintTo(const PlanarPicture& picture, std::ostream* out) {
-    *out << picture.width << 'x' << picture.height;
-}
-
 namespace test {
 
 std::string g_corpusFolder;

