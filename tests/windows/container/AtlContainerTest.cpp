@@ -4,8 +4,6 @@
 #include <ole2.h>
 #include <olectl.h>
 
-#include <optional>
-
 #include "tests/windows/container/ContainerTest.h"
 #include "util/Handles.h"
 
@@ -47,8 +45,12 @@ class AtlContainerTest : public ContainerTest {
         ContainerTest::SetUp();
         if (HasFatalFailure()) return;
         if (!atl.Usable()) GTEST_SKIP() << "atl.dll is not on this machine";
-        registration.emplace(module);
-        ASSERT_EQ(registration->Result(), S_OK);
+        // It creates controls by CLSID: the class is made known without registration.
+        ComPtr<IUnknown> factory;
+        ASSERT_EQ(module.GetClassObject(ControlModule::ControlClass(), IID_PPV_ARGS(&factory)), S_OK);
+        ASSERT_EQ(CoRegisterClassObject(ControlModule::ControlClass(), factory.Get(), CLSCTX_INPROC_SERVER,
+                                        REGCLS_MULTIPLEUSE, &registration),
+                  S_OK);
         wchar_t clsid[64];
         StringFromGUID2(ControlModule::ControlClass(), clsid, 64);
         holder = CreateWindowW(L"AtlAxWin", clsid, WS_CHILD | WS_VISIBLE, 0, 0, 320, 240, window.Get(),
@@ -61,12 +63,12 @@ class AtlContainerTest : public ContainerTest {
         automation.Reset();
         control.Reset();
         if (holder) DestroyWindow(holder);  // unless a test has done so
-        registration.reset();
+        if (registration) CoRevokeClassObject(registration);
         ContainerTest::TearDown();
     }
 
     const Atl& atl = Atl::Instance();
-    std::optional<ClassRegistration> registration;
+    DWORD registration = 0;
     HWND holder = nullptr;
     ComPtr<IUnknown> control;
 };

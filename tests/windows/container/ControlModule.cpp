@@ -44,15 +44,3 @@ const IID& ControlModule::AutomationInterface() {
 const IID& ControlModule::EventInterface() {
     return norix::kEventInterface;
 }
-
-ClassRegistration::ClassRegistration(const ControlModule& module) {
-    ComPtr<IUnknown> factory;
-    result_ = module.GetClassObject(ControlModule::ControlClass(), IID_PPV_ARGS(&factory));
-    if (FAILED(result_)) return;
-    result_ = CoRegisterClassObject(ControlModule::ControlClass(), factory.Get(), CLSCTX_INPROC_SERVER,
-                                    REGCLS_MULTIPLEUSE, &cookie_);
-}
-
-ClassRegistration::~ClassRegistration() {
-    if (cookie_) CoRevokeClassObject(cookie_);
-}

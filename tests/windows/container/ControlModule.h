@@ -41,19 +41,3 @@ class ControlModule {
     GetClassObjectFunction getClassObject_ = nullptr;
     CanUnloadFunction canUnload_ = nullptr;
 };
-
-// Makes the module's class known to CoCreateInstance for the life of this object, so that containers which
-// create controls by CLSID find it without registration.
-class ClassRegistration {
-  public:
-    explicit ClassRegistration(const ControlModule& module);
-    ~ClassRegistration();
-    ClassRegistration(const ClassRegistration&) = delete;
-    ClassRegistration& operator=(const ClassRegistration&) = delete;
-
-    HRESULT Result() const { return result_; }
-
-  private:
-    DWORD cookie_ = 0;
-    HRESULT result_;
-};

@@ -378,13 +378,5 @@ TEST_F(Connecting, SaysGoodbyeInTheLog) {
     EXPECT_EQ(log.Messages().front(), "CNorixSDKCtrl() destructor begins");
 }
 
-TEST_F(Connecting, IsSilentWhenTheLogIsOff) {
-    Create();
-    Control().Connect();
-    Control().Disconnect();
-    RTSPCallback(1, ecsConnected, &Control());
-    EXPECT_EQ(log.Lines(), Texts());
-}
-
 }  // namespace
 }  // namespace norix::test

@@ -145,7 +145,8 @@ TEST_F(SignIn, PasswordIsInNoLogLine) {
         hives.Store(HKEY_LOCAL_MACHINE, kKey, details, 1);
     EnableLog();
     Create();
-    Put(L"ServerIP", L"192.0.2.7");
+    Put(L"ServerIP", L"127.0.0.1");
+    Put(L"HttpPort", kClosedPort);
     Put(L"username", L"operator");
     Put(L"password", L"Zebra-4711");
     Put(L"AutoReconnect", 1);
@@ -157,7 +158,7 @@ TEST_F(SignIn, PasswordIsInNoLogLine) {
         SendMessageW(dialog, WM_COMMAND, IDOK, 0);
     }));
     Control().Connect();
-    Control().HttpCommand(L"GET", L"192.0.2.7", L"/login.cgi?user=operator&password=Okapi-4712", true);
+    Control().HttpCommand(L"GET", L"127.0.0.1", L"/login.cgi?user=operator&password=Okapi-4712", true);
     Send(WM_OnForceI, 1, 1);
     Send(WM_OnConnectStatus, ecsConnected);
     Control().Disconnect();
