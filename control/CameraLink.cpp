@@ -1,6 +1,7 @@
 #include "control/CameraLink.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "control/NorixSDKCtl.h"
 #include "util/Text.h"
@@ -38,8 +39,12 @@ CameraCommands& CameraLink::Commands() {
 
 CameraCommands::Outcome CameraLink::ReadCamera(StreamSelection& selection) {
     CameraCommands& commands = Commands();
-    commands.Forget();
+    const auto camera = [&] { return std::pair(commands.access.serverIP, commands.access.httpPort); };
+    if (camera() != m_known) commands.Forget();
     const CameraCommands::Outcome outcome = commands.RequestCameraInformation(selection);
+    // While a camera is away, what it said before is still the best guess.
+    if (!outcome.reached && commands.Codecs()) selection = SelectStream(*commands.Codecs(), selection);
+    m_known = camera();
     m_owner.Properties().httpPort = commands.access.httpPort;
     m_https = commands.access.https;
     m_httpsPort = commands.access.httpsPort;

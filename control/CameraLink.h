@@ -2,6 +2,8 @@
 
 #include <memory>
 #include <optional>
+#include <string>
+#include <utility>
 
 #include "camera/CameraCommands.h"
 #include "camera/WinInetTransport.h"
@@ -42,8 +44,9 @@ class CameraLink {
     SignIn m_fallback;
     WinInetTransport m_transport;
     CameraCommands m_commands{m_transport};
-    std::unique_ptr<OnvifProvider> m_onvif;  // made when first asked: it looks for the maker's library
-    bool m_https = false;                    // as the camera at that server said
+    std::unique_ptr<OnvifProvider> m_onvif;        // made when first asked: it looks for the maker's library
+    std::pair<std::string, std::int32_t> m_known;  // host and port of the camera last read
+    bool m_https = false;                          // as the camera at that server said
     std::int32_t m_httpsPort = kDefaultHttpsPort;
 };
 

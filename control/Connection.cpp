@@ -159,8 +159,8 @@ void Connection::ReadCamera(Attempt& attempt) {
     const CameraCommands& camera = m_owner.Camera().Commands();
     const bool known = camera.Codecs() != nullptr;
     m_refused = outcome.unauthorized;
-    attempt.askOnvif = !m_owner.Properties().mediaServiceUri.empty() || camera.System().onvifSupport != 0 ||
-                       (outcome.reached && !known);
+    attempt.askOnvif = !m_owner.Properties().mediaServiceUri.empty() ||
+                       (outcome.reached && (!known || camera.System().onvifSupport != 0));
 }
 
 /// The parameter block, the caption and the players, fresh for the streams to come.

@@ -26,6 +26,19 @@ RTSPClientCustom::~RTSPClientCustom() {
     scheduler.unscheduleDelayedTask(m_keepAliveTask);
     scheduler.unscheduleDelayedTask(m_connectCheckTask);
     scheduler.unscheduleDelayedTask(m_disconnectCheckTask);
+    scheduler.unscheduleDelayedTask(m_nextTryTask);
+}
+
+void RTSPClientCustom::startNextTry() {
+    if (!m_connectCheckTask) return;  // the failure has been reported
+    m_nextTryTask = envir().taskScheduler().scheduleDelayedTask(
+        m_owner.Periods().nextTry,
+        [](void* self) {
+            auto& client = *static_cast<RTSPClientCustom*>(self);
+            client.m_nextTryTask = nullptr;
+            client.m_owner.SendOptions(client);
+        },
+        this);
 }
 
 void RTSPClientCustom::startConnectCheck() {

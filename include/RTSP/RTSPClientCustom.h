@@ -25,6 +25,8 @@ class RTSPClientCustom : public RTSPClient {
     // Reports a failure, once, unless it is stopped in time.
     void startConnectCheck();
     void stopConnectCheck();
+    // Begins once more in a moment, as long as the connection check has not reported a failure.
+    void startNextTry();
     // From now on, each medium that has a sink has to deliver something in each period. Ends with the first
     // failure it reports.
     void startDisconnectCheck();
@@ -48,6 +50,7 @@ class RTSPClientCustom : public RTSPClient {
     TaskToken m_keepAliveTask = nullptr;
     TaskToken m_connectCheckTask = nullptr;
     TaskToken m_disconnectCheckTask = nullptr;
+    TaskToken m_nextTryTask = nullptr;
     std::int64_t m_keepAlivePeriod;  // microseconds
 };
 

@@ -117,10 +117,14 @@ void RTSPSession::RunLoop(UsageEnvironment& env, RTSPClientCustom& client) {
         continueAfterDESCRIBE(&client, 0, nullptr);
     } else {
         client.startConnectCheck();
-        client.sendOptionsCommand(continueAfterOPTIONS, m_authenticator);
+        SendOptions(client);
     }
     env.taskScheduler().doEventLoop(&m_stop);
     m_authenticator = nullptr;
+}
+
+void RTSPSession::SendOptions(RTSPClientCustom& client) {
+    client.sendOptionsCommand(continueAfterOPTIONS, m_authenticator);
 }
 
 void RTSPSession::shutdownStream(RTSPClientCustom& client) noexcept try {
@@ -170,6 +174,8 @@ void RTSPSession::afterOPTIONS(RTSPClientCustom& client, int resultCode, const s
         NORIX_LOG("RTSPCoumm::continueAfterOPTIONS", 0,
                   "RTSPCoumm::continueAfterOPTIONS() Failed to get RTSP options: %s",
                   util::RedactSecrets(result).c_str());
+        // A camera that starts up may be there in a moment.
+        if (resultCode < 0) client.startNextTry();
         return;
     }
     client.optionsReply = result;

@@ -56,6 +56,9 @@ class RTSPSession {
     // The event loop ends after it, and nothing else is reported: one cause may be noticed in several places.
     void ReportStatusAndStop(ConnectStatus status);
 
+    // Begins the dialogue; what it leads to is reported.
+    void SendOptions(RTSPClientCustom& client);
+
     // Handlers of the client's requests. They free `resultString`.
     static void continueAfterOPTIONS(RTSPClient* client, int resultCode, char* resultString);
     static void continueAfterDESCRIBE(RTSPClient* client, int resultCode, char* resultString);
