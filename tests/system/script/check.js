@@ -35,6 +35,24 @@ function equal(what, expected, actual) {
           typeof expected === typeof actual && expected === actual);
 }
 
+var files = new ActiveXObject("Scripting.FileSystemObject");
+
+// A file of the project.
+function read(path) {
+    return files.OpenTextFile(WScript.Arguments(0) + path).ReadAll();
+}
+
+// Calls `action` with the groups of each match.
+function forEachMatch(pattern, text, action) {
+    var match;
+    var found = 0;
+    while ((match = pattern.exec(text)) !== null) {
+        ++found;
+        action(match);
+    }
+    check("matches of " + pattern, found > 0);
+}
+
 function create() {
     return new ActiveXObject(PROGID);
 }

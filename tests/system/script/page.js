@@ -1,23 +1,6 @@
 // The sample page, without a browser: its script runs on a stand-in for the document and on the real control. What a
 // reader copies from the page has to exist and to be spelled as the control spells it.
 
-var files = new ActiveXObject("Scripting.FileSystemObject");
-
-function read(path) {
-    return files.OpenTextFile(WScript.Arguments(0) + path).ReadAll();
-}
-
-// Calls `action` with the groups of each match.
-function forEachMatch(pattern, text, action) {
-    var match;
-    var found = 0;
-    while ((match = pattern.exec(text)) !== null) {
-        ++found;
-        action(match);
-    }
-    check("matches of " + pattern, found > 0);
-}
-
 var page, library, control;
 group("reading", function () {
     page = read("\\samples\\page\\index.html");
