@@ -24,6 +24,12 @@ void FrameQueue::commit(const FrameInfo& info) {
     m_openStart = m_bytes.size();
 }
 
+void FrameQueue::commitFront(std::size_t size, const FrameInfo& info) {
+    if (m_overflow || size == 0 || size > openSize() || m_frames.size() == kMaxFrames) return;
+    m_frames.push_back({m_openStart, size, info});
+    m_openStart += size;
+}
+
 FrameQueue::Frame FrameQueue::front() const {
     const Entry& entry = m_frames[m_firstFrame];
     return {Bytes(m_bytes).subspan(entry.start, entry.size), entry.info};

@@ -28,6 +28,8 @@ class FrameQueue {
     Bytes open() const { return Bytes(m_bytes).subspan(m_openStart); }
     void discard();
     void commit(const FrameInfo& info);
+    // The first `size` bytes of the open frame are a frame; the rest stays open.
+    void commitFront(std::size_t size, const FrameInfo& info);
 
     struct Frame {
         Bytes bytes;  // valid until the next call that changes the queue

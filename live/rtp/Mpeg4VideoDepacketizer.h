@@ -5,7 +5,8 @@
 namespace live::rtp {
 
 // RFC 6416, MP4V-ES: the packets of one timestamp are one frame. It ends with the marker, or, with senders
-// that set none, where the next timestamp begins.
+// that set none, where the next timestamp begins. A packet that holds several pictures, as some senders make
+// of small ones, is as many frames; the time between those is taken from the packets before.
 class Mpeg4VideoDepacketizer : public Depacketizer {
   public:
     void onPacket(const RtpPacket& packet, bool afterLoss, FrameQueue& frames) override;
@@ -17,7 +18,12 @@ class Mpeg4VideoDepacketizer : public Depacketizer {
         Open,      // a frame is being put together
         Skipping,  // the rest of a frame that lacks packets
     };
-    bool m_begun = false;  // has seen a packet
+    void finish(FrameQueue& frames);
+
+    bool m_begun = false;           // has seen a packet
+    unsigned m_packets = 0;         // of the open frame
+    unsigned m_pictures = 0;        // of the frame before
+    std::uint32_t m_timestamp = 0;  // of the frame before
     State m_state = State::Idle;
     FrameInfo m_last;
 };

@@ -164,6 +164,31 @@ TEST(H264, WhatIsOutOfOrderOrUndefinedIsDropped) {
                 IsEmpty());
 }
 
+// Small pictures travel several to a packet, each with the headers before it.
+TEST(Mpeg4Video, PicturesOfOnePacketComeApartAndAreTimed) {
+    const Buffer plain{0, 0, 1, 0xB6, 0x10, 1, 2};
+    const Buffer key{0, 0, 1, 0xB0, 3, 0, 0, 1, 0xB6, 0x50, 4};
+    Buffer three = key;
+    three.insert(three.end(), plain.begin(), plain.end());
+    three.insert(three.end(), key.begin(), key.end());
+    Mpeg4VideoDepacketizer depacketizer;
+    live::rtp::FrameQueue queue;
+    std::vector<std::uint32_t> times;
+    for (const std::uint32_t timestamp : {1000u, 4000u}) {
+        const Packet packet{static_cast<std::uint16_t>(timestamp), timestamp, true, three};
+        depacketizer.onPacket(packet.view(), false, queue);
+        for (const Buffer& expected : {key, plain, key}) {
+            ASSERT_FALSE(queue.empty());
+            const auto bytes = queue.front().bytes;
+            EXPECT_EQ(Buffer(bytes.begin(), bytes.end()), expected);
+            times.push_back(queue.front().info.timestamp);
+            queue.pop();
+        }
+    }
+    EXPECT_TRUE(queue.empty());
+    EXPECT_EQ(times, (std::vector<std::uint32_t>{1000, 1000, 1000, 4000, 5000, 6000}));
+}
+
 TEST(Mpeg4Generic, AggregatesAndBoundsOfHeaders) {
     Mpeg4GenericDepacketizer depacketizer(aacFormat(), 1024);
     const std::vector<Buffer> units = {randomBytes(1, 20), randomBytes(2, 300), randomBytes(3, 1)};
