@@ -6,6 +6,7 @@
 
 #include <memory>
 
+#include "render/DisplayChoice.h"
 #include "tests/windows/render_presenter/Screen.h"
 
 namespace norix {
@@ -44,6 +45,7 @@ class ReplacedMethod {
 
 // Places in the tables of IDirectDraw7 and IDirectDrawSurface7.
 constexpr int kCreateSurface = 6;
+constexpr int kGetCaps = 11;
 constexpr int kWaitForVerticalBlank = 22;
 constexpr int kBlt = 5;
 constexpr int kLock = 25;
@@ -70,6 +72,7 @@ void* g_lock;
 void* g_blt;
 void* g_create;
 void* g_restore;
+void* g_caps;
 
 HRESULT WINAPI Lock(IDirectDrawSurface7* self, RECT* rect, DDSURFACEDESC2* description, DWORD flags,
                     HANDLE event) {
@@ -107,6 +110,13 @@ HRESULT WINAPI CreateSurface(IDirectDraw7* self, DDSURFACEDESC2* description, ID
     if (g_script.refusedCaps != 0 && (caps & g_script.refusedCaps) == g_script.refusedCaps)
         return DDERR_OUTOFVIDEOMEMORY;
     return reinterpret_cast<decltype(&CreateSurface)>(g_create)(self, description, surface, outer);
+}
+
+// A driver with all that presenting needs, which Wine's is not.
+HRESULT WINAPI GetCaps(IDirectDraw7* self, DDCAPS* driver, DDCAPS* emulation) {
+    const HRESULT result = reinterpret_cast<decltype(&GetCaps)>(g_caps)(self, driver, emulation);
+    if (driver) driver->dwCaps |= DDCAPS_BLT | DDCAPS_OVERLAY | DDCAPS_BLTCOLORFILL | DDCAPS_BLTSTRETCH;
+    return result;
 }
 
 HRESULT WINAPI WaitForVerticalBlank(IDirectDraw7*, DWORD flags, HANDLE) {
@@ -171,6 +181,7 @@ class DirectDrawTest : public testing::Test {
         Replace(surface.Get(), kBlt, reinterpret_cast<void*>(&Blt), g_blt);
         Replace(surface.Get(), kRestore, reinterpret_cast<void*>(&Restore), g_restore);
         Replace(draw.Get(), kCreateSurface, reinterpret_cast<void*>(&CreateSurface), g_create);
+        Replace(draw.Get(), kGetCaps, reinterpret_cast<void*>(&GetCaps), g_caps);
         void* unused;
         Replace(draw.Get(), kWaitForVerticalBlank, reinterpret_cast<void*>(&WaitForVerticalBlank), unused);
 
@@ -208,6 +219,18 @@ class DirectDrawTest : public testing::Test {
     ComPtr<IDirectDraw7> draw;
     std::vector<std::unique_ptr<ReplacedMethod>> replaced;
 };
+
+TEST_F(DirectDrawTest, IsChosenWhereTheDriverSuffices) {
+    const DisplayChoice h264 = ChooseDisplayMode(false, 4, window.Handle());
+    EXPECT_EQ(h264.mode, DisplayMode::DirectDraw);
+    EXPECT_TRUE(h264.directDrawAvailable);
+    const DisplayChoice jpeg = ChooseDisplayMode(false, 2, window.Handle());
+    EXPECT_EQ(jpeg.mode, DisplayMode::Gdi);
+    EXPECT_TRUE(jpeg.directDrawAvailable);  // the probe was still asked
+    const DisplayChoice forced = ChooseDisplayMode(true, 4, window.Handle());
+    EXPECT_EQ(forced.mode, DisplayMode::Gdi);
+    EXPECT_FALSE(forced.directDrawAvailable);
+}
 
 TEST_F(DirectDrawTest, DoesWithoutVideoMemoryWhereThereIsNone) {
     g_script.refusedCaps = DDSCAPS_VIDEOMEMORY;

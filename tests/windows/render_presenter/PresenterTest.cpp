@@ -9,7 +9,6 @@
 #include <tuple>
 
 #include "tests/windows/container/ResourceUse.h"
-#include "tests/windows/render_presenter/OtherSystem.h"
 #include "tests/windows/render_presenter/Screen.h"
 #include "util/Handles.h"
 
@@ -263,15 +262,32 @@ TEST_P(PresenterTest, SurvivesAChangeOfDisplay) {
     EXPECT_THAT(Differences(Pixels::OfScreen(kPlace), other), IsEmpty());
 }
 
-// The first of these two runs the second, on a desktop whose mode can be changed.
+// Runs the test below in this program once more, on a desktop in a window of its own, whose mode can be
+// changed.
 TEST(DisplayChange, OnADesktopOfItsOwn) {
-    OtherSystem system;
-    if (!system.IsPossible()) GTEST_SKIP() << "the display is not ours to change";
     // As large as the screen, because the system believes in one display mode for all desktops.
-    const PixelSize screen{GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
-    system.SetDesktop(screen.width, screen.height);
-    EXPECT_EQ(system.Run(L"--gtest_also_run_disabled_tests --gtest_filter=*DISABLED_FollowsARealChange*"),
-              0u);
+    const std::wstring size = std::to_wstring(GetSystemMetrics(SM_CXSCREEN)) + L"x" +
+                              std::to_wstring(GetSystemMetrics(SM_CYSCREEN));
+    RegSetKeyValueW(HKEY_CURRENT_USER, L"Software\\Wine\\Explorer\\Desktops", L"presenter", REG_SZ,
+                    size.c_str(), static_cast<DWORD>((size.size() + 1) * sizeof(wchar_t)));
+    wchar_t path[MAX_PATH];
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    std::wstring command = L"\"" + std::wstring(path) +
+                           L"\" --gtest_also_run_disabled_tests --gtest_filter=*DISABLED_FollowsARealChange*";
+    std::wstring desktop = L"presenter";
+    STARTUPINFOW start = {};
+    start.cb = sizeof(start);
+    start.lpDesktop = desktop.data();
+    PROCESS_INFORMATION process = {};
+    ASSERT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start,
+                               &process));
+    const util::UniqueHandle thread(process.hThread);
+    const util::UniqueHandle handle(process.hProcess);
+    EXPECT_EQ(WaitForSingleObject(handle.Get(), 60000), WAIT_OBJECT_0);
+    DWORD failed = 1;
+    EXPECT_TRUE(GetExitCodeProcess(handle.Get(), &failed));
+    EXPECT_EQ(failed, 0u);
+    TerminateProcess(handle.Get(), failed);  // if it still runs
 }
 
 TEST_P(PresenterTest, DISABLED_FollowsARealChange) {
