@@ -244,23 +244,12 @@ TEST_F(CtrlParamTest, SendsFramesToTheHostOnRequest) {
     EXPECT_EQ(bytes, (Bytes{0xFF, 0xD8}));
 }
 
-TEST_F(CtrlParamTest, CountersAndRequests) {
-    CCtrlParam& param = Param();
-    for (std::uint32_t which : {0u, 1u, 1u, 2u, 2u, 2u, 9u})
-        param.CountFrame(which);
-    EXPECT_EQ(param.GetFrameCount(1), 2u);
-    EXPECT_EQ(param.GetFrameCount(9), 0u);
-    const FrameCounts counts = param.TakeFrameCounts();
-    EXPECT_EQ(counts.displayed, 3u);
-    EXPECT_EQ(param.GetFrameCount(2), 0u);
-
-    param.snapshots.RequestFile(L"a", L"first");
-    param.snapshots.RequestFile(L"b", L"second");
-    EXPECT_EQ(param.snapshots.TakeFile()->name, L"second");
-    EXPECT_FALSE(param.snapshots.TakeFile());
-    param.snapshots.RequestData(2);
-    EXPECT_EQ(param.snapshots.TakeData(), 2);
-    EXPECT_FALSE(param.snapshots.DataWanted());
+TEST_F(CtrlParamTest, TheLastSnapshotRequestCounts) {
+    SnapshotRequests& requests = Param().snapshots;
+    requests.RequestFile(L"a", L"first");
+    requests.RequestFile(L"b", L"second");
+    EXPECT_EQ(requests.TakeFile()->name, L"second");
+    EXPECT_FALSE(requests.TakeFile());
 }
 
 }  // namespace

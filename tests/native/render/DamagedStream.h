@@ -1,6 +1,6 @@
 #pragma once
 
-// Streams for whole-decoder tests: ten thousand damaged frames between sound ones.
+// Streams for whole-decoder tests: damaged frames between sound ones.
 
 #include <cstdint>
 #include <string>

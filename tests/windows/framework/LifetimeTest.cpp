@@ -41,30 +41,23 @@ TEST(Lifetime, LastReferenceGoesInsideAnEventHandler) {
     EXPECT_EQ(sink.Events(), Texts{"Changed(1)"});
 }
 
-TEST(Lifetime, LastReferenceGoesInsideAMessage) {
-    auto* control = new Thermometer();
-    ASSERT_TRUE(control->CreateHiddenWindow());
-    const HWND window = control->Handle();
-    control->onMessage = [&] {
-        control->Release();
-        EXPECT_EQ(Thermometer::Living(), 1);
-    };
-    EXPECT_EQ(SendMessageW(window, Thermometer::kFireChanged, 1, 0), 20);
-    EXPECT_EQ(Thermometer::Living(), 0);
-    EXPECT_FALSE(IsWindow(window));
-}
-
-TEST(Lifetime, LastReferenceGoesInsideAPropertyPut) {
-    auto* control = new Thermometer();
-    ASSERT_TRUE(control->CreateHiddenWindow());
-    const HWND window = control->Handle();
-    control->onDegreesChanged = [&] {
-        control->Release();
-        EXPECT_EQ(Thermometer::Living(), 1);
-    };
-    EXPECT_EQ(PutDegrees(*control, 3), S_OK);
-    EXPECT_EQ(Thermometer::Living(), 0);
-    EXPECT_FALSE(IsWindow(window));
+TEST(Lifetime, LastReferenceGoesInsideAMessageOrAPropertyPut) {
+    for (const bool message : {true, false}) {
+        auto* control = new Thermometer();
+        ASSERT_TRUE(control->CreateHiddenWindow());
+        const HWND window = control->Handle();
+        control->onMessage = control->onDegreesChanged = [&] {
+            control->Release();
+            EXPECT_EQ(Thermometer::Living(), 1);
+        };
+        if (message) {
+            EXPECT_EQ(SendMessageW(window, Thermometer::kFireChanged, 1, 0), 20);
+        } else {
+            EXPECT_EQ(PutDegrees(*control, 3), S_OK);
+        }
+        EXPECT_EQ(Thermometer::Living(), 0);
+        EXPECT_FALSE(IsWindow(window));
+    }
 }
 
 TEST(Lifetime, LastReferenceGoesWhileHeldEventsAreDelivered) {
