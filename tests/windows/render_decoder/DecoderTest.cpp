@@ -235,10 +235,10 @@ TEST_P(DamagedStreamTest, GivesPicturesAgainAndLeaksNothing) {
     decoder.CreateDisplayThread();
     decoder.StartDecThread(&param);
 
-    test::InsertDamaged(param, GetParam(), 2000, 1);
+    test::InsertDamaged(param, GetParam(), 500, 1);
     const std::size_t bytes = PrivateBytes();
     const DWORD handles = HandleCount();
-    test::InsertDamaged(param, GetParam(), 8000, 2);
+    test::InsertDamaged(param, GetParam(), 2000, 2);
     // What the codec keeps for the largest picture announced so far may still grow a little.
     EXPECT_LT(PrivateBytes(), bytes + (16u << 20));
     EXPECT_LE(HandleCount(), handles + 8);
