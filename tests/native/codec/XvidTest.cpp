@@ -136,25 +136,5 @@ TEST(Xvid, RefusesHostileHeaders) {
     EXPECT_EQ(driver.Decode(packet).result, XVID_ERR_NO_PICTURE) << "user data without end";
 }
 
-TEST(Xvid, ChecksItsArguments) {
-    xvid_gbl_init_t init = {};
-    init.version = XVID_VERSION;
-    EXPECT_EQ(xvid_global(nullptr, XVID_GBL_INIT, &init, nullptr), 0);
-    init.version = XVID_MAKE_VERSION(2, 0, 0);
-    EXPECT_EQ(xvid_global(nullptr, XVID_GBL_INIT, &init, nullptr), XVID_ERR_VERSION);
-    EXPECT_LT(xvid_global(nullptr, 77, nullptr, nullptr), 0);
-
-    xvid_dec_create_t create = {};
-    EXPECT_EQ(xvid_decore(nullptr, XVID_DEC_CREATE, &create, nullptr), XVID_ERR_VERSION);
-    create.version = XVID_MAKE_VERSION(1, 0, 0);
-    ASSERT_EQ(xvid_decore(nullptr, XVID_DEC_CREATE, &create, nullptr), 0);
-    xvid_dec_frame_t frame = {};
-    EXPECT_EQ(xvid_decore(create.handle, XVID_DEC_DECODE, &frame, nullptr), XVID_ERR_VERSION);
-    EXPECT_EQ(xvid_decore(create.handle, XVID_DEC_DECODE, nullptr, nullptr), XVID_ERR_FAIL);
-    EXPECT_EQ(xvid_decore(create.handle, 99, nullptr, nullptr), XVID_ERR_FAIL);
-    EXPECT_EQ(xvid_decore(nullptr, XVID_DEC_DECODE, &frame, nullptr), XVID_ERR_FAIL);
-    EXPECT_EQ(xvid_decore(create.handle, XVID_DEC_DESTROY, nullptr, nullptr), 0);
-}
-
 }  // namespace
 }  // namespace codec::test

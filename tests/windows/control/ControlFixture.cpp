@@ -62,11 +62,8 @@ void ControlTest::SetSite(IOleClientSite* site) {
     EXPECT_EQ(m_control->Embedding().SetClientSite(site), S_OK);
 }
 
-HRESULT ControlTest::Put(const wchar_t* name, VARIANT& value) {
-    DISPID put = DISPID_PROPERTYPUT;
-    DISPPARAMS parameters = {&value, &put, 1, 1};
-    return m_control->Invoke(CNorixSDKCtrl::Table().Find(name)->id, IID_NULL, LOCALE_INVARIANT,
-                             DISPATCH_PROPERTYPUT, &parameters, nullptr, nullptr, nullptr);
+HRESULT ControlTest::Put(const wchar_t* name, const VARIANT& value) {
+    return framework::test::Put(*m_control, CNorixSDKCtrl::Table().Find(name)->id, value);
 }
 
 HRESULT ControlTest::Put(const wchar_t* name, const wchar_t* text) {

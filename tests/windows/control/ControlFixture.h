@@ -96,7 +96,7 @@ class ControlTest : public testing::Test {
     LogCapture log;
 
   private:
-    HRESULT Put(const wchar_t* name, VARIANT& value);
+    HRESULT Put(const wchar_t* name, const VARIANT& value);
 
     CNorixSDKCtrl* m_control = nullptr;
     std::optional<framework::test::EventRecorder> m_host;

@@ -6,6 +6,7 @@
 #include <oleauto.h>
 #include <olectl.h>
 
+#include <bit>
 #include <limits>
 #include <vector>
 
@@ -15,28 +16,20 @@
 namespace framework::test {
 namespace {
 
-VARIANT Short(short value) {
-    VARIANT variant;
-    variant.vt = VT_I2;
-    variant.iVal = value;
-    return variant;
-}
-VARIANT Long(long value) {
-    VARIANT variant;
-    variant.vt = VT_I4;
-    variant.lVal = value;
-    return variant;
-}
-VARIANT Double(double value) {
-    VARIANT variant;
-    variant.vt = VT_R8;
-    variant.dblVal = value;
-    return variant;
-}
-VARIANT OfType(VARTYPE type) {
+VARIANT OfType(VARTYPE type, ULONGLONG bits = 0) {
     VARIANT variant{};
     variant.vt = type;
+    variant.ullVal = bits;
     return variant;
+}
+VARIANT Short(short value) {
+    return OfType(VT_I2, static_cast<USHORT>(value));
+}
+VARIANT Long(long value) {
+    return OfType(VT_I4, static_cast<ULONG>(value));
+}
+VARIANT Double(double value) {
+    return OfType(VT_R8, std::bit_cast<ULONGLONG>(value));
 }
 VARIANT Reference(VARTYPE type, void* to) {
     VARIANT variant;
@@ -45,10 +38,7 @@ VARIANT Reference(VARTYPE type, void* to) {
     return variant;
 }
 VARIANT Missing() {
-    VARIANT variant;
-    variant.vt = VT_ERROR;
-    variant.scode = DISP_E_PARAMNOTFOUND;
-    return variant;
+    return OfType(VT_ERROR, static_cast<ULONG>(DISP_E_PARAMNOTFOUND));
 }
 
 /// What came of a call.
@@ -101,9 +91,7 @@ TEST_F(Dispatch, TakesNumbersOfEveryType) {
                        {VT_INT, 7}, {VT_UINT, 7}, {VT_R4, 0x40E00000}, {VT_CY, 70000}};
     for (const auto& c : cases) {
         m_control->Reset();
-        VARIANT value = OfType(c.type);
-        value.ullVal = c.bits;
-        EXPECT_EQ(Put(Thermometer::kDegrees, value).result, S_OK) << c.type;
+        EXPECT_EQ(Put(Thermometer::kDegrees, OfType(c.type, c.bits)).result, S_OK) << c.type;
         EXPECT_EQ(Get(Thermometer::kDegrees), "7") << c.type;
         ULONGLONG bits = c.bits;
         EXPECT_EQ(Put(Thermometer::kDigits, Reference(c.type, &bits)).result, S_OK) << c.type;
@@ -113,9 +101,7 @@ TEST_F(Dispatch, TakesNumbersOfEveryType) {
     EXPECT_EQ(Get(Thermometer::kDegrees), "-2");
     EXPECT_EQ(Put(Thermometer::kDegrees, OfType(VT_EMPTY)).result, S_OK);
     EXPECT_EQ(Get(Thermometer::kDegrees), "0");
-    VARIANT yes = OfType(VT_BOOL);
-    yes.boolVal = VARIANT_TRUE;
-    EXPECT_EQ(Put(Thermometer::kDegrees, yes).result, S_OK);
+    EXPECT_EQ(Put(Thermometer::kDegrees, OfType(VT_BOOL, 0xFFFF)).result, S_OK);
     EXPECT_EQ(Get(Thermometer::kDegrees), "-1");
     EXPECT_EQ(Put(Thermometer::kCelsius, Long(5)).result, S_OK);
     EXPECT_EQ(Get(Thermometer::kCelsius), "true");

@@ -74,6 +74,13 @@ std::string ToText(const DISPPARAMS& parameters) {
     return text;
 }
 
+HRESULT Put(IDispatch& object, DISPID id, VARIANT value) {
+    DISPID put = DISPID_PROPERTYPUT;
+    DISPPARAMS parameters = {&value, &put, 1, 1};
+    return object.Invoke(id, IID_NULL, LOCALE_INVARIANT, DISPATCH_PROPERTYPUT, &parameters, nullptr, nullptr,
+                         nullptr);
+}
+
 EventRecorder::EventRecorder(IUnknown& control, REFIID events, std::span<const EventDescription> names,
                              bool lateBound)
     : m_interface(events), m_names(names), m_lateBound(lateBound) {

@@ -22,6 +22,9 @@ namespace framework::test {
 std::string ToText(const DISPPARAMS& parameters);
 std::string ToText(const VARIANT& value);
 
+/// Writes a property as hosts do.
+HRESULT Put(IDispatch& object, DISPID id, VARIANT value);
+
 /// A host's event sink that remembers what it heard, as texts like "OnMDAlert(7s, 35s)". It lives where a
 /// test declares it and listens until it goes, or until StopListening.
 class EventRecorder final : public TestObject<IDispatch> {

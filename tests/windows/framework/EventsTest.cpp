@@ -207,18 +207,12 @@ TEST_F(Events, TellOfPropertiesThatChange) {
     VARIANT value;
     value.vt = VT_I4;
     value.lVal = -1;
-    DISPID put = DISPID_PROPERTYPUT;
-    DISPPARAMS parameters = {&value, &put, 1, 1};
-    const auto invoke = [&](DISPID id) {
-        return m_control->Invoke(id, IID_NULL, 0, DISPATCH_PROPERTYPUT, &parameters, nullptr, nullptr,
-                                 nullptr);
-    };
-    EXPECT_EQ(invoke(Thermometer::kDegrees), S_OK);
-    EXPECT_EQ(invoke(Thermometer::kLimit), E_INVALIDARG);       // nothing was stored
-    EXPECT_EQ(invoke(Thermometer::kKelvin), DISP_E_EXCEPTION);  // read-only
+    EXPECT_EQ(Put(*m_control, Thermometer::kDegrees, value), S_OK);
+    EXPECT_EQ(Put(*m_control, Thermometer::kLimit, value), E_INVALIDARG);       // nothing was stored
+    EXPECT_EQ(Put(*m_control, Thermometer::kKelvin, value), DISP_E_EXCEPTION);  // read-only
     EXPECT_EQ(sink.changed, std::vector<DISPID>{Thermometer::kDegrees});
     EXPECT_EQ(point->Unadvise(cookie), S_OK);
-    EXPECT_EQ(invoke(Thermometer::kDegrees), S_OK);
+    EXPECT_EQ(Put(*m_control, Thermometer::kDegrees, value), S_OK);
     EXPECT_EQ(sink.changed.size(), 1u);
 }
 

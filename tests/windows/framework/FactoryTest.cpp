@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <ole2.h>
 
-#include <map>
 #include <string>
 
 #include "framework/Module.h"
@@ -74,31 +73,22 @@ TEST(Factory, RefusesWithoutLeavingAnythingBehind) {
 
 // ---- Registration
 
-/// Default and named values below a key of HKEY_CLASSES_ROOT, keyed by path.
-std::map<std::wstring, std::wstring> ReadTree(const std::wstring& key, const std::wstring& below = L"") {
-    std::map<std::wstring, std::wstring> values;
+/// A text below HKEY_CLASSES_ROOT: the default one of a key, or the one named behind an @.
+std::wstring Value(const std::wstring& place) {
+    const std::size_t name = place.find(L'@');
+    wchar_t text[512];
+    DWORD size = sizeof text;
+    const LSTATUS result =
+        RegGetValueW(HKEY_CLASSES_ROOT, place.substr(0, name).c_str(),
+                     name == place.npos ? nullptr : &place[name + 1], RRF_RT_REG_SZ, nullptr, text, &size);
+    return result == ERROR_SUCCESS ? text : L"(missing)";
+}
+
+bool KeyExists(const std::wstring& key) {
     HKEY opened = nullptr;
-    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, (key + below).c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS)
-        return values;
-    wchar_t name[256];
-    for (DWORD i = 0;; ++i) {
-        wchar_t data[512] = {};
-        DWORD nameLength = 256;
-        DWORD dataSize = sizeof data - sizeof(wchar_t);
-        if (RegEnumValueW(opened, i, name, &nameLength, nullptr, nullptr, reinterpret_cast<BYTE*>(data),
-                          &dataSize) != ERROR_SUCCESS) {
-            break;
-        }
-        values[below + (nameLength != 0 ? L"@" + std::wstring(name) : L"")] = data;
-    }
-    for (DWORD i = 0;; ++i) {
-        DWORD nameLength = 256;
-        if (RegEnumKeyExW(opened, i, name, &nameLength, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
-            break;
-        values.merge(ReadTree(key, below + L"\\" + name));
-    }
+    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS) return false;
     RegCloseKey(opened);
-    return values;
+    return true;
 }
 
 TEST(Registration, WritesWhatContainersLookForAndTakesItAwayAgain) {
@@ -106,11 +96,7 @@ TEST(Registration, WritesWhatContainersLookForAndTakesItAwayAgain) {
     const std::wstring path = ModulePath();
     ASSERT_EQ(COleObjectFactory::UpdateRegistryAll(true), S_OK);
 
-    const auto key = ReadTree(L"CLSID\\" + clsid);
-    const auto value = [&](const wchar_t* name) {
-        const auto found = key.find(name);
-        return found != key.end() ? found->second : L"(missing)";
-    };
+    const auto value = [&](const std::wstring& below) { return Value(L"CLSID\\" + clsid + below); };
     EXPECT_EQ(value(L""), L"Thermometer for framework tests");
     EXPECT_EQ(value(L"\\InprocServer32"), path);
     EXPECT_EQ(value(L"\\InprocServer32@ThreadingModel"), L"Apartment");
@@ -118,13 +104,13 @@ TEST(Registration, WritesWhatContainersLookForAndTakesItAwayAgain) {
     EXPECT_EQ(value(L"\\VersionIndependentProgID"), L"FrameworkTests.Thermometer");
     EXPECT_EQ(value(L"\\TypeLib"), L"{7C1F0B52-3A0E-4E0B-9D1E-610A447B1002}");
     EXPECT_EQ(value(L"\\Version"), L"1.0");
-    EXPECT_EQ(value(L"\\Control"), L"");
+    EXPECT_TRUE(KeyExists(L"CLSID\\" + clsid + L"\\Control"));
     EXPECT_EQ(value(L"\\MiscStatus\\1"), std::to_wstring(OLEMISC_INSIDEOUT));
     EXPECT_EQ(value(L"\\ToolboxBitmap32"), path + L", 7");
     for (const wchar_t* category : {L"{40FC6ED4-2438-11CF-A3DB-080036F12502}",     // controls
                                     L"{7DD95801-9882-11CF-9FA9-00AA006C42C4}",     // safe for scripting
                                     L"{7DD95802-9882-11CF-9FA9-00AA006C42C4}"}) {  // safe for initializing
-        EXPECT_EQ(value((std::wstring(L"\\Implemented Categories\\") + category).c_str()), L"");
+        EXPECT_TRUE(KeyExists(L"CLSID\\" + clsid + L"\\Implemented Categories\\" + category));
     }
 
     CLSID found = {};
@@ -133,13 +119,13 @@ TEST(Registration, WritesWhatContainersLookForAndTakesItAwayAgain) {
     found = {};
     EXPECT_EQ(CLSIDFromProgID(L"FrameworkTests.Thermometer", &found), S_OK);
     EXPECT_TRUE(found == kThermometerClass);
-    EXPECT_EQ(ReadTree(L"FrameworkTests.Thermometer")[L"\\CurVer"], L"FrameworkTests.Thermometer.1");
+    EXPECT_EQ(Value(L"FrameworkTests.Thermometer\\CurVer"), L"FrameworkTests.Thermometer.1");
 
     EXPECT_EQ(COleObjectFactory::UpdateRegistryAll(true), S_OK);  // again, over what is there
     EXPECT_EQ(COleObjectFactory::UpdateRegistryAll(false), S_OK);
-    EXPECT_TRUE(ReadTree(L"CLSID\\" + clsid).empty());
-    EXPECT_TRUE(ReadTree(L"FrameworkTests.Thermometer").empty());
-    EXPECT_TRUE(ReadTree(L"FrameworkTests.Thermometer.1").empty());
+    EXPECT_FALSE(KeyExists(L"CLSID\\" + clsid));
+    EXPECT_FALSE(KeyExists(L"FrameworkTests.Thermometer"));
+    EXPECT_FALSE(KeyExists(L"FrameworkTests.Thermometer.1"));
     EXPECT_EQ(COleObjectFactory::UpdateRegistryAll(false), S_OK);  // nothing there is no error
 }
 

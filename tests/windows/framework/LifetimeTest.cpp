@@ -21,10 +21,7 @@ HRESULT PutDegrees(IDispatch& control, long degrees) {
     VARIANT value;
     value.vt = VT_I4;
     value.lVal = degrees;
-    DISPID put = DISPID_PROPERTYPUT;
-    DISPPARAMS parameters = {&value, &put, 1, 1};
-    return control.Invoke(Thermometer::kDegrees, IID_NULL, 0, DISPATCH_PROPERTYPUT, &parameters, nullptr,
-                          nullptr, nullptr);
+    return Put(control, Thermometer::kDegrees, value);
 }
 
 // The sink is declared before the control goes and holds no reference to it after StopListening.

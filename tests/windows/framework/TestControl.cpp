@@ -133,12 +133,4 @@ void ThermometerPage::OnShowObject(HWND dialog, IUnknown& object) {
     SetDlgItemTextW(dialog, IDC_SCALE, L"Celsius");
 }
 
-void PumpMessages() {
-    MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-        TranslateMessage(&message);
-        DispatchMessageW(&message);
-    }
-}
-
 }  // namespace framework::test

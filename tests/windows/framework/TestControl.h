@@ -118,7 +118,4 @@ class ThermometerPage final : public COlePropertyPage {
     void OnShowObject(HWND dialog, IUnknown& object) override;
 };
 
-/// Handles and dispatches what is waiting in this thread's queue.
-void PumpMessages();
-
 }  // namespace framework::test
