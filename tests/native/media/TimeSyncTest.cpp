@@ -54,6 +54,14 @@ class Player {
     CTimeSync m_sync;
 };
 
+// A display that has learned its stream's clock.
+class LearnedTimeSync : public testing::Test {
+  protected:
+    Player player{DisplayTimeRules(true)};
+    const std::uint32_t start = player.Learn();
+    const std::uint32_t base = player.Now();
+};
+
 TEST(DisplayTimeSync, ShowsEverythingAtOnceWhileLearning) {
     Player player(DisplayTimeRules(true));
     // A burst, jumps and stalls: nothing is held and nothing counts as late for ten seconds.
@@ -76,13 +84,9 @@ TEST(DisplayTimeSync, LastLearningPictureStillRebases) {
     EXPECT_EQ(player.Show(720), (Shown{720, base + 20, false, false}));
 }
 
-TEST(DisplayTimeSync, BurstAt25FpsIsShownEvery33MsWithRebase) {
-    Player player(DisplayTimeRules(true));
-    const std::uint32_t start = player.Learn();
-    std::uint32_t now = player.Now();
+TEST_F(LearnedTimeSync, BurstAt25FpsIsShownEvery33MsWithRebase) {
     for (std::uint32_t i = 1; i <= 10; ++i) {
-        now += 33;
-        EXPECT_EQ(player.Show(start + 40 * i), (Shown{start + 40 * i, now, false, true}));
+        EXPECT_EQ(player.Show(start + 40 * i), (Shown{start + 40 * i, base + 33 * i, false, true}));
     }
 }
 
@@ -107,10 +111,7 @@ TEST(DisplayTimeSync, SteadyStreamsAreShownAtTheirTimeStamps) {
     }
 }
 
-TEST(DisplayTimeSync, LatePicturesAreShownAndTheNextOneRebases) {
-    Player player(DisplayTimeRules(true));
-    const std::uint32_t start = player.Learn();
-    const std::uint32_t base = player.Now();
+TEST_F(LearnedTimeSync, LatePicturesAreShownAndTheNextOneRebases) {
     player.WaitUntil(base + 40 + 32);
     EXPECT_FALSE(player.Show(start + 40).late);
     player.WaitUntil(base + 80 + 33);
@@ -122,33 +123,23 @@ TEST(DisplayTimeSync, LatePicturesAreShownAndTheNextOneRebases) {
     EXPECT_EQ(player.Show(start + 153), (Shown{start + 153, now + 33, false, false}));
 }
 
-TEST(DisplayTimeSync, JumpsOfTheTimeStampsRebase) {
-    {
-        Player player(DisplayTimeRules(true));
-        const std::uint32_t start = player.Learn();
-        const std::uint32_t now = player.Now();
-        EXPECT_EQ(player.Show(start - 5000), (Shown{start - 5000, now, true, false}));
-        EXPECT_EQ(player.Show(start - 4960), (Shown{start - 4960, now, false, false}));
-    }
-    {
-        Player player(DisplayTimeRules(true));
-        const std::uint32_t start = player.Learn();
-        const std::uint32_t now = player.Now();
-        EXPECT_EQ(player.Show(start + 3600000), (Shown{start + 3600000, now + 33, false, true}));
-        EXPECT_EQ(player.Show(start + 3600020).at, now + 53);
-    }
+TEST_F(LearnedTimeSync, JumpsBackRebase) {
+    EXPECT_EQ(player.Show(start - 5000), (Shown{start - 5000, base, true, false}));
+    EXPECT_EQ(player.Show(start - 4960), (Shown{start - 4960, base, false, false}));
 }
 
-TEST(DisplayTimeSync, TimeStampZeroIsNeverHeldAndRebases) {
-    Player player(DisplayTimeRules(true));
-    const std::uint32_t start = player.Learn();
-    const std::uint32_t now = player.Now();
-    EXPECT_EQ(player.Show(0).at, now);
+TEST_F(LearnedTimeSync, JumpsAheadRebase) {
+    EXPECT_EQ(player.Show(start + 3600000), (Shown{start + 3600000, base + 33, false, true}));
+    EXPECT_EQ(player.Show(start + 3600020).at, base + 53);
+}
+
+TEST_F(LearnedTimeSync, TimeStampZeroIsNeverHeldAndRebases) {
+    EXPECT_EQ(player.Show(0).at, base);
     // The next one is a new base however far ahead it is.
-    EXPECT_EQ(player.Show(start + 500), (Shown{start + 500, now, false, false}));
-    EXPECT_EQ(player.Show(start + 520).at, now + 20);
+    EXPECT_EQ(player.Show(start + 500), (Shown{start + 500, base, false, false}));
+    EXPECT_EQ(player.Show(start + 520).at, base + 20);
     for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(player.Show(0).at, now + 20);
+        EXPECT_EQ(player.Show(0).at, base + 20);
 }
 
 TEST(DisplayTimeSync, SwitchedOffItHoldsNothingButStillSeesLateness) {

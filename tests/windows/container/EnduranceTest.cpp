@@ -11,7 +11,7 @@ namespace {
 
 // What the system caches on first use is there after these.
 constexpr int kWarmUpRounds = 50;
-constexpr int kControlRounds = 1000;
+constexpr int kControlRounds = 300;
 constexpr int kModuleRounds = 200;
 
 // Something left behind in every tenth round is found.

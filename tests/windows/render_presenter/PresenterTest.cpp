@@ -23,10 +23,10 @@ constexpr PixelRect kPlace{200, 150, 600, 450};
 
 class PresenterTest : public testing::TestWithParam<DisplayMode> {
   protected:
-    PresenterTest() { Make(); }
+    PresenterTest() { Make(window.Handle()); }
 
-    void Make() {
-        config.videoWindow = window.Handle();
+    void Make(HWND videoWindow) {
+        config.videoWindow = videoWindow;
         config.notifyWindow = window.Handle();
         config.view = &view;
         config.overlays = overlays;
@@ -108,9 +108,7 @@ TEST_P(PresenterTest, StaysBehindOtherWindows) {
 TEST_P(PresenterTest, ShowsInAChildWindowWithinItsParent) {
     const PixelRect place{40, 50, 440, 350};  // reaches beyond the parent by 40 columns and 50 rows
     const TestWindow child(place, kUntouched, window.Handle());
-    config.videoWindow = child.Handle();
-    presenter = CreatePresenter(GetParam(), config);
-    ASSERT_EQ(presenter->Initialize(kPicture.width, kPicture.height), S_OK);
+    Make(child.Handle());
     EXPECT_EQ(Show(grid), S_OK);
     const Pixels seen = Pixels::OfScreen(Offset(place, kPlace.left, kPlace.top));
     EXPECT_THAT(Differences(seen, grid, {0, 0, 360, 250}), IsEmpty());
@@ -166,9 +164,7 @@ TEST_P(PresenterTest, SkipsAWindowThatCannotBeSeen) {
     EXPECT_NE(Pixels::OfScreen(kPlace).At(50, 50), grid[0][0]);
 
     auto gone = std::make_unique<TestWindow>(kPlace, kUntouched);
-    config.videoWindow = gone->Handle();
-    presenter = CreatePresenter(GetParam(), config);
-    ASSERT_EQ(presenter->Initialize(kPicture.width, kPicture.height), S_OK);
+    Make(gone->Handle());
     gone.reset();
     EXPECT_EQ(Show(grid), S_FALSE);
 }
@@ -187,7 +183,7 @@ class CrossPainter : public OverlayPainter {
 TEST_P(PresenterTest, PaintsOverThePicture) {
     CrossPainter painter;
     overlays = &painter;
-    Make();
+    Make(window.Handle());
     view.SetCaption(L"Gate (AV-TCP)");
     view.SetBorderShown(true);
     GridPicture picture = MakePicture(grid);
@@ -319,7 +315,7 @@ TEST_P(PresenterTest, LeaksNoGdiObjects) {
     overlays = &painter;
     const auto run = [&](int times) {
         for (int i = 0; i < times; ++i) {
-            Make();
+            Make(window.Handle());
             view.SetCaption(L"caption");
             view.SetRotation(static_cast<Rotation>(i % 4 * 90));
             for (int step = 0; step < 4; ++step) {

@@ -17,7 +17,22 @@ namespace {
 constexpr PixelSize kPicture{320, 240};
 constexpr DWORD kDeadline = 20000;
 
-class ThreadsTest : public testing::TestWithParam<DisplayMode> {};
+class ThreadsTest : public testing::TestWithParam<DisplayMode> {
+  protected:
+    ThreadsTest() {
+        PresenterConfig config;
+        config.videoWindow = window->Handle();
+        config.notifyWindow = window->Handle();
+        config.view = &view;
+        presenter = CreatePresenter(GetParam(), config);
+    }
+
+    std::unique_ptr<TestWindow> window =
+        std::make_unique<TestWindow>(PixelRect{100, 100, 300, 300}, RGB(0, 0, 0));
+    PictureView view;
+    std::unique_ptr<Presenter> presenter;
+    util::Event done{util::Event::Kind::kManualReset};
+};
 INSTANTIATE_TEST_SUITE_P(Modes, ThreadsTest, testing::Values(DisplayMode::Gdi, DisplayMode::DirectDraw),
                          [](const auto& info) {
                              return info.param == DisplayMode::Gdi ? "Gdi" : "DirectDraw";
@@ -37,16 +52,7 @@ bool PumpUntil(const util::Event& event) {
 
 TEST_P(ThreadsTest, WindowMayChangeAndGoWhilePicturesArePresented) {
     constexpr int kPictures = 300;
-    auto window = std::make_unique<TestWindow>(PixelRect{100, 100, 300, 300}, RGB(0, 0, 0));
-    PictureView view;
-    PresenterConfig config;
-    config.videoWindow = window->Handle();
-    config.notifyWindow = window->Handle();
-    config.view = &view;
-    const auto presenter = CreatePresenter(GetParam(), config);
     GridPicture picture(TestGrid(), kPicture, presenter->Format());
-
-    util::Event done(util::Event::Kind::kManualReset);
     std::atomic<int> shown{0};
     std::atomic<int> turn{0};
     std::thread display([&] {
@@ -80,16 +86,8 @@ TEST_P(ThreadsTest, WindowMayChangeAndGoWhilePicturesArePresented) {
 
 // The window thread holds messages back, as it does while it waits for workers to stop.
 TEST_P(ThreadsTest, PresentingDoesNotWaitForTheWindowThread) {
-    const TestWindow window({100, 100, 300, 300}, RGB(0, 0, 0));
-    PictureView view;
-    PresenterConfig config;
-    config.videoWindow = window.Handle();
-    config.notifyWindow = window.Handle();
-    config.view = &view;
-    const auto presenter = CreatePresenter(GetParam(), config);
     ASSERT_EQ(presenter->Initialize(kPicture.width, kPicture.height), S_OK);
     GridPicture picture(TestGrid(), kPicture, presenter->Format());
-    util::Event done(util::Event::Kind::kManualReset);
     int shown = 0;
     std::thread display([&] {
         for (int i = 0; i < 20; ++i) {
