@@ -29,8 +29,7 @@ inline constexpr long kClosedPort = 9;
 class FakeSite final : public TestObject<IOleClientSite> {
   public:
     FakeSite() = default;
-    /// Takes the moniker over; null: a container without one.
-    explicit FakeSite(IMoniker* moniker) { m_moniker.Attach(moniker); }
+    explicit FakeSite(IMoniker* moniker) : m_moniker(moniker) {}
     /// A web page's address.
     explicit FakeSite(const wchar_t* url);
 

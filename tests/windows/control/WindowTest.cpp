@@ -108,7 +108,7 @@ TEST_F(TheWindow, IsNotWaitedForWhenTheProgramEnds) {
 // ---- The page
 
 TEST_F(TheWindow, TakesTheCameraFromThePage) {
-    IMoniker* document = nullptr;
+    Microsoft::WRL::ComPtr<IMoniker> document;
     ASSERT_EQ(CreateItemMoniker(L"!", L"Sheet1", &document), S_OK);
     const std::wstring longHost(259, L'h');
     const std::wstring longer = L"http://" + longHost + L"h/";
@@ -135,7 +135,7 @@ TEST_F(TheWindow, TakesTheCameraFromThePage) {
          81, true, "scheme=http, host=camera.example, port=81"},
         {"a local page", FakeSite(L"file:///C:/pages/view.html"), L"preset", 80, false, ""},
         {"the longest host", FakeSite(longest.c_str()), longHost, 80, true, "scheme=http, host=hhh"},
-        {"no address at all", FakeSite(document), L"preset", 80, false, "", false},
+        {"no address at all", FakeSite(document.Get()), L"preset", 80, false, "", false},
         {"a host that is too long", FakeSite(longer.c_str()), L"preset", 80, false, "", false},
     };
     EnableLog();
