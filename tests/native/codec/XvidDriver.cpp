@@ -4,15 +4,15 @@
 
 namespace codec::test {
 
-XvidDriver::XvidDriver() {
+XvidDriver::XvidDriver(DecoreFunction decore) : m_decore(decore) {
     xvid_dec_create_t create = {};
     create.version = XVID_VERSION;
-    EXPECT_EQ(xvid_decore(nullptr, XVID_DEC_CREATE, &create, nullptr), 0);
+    EXPECT_EQ(m_decore(nullptr, XVID_DEC_CREATE, &create, nullptr), 0);
     m_handle = create.handle;
 }
 
 XvidDriver::~XvidDriver() {
-    if (m_handle) xvid_decore(m_handle, XVID_DEC_DESTROY, nullptr, nullptr);
+    if (m_handle) m_decore(m_handle, XVID_DEC_DESTROY, nullptr, nullptr);
 }
 
 int XvidDriver::Call(const std::uint8_t* data, int length, int general, xvid_dec_stats_t* stats) {
@@ -37,7 +37,7 @@ int XvidDriver::Call(const std::uint8_t* data, int length, int general, xvid_dec
     }
     *stats = {};
     stats->version = XVID_MAKE_VERSION(1, 1, 2);
-    return xvid_decore(m_handle, XVID_DEC_DECODE, &frame, stats);
+    return m_decore(m_handle, XVID_DEC_DECODE, &frame, stats);
 }
 
 XvidDriver::Output XvidDriver::Decode(const Bytes& packet, int general) {

@@ -7,10 +7,12 @@
 
 namespace codec::test {
 
+using DecoreFunction = int (*)(void*, int, void*, void*);
+
 /// Decodes packets as the interface's users do: a packet is handed in until it gives a picture or is used up.
 class XvidDriver {
   public:
-    XvidDriver();
+    explicit XvidDriver(DecoreFunction decore = xvid_decore);
     ~XvidDriver();
     XvidDriver(const XvidDriver&) = delete;
     XvidDriver& operator=(const XvidDriver&) = delete;
@@ -37,6 +39,7 @@ class XvidDriver {
   private:
     int Call(const std::uint8_t* data, int length, int general, xvid_dec_stats_t* stats);
 
+    DecoreFunction m_decore;
     void* m_handle = nullptr;
 };
 
