@@ -204,9 +204,10 @@ std::size_t MultipartFraming::FindPictureEnd(Bytes data) {
 Framing::Step MultipartFraming::TakeUpToDelimiter(ByteWindow& window, Found& found) {
     const Bytes data = window.Data();
     const Delimiter delimiter = FindDelimiter(TextOf(data));
-    // Many cameras send the boundary together with the next picture: this one need not wait for it.
+    // Many cameras send the boundary together with the next picture: this one need not wait for it. What is
+    // complete first counts, in whatever pieces it comes.
     const std::size_t end = m_wanted ? FindPictureEnd(data) : 0;
-    if (end != 0 && end <= m_limit && (!delimiter.found || end <= delimiter.begin)) {
+    if (end != 0 && end <= m_limit && (!delimiter.found || end < delimiter.end)) {
         found = {data.first(end), end};
         StartPart(Part::Search);
         m_junk.Forget();
