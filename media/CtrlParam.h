@@ -29,8 +29,9 @@ inline constexpr std::int32_t kVolumeAsRecorded = -1;
 // The parameter block that the threads of one connection share: settings and requests of the host, what is
 // known of the stream, the frame pools and the frame counters.
 //
-// Owned by the session driver; it outlives the receivers, the decoder and the audio player. The public values
-// below are atomic or locked one by one; who writes each is said at the head of its band.
+// Owned by the control, and shared with the threads of its connections; it outlives the receivers, the
+// decoder and the audio player. The public values below are atomic or locked one by one; who writes each is
+// said at the head of its band.
 //
 // Frames: a receiver calls an insert operation, which copies the frame into a free record and queues it; the
 // decode thread and the audio thread take filled records and give them back. Records and their buffers are

@@ -19,7 +19,7 @@ struct Pipeline;
 // Turns a connection's compressed video into pictures on the screen: owns the decode thread, which takes
 // frames from the parameter block, and the display thread, which shows the pictures when they are due.
 //
-// One per connection, owned by the session driver. Belongs to the thread that created it. In this order:
+// One per connection. Belongs to one thread at a time: whoever made it may hand it to another. In this order:
 // construct, AttachWindow, SetPresenter, CreateDisplayThread, StartDecThread; the parameter block outlives
 // it.
 class CDecoder {

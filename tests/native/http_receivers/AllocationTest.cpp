@@ -2,29 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
-
 #include "Streams.h"
 #include "include/HTTP/BodyDecoder.h"
 #include "include/HTTP/FrameDelivery.h"
 #include "media/MediaPlatformFake.h"
-
-namespace {
-std::size_t g_allocations = 0;
-}
-
-void* operator new(std::size_t size) {
-    ++g_allocations;
-    if (void* const memory = std::malloc(size)) return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
+#include "tests/native/CountAllocations.h"
 
 namespace http_test {
 namespace {

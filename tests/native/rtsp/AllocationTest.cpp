@@ -2,32 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
-
 #include "live/BasicUsageEnvironment.hh"
 #include "live/GroupsockHelper.hh"
 #include "live/liveMedia.hh"
 
 #include "include/RTSP/DummySink.h"
 #include "media/CtrlParam.h"
+#include "tests/native/CountAllocations.h"
 #include "tests/native/live/Packetizer.h"
-
-namespace {
-std::size_t g_allocations = 0;
-}
-
-void* operator new(std::size_t size) {
-    ++g_allocations;
-    if (void* const memory = std::malloc(size)) return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace norix {
 namespace {
