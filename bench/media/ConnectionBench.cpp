@@ -16,7 +16,7 @@
 #include "codec/Jpeg.h"
 #include "codec/StaticInit.h"
 #include "media/CtrlParam.h"
-#include "render/Decoder.h"
+#include "render/decode/Decoder.h"
 #include "util/Handles.h"
 
 namespace norix {

@@ -9,9 +9,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "render/DirectDrawFunctions.h"
-#include "render/PictureBlit.h"
-#include "render/Presenter.h"
+#include "render/present/DirectDrawFunctions.h"
+#include "render/present/PictureBlit.h"
+#include "render/present/Presenter.h"
 #include "util/Handles.h"
 
 namespace norix {

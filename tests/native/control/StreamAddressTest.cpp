@@ -1,4 +1,4 @@
-#include "control/StreamAddress.h"
+#include "control/connection/StreamAddress.h"
 
 #include <gtest/gtest.h>
 

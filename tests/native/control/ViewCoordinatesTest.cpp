@@ -1,4 +1,4 @@
-#include "control/ViewCoordinates.h"
+#include "control/view/ViewCoordinates.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "render/DecodeLoop.h"
+#include "render/decode/DecodeLoop.h"
 
 #include <gtest/gtest.h>
 

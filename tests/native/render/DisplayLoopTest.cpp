@@ -1,4 +1,4 @@
-#include "render/DisplayLoop.h"
+#include "render/present/DisplayLoop.h"
 
 #include <gtest/gtest.h>
 

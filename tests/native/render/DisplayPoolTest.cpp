@@ -1,4 +1,4 @@
-#include "render/DisplayPool.h"
+#include "render/present/DisplayPool.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "render/PauseGate.h"
+#include "render/decode/PauseGate.h"
 
 #include <gtest/gtest.h>
 

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "media/MediaPlatformFake.h"
-#include "render/DecodeLoop.h"
-#include "render/DisplayLoop.h"
+#include "render/decode/DecodeLoop.h"
+#include "render/present/DisplayLoop.h"
 #include "tests/native/codec/Corpus.h"
 
 namespace norix::test {

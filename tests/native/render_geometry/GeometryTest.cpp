@@ -1,4 +1,4 @@
-#include "render/Geometry.h"
+#include "render/present/Geometry.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "render/PictureView.h"
+#include "render/present/PictureView.h"
 
 #include <gmock/gmock.h>
 

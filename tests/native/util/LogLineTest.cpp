@@ -53,7 +53,7 @@ TEST(LogLine, HasTagThreadTextLocationAndLineEnd) {
         {std::nullopt, L"a\r\nb", std::nullopt, L"[NorixSDK]a\r\nb\r\n"},
         {7, L"x", Origin{L".\\control\\NorixSDKCtl.cpp", 120, L"CNorixSDKCtrl::OnTimer"},
          L"[NorixSDK][T00007] x [NorixSDKCtl.cpp(120) CNorixSDKCtrl::OnTimer()]\r\n"},
-        {std::nullopt, L"x", Origin{L"/src/render/Decoder.cpp", 1, L"F"},
+        {std::nullopt, L"x", Origin{L"/src/render/decode/Decoder.cpp", 1, L"F"},
          L"[NorixSDK]x [Decoder.cpp(1) F()]\r\n"},
         {std::nullopt, L"x", Origin{L"a/b\\c.cpp", 1, L"F"}, L"[NorixSDK]x [c.cpp(1) F()]\r\n"},
         {std::nullopt, L"x", Origin{L"a\\b/c.cpp", 1, L"F"}, L"[NorixSDK]x [c.cpp(1) F()]\r\n"},

@@ -1,4 +1,4 @@
-#include "control/SavedCredentials.h"
+#include "control/connection/SavedCredentials.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
-#include "render/Decoder.h"
+#include "render/decode/Decoder.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <functional>
 
-#include "render/NullPresenter.h"
+#include "render/present/NullPresenter.h"
 #include "tests/native/render/DamagedStream.h"
 #include "util/Handles.h"
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "codec/H264Decoder.h"
-#include "render/Decoder.h"
+#include "render/decode/Decoder.h"
 #include "tests/native/codec/Corpus.h"
 #include "tests/windows/render_presenter/Screen.h"
 

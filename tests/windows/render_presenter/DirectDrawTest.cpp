@@ -1,12 +1,12 @@
 // What the DirectDraw presenter does when DirectDraw misbehaves: real surfaces, with single methods replaced.
 
-#include "render/DirectDrawPresenter.h"
+#include "render/present/DirectDrawPresenter.h"
 
 #include <gmock/gmock.h>
 
 #include <memory>
 
-#include "render/DisplayChoice.h"
+#include "render/present/DisplayChoice.h"
 #include "tests/windows/render_presenter/Screen.h"
 
 namespace norix {

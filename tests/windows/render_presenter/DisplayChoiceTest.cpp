@@ -1,4 +1,4 @@
-#include "render/DisplayChoice.h"
+#include "render/present/DisplayChoice.h"
 
 #include <gtest/gtest.h>
 

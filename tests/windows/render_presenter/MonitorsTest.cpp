@@ -1,4 +1,4 @@
-#include "render/Monitors.h"
+#include "render/present/Monitors.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // What both presenters must show, read back from the screen.
 
-#include "render/Presenter.h"
+#include "render/present/Presenter.h"
 
 #include <gmock/gmock.h>
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "render/Geometry.h"
-#include "render/Presenter.h"
+#include "render/present/Geometry.h"
+#include "render/present/Presenter.h"
 
 namespace norix {
 

@@ -1,4 +1,4 @@
-#include "render/StatusPicture.h"
+#include "render/present/StatusPicture.h"
 
 #include <gtest/gtest.h>
 

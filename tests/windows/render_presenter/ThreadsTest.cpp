@@ -7,7 +7,7 @@
 #include <memory>
 #include <thread>
 
-#include "render/Presenter.h"
+#include "render/present/Presenter.h"
 #include "tests/windows/render_presenter/Screen.h"
 #include "util/Handles.h"
 

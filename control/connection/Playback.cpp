@@ -1,0 +1,130 @@
+#include "control/connection/Playback.h"
+
+#include <utility>
+
+#include "audio/AudioControl.h"
+#include "media/CtrlParam.h"
+#include "render/decode/Decoder.h"
+#include "render/present/DisplayChoice.h"
+
+namespace norix {
+
+namespace {
+
+void Apply(const ViewState& state, PictureView& view) {
+    view.SetCaption(state.caption);
+    view.SetCaptionShown(state.captionShown);
+    view.SetBorderShown(state.borderShown);
+    view.EnableDigitalPtz(state.digitalPtz);
+    view.SetRotation(state.rotation);
+}
+
+}  // namespace
+
+Playback::~Playback() {
+    Close();
+}
+
+std::shared_ptr<CDecoder> Playback::Decoder() const {
+    std::lock_guard<std::mutex> lock(m_lock);
+    return m_decoder;
+}
+
+// ---- Receiving threads
+// --------------------------------------------------------------------------------------
+
+// Closing comes after the receiving threads have ended. The connection's end is known before that: a thread
+// that then went on to open devices would be waited for.
+bool Playback::IsEnding() const {
+    return m_closed || m_param->IsClosing();
+}
+
+void Playback::Start() {
+    std::lock_guard<std::mutex> starting(m_starting);
+    StartDecoder();
+    StartAudio();
+}
+
+std::shared_ptr<Presenter> Playback::MakePresenter(CDecoder& decoder) {
+    const HWND window = m_param->window.Get();
+    const DisplayChoice choice = ChooseDisplayMode(m_param->forceGDI.Get(), decoder.Kind(), window);
+    m_param->directDrawAvailable.Set(choice.directDrawAvailable);
+    PresenterConfig config;
+    config.videoWindow = window;
+    config.notifyWindow = window;
+    config.view = &decoder.View();
+    config.decoderKind = decoder.Kind();
+    config.waitForVerticalBlank = decoder.Settings().enableVSync;
+    return CreatePresenter(choice.mode, config);
+}
+
+void Playback::StartDecoder() {
+    const VideoCodec codec = m_param->videoCodec.Get();
+    {
+        std::lock_guard<std::mutex> lock(m_lock);
+        const bool wanted = codec != VideoCodec::None && m_param->mediaType.Get() != MediaType::Audio;
+        if (IsEnding() || m_decoder != nullptr || !wanted) return;
+    }
+    // Without the lock: making a presenter may have to wait for the window's thread.
+    auto decoder = std::make_shared<CDecoder>(static_cast<std::uint32_t>(codec));
+    decoder->AttachWindow(m_param->window.Get());
+    decoder->SetPresenter(MakePresenter(*decoder));
+    std::lock_guard<std::mutex> lock(m_lock);
+    if (IsEnding()) return;
+    Apply(m_view, decoder->View());
+    if (decoder->CreateDisplayThread() != kResultOk || decoder->StartDecThread(m_param.get()) != kResultOk)
+        return;
+    m_decoder = std::move(decoder);
+}
+
+void Playback::StartAudio() {
+    {
+        std::lock_guard<std::mutex> lock(m_lock);
+        if (IsEnding() || m_audioTried || m_param->audioCodec.Get() == AudioCodec::None) return;
+        m_audioTried = true;
+    }
+    auto audio = std::make_shared<CAudioControl>(*m_param, m_param);
+    if (!audio->OpenDevice()) {
+        m_param->soundPlayed.Set(false);
+        return;
+    }
+    std::lock_guard<std::mutex> lock(m_lock);
+    if (IsEnding()) return;
+    audio->StartAudioThread(m_param.get());
+    m_audio = std::move(audio);
+}
+
+// ---- Window thread
+// ------------------------------------------------------------------------------------------
+
+void Playback::StopOutput() {
+    if (const auto decoder = Decoder()) decoder->StopOutput();
+}
+
+void Playback::Close() {
+    std::shared_ptr<CDecoder> decoder;
+    std::shared_ptr<CAudioControl> audio;
+    {
+        std::lock_guard<std::mutex> lock(m_lock);
+        m_closed = true;
+        decoder = std::exchange(m_decoder, nullptr);
+        audio = std::exchange(m_audio, nullptr);
+    }
+}
+
+void Playback::SetView(const ViewState& view) {
+    std::lock_guard<std::mutex> lock(m_lock);
+    m_view = view;
+    if (m_decoder) Apply(m_view, m_decoder->View());
+}
+
+void Playback::ChangePresenter() {
+    if (const auto decoder = Decoder()) decoder->SetPresenter(MakePresenter(*decoder));
+}
+
+bool Playback::DrawLast(HDC dc, const RECT& target) const {
+    const auto decoder = Decoder();
+    return decoder && decoder->DrawLast(dc, target);
+}
+
+}  // namespace norix

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "media/MediaPlayers.h"
+#include "render/present/Geometry.h"
+
+namespace norix {
+
+class CAudioControl;
+class CCtrlParam;
+class CDecoder;
+class Presenter;
+
+/// How the host wants the picture of a connection to look.
+struct ViewState {
+    std::wstring caption;
+    bool captionShown = true;
+    bool borderShown = true;
+    bool digitalPtz = false;
+    Rotation rotation = Rotation::k0;  // only GDI presents it
+};
+
+/// The decoder and the audio player of one connection. Made by the window thread when it connects; the
+/// receiving threads start the players once they know the codecs; the window thread commands them and closes
+/// them for good.
+///
+/// Receiving threads share it with the control, so that one that had to be abandoned finds it when it comes
+/// to itself: it can start nothing any more then.
+class Playback final : public MediaPlayers {
+  public:
+    /// The window that the parameter block names gets the pictures.
+    explicit Playback(std::shared_ptr<CCtrlParam> param) : m_param(std::move(param)) {}
+    ~Playback() override;
+    Playback(const Playback&) = delete;
+    Playback& operator=(const Playback&) = delete;
+
+    // ---- Receiving threads
+    void Start() override;
+
+    // ---- Window thread
+    /// Ends showing pictures without waiting for any thread.
+    void StopOutput();
+    /// Stops and deletes the players; whatever is started afterwards is dropped.
+    void Close();
+    /// Applies to the decoder that is there and to one that comes.
+    void SetView(const ViewState& view);
+    /// Shows the pictures by GDI or DirectDraw, as the parameter block says now.
+    void ChangePresenter();
+    bool HasDecoder() const { return Decoder() != nullptr; }
+    /// Draws the last picture into any device context; false when there is none.
+    bool DrawLast(HDC dc, const RECT& target) const;
+
+  private:
+    std::shared_ptr<CDecoder> Decoder() const;
+    bool IsEnding() const;  // with m_lock held
+    void StartDecoder();
+    void StartAudio();
+    std::shared_ptr<Presenter> MakePresenter(CDecoder& decoder);
+
+    const std::shared_ptr<CCtrlParam> m_param;
+
+    std::mutex m_starting;  // receiving threads only: one of them at a time makes players
+
+    mutable std::mutex m_lock;  // held only while the fields below are copied
+    bool m_closed = false;
+    bool m_audioTried = false;  // a device that could not be opened is not asked for again
+    ViewState m_view;
+    std::shared_ptr<CDecoder> m_decoder;
+    std::shared_ptr<CAudioControl> m_audio;
+};
+
+}  // namespace norix

@@ -1,0 +1,119 @@
+#include "control/connection/SavedCredentials.h"
+
+#include <dpapi.h>
+#include <wincrypt.h>
+
+#include <cwctype>
+#include <vector>
+
+#include "util/Handles.h"
+#include "util/Registry.h"
+
+namespace norix {
+
+namespace {
+
+constexpr wchar_t kKey[] = L"Software\\Norix\\Credentials";
+constexpr std::size_t kLongestServer = 255;  // a host name (RFC 1035), and what a value's name can hold
+constexpr std::size_t kLongestText = 1024;
+
+/// Memory that the encryption functions allocate, wiped before it is freed.
+class ProtectedBlob {
+  public:
+    ProtectedBlob() = default;
+    ~ProtectedBlob() {
+        if (m_blob.pbData == nullptr) return;
+        SecureZeroMemory(m_blob.pbData, m_blob.cbData);
+        LocalFree(m_blob.pbData);
+    }
+    ProtectedBlob(const ProtectedBlob&) = delete;
+    ProtectedBlob& operator=(const ProtectedBlob&) = delete;
+
+    DATA_BLOB* Receive() { return &m_blob; }
+    const BYTE* Data() const { return m_blob.pbData; }
+    DWORD Size() const { return m_blob.cbData; }
+
+  private:
+    DATA_BLOB m_blob = {};
+};
+
+DATA_BLOB BlobOf(const std::wstring& text) {
+    return {static_cast<DWORD>(text.size() * sizeof(wchar_t)),
+            reinterpret_cast<BYTE*>(const_cast<wchar_t*>(text.data()))};
+}
+
+/// The name of the server's value, which is also part of the secret; empty for no usable name.
+std::wstring NameOf(const std::wstring& server) {
+    if (server.size() > kLongestServer) return {};
+    std::wstring name = server;
+    for (wchar_t& c : name)
+        c = static_cast<wchar_t>(std::towlower(c));
+    return name;
+}
+
+std::wstring ToHex(const BYTE* data, DWORD size) {
+    static constexpr wchar_t kDigits[] = L"0123456789abcdef";
+    std::wstring text;
+    text.reserve(2 * std::size_t{size});
+    for (DWORD i = 0; i < size; ++i) {
+        text += kDigits[data[i] >> 4];
+        text += kDigits[data[i] & 0xF];
+    }
+    return text;
+}
+
+std::optional<BYTE> DigitOf(wchar_t c) {
+    if (c >= L'0' && c <= L'9') return static_cast<BYTE>(c - L'0');
+    if (c >= L'a' && c <= L'f') return static_cast<BYTE>(c - L'a' + 10);
+    return std::nullopt;
+}
+
+std::vector<BYTE> FromHex(const std::wstring& text) {
+    std::vector<BYTE> bytes;
+    for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
+        const auto high = DigitOf(text[i]);
+        const auto low = DigitOf(text[i + 1]);
+        if (!high || !low) return {};
+        bytes.push_back(static_cast<BYTE>(*high << 4 | *low));
+    }
+    return bytes;
+}
+
+}  // namespace
+
+std::optional<SignIn> SavedCredentials::Load(const std::wstring& server) {
+    const std::wstring name = NameOf(server);
+    if (name.empty()) return std::nullopt;
+    std::vector<BYTE> bytes = FromHex(util::StringReg(HKEY_CURRENT_USER, kKey, name.c_str()).Value());
+    if (bytes.empty()) return std::nullopt;
+    DATA_BLOB secret = {static_cast<DWORD>(bytes.size()), bytes.data()};
+    DATA_BLOB entropy = BlobOf(name);
+    ProtectedBlob plain;
+    if (!CryptUnprotectData(&secret, nullptr, &entropy, nullptr, nullptr, CRYPTPROTECT_UI_FORBIDDEN,
+                            plain.Receive())) {
+        return std::nullopt;
+    }
+    std::wstring text(reinterpret_cast<const wchar_t*>(plain.Data()), plain.Size() / sizeof(wchar_t));
+    const std::size_t end = text.find(L'\0');
+    if (end == std::wstring::npos) return std::nullopt;
+    return SignIn{text.substr(0, end), text.substr(end + 1)};
+}
+
+bool SavedCredentials::Save(const std::wstring& server, const SignIn& signIn) {
+    const std::wstring name = NameOf(server);
+    if (name.empty() || signIn.user.size() > kLongestText || signIn.password.size() > kLongestText)
+        return false;
+    if (const auto saved = Load(server); saved && *saved == signIn) return true;
+    std::wstring text = signIn.user + L'\0' + signIn.password;
+    DATA_BLOB plain = BlobOf(text);
+    DATA_BLOB entropy = BlobOf(name);
+    ProtectedBlob secret;
+    const BOOL encrypted = CryptProtectData(&plain, L"NorixSDK", &entropy, nullptr, nullptr,
+                                            CRYPTPROTECT_UI_FORBIDDEN, secret.Receive());
+    SecureZeroMemory(text.data(), text.size() * sizeof(wchar_t));
+    if (!encrypted) return false;
+    const std::wstring stored = ToHex(secret.Data(), secret.Size());
+    return util::StringReg(HKEY_CURRENT_USER, kKey, name.c_str(), true).Set(stored);
+}
+
+}  // namespace norix

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "control/view/ViewCoordinates.h"
+#include "render/present/Geometry.h"
+
+namespace norix {
+
+class CNorixSDKCtrl;
+
+/// The host's commands on the view: sizes and coordinates, rotation, decode speed, digital PTZ. Window
+/// thread. What acts on the decoder answers E_POINTER while no connection has one.
+class ViewCommands {
+  public:
+    explicit ViewCommands(CNorixSDKCtrl& owner) : m_owner(owner) {}
+
+    /// Fixes the size that coordinates refer to, in pixels of the video; 0 x 0 goes back to the picture's
+    /// own size. E_INVALIDARG for negative values.
+    long SetVideoSize(long width, long height);
+    /// Converts between pixels of the video and of the control's window. Empty when either size is not
+    /// known.
+    std::wstring ConvertCoordinateInJSON(long x, long y, bool videoToWindow) const;
+    /// A multiple of 90 degrees, or E_INVALIDARG.
+    long RotateVideo(long angle);
+    /// 0 (everything) to 7 (fastest); other values are limited to these.
+    long ChangeDecodeSpeed(long speed);
+    void EnableDigitalPTZ(bool enable);
+    void PreviewFullScreen(bool full);
+
+    /// What of this a new connection's decoder starts with.
+    Rotation CurrentRotation() const { return m_rotation; }
+    bool IsDigitalPtzEnabled() const { return m_digitalPtz; }
+
+    /// The tick of kTimerDeferredView.
+    void OnDeferredViewTimer();
+
+  private:
+    ViewSize VideoSize() const;
+    ViewSize WindowSize() const;
+
+    CNorixSDKCtrl& m_owner;
+    ViewSize m_configuredSize;
+    Rotation m_rotation = Rotation::k0;
+    bool m_digitalPtz = false;
+};
+
+}  // namespace norix

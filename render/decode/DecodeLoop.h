@@ -1,0 +1,54 @@
+#pragma once
+
+#include <memory>
+
+#include "render/decode/CodecAdapter.h"
+#include "render/decode/Pipeline.h"
+
+namespace norix {
+
+// The decode thread's work: takes compressed frames from the parameter block, has them decoded and queues the
+// pictures. Belongs to that thread.
+class DecodeLoop final : private DecodeHost {
+  public:
+    explicit DecodeLoop(Pipeline& pipeline);
+
+    // Until decodeRunning is cleared.
+    void Run();
+
+    // One round: waits at most 10 ms for a frame and deals with it.
+    void Step();
+
+  private:
+    bool IsRunning() const override { return m_pipeline.decodeRunning.load(); }
+    bool PrepareFor(PixelSize size) override;
+    PixelSize Size() const override { return m_size; }
+    bool IsReady() const override { return m_ready; }
+    codec::OutputPicture Work() override { return Describe(m_work); }
+    codec::OutputPicture Scratch() override;
+    void SwapWorkAndScratch() override { m_work.Swap(m_scratch); }
+    bool DeInterlace() const override { return m_param->deInterlace.Get(); }
+    bool SuppressDeinterlace() const override { return m_param->suppressDeinterlace.Get(); }
+    int DecodeSpeed() const override { return m_param->decodeSpeed.Get(); }
+
+    codec::OutputPicture Describe(const PictureBuffer& buffer) const;
+    bool EnsureBuffer(PictureBuffer& buffer) const;
+    void AdoptOfferedSink();
+    bool PrepareSink();
+    void DecodeRecord(const VideoFrameRecord& record);
+    void SaveJpegOnRequest(const VideoFrameRecord& record);
+    DisplayFrame* WaitForFreeFrame(std::uint32_t pts);
+    void PushBackToDisplayQueue(const VideoFrameRecord& record);
+    void ReportRegionsOnce();
+
+    Pipeline& m_pipeline;
+    CCtrlParam* m_param = nullptr;
+    const std::unique_ptr<CodecAdapter> m_adapter;  // null: frames are passed on undecoded
+    PictureBuffer m_work;                           // the codec writes here; swapped with a display frame's
+    PictureBuffer m_scratch;                        // for filters; made when first needed
+    PixelSize m_size;
+    bool m_ready = false;  // the sink is prepared for m_size
+    bool m_regionsReported = false;
+};
+
+}  // namespace norix

@@ -1,0 +1,159 @@
+#include "render/decode/Decoder.h"
+
+#include <utility>
+
+#include "render/decode/DecodeLoop.h"
+#include "render/present/DisplayLoop.h"
+#include "util/Log.h"
+#include "util/Settings.h"
+#include "util/TimeDiff.h"
+
+namespace norix {
+namespace {
+
+DecoderSettings ReadSettings() {
+    DecoderSettings settings;
+    settings.enableTimeSync = util::Settings::EnableTimeSync();
+    settings.enableVSync = util::Settings::EnableVSync();
+    settings.displayBufferNum = util::Settings::DisplayBufferNum();
+    settings.displayBufferSize = util::Settings::DisplayBufferSize();
+    return settings;
+}
+
+unsigned HandleNumber(HANDLE handle) {
+    return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(handle));
+}
+
+// The presenter as the loops see it.
+class PresenterSink final : public PictureSink {
+  public:
+    explicit PresenterSink(std::shared_ptr<Presenter> presenter) : m_presenter(std::move(presenter)) {}
+
+    codec::PixelFormat Format() const override { return m_presenter->Format(); }
+    bool Prepare(PixelSize size) override {
+        return SUCCEEDED(m_presenter->Initialize(size.width, size.height));
+    }
+    void Show(const DisplayFrame& frame, const std::array<bool, kRegionCount>& drawn) override {
+        Picture picture;
+        picture.data = frame.picture.Data();
+        picture.size = frame.size;
+        picture.stride = frame.Stride();
+        for (std::size_t i = 0; i < kRegionCount; ++i)
+            picture.regions[i] = {frame.regions[i], drawn[i]};
+        m_presenter->Present(picture);
+    }
+    void DisplayChanged() override { m_presenter->DisplayChanged(); }
+
+  private:
+    const std::shared_ptr<Presenter> m_presenter;
+};
+
+// Takes pictures while no presenter has been set.
+class NoSink final : public PictureSink {
+  public:
+    codec::PixelFormat Format() const override { return codec::PixelFormat::kBgr24; }
+    bool Prepare(PixelSize) override { return true; }
+    void Show(const DisplayFrame&, const std::array<bool, kRegionCount>&) override {}
+    void DisplayChanged() override {}
+};
+
+}  // namespace
+
+CDecoder::CDecoder(std::uint32_t kind) : CDecoder(kind, ReadSettings()) {}
+
+CDecoder::CDecoder(std::uint32_t kind, const DecoderSettings& settings)
+    : m_kind(kind), m_settings(ApplyZeroRules(settings)) {
+    NORIX_LOG("CDecoder::CDecoder", 0, "DisplayBufferNum = %u, DisplayBufferSize = %u (KB)",
+              m_settings.displayBufferNum, m_settings.displayBufferSize >> 10);
+    m_pipeline = std::make_shared<Pipeline>(static_cast<VideoCodec>(kind), m_settings);
+    m_pipeline->sink = std::make_shared<NoSink>();
+    // A codec library's threading runtime must tolerate a second copy of itself in the process.
+    SetEnvironmentVariableW(L"KMP_DUPLICATE_LIB_OK", L"TRUE");
+}
+
+CDecoder::~CDecoder() {
+    const util::CTimeDiff timing("CDecoder::~CDecoder()");
+    StopOutput();
+    StopDecodeThread();
+    StopDisplayThread();
+    // Pictures, queues, presenter and codec go with the last owner, which is a thread only if it was
+    // abandoned.
+    m_presenter.reset();
+    m_pipeline.reset();
+}
+
+void CDecoder::StopOutput() {
+    m_pipeline->decodeRunning.store(false);
+    m_pipeline->gate.Close();
+    m_pipeline->displayRunning.store(false);
+}
+
+void CDecoder::StopDecodeThread() {
+    const util::CTimeDiff timing("CDecoder::~CDecoder() Exit Decode Thread");
+    if (!m_decodeThread.Stop()) m_pipeline->abandoned.store(true);
+}
+
+void CDecoder::StopDisplayThread() {
+    const util::CTimeDiff timing("CDecoder::~CDecoder() Exit Display Thread");
+    if (!m_displayThread.Stop()) m_pipeline->abandoned.store(true);
+}
+
+void CDecoder::SetPresenter(std::shared_ptr<Presenter> presenter) {
+    m_presenter = presenter;
+    std::shared_ptr<PictureSink> sink;
+    if (presenter) {
+        sink = std::make_shared<PresenterSink>(std::move(presenter));
+    } else {
+        sink = std::make_shared<NoSink>();
+    }
+    if (m_decodeThread.Started() || m_displayThread.Started()) {
+        m_pipeline->OfferSink(std::move(sink));
+    } else {
+        m_pipeline->sink = std::move(sink);
+    }
+}
+
+PictureView& CDecoder::View() {
+    return m_pipeline->view;
+}
+
+bool CDecoder::DrawLast(HDC dc, const RECT& target) {
+    return m_presenter && m_presenter->DrawLast(dc, target);
+}
+
+void CDecoder::SetSnapshotTaker(SnapshotTaker* taker) {
+    m_pipeline->snapshots.store(taker);
+}
+
+Result CDecoder::CreateDisplayThread() {
+    if (m_displayThread.Started()) return kResultOk;
+    const bool started =
+        m_displayThread.Start(THREAD_PRIORITY_HIGHEST, [pipeline = m_pipeline](util::StopToken&) {
+            NORIX_LOG("CDecoder::DisplayThread", 0, "CDecoder::DisplayThread() begins");
+            DisplayLoop(*pipeline).Run();
+            NORIX_LOG("CDecoder::DisplayThread", 0, "CDecoder::DisplayThread() ends");
+        });
+    if (!started) return kResultFail;
+    NORIX_LOG("CDecoder::CreateDisplayThread", 0,
+              "Create Display thread (handle = 0x%08X, id = %d) with highest priority.",
+              HandleNumber(m_displayThread.Handle()), static_cast<int>(m_displayThread.Id()));
+    return kResultOk;
+}
+
+Result CDecoder::StartDecThread(CCtrlParam* param) {
+    if (!param) return kResultInvalidArgument;
+    m_pipeline->param.store(param);
+    if (m_decodeThread.Started()) return kResultOk;
+    const bool started =
+        m_decodeThread.Start(THREAD_PRIORITY_NORMAL, [pipeline = m_pipeline](util::StopToken&) {
+            NORIX_LOG("CDecoder::DecThread", 0, "CDecoder::DecThread() begins");
+            DecodeLoop(*pipeline).Run();
+            NORIX_LOG("CDecoder::DecThread", 0, "CDecoder::DecThread() ends");
+        });
+    if (!started) return kResultFail;
+    NORIX_LOG("CDecoder::StartDecThread", 0, "Create Decode thread (handle = 0x%08X, id = %d)",
+              HandleNumber(m_decodeThread.Handle()), static_cast<int>(m_decodeThread.Id()));
+    return kResultOk;
+}
+
+}  // namespace norix

@@ -1,0 +1,89 @@
+#include "render/present/DisplayLoop.h"
+
+#include "util/Log.h"
+
+namespace norix {
+namespace {
+
+constexpr std::uint32_t kEarlyPollMs = 1;
+
+}  // namespace
+
+DisplayLoop::DisplayLoop(Pipeline& pipeline)
+    : m_pipeline(pipeline),
+      m_sync(DisplayTimeRules(pipeline.settings.enableTimeSync), platform::TimerMs()),
+      m_maxDiffMs(static_cast<std::int32_t>(DisplayTimeRules(true).maxDiffMs)) {}
+
+void DisplayLoop::Run() {
+    const platform::FineTimer fine;
+    PauseGate::Worker worker(m_pipeline.gate);
+    while (m_pipeline.displayRunning.load()) {
+        worker.Pass();
+        Step();
+    }
+}
+
+void DisplayLoop::Log(std::uint32_t pts, const CTimeSync::Verdict& verdict) const {
+    if (!util::Switches().timeSync) return;
+    NORIX_LOG("CDecoder::DisplayVideo", 0,
+              "DisplayVideo(pts=%u) sys_time = %u, cur_diff = %d, prev_diff = %d (ms)", pts, verdict.sysTime,
+              verdict.curDiff, verdict.prevDiff);
+    if (verdict.action == CTimeSync::Action::Rebase) {
+        NORIX_LOG("CDecoder::DisplayVideo", 0,
+                  "DisplayVideo(pts=%u) prev_diff = %d > max_diff = %d (ms), reset time sync", pts,
+                  verdict.prevDiff, m_maxDiffMs);
+    }
+    if (verdict.late) {
+        NORIX_LOG("CDecoder::DisplayVideo", 0,
+                  "DisplayVideo(pts=%u) cur_diff = %d > max_diff = %d (ms), reset time sync", pts,
+                  verdict.curDiff, m_maxDiffMs);
+    }
+}
+
+void DisplayLoop::Step() {
+    DisplayFrame* frame = nullptr;
+    if (m_pipeline.pool.TakeDisplayable(&frame) != kResultOk) return;
+    const CTimeSync::Verdict verdict = m_sync.Decide(frame->pts, platform::TimerMs());
+    Log(frame->pts, verdict);
+    if (verdict.action != CTimeSync::Action::Show) {
+        m_pipeline.pool.PutDisplayable(frame, 0);
+        if (verdict.action == CTimeSync::Action::Hold) platform::SleepMs(kEarlyPollMs);
+        return;
+    }
+
+    // There was a picture, so the decode thread runs and has the parameter block.
+    CCtrlParam& param = *m_pipeline.param.load();
+    Present(*frame, param);
+    if (m_pipeline.abandoned.load()) return;
+    param.CountFrame(FrameCounters::kDisplayed);
+    param.Trace().Record(frame->pts, FrameTimingTrace::kDisplayed, platform::Ticks100ns());
+    param.Trace().Close(frame->pts);
+    ServeSnapshots(*frame, param);
+    m_pipeline.pool.Release(frame);
+}
+
+void DisplayLoop::Present(const DisplayFrame& frame, CCtrlParam& param) {
+    if (!param.display.Get() || frame.size.IsEmpty()) return;
+    if (param.displayChanged.Exchange(false)) m_pipeline.sink->DisplayChanged();
+    std::array<bool, kRegionCount> drawn{};
+    for (std::size_t i = 0; i < kRegionCount; ++i) {
+        drawn[i] = frame.alarms[i] && param.showRegions.Get() && param.regionShown[i].Get();
+    }
+    m_pipeline.sink->Show(frame, drawn);
+}
+
+void DisplayLoop::ServeSnapshots(const DisplayFrame& frame, CCtrlParam& param) {
+    SnapshotTaker* const taker = m_pipeline.snapshots.load();
+    if (!taker || frame.size.IsEmpty()) return;
+    const bool decoded = m_pipeline.kind == VideoCodec::Mpeg4 || m_pipeline.kind == VideoCodec::H264;
+    if (decoded && param.snapshots.FileWanted()) {
+        if (const auto file = param.snapshots.TakeFile()) taker->SavePicture(*file, frame);
+    }
+    if (param.snapshots.DataWanted()) {
+        // Pictures of a Motion JPEG stream are not delivered: the request just ends.
+        const auto format = param.snapshots.TakeData();
+        if (decoded && format) taker->SendPicture(*format, frame, param.window);
+    }
+}
+
+}  // namespace norix

@@ -1,0 +1,131 @@
+#include "render/present/GdiPresenter.h"
+
+#include <new>
+#include <utility>
+
+#include "codec/Rotate.h"
+#include "render/overlay/PictureDecoration.h"
+#include "render/present/PictureBlit.h"
+#include "util/Handles.h"
+
+namespace norix {
+
+// A memory bitmap with the device context it is selected into, compatible with the window's.
+class GdiPresenter::Canvas {
+  public:
+    Canvas(HDC windowDc, PixelSize size, unsigned displayMode)
+        : m_dc(CreateCompatibleDC(windowDc)),
+          m_bitmap(CreateCompatibleBitmap(windowDc, size.width, size.height)),
+          m_selected(m_dc.Get(), m_bitmap.Get()),
+          m_size(size),
+          m_displayMode(displayMode) {}
+
+    explicit operator bool() const { return m_dc && m_bitmap && m_selected; }
+    HDC Dc() const { return m_dc.Get(); }
+    PixelSize Size() const { return m_size; }
+    bool Fits(PixelSize size, unsigned displayMode) const {
+        return m_size == size && m_displayMode == displayMode;
+    }
+
+  private:
+    util::UniqueMemoryDc m_dc;
+    util::UniqueBitmap m_bitmap;
+    util::SelectGuard m_selected;
+    PixelSize m_size;
+    unsigned m_displayMode;
+};
+
+GdiPresenter::GdiPresenter(const PresenterConfig& config) : m_config(config) {}
+
+GdiPresenter::~GdiPresenter() = default;
+
+HRESULT GdiPresenter::Initialize(int width, int height) {
+    // Nothing here depends on the picture's size except this buffer, which grows when it is needed.
+    return width > 0 && height > 0 ? S_OK : E_INVALIDARG;
+}
+
+HRESULT GdiPresenter::Present(const Picture& picture) try {
+    if (!picture.data || picture.size.IsEmpty()) return E_INVALIDARG;
+    RECT client;
+    if (!IsWindow(m_config.videoWindow) || !GetClientRect(m_config.videoWindow, &client)) return S_FALSE;
+    const PixelSize window{static_cast<int>(client.right), static_cast<int>(client.bottom)};
+    if (window.IsEmpty()) return S_FALSE;
+
+    const util::WindowDc windowDc(m_config.videoWindow);
+    if (!windowDc) return E_FAIL;
+    Canvas* const back = PrepareBack(windowDc.Get(), window);
+    if (!back) return E_OUTOFMEMORY;
+
+    const PictureView::Settings settings = m_config.view->Current(picture.size);
+    if (!DrawPicture(back->Dc(), picture, settings, window)) return E_FAIL;
+    DrawOverPicture(back->Dc(), window, picture, settings, m_config.overlays, m_config.videoWindow);
+    BitBlt(windowDc.Get(), 0, 0, window.width, window.height, back->Dc(), 0, 0, SRCCOPY);
+
+    const std::lock_guard lock(m_lock);
+    m_front.swap(m_back);
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+}
+
+void GdiPresenter::DisplayChanged() {
+    m_displayMode.fetch_add(1, std::memory_order_relaxed);
+}
+
+bool GdiPresenter::DrawLast(HDC dc, const RECT& target) {
+    const std::lock_guard lock(m_lock);
+    if (!m_front) return false;
+    const PixelSize size = m_front->Size();
+
+    // Printers and metafiles need not take a bitmap made for the screen, but they all take bits.
+    BITMAPINFO info = {};
+    info.bmiHeader.biSize = sizeof(info.bmiHeader);
+    info.bmiHeader.biWidth = size.width;
+    info.bmiHeader.biHeight = size.height;
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 24;
+    const util::UniqueMemoryDc copyDc(CreateCompatibleDC(nullptr));
+    void* bits = nullptr;
+    const util::UniqueBitmap copy(CreateDIBSection(copyDc.Get(), &info, DIB_RGB_COLORS, &bits, nullptr, 0));
+    if (!copyDc || !copy) return false;
+    const util::SelectGuard selected(copyDc.Get(), copy.Get());
+    if (!BitBlt(copyDc.Get(), 0, 0, size.width, size.height, m_front->Dc(), 0, 0, SRCCOPY)) return false;
+    GdiFlush();
+    SetStretchBltMode(dc, COLORONCOLOR);
+    return StretchDIBits(dc, target.left, target.top, target.right - target.left, target.bottom - target.top,
+                         0, 0, size.width, size.height, bits, &info, DIB_RGB_COLORS, SRCCOPY) > 0;
+}
+
+GdiPresenter::Canvas* GdiPresenter::PrepareBack(HDC windowDc, PixelSize window) {
+    const unsigned displayMode = m_displayMode.load(std::memory_order_relaxed);
+    if (m_back && m_back->Fits(window, displayMode)) return m_back.get();
+    m_back.reset();  // first, so that a large window is never paid for three times
+    auto made = std::make_unique<Canvas>(windowDc, window, displayMode);
+    if (*made) m_back = std::move(made);
+    return m_back.get();
+}
+
+bool GdiPresenter::DrawPicture(HDC dc, const Picture& picture, const PictureView::Settings& settings,
+                               PixelSize window) {
+    const PixelRect& source = settings.source;
+    if (settings.rotation == Rotation::k0 && picture.stride == DibRowBytes(picture.size.width))
+        return StretchBgr(dc, Whole(window),
+                          {picture.data + static_cast<std::ptrdiff_t>(source.top) * picture.stride,
+                           picture.size.width,
+                           source.left,
+                           {source.Width(), source.Height()}});
+
+    // Only the part that is shown is turned, or given rows that GDI can read.
+    const PixelSize part{source.Width(), source.Height()};
+    const PixelSize turned = RotatedSize(part, settings.rotation);
+    const int stride = DibRowBytes(turned.width);
+    m_rearranged.resize(static_cast<std::size_t>(stride) * turned.height);
+    const std::uint8_t* corner = picture.data + static_cast<std::ptrdiff_t>(source.top) * picture.stride +
+                                 source.left * codec::BytesPerPixel(codec::PixelFormat::kBgr24);
+    const codec::Status status = codec::RotateBgr24(corner, picture.stride, part.width, part.height,
+                                                    m_rearranged.data(), stride, settings.rotation);
+    return status == codec::Status::kOk &&
+           StretchBgr(dc, Whole(window), {m_rearranged.data(), turned.width, 0, turned});
+}
+
+}  // namespace norix

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "render/present/Presenter.h"
+
+namespace norix {
+
+// Presents 24-bit BGR pictures with GDI: stretched into a memory bitmap of the window's size, painted over
+// there and copied to the window in one piece, so that overlays never flicker. Rotates.
+//
+// There are two such bitmaps. The display thread draws the next picture into one while the other holds the
+// last one for DrawLast(); they change places under the lock, and no drawing is done with it held.
+class GdiPresenter final : public Presenter {
+  public:
+    explicit GdiPresenter(const PresenterConfig& config);
+    ~GdiPresenter() override;
+
+    codec::PixelFormat Format() const override { return codec::PixelFormat::kBgr24; }
+    HRESULT Initialize(int width, int height) override;
+    HRESULT Present(const Picture& picture) override;
+    void DisplayChanged() override;
+    bool DrawLast(HDC dc, const RECT& target) override;
+
+  private:
+    class Canvas;
+
+    Canvas* PrepareBack(HDC windowDc, PixelSize window);
+    bool DrawPicture(HDC dc, const Picture& picture, const PictureView::Settings& settings, PixelSize window);
+
+    const PresenterConfig m_config;
+
+    // Any thread: counts the display modes seen, so that bitmaps made for an older one are made anew.
+    std::atomic<unsigned> m_displayMode{0};
+
+    // Display thread only.
+    std::unique_ptr<Canvas> m_back;
+    std::vector<std::uint8_t> m_rearranged;  // a turned picture, or one whose rows needed padding
+
+    std::mutex m_lock;
+    std::unique_ptr<Canvas> m_front;  // guarded by m_lock
+};
+
+}  // namespace norix

@@ -1,0 +1,71 @@
+#include "render/present/PictureView.h"
+
+#include "util/Log.h"
+
+namespace norix {
+namespace {
+
+constexpr std::int32_t kOk = 0;
+constexpr std::int32_t kInvalidArgument = static_cast<std::int32_t>(0x80070057u);
+
+}  // namespace
+
+std::int32_t PictureView::SetSourceRect(int left, int top, int right, int bottom) {
+    if (left < 0 || top < 0 || (left == 0 && top == 0 && right == 0 && bottom == 0)) return kInvalidArgument;
+    {
+        const std::lock_guard lock(m_lock);
+        if (right > m_picture.width || bottom > m_picture.height || left > right || top > bottom)
+            return kInvalidArgument;
+        m_source = {left, top, right, bottom};
+    }
+    NORIX_LOG("CDecoder::SetSourceRect", 0, "SetSourceRectL left:%d, top:%d, right:%d, buttom:%d", left, top,
+              right, bottom);
+    return kOk;
+}
+
+void PictureView::EnableDigitalPtz(bool enable) {
+    const std::lock_guard lock(m_lock);
+    m_digitalPtz = enable;
+    if (!enable) m_source = Whole(m_picture);
+}
+
+bool PictureView::IsDigitalPtzEnabled() const {
+    const std::lock_guard lock(m_lock);
+    return m_digitalPtz;
+}
+
+void PictureView::SetRotation(Rotation rotation) {
+    const std::lock_guard lock(m_lock);
+    m_rotation = rotation;
+}
+
+void PictureView::SetCaption(const std::wstring& text) {
+    auto caption = text.empty() ? nullptr : std::make_shared<const std::wstring>(text);
+    const std::lock_guard lock(m_lock);
+    m_caption.swap(caption);
+}
+
+void PictureView::SetCaptionShown(bool shown) {
+    const std::lock_guard lock(m_lock);
+    m_captionShown = shown;
+}
+
+void PictureView::SetBorderShown(bool shown) {
+    const std::lock_guard lock(m_lock);
+    m_borderShown = shown;
+}
+
+void PictureView::SetPictureSize(PixelSize size) {
+    const std::lock_guard lock(m_lock);
+    m_picture = size;
+}
+
+PictureView::Settings PictureView::Current(PixelSize picture) {
+    const std::lock_guard lock(m_lock);
+    m_picture = picture;
+    // All zero, which nobody can set, means that digital PTZ was on before the first picture.
+    if (!m_digitalPtz || m_source == PixelRect{}) m_source = Whole(picture);
+    return {UsableSource(m_source, picture), m_rotation, m_captionShown ? m_caption : nullptr, m_borderShown};
+}
+
+}  // namespace norix

@@ -1,0 +1,62 @@
+#pragma once
+
+// How the viewer wants the picture: the part of it that fills the window, its rotation, caption and border.
+//
+// One object per decoder. It outlives the presenters, so that a change from DirectDraw to GDI in the middle
+// of a stream keeps the view. The window thread sets, the display thread takes a copy per picture; a call
+// holds the lock only while it copies.
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "render/present/Geometry.h"
+
+namespace norix {
+
+class PictureView {
+  public:
+    struct Settings {
+        PixelRect source;                             // picture coordinates, usable as it stands
+        Rotation rotation = Rotation::k0;             // drawn by the GDI presenter only
+        std::shared_ptr<const std::wstring> caption;  // null: no caption
+        bool border = false;
+    };
+
+    // Any thread. ---------------------------------------------------------------------------------------
+
+    // The part of the picture that digital PTZ shows. 0, or E_INVALIDARG with the previous part kept:
+    // negative left or top, all four zero, or a rectangle that leaves the current picture.
+    std::int32_t SetSourceRect(int left, int top, int right, int bottom);
+
+    // Off: the whole picture is shown, and is where the next switching on starts from.
+    void EnableDigitalPtz(bool enable);
+    bool IsDigitalPtzEnabled() const;
+
+    void SetRotation(Rotation rotation);
+
+    // An empty text shows no caption.
+    void SetCaption(const std::wstring& text);
+    void SetCaptionShown(bool shown);
+    void SetBorderShown(bool shown);
+
+    // Decode thread, at each change of size, before the presenter is initialised for it. ------------------
+    void SetPictureSize(PixelSize size);
+
+    // Display thread, once per picture; allocates nothing. -------------------------------------------------
+    Settings Current(PixelSize picture);
+
+  private:
+    mutable std::mutex m_lock;
+    // guarded by m_lock
+    PixelSize m_picture;
+    bool m_digitalPtz = false;
+    PixelRect m_source;
+    Rotation m_rotation = Rotation::k0;
+    std::shared_ptr<const std::wstring> m_caption;
+    bool m_captionShown = true;
+    bool m_borderShown = false;
+};
+
+}  // namespace norix

@@ -1,0 +1,99 @@
+#pragma once
+
+// A presenter puts decoded pictures into the video window.
+//
+//   call            thread                                  effect
+//   --------------  --------------------------------------  ---------------------------------------------
+//   Format          any                                     the pixel format Present() wants; constant
+//   Initialize      decode thread, display thread parked    (re)builds everything for a picture size
+//   Present         display thread                          shows a picture with all that lies over it
+//   DisplayChanged  any                                     new display mode: rebuild at the next picture
+//   DrawLast        window thread                           draws the last picture into any device context
+//   destructor      the owner's, after both threads ended   releases everything
+//
+// None of them throws.
+// There is no call for a new window size or position: every Present() reads the window.
+// Source rectangle, rotation, caption and border are set in PictureView, which outlives the presenter.
+//
+// The video window needs WS_CLIPCHILDREN and WS_CLIPSIBLINGS, or pictures cover its child windows.
+
+#include <windows.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+#include "codec/Picture.h"
+#include "render/present/Geometry.h"
+#include "render/present/PictureView.h"
+
+namespace norix {
+
+// The numbers are those of the settings and the log.
+enum class DisplayMode : std::uint32_t { Gdi = 0, DirectDraw = 1 };
+
+// One decoded picture, top row first. The presenter reads it during Present() only.
+struct Picture {
+    const std::uint8_t* data = nullptr;
+    PixelSize size;
+    int stride = 0;  // bytes from one row to the next; `data` has stride * height of them
+
+    // Motion or analytics regions in picture coordinates. The caller decides which are drawn: those in alarm,
+    // while region display and that region are switched on.
+    struct Region {
+        PixelRect rect;
+        bool drawn = false;
+    };
+    std::array<Region, 3> regions;
+};
+
+// Draws the host's graphic objects over a picture. Called on the display thread inside Present(), in window
+// coordinates, never with a presenter's lock held. It must not call the presenter, and may throw: that is
+// caught.
+class OverlayPainter {
+  public:
+    virtual void PaintOverlays(HDC dc) = 0;
+
+  protected:
+    ~OverlayPainter() = default;
+};
+
+// Constant for the life of a presenter.
+struct PresenterConfig {
+    HWND videoWindow = nullptr;          // pictures are shown here
+    HWND notifyWindow = nullptr;         // the control's window: its monitor decides the DirectDraw device
+    PictureView* view = nullptr;         // outlives the presenter; required
+    OverlayPainter* overlays = nullptr;  // outlives the presenter; may be null
+    std::uint32_t decoderKind = 4;       // 1 MPEG-4, 2 MJPEG, 4 H.264
+    bool waitForVerticalBlank = false;
+};
+
+class Presenter {
+  public:
+    virtual ~Presenter() = default;
+    Presenter(const Presenter&) = delete;
+    Presenter& operator=(const Presenter&) = delete;
+
+    virtual codec::PixelFormat Format() const = 0;
+
+    // 0 on success. After a failure nothing is shown until a later call, or a rebuild inside Present(),
+    // succeeds.
+    virtual HRESULT Initialize(int width, int height) = 0;
+
+    // 0 when the picture was shown; S_FALSE when it was skipped (window gone or empty, surfaces just
+    // rebuilt); a failure code otherwise. No result asks the caller for anything: the next picture tries
+    // again.
+    virtual HRESULT Present(const Picture& picture) = 0;
+
+    virtual void DisplayChanged() = 0;
+
+    // False when there is no last picture, or it is busy for longer than a moment: paint something else then.
+    virtual bool DrawLast(HDC dc, const RECT& target) = 0;
+
+  protected:
+    Presenter() = default;
+};
+
+std::unique_ptr<Presenter> CreatePresenter(DisplayMode mode, const PresenterConfig& config);
+
+}  // namespace norix
