@@ -11,33 +11,33 @@ namespace norix {
 
 struct AudioPlayback;
 
-// Plays a connection's sound: owns the audio thread, which takes audio frames from the parameter block when
-// they are due, decodes them (G.711 mu-law, AAC-LC) and writes them to the default sound device.
-//
-// One per connection, owned by whoever receives. Belongs to the thread that created it; may be handed to
-// another one. In this order: construct, OpenDevice (delete the player when that fails: the connection goes
-// on without sound), StartAudioThread. The codecs, the AAC configuration and the sample rate are read from
-// the parameter block; mute, volume and DecodeAV take effect with the next buffer.
-//
-// The parameter block outlives the player. A thread that is stuck in a sound driver is abandoned and touches
-// the block no more when it comes back; to be safe at that moment too, give the block's shared_ptr as
-// `keepAlive`.
+/// Plays a connection's sound: owns the audio thread, which takes audio frames from the parameter block when
+/// they are due, decodes them (G.711 mu-law, AAC-LC) and writes them to the default sound device.
+///
+/// One per connection, owned by whoever receives. Belongs to the thread that created it; may be handed to
+/// another one. In this order: construct, OpenDevice (delete the player when that fails: the connection goes
+/// on without sound), StartAudioThread. The codecs, the AAC configuration and the sample rate are read from
+/// the parameter block; mute, volume and DecodeAV take effect with the next buffer.
+///
+/// The parameter block outlives the player. A thread that is stuck in a sound driver is abandoned and touches
+/// the block no more when it comes back; to be safe at that moment too, give the block's shared_ptr as
+/// `keepAlive`.
 class CAudioControl {
   public:
-    // Reads the machine-wide settings. Throws std::bad_alloc only.
+    /// Reads the machine-wide settings. Throws std::bad_alloc only.
     explicit CAudioControl(CCtrlParam& param, std::shared_ptr<const void> keepAlive = nullptr);
 
-    // Stops the thread by the one stop rule, then closes the device.
+    /// Stops the thread by the one stop rule, then closes the device.
     virtual ~CAudioControl();
     CAudioControl(const CAudioControl&) = delete;
     CAudioControl& operator=(const CAudioControl&) = delete;
 
-    // Opens the default device at the stream's rate (8000 Hz where none is known, which is then written into
-    // the parameter block); one that is open is closed first. False without a device, and once the thread
-    // runs.
+    /// Opens the default device at the stream's rate (8000 Hz where none is known, which is then written into
+    /// the parameter block); one that is open is closed first. False without a device, and once the thread
+    /// runs.
     bool OpenDevice();
 
-    // Starts the thread unless it runs already; 0 on success.
+    /// Starts the thread unless it runs already; 0 on success.
     Result StartAudioThread(CCtrlParam* param);
 
   private:

@@ -7,32 +7,32 @@
 
 namespace norix {
 
-// Where sound goes: 16-bit mono samples. One thread at a time; it may give buffers back on threads of its
-// own. Nothing here throws.
+/// Where sound goes: 16-bit mono samples. One thread at a time; it may give buffers back on threads of its
+/// own. Nothing here throws.
 class AudioDevice {
   public:
     virtual ~AudioDevice() = default;
 
-    // Opens the default device; what was open is closed first.
+    /// Opens the default device; what was open is closed first.
     virtual bool Open(std::uint32_t samplesPerSecond) noexcept = 0;
 
-    // Afterwards no buffer is given back any more.
+    /// Afterwards no buffer is given back any more.
     virtual void Close() noexcept = 0;
 
     virtual bool IsOpen() const noexcept = 0;
 
-    // Queues a buffer of `owner`. When it has been played it is given back to `owner`. False when the device
-    // doesn't take it; it still is the caller's then.
+    /// Queues a buffer of `owner`. When it has been played it is given back to `owner`. False when the device
+    /// doesn't take it; it still is the caller's then.
     virtual bool Write(const std::shared_ptr<OutputBuffers>& owner, OutputBuffer& buffer) noexcept = 0;
 
-    // Ends what is playing: all buffers are given back. True for a device that isn't open.
+    /// Ends what is playing: all buffers are given back. True for a device that isn't open.
     virtual bool Reset() noexcept = 0;
 
-    // What the system returned with the last failure.
+    /// What the system returned with the last failure.
     virtual std::uint32_t LastError() const noexcept = 0;
 };
 
-// Time as the player sees it.
+/// Time as the player sees it.
 class AudioClock {
   public:
     virtual ~AudioClock() = default;

@@ -9,20 +9,20 @@
 
 namespace norix {
 
-// The sound in a frame of G.711: all of it, but for frames of the HTTP receiver, which comes with Motion
-// JPEG. Those may begin with a header of 32 bytes.
+/// The sound in a frame of G.711: all of it, but for frames of the HTTP receiver, which comes with Motion
+/// JPEG. Those may begin with a header of 32 bytes.
 std::span<const std::uint8_t> SoundOfFrame(const AudioFrameRecord& frame, VideoCodec videoCodec) noexcept;
 
-// The audio thread's work: takes audio frames from the parameter block when they are due, turns them into
-// samples and writes these to the device. Belongs to that thread.
+/// The audio thread's work: takes audio frames from the parameter block when they are due, turns them into
+/// samples and writes these to the device. Belongs to that thread.
 class AudioLoop {
   public:
     AudioLoop(AudioPlayback& playback, AudioClock& clock);
 
-    // Until running is cleared; then ends what is playing.
+    /// Until running is cleared; then ends what is playing.
     void Run();
 
-    // One round: waits at most 10 ms for a frame and deals with it.
+    /// One round: waits at most 10 ms for a frame and deals with it.
     void Step();
 
   private:

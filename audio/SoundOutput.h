@@ -8,34 +8,34 @@
 
 namespace norix {
 
-// The device with its five buffers, as the audio thread sees it: hands out free buffers and writes filled
-// ones, and gets over a device that vanishes. While there is none, nothing can be written, and every two
-// seconds one is looked for. Belongs to the audio thread.
+/// The device with its five buffers, as the audio thread sees it: hands out free buffers and writes filled
+/// ones, and gets over a device that vanishes. While there is none, nothing can be written, and every two
+/// seconds one is looked for. Belongs to the audio thread.
 class SoundOutput {
   public:
     SoundOutput(AudioPlayback& playback, AudioClock& clock);
 
-    // Makes the buffers unless they are there, for frames of so many samples.
+    /// Makes the buffers unless they are there, for frames of so many samples.
     void EnsureBuffers(std::size_t samples);
-    // Makes new ones; what is still playing is cut off.
+    /// Makes new ones; what is still playing is cut off.
     void RenewBuffers(std::size_t samples);
     std::size_t Capacity() const { return m_buffers ? m_buffers->Capacity() : 0; }
 
-    // Opens the device again, at the stream's present rate.
+    /// Opens the device again, at the stream's present rate.
     void Reopen();
 
-    // Whether there is a device. Looks for one when it is time to. Always false once the thread was
-    // abandoned, as is Write: who was told so leaves the parameter block alone.
+    /// Whether there is a device. Looks for one when it is time to. Always false once the thread was
+    /// abandoned, as is Write: who was told so leaves the parameter block alone.
     bool Ready();
 
-    // A free buffer, or null after a wait of 100 ms. Buffers that don't come back for too long mean that the
-    // device is gone.
+    /// A free buffer, or null after a wait of 100 ms. Buffers that don't come back for too long mean that the
+    /// device is gone.
     OutputBuffer* Take();
-    // To the device. False when that fails, which means that it is gone.
+    /// To the device. False when that fails, which means that it is gone.
     bool Write(OutputBuffer& buffer);
     void GiveBack(OutputBuffer& buffer) { m_buffers->GiveBack(&buffer); }
 
-    // Ends what is playing, trying every 100 ms as long as the thread's owner waits for it.
+    /// Ends what is playing, trying every 100 ms as long as the thread's owner waits for it.
     void Finish();
 
   private:

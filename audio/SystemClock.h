@@ -5,7 +5,7 @@
 
 namespace norix {
 
-// The real time.
+/// The real time.
 class SystemClock final : public AudioClock {
   public:
     std::uint32_t NowMs() noexcept override { return platform::TimerMs(); }

@@ -10,7 +10,7 @@
 
 namespace norix {
 
-// The system's default sound device, through waveOut.
+/// The system's default sound device, through waveOut.
 class WaveOutDevice final : public AudioDevice {
   public:
     WaveOutDevice();

@@ -13,7 +13,7 @@
 
 namespace norix {
 
-// The times of docs/camera-interface.md, in milliseconds.
+/// The times of docs/camera-interface.md, in milliseconds.
 inline constexpr std::uint32_t kPhaseLimit = 1000;
 inline constexpr std::uint32_t kSecureLimit = 3000;
 inline constexpr std::uint32_t kTotalLimit = 5000;

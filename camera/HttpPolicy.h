@@ -11,22 +11,22 @@
 
 namespace norix {
 
-// Whether a text can be a host: neither empty nor able to change the rest of an address or a header.
+/// Whether a text can be a host: neither empty nor able to change the rest of an address or a header.
 bool IsHost(std::string_view text);
 
-// A path as it may stand in a request line: what may not is percent-encoded, an empty one becomes "/".
+/// A path as it may stand in a request line: what may not is percent-encoded, an empty one becomes "/".
 std::string EncodePath(std::string_view path);
 
-// The value of the first header of that name; empty when there is none.
+/// The value of the first header of that name; empty when there is none.
 std::string_view FindHeader(std::string_view headers, std::string_view name);
 
-// The Authorization header line that answers a 401, for the strongest challenge that can be answered. Nothing
-// when there is no user to name or no such challenge.
+/// The Authorization header line that answers a 401, for the strongest challenge that can be answered.
+/// Nothing when there is no user to name or no such challenge.
 std::optional<std::string> AnswerChallenge(const HttpRequest& request, const HttpReply& reply,
                                            std::string_view clientNonce);
 
-// The request that follows a redirection; nothing when the reply is none. Another host gets no credentials,
-// nor does HTTP after HTTPS.
+/// The request that follows a redirection; nothing when the reply is none. Another host gets no credentials,
+/// nor does HTTP after HTTPS.
 std::optional<HttpRequest> FollowRedirection(const HttpRequest& request, const HttpReply& reply);
 
 }  // namespace norix

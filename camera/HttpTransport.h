@@ -6,7 +6,7 @@
 
 namespace norix {
 
-// One request to a camera's web server. Text is UTF-8 or bytes as they go on the wire.
+/// One request to a camera's web server. Text is UTF-8 or bytes as they go on the wire.
 struct HttpRequest {
     bool secure = false;  // HTTPS
     std::string host;
@@ -28,9 +28,9 @@ struct HttpReply {
     bool stalled = false;  // the body did not come to its end in time; it is empty then
 };
 
-// How requests reach a camera. Send blocks until the reply is there, at most 1000 ms in each phase (connect,
-// send, each wait for more of the reply) and 5000 ms in all; the calling thread may be any, one request at a
-// time per object. Never throws but bad_alloc.
+/// How requests reach a camera. Send blocks until the reply is there, at most 1000 ms in each phase (connect,
+/// send, each wait for more of the reply) and 5000 ms in all; the calling thread may be any, one request at a
+/// time per object. Never throws but bad_alloc.
 class HttpTransport {
   public:
     virtual ~HttpTransport() = default;

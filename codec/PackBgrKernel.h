@@ -14,8 +14,8 @@ namespace codec {
 
 namespace {
 
-// All products are 16-bit high multiplications of a sample in the upper byte, so that the scalar code below
-// can repeat the vector code bit for bit.
+/// All products are 16-bit high multiplications of a sample in the upper byte, so that the scalar code below
+/// can repeat the vector code bit for bit.
 constexpr int HighProduct(int sample, int factor) {
     return (sample * factor) >> 8;
 }

@@ -9,7 +9,7 @@ namespace norix {
 struct ControlProperties {
     using Text = framework::Text;
 
-    // Camera and sign-in
+    /// Camera and sign-in
     Text serverIP;
     long httpPort = 80;
     Text username;
@@ -19,7 +19,7 @@ struct ControlProperties {
     long chIndex = 1;
     long streamIndex = 1;
 
-    // Connection
+    /// Connection
     short videoProtocol = ecpUDP;
     short mediaType = -1;           // EMediaType; -1: decided by the stream
     long connectionTimeout = 5000;  // ms
@@ -30,7 +30,7 @@ struct ControlProperties {
     Text interfaceAddress;
     long streamingType = 0;
 
-    // Picture and sound
+    /// Picture and sound
     bool forceGDI = false;
     bool display = true;
     bool decodeAV = true;
@@ -43,7 +43,7 @@ struct ControlProperties {
     bool voiceMute = false;
     long voiceVolume = 0;
 
-    // Recording
+    /// Recording
     Text recordVideoPath;
     Text recordFileName;
     bool recordManualNaming = false;
@@ -51,7 +51,7 @@ struct ControlProperties {
     long recordMaxFileTimeLength = 10;  // s; 0: no limit
     short recordStatus = ersNone;
 
-    // Notification, motion detection, client settings
+    /// Notification, motion detection, client settings
     bool notifyVideoData = false;
     bool notifyNewPacket = false;
     bool motionEditMode = false;

@@ -44,7 +44,6 @@ HRESULT Unregister() {
 }  // namespace norix
 
 // ---- Exports (NorixSDK.def)
-// -----------------------------------------------------------------------------------
 
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
     return framework::COleControlModule::Get().OnDllMain(instance, reason, reserved);

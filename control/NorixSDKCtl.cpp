@@ -63,7 +63,6 @@ IUnknown* CNorixSDKCtrl::CNorixSDKCtrlFactory::CreateObject() {
 }
 
 // ---- Construction and destruction
-// ---------------------------------------------------------------------------
 
 CNorixSDKCtrl::CNorixSDKCtrl()
     : COleControl(kControl, Table()),
@@ -105,7 +104,6 @@ void* CNorixSDKCtrl::OnQueryInterface(REFIID iid) {
 }
 
 // ---- The window
-// -----------------------------------------------------------------------------------------------
 
 HRESULT CNorixSDKCtrl::ReadHostPage() {
     const std::optional<std::wstring> address = ReadContainerAddress(Embedding().Site());
@@ -244,7 +242,7 @@ void CNorixSDKCtrl::OnTimer(UINT_PTR id) {
     }
 }
 
-// ---- Reports of worker threads ----------------------------------------------------------------------------
+// ---- Reports of worker threads
 
 int RTSPCallback(int code, unsigned value, void* control) {
     auto* owner = static_cast<CNorixSDKCtrl*>(control);

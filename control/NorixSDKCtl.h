@@ -82,7 +82,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     /// gets a hidden window. False when that fails, or when the thread is told to quit while it waits.
     bool WaitForWindowCreation();
 
-    // ---- Properties: change handlers and accessors ------------------------------------------------------
+    // ---- Properties: change handlers and accessors
 
     void OnPropertyModified() { SetModifiedFlag(); }
     void OnMotionEditModeChanged();
@@ -118,7 +118,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     long GetStreamingType() const { return m_properties.streamingType; }
     void SetStreamingType(long type) { m_properties.streamingType = type; }
 
-    // ---- Methods ----------------------------------------------------------------------------------------
+    // ---- Methods
 
     long Connect();
     long Disconnect();

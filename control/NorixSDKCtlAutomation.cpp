@@ -33,7 +33,6 @@ long ParsePort(const Text& text) {
 }  // namespace
 
 // ---- Change handlers and accessors
-// --------------------------------------------------------------------------
 
 void CNorixSDKCtrl::OnMotionEditModeChanged() {
     WaitForWindowCreation();
@@ -162,7 +161,6 @@ short CNorixSDKCtrl::GetStreamType() const {
 }
 
 // ---- Connection
-// ---------------------------------------------------------------------------------------------
 
 long CNorixSDKCtrl::Connect() {
     return m_connection.Connect();
@@ -190,7 +188,6 @@ long CNorixSDKCtrl::SetMulticastInfoByType(long type, const Text& address, long 
 }
 
 // ---- Client settings
-// ----------------------------------------------------------------------------------------
 
 short CNorixSDKCtrl::SaveClientSetting() {
     return -1;
@@ -206,7 +203,6 @@ Text CNorixSDKCtrl::GetClientReg(const Text& model, long channel, const Text& na
 }
 
 // ---- Camera commands
-// ------------------------------------------------------------------------------------------
 
 Text CNorixSDKCtrl::HttpCommand(const Text& sendType, const Text& server, const Text& url, bool wantReply) {
     return m_camera.Commands().HttpCommand(util::WideToUtf8(sendType), util::WideToUtf8(server),
@@ -228,7 +224,6 @@ long CNorixSDKCtrl::SendCameraCommand(const Text&, short) {
 }
 
 // ---- Recording, snapshots, talk-back
-// --------------------------------------------------------------------------
 
 long CNorixSDKCtrl::StartRecording(short) {
     return E_FAIL;
@@ -248,7 +243,6 @@ bool CNorixSDKCtrl::AudioPostEx(bool enable, const Text&, short, long) {
 }
 
 // ---- View
-// -----------------------------------------------------------------------------------------------------
 
 void CNorixSDKCtrl::PreviewFullScreen(bool full) {
     m_viewCommands.PreviewFullScreen(full);
@@ -270,7 +264,6 @@ void CNorixSDKCtrl::EnableDigitalPTZ(bool enable) {
 }
 
 // ---- Overlays: they belong to a connection's decoder
-// ------------------------------------------------------------
 
 long CNorixSDKCtrl::CreateOverlappedWindow(long, long, long, long, long, bool, bool, const Text&) {
     return E_POINTER;

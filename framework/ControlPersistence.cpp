@@ -104,7 +104,6 @@ STDMETHODIMP ControlPersistence::IsDirty() {
 }
 
 // ---- Stream
-// ---------------------------------------------------------------------------------------------------
 
 PropertySet ControlPersistence::Collect() const {
     PropertySet properties;
@@ -177,7 +176,6 @@ STDMETHODIMP ControlPersistence::GetSizeMax(ULARGE_INTEGER* size) {
 }
 
 // ---- Property bag
-// ---------------------------------------------------------------------------------------------
 
 STDMETHODIMP ControlPersistence::Load(IPropertyBag* bag, IErrorLog* log) {
     if (bag == nullptr) return E_POINTER;
@@ -210,7 +208,6 @@ STDMETHODIMP ControlPersistence::Save(IPropertyBag* bag, BOOL clearDirty, BOOL) 
 }
 
 // ---- Storage
-// --------------------------------------------------------------------------------------------------
 
 STDMETHODIMP ControlPersistence::InitNew(IStorage* storage) {
     return storage == nullptr ? E_POINTER : S_OK;

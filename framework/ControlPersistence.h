@@ -24,9 +24,9 @@ class ControlPersistence final
     /// Also answers for IPersist, the base of all three.
     void* Find(REFIID iid);
 
-    // IPersist
+    /// IPersist
     STDMETHODIMP GetClassID(CLSID* clsid) override;
-    // IPersistStreamInit, IPersistPropertyBag
+    /// IPersistStreamInit, IPersistPropertyBag
     STDMETHODIMP InitNew() override;
     STDMETHODIMP IsDirty() override;
     STDMETHODIMP Load(IStream* stream) override;
@@ -34,7 +34,7 @@ class ControlPersistence final
     STDMETHODIMP GetSizeMax(ULARGE_INTEGER* size) override;
     STDMETHODIMP Load(IPropertyBag* bag, IErrorLog* log) override;
     STDMETHODIMP Save(IPropertyBag* bag, BOOL clearDirty, BOOL saveAll) override;
-    // IPersistStorage
+    /// IPersistStorage
     STDMETHODIMP InitNew(IStorage* storage) override;
     STDMETHODIMP Load(IStorage* storage) override;
     STDMETHODIMP Save(IStorage* storage, BOOL sameAsLoad) override;

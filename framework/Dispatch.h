@@ -17,7 +17,7 @@ class COleControl;
 /// A text property or argument: UTF-16, may hold embedded zeros.
 using Text = std::wstring;
 
-// ---- C++ types of the automation interface and their variant types ------------------------------------
+// ---- C++ types of the automation interface and their variant types
 
 template <class T>
 struct AutomationType;
@@ -64,7 +64,7 @@ void WriteVariant(VARIANT& out, const T& value) {
     out.vt = AutomationType<T>::vt;
 }
 
-// ---- The dispatch table ---------------------------------------------------------------------------------
+// ---- The dispatch table
 
 enum class MemberKind { Property, ReadOnlyProperty, Method };
 
@@ -123,7 +123,7 @@ HRESULT InvokeMember(const DispatchTable& table, COleControl& control, DISPID id
 /// DISP_E_TYPEMISMATCH, DISP_E_OVERFLOW, DISP_E_PARAMNOTOPTIONAL or E_OUTOFMEMORY.
 HRESULT CoerceArgument(VARIANT& target, const VARIANT& source, VARTYPE type, LCID locale);
 
-// ---- Rows made from C++ members -------------------------------------------------------------------------
+// ---- Rows made from C++ members
 
 namespace detail {
 

@@ -42,7 +42,7 @@ STDMETHODIMP InPlace::ContextSensitiveHelp(BOOL) {
     return E_NOTIMPL;
 }
 
-// ---- Activation -------------------------------------------------------------------------------------------
+// ---- Activation
 
 HRESULT InPlace::Activate(bool userInterface) {
     HRESULT result = m_active ? S_OK : EnterContainer();
@@ -168,7 +168,7 @@ void InPlace::OnWindowDestroyed() {
     if (site != nullptr) site->OnInPlaceDeactivate();
 }
 
-// ---- IOleInPlaceObject ------------------------------------------------------------------------------------
+// ---- IOleInPlaceObject
 
 STDMETHODIMP InPlace::InPlaceDeactivate() {
     return GuardedCall(m_owner, [&] {
@@ -211,7 +211,7 @@ STDMETHODIMP InPlace::ReactivateAndUndo() {
     return INPLACE_E_NOTUNDOABLE;
 }
 
-// ---- IOleInPlaceActiveObject ------------------------------------------------------------------------------
+// ---- IOleInPlaceActiveObject
 
 STDMETHODIMP InPlace::TranslateAccelerator(LPMSG message) {
     if (message == nullptr) return E_POINTER;
@@ -242,7 +242,6 @@ STDMETHODIMP InPlace::EnableModeless(BOOL) {
 }
 
 // ---- From the window
-// ----------------------------------------------------------------------------------------
 
 void InPlace::OnFocus(bool gained) {
     ComPtr<IOleControlSite> controlSite;

@@ -22,15 +22,15 @@ class InPlace final : public InterfacePart<COleControl, IOleInPlaceObject, IOleI
     /// Also answers for IOleWindow, the base of both interfaces.
     void* Find(REFIID iid);
 
-    // IOleWindow
+    /// IOleWindow
     STDMETHODIMP GetWindow(HWND* window) override;
     STDMETHODIMP ContextSensitiveHelp(BOOL enter) override;
-    // IOleInPlaceObject
+    /// IOleInPlaceObject
     STDMETHODIMP InPlaceDeactivate() override;
     STDMETHODIMP UIDeactivate() override;
     STDMETHODIMP SetObjectRects(LPCRECT position, LPCRECT clip) override;
     STDMETHODIMP ReactivateAndUndo() override;
-    // IOleInPlaceActiveObject
+    /// IOleInPlaceActiveObject
     STDMETHODIMP TranslateAccelerator(LPMSG message) override;
     STDMETHODIMP OnFrameWindowActivate(BOOL activate) override;
     STDMETHODIMP OnDocWindowActivate(BOOL activate) override;

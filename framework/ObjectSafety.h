@@ -6,7 +6,7 @@
 
 #include "framework/InterfacePart.h"
 
-// mingw-w64's header lacks what __uuidof needs.
+/// mingw-w64's header lacks what __uuidof needs.
 __CRT_UUID_DECL(IObjectSafety, 0xCB5BDC81, 0x93C1, 0x11CF, 0x8F, 0x20, 0x00, 0x80, 0x5F, 0x2C, 0xD0, 0x64)
 
 namespace framework {

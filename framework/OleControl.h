@@ -46,19 +46,19 @@ struct ControlClass {
 /// entry point keeps the control alive until it has left it, and catches what is thrown inside.
 class COleControl : public IDispatch, public CWnd {
   public:
-    // IUnknown
+    /// IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
     STDMETHODIMP_(ULONG) AddRef() override;
     STDMETHODIMP_(ULONG) Release() override;
 
-    // IDispatch
+    /// IDispatch
     STDMETHODIMP GetTypeInfoCount(UINT* count) override;
     STDMETHODIMP GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) override;
     STDMETHODIMP GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID locale, DISPID* ids) override;
     STDMETHODIMP Invoke(DISPID id, REFIID iid, LCID locale, WORD flags, DISPPARAMS* parameters,
                         VARIANT* result, EXCEPINFO* exception, UINT* argumentError) override;
 
-    // ---- for the parts and the derived class ------------------------------------------------------------
+    // ---- for the parts and the derived class
 
     const ControlClass& Class() const { return m_class; }
     const DispatchTable& Members() const { return m_members; }

@@ -67,7 +67,7 @@ SIZE HimetricToPixels(const SIZEL& himetric) {
 OleObject::OleObject(COleControl& owner)
     : InterfacePart(owner), m_extent(PixelsToHimetric(owner.Class().initialSize)) {}
 
-// ---- The container's site ---------------------------------------------------------------------------------
+// ---- The container's site
 
 STDMETHODIMP OleObject::SetClientSite(IOleClientSite* site) {
     return GuardedCall(m_owner, [&] {
@@ -124,7 +124,7 @@ void OleObject::NotifySaved() {
     if (const ComPtr<IOleAdviseHolder> holder = m_adviseHolder) holder->SendOnSave();
 }
 
-// ---- Linking and data transfer: not what a live camera view is for ----------------------------------------
+// ---- Linking and data transfer: not what a live camera view is for
 
 STDMETHODIMP OleObject::SetMoniker(DWORD, IMoniker*) {
     return E_NOTIMPL;
@@ -145,7 +145,6 @@ STDMETHODIMP OleObject::GetClipboardData(DWORD, IDataObject** data) {
 }
 
 // ---- Verbs
-// --------------------------------------------------------------------------------------------------
 
 STDMETHODIMP OleObject::DoVerb(LONG verb, LPMSG, IOleClientSite*, LONG, HWND parent, LPCRECT) {
     return GuardedCall(m_owner, [&]() -> HRESULT {
@@ -215,7 +214,6 @@ STDMETHODIMP OleObject::GetUserType(DWORD, LPOLESTR* name) {
 }
 
 // ---- Size
-// -----------------------------------------------------------------------------------------------------
 
 STDMETHODIMP OleObject::SetExtent(DWORD aspect, SIZEL* extent) {
     if (extent == nullptr) return E_POINTER;
@@ -245,7 +243,6 @@ STDMETHODIMP OleObject::GetContentExtent(LPSIZEL extent) {
 }
 
 // ---- Advice
-// ---------------------------------------------------------------------------------------------------
 
 STDMETHODIMP OleObject::Advise(IAdviseSink* sink, DWORD* connection) {
     if (connection == nullptr) return E_POINTER;
@@ -278,7 +275,6 @@ STDMETHODIMP OleObject::SetColorScheme(LOGPALETTE*) {
 }
 
 // ---- IOleControl
-// ----------------------------------------------------------------------------------------------
 
 STDMETHODIMP OleObject::GetControlInfo(CONTROLINFO* info) {
     if (info == nullptr) return E_POINTER;
@@ -311,7 +307,6 @@ STDMETHODIMP OleObject::FreezeEvents(BOOL freeze) {
 }
 
 // ---- IQuickActivate
-// -------------------------------------------------------------------------------------------
 
 STDMETHODIMP OleObject::QuickActivate(QACONTAINER* container, QACONTROL* control) {
     if (container == nullptr || control == nullptr) return E_POINTER;

@@ -17,7 +17,7 @@ class OleObject final : public InterfacePart<COleControl, IOleObject, IOleContro
   public:
     explicit OleObject(COleControl& owner);
 
-    // IOleObject
+    /// IOleObject
     STDMETHODIMP SetClientSite(IOleClientSite* site) override;
     STDMETHODIMP GetClientSite(IOleClientSite** site) override;
     STDMETHODIMP SetHostNames(LPCOLESTR application, LPCOLESTR object) override;
@@ -41,13 +41,13 @@ class OleObject final : public InterfacePart<COleControl, IOleObject, IOleContro
     STDMETHODIMP GetMiscStatus(DWORD aspect, DWORD* status) override;
     STDMETHODIMP SetColorScheme(LOGPALETTE* palette) override;
 
-    // IOleControl
+    /// IOleControl
     STDMETHODIMP GetControlInfo(CONTROLINFO* info) override;
     STDMETHODIMP OnMnemonic(MSG* message) override;
     STDMETHODIMP OnAmbientPropertyChange(DISPID id) override;
     STDMETHODIMP FreezeEvents(BOOL freeze) override;
 
-    // IQuickActivate
+    /// IQuickActivate
     STDMETHODIMP QuickActivate(QACONTAINER* container, QACONTROL* control) override;
     STDMETHODIMP SetContentExtent(LPSIZEL extent) override;
     STDMETHODIMP GetContentExtent(LPSIZEL extent) override;

@@ -15,11 +15,11 @@ namespace framework {
 /// Created by a class factory with one reference; lives on the thread that created it.
 class COlePropertyPage : public IPropertyPage {
   public:
-    // IUnknown
+    /// IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
     STDMETHODIMP_(ULONG) AddRef() override;
     STDMETHODIMP_(ULONG) Release() override;
-    // IPropertyPage
+    /// IPropertyPage
     STDMETHODIMP SetPageSite(IPropertyPageSite* site) override;
     STDMETHODIMP Activate(HWND parent, LPCRECT bounds, BOOL modal) override;
     STDMETHODIMP Deactivate() override;

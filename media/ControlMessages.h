@@ -10,7 +10,7 @@ namespace norix {
 
 inline constexpr std::uint32_t kControlMessageBase = 0x8000;  // WM_APP
 
-//                                                     wParam               lParam
+///                                                     wParam               lParam
 enum ControlMessage : std::uint32_t {
     WM_OnMotionWindowUpdate = kControlMessageBase + 3,  // motion window index  0
     WM_OnDIOStatus = kControlMessageBase + 4,           // input state          output state
@@ -29,14 +29,14 @@ enum ControlMessage : std::uint32_t {
     WM_OnShowAuthDialog = kControlMessageBase + 17,     // 0                    0
 };
 
-// wParam of WM_OnNewFrame.
+/// wParam of WM_OnNewFrame.
 struct NewFrameDescription {
     std::uint32_t frameType = 0;   // 0 = key frame
     std::uint32_t signal = 1;      // 0 = the camera reports that it has lost its video signal
     std::uint32_t byteLength = 0;  // bytes at lParam
 };
 
-// lParam of WM_OnSnapshotData.
+/// lParam of WM_OnSnapshotData.
 struct SnapshotDescription {
     std::uint32_t width = 0;
     std::uint32_t height = 0;

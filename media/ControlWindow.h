@@ -8,8 +8,8 @@
 
 namespace norix {
 
-// The control's window as its workers see it: a place to send messages to. Any thread; without a window all
-// messages vanish.
+/// The control's window as its workers see it: a place to send messages to. Any thread; without a window all
+/// messages vanish.
 class ControlWindow {
   public:
     void Set(WindowHandle window) { m_window.Set(window); }
@@ -19,8 +19,8 @@ class ControlWindow {
         platform::PostToWindow(Get(), message, wParam, lParam);
     }
 
-    // For messages that carry pointers: returns when the window thread has handled the message. Never called
-    // with a lock held. While that thread stops a worker it answers, so a worker may be inside a send then.
+    /// For messages that carry pointers: returns when the window thread has handled the message. Never called
+    /// with a lock held. While that thread stops a worker it answers, so a worker may be inside a send then.
     void Send(ControlMessage message, const void* wParam, const void* lParam) const {
         platform::SendToWindow(Get(), message, reinterpret_cast<std::uintptr_t>(wParam),
                                reinterpret_cast<std::intptr_t>(lParam));

@@ -8,8 +8,8 @@
 
 namespace norix {
 
-// A counting semaphore with a timed wait, any thread. Own class because the C++ library's timed waits on this
-// platform follow the wall clock: setting the system time back would stretch a wait of 10 ms to hours.
+/// A counting semaphore with a timed wait, any thread. Own class because the C++ library's timed waits on
+/// this platform follow the wall clock: setting the system time back would stretch a wait of 10 ms to hours.
 class CountingSemaphore {
   public:
     explicit CountingSemaphore(std::uint32_t maximum);
@@ -17,10 +17,10 @@ class CountingSemaphore {
     CountingSemaphore(const CountingSemaphore&) = delete;
     CountingSemaphore& operator=(const CountingSemaphore&) = delete;
 
-    // Adds one; false at the maximum.
+    /// Adds one; false at the maximum.
     bool Release() noexcept;
 
-    // Takes one, waiting for it at most so long; 0 only looks. False when there was none.
+    /// Takes one, waiting for it at most so long; 0 only looks. False when there was none.
     bool Acquire(std::uint32_t milliseconds) noexcept;
 
   private:

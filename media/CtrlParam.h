@@ -23,31 +23,31 @@
 namespace norix {
 
 inline constexpr std::int32_t kDefaultFrameRate = 30;
-// The volume while the host has chosen none: sound is played as it was recorded.
+/// The volume while the host has chosen none: sound is played as it was recorded.
 inline constexpr std::int32_t kVolumeAsRecorded = -1;
 
-// The parameter block that the threads of one connection share: settings and requests of the host, what is
-// known of the stream, the frame pools and the frame counters.
-//
-// Owned by the control, and shared with the threads of its connections; it outlives the receivers, the
-// decoder and the audio player. The public values below are atomic or locked one by one; who writes each is
-// said at the head of its band.
-//
-// Frames: a receiver calls an insert operation, which copies the frame into a free record and queues it; the
-// decode thread and the audio thread take filled records and give them back. Records and their buffers are
-// made once; nothing is allocated per frame.
+/// The parameter block that the threads of one connection share: settings and requests of the host, what is
+/// known of the stream, the frame pools and the frame counters.
+///
+/// Owned by the control, and shared with the threads of its connections; it outlives the receivers, the
+/// decoder and the audio player. The public values below are atomic or locked one by one; who writes each is
+/// said at the head of its band.
+///
+/// Frames: a receiver calls an insert operation, which copies the frame into a free record and queues it; the
+/// decode thread and the audio thread take filled records and give them back. Records and their buffers are
+/// made once; nothing is allocated per frame.
 class CCtrlParam {
   public:
-    // Reads the machine-wide settings.
+    /// Reads the machine-wide settings.
     CCtrlParam();
     explicit CCtrlParam(const MediaSettings& settings);
     ~CCtrlParam();
     CCtrlParam(const CCtrlParam&) = delete;
     CCtrlParam& operator=(const CCtrlParam&) = delete;
 
-    // Makes the block fit for another connection: counters, stream facts and queues as after construction,
-    // the closing flag cleared; the host's settings and requests stay. No other thread may use the block
-    // meanwhile. Records that an ended thread never gave back return to their pool.
+    /// Makes the block fit for another connection: counters, stream facts and queues as after construction,
+    /// the closing flag cleared; the host's settings and requests stay. No other thread may use the block
+    /// meanwhile. Records that an ended thread never gave back return to their pool.
     void ResetForNewStream();
 
     // Written by the window thread, read by all -------------------------------------------------------------
@@ -100,7 +100,7 @@ class CCtrlParam {
 
     std::array<Shared<std::uint8_t>, kRegionCount> regionLevel;
 
-    // Stores the size of the pictures; a change is reported to the control's window.
+    /// Stores the size of the pictures; a change is reported to the control's window.
     void SetPictureSize(int width, int height);
     int PictureWidth() const { return m_pictureWidth.Get(); }
     int PictureHeight() const { return m_pictureHeight.Get(); }
@@ -111,24 +111,24 @@ class CCtrlParam {
     const MediaSettings& Settings() const { return m_settings; }
     FrameTimingTrace& Trace() { return m_trace; }
 
-    // While closing, insert operations refuse every frame and give up waiting for a record.
+    /// While closing, insert operations refuse every frame and give up waiting for a record.
     void SetClosing(bool closing) { m_closing.store(closing); }
     bool IsClosing() const { return m_closing.load(); }
 
-    // Waits until no insert operation is under way; false when one still is after that time. After
-    // SetClosing(true) and a true answer, no receiver touches the queues any more. Meant for the window's
-    // thread: messages that an insert operation is sending to it are answered meanwhile.
+    /// Waits until no insert operation is under way; false when one still is after that time. After
+    /// SetClosing(true) and a true answer, no receiver touches the queues any more. Meant for the window's
+    /// thread: messages that an insert operation is sending to it are answered meanwhile.
     bool WaitForInserts(std::uint32_t milliseconds) const;
 
-    // The recorder that the insert operations feed; null for none. It outlives the receivers.
+    /// The recorder that the insert operations feed; null for none. It outlives the receivers.
     void SetRecorder(MediaRecorder* recorder) { m_recorder.store(recorder); }
 
     void CountFrame(std::uint32_t which) { m_counters.Count(which); }  // FrameCounters::Which
     std::uint32_t GetFrameCount(std::uint32_t which) const { return m_counters.Get(which); }
     FrameCounts TakeFrameCounts() { return m_counters.Take(); }
 
-    // Queues, any thread. A get waits at most 10 ms; kResultFail when nothing came, kResultInvalidArgument
-    // for a missing argument.
+    /// Queues, any thread. A get waits at most 10 ms; kResultFail when nothing came, kResultInvalidArgument
+    /// for a missing argument.
     Result GetEmptyVideoFrame(VideoFrameRecord** record) { return Get(m_videoEmpty, record); }
     Result GetFilledVideoFrame(VideoFrameRecord** record) { return Get(m_videoFilled, record); }
     Result PutEmptyVideoFrame(VideoFrameRecord* record) { return Put(m_videoEmpty, record, true); }
@@ -136,9 +136,9 @@ class CCtrlParam {
     Result GetEmptyAudioFrame(AudioFrameRecord** record) { return Get(m_audioEmpty, record); }
     Result GetFilledAudioFrame(AudioFrameRecord** record) { return Get(m_audioFilled, record); }
     Result PutEmptyAudioFrame(AudioFrameRecord* record) { return Put(m_audioEmpty, record, true); }
-    // Without one, the next audio frame that is received waits, or is dropped.
+    /// Without one, the next audio frame that is received waits, or is dropped.
     bool HasEmptyAudioFrame() const { return m_audioEmpty.Size() != 0; }
-    // With atTail 0 the record becomes the next one taken: for a consumer that could not use it yet.
+    /// With atTail 0 the record becomes the next one taken: for a consumer that could not use it yet.
     Result PutFilledAudioFrame(AudioFrameRecord* record, int atTail) {
         return Put(m_audioFilled, record, atTail != 0);
     }
@@ -146,9 +146,10 @@ class CCtrlParam {
     // Receiving threads, one for video and one for audio (or one for both)
     // -----------------------------------
 
-    // Hands on one received frame: 1 when it was stored, -1 when it was dropped. `isPFrame` 0 is a key frame.
-    // A frame longer than a record is cut. When all records are taken, a frame other than a key frame is
-    // dropped with the rest of its group of pictures, if EnableDecodeFrameDrop is on; else the call waits.
+    /// Hands on one received frame: 1 when it was stored, -1 when it was dropped. `isPFrame` 0 is a key
+    /// frame. A frame longer than a record is cut. When all records are taken, a frame other than a key frame
+    /// is dropped with the rest of its group of pictures, if EnableDecodeFrameDrop is on; else the call
+    /// waits.
     int InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t size, std::uint32_t pts, int isPFrame);
     int InsertFrameToAudioBuffer(const std::uint8_t* data, std::size_t size, std::uint32_t pts);
 

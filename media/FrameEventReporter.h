@@ -8,8 +8,8 @@
 
 namespace norix {
 
-// Turns what frames report into messages for the control's window: every alert and event, and the digital I/O
-// state when it differs from the last one. Video receiving thread only.
+/// Turns what frames report into messages for the control's window: every alert and event, and the digital
+/// I/O state when it differs from the last one. Video receiving thread only.
 class FrameEventReporter {
   public:
     void Report(const ParsedFrameInfo& frame, const ControlWindow& window);

@@ -11,7 +11,7 @@ namespace norix {
 
 inline constexpr std::size_t kRegionCount = 3;
 
-// One motion or analytics region: 14 bytes, as in the camera's record.
+/// One motion or analytics region: 14 bytes, as in the camera's record.
 struct RegionRecord {
     std::uint8_t enabled = 0;  // 1 = the region is in use
     std::uint8_t reserved = 0;
@@ -27,7 +27,7 @@ struct RegionRecord {
 };
 static_assert(sizeof(RegionRecord) == 14);
 
-// Travels with the frame record to the decoder.
+/// Travels with the frame record to the decoder.
 struct FrameInfo {
     std::array<RegionRecord, kRegionCount> regions;
     std::uint32_t digitalIo = 0;  // inputs << 16 | outputs, one bit per port

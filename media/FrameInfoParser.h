@@ -12,11 +12,11 @@
 
 namespace norix {
 
-// The header's fixed part; the time in seconds follows at this offset.
+/// The header's fixed part; the time in seconds follows at this offset.
 inline constexpr std::size_t kCameraHeaderSize = 32;
 inline constexpr std::size_t kCameraHeaderTimeOffset = 32;
 
-// Events that a frame reported. Those beyond the capacity are left out.
+/// Events that a frame reported. Those beyond the capacity are left out.
 struct FrameEvents {
     template <class T>
     struct List {

@@ -9,13 +9,13 @@
 
 namespace norix {
 
-// How long a take waits for an entry, everywhere: this bounds how late a thread notices that it is to stop.
+/// How long a take waits for an entry, everywhere: this bounds how late a thread notices that it is to stop.
 inline constexpr std::uint32_t kQueueWaitMs = 10;
 
-// An ordered list of record pointers with a fixed capacity, for any number of threads. It owns no records.
-//
-// A taker first waits for the semaphore, whose count is the number of entries, and only then locks: nobody
-// ever waits while holding the lock. Nothing is allocated after construction.
+/// An ordered list of record pointers with a fixed capacity, for any number of threads. It owns no records.
+///
+/// A taker first waits for the semaphore, whose count is the number of entries, and only then locks: nobody
+/// ever waits while holding the lock. Nothing is allocated after construction.
 template <class T>
 class FrameQueue {
   public:
@@ -24,7 +24,7 @@ class FrameQueue {
     FrameQueue(const FrameQueue&) = delete;
     FrameQueue& operator=(const FrameQueue&) = delete;
 
-    // The oldest entry, or null when none came within the time.
+    /// The oldest entry, or null when none came within the time.
     T* Take(std::uint32_t waitMs = kQueueWaitMs) {
         if (!m_filled.Acquire(waitMs)) return nullptr;
         std::lock_guard<std::mutex> lock(m_lock);
@@ -35,8 +35,8 @@ class FrameQueue {
         return record;
     }
 
-    // Last or first in line; false for null, or when the queue is full (which means that a record was put
-    // twice).
+    /// Last or first in line; false for null, or when the queue is full (which means that a record was put
+    /// twice).
     bool PutTail(T* record) { return Put(record, false); }
     bool PutHead(T* record) { return Put(record, true); }
 
@@ -45,7 +45,7 @@ class FrameQueue {
         return m_size;
     }
 
-    // Forgets all entries.
+    /// Forgets all entries.
     void Clear() {
         while (Take(0)) {
         }

@@ -15,15 +15,15 @@ struct FrameRates {
     std::uint32_t average = 0;    // displayed frames per second over the last passes, rounded
 };
 
-// The four rates that the control's statistics pass shows once a second. Window thread only.
+/// The four rates that the control's statistics pass shows once a second. Window thread only.
 class FrameRateMeter {
   public:
     explicit FrameRateMeter(std::uint32_t nowMs = 0) : m_previousMs(nowMs) {}
 
-    // Starts anew: no passes yet, the first span begins now.
+    /// Starts anew: no passes yet, the first span begins now.
     void Reset(std::uint32_t nowMs) { *this = FrameRateMeter(nowMs); }
 
-    // `counts` are the frames since the previous pass, `nowMs` the system's tick count (it may wrap).
+    /// `counts` are the frames since the previous pass, `nowMs` the system's tick count (it may wrap).
     FrameRates Pass(std::uint32_t nowMs, const FrameCounts& counts);
 
   private:

@@ -11,10 +11,10 @@
 
 namespace norix {
 
-// Type byte of a key frame; any other value is a frame that needs earlier ones.
+/// Type byte of a key frame; any other value is a frame that needs earlier ones.
 inline constexpr std::uint8_t kKeyFrame = 0;
 
-// One compressed video frame. Belongs to whoever took it from a queue; the pool owns the memory.
+/// One compressed video frame. Belongs to whoever took it from a queue; the pool owns the memory.
 struct VideoFrameRecord {
     std::uint8_t frameType = 0;       // 0 = key frame; H.264 gives 1, MPEG-4 its coding type 1 to 3
     std::uint32_t storedLength = 0;   // bytes in `data`
@@ -25,7 +25,7 @@ struct VideoFrameRecord {
     std::unique_ptr<std::uint8_t[]> data;
 };
 
-// One compressed audio frame.
+/// One compressed audio frame.
 struct AudioFrameRecord {
     std::uint32_t storedLength = 0;    // bytes in `data`
     std::uint32_t receivedLength = 0;  // bytes received, of which `data` may hold only the first

@@ -10,8 +10,8 @@
 
 namespace norix::platform {
 
-// While one lives, messages to any window are kept here, and settings come from here. One at a time; the code
-// under test may use it from any thread.
+/// While one lives, messages to any window are kept here, and settings come from here. One at a time; the
+/// code under test may use it from any thread.
 class FakePlatform {
   public:
     struct Message {
@@ -30,7 +30,7 @@ class FakePlatform {
     WindowHandle Window();
     std::vector<Message> Messages() const;
 
-    // Called on the sender's thread while pointers in the message are valid.
+    /// Called on the sender's thread while pointers in the message are valid.
     std::function<void(const Message&)> onSend;
     MediaSettings media;
     PtsSettings pts;

@@ -4,7 +4,7 @@
 
 namespace norix {
 
-// The machine-wide settings of a connection's buffers, with their defaults. Read once per CCtrlParam.
+/// The machine-wide settings of a connection's buffers, with their defaults. Read once per CCtrlParam.
 struct MediaSettings {
     std::uint32_t videoBufferNum = 10;       // video frame records
     std::uint32_t videoBufferSize = 800000;  // payload bytes of each
@@ -14,7 +14,7 @@ struct MediaSettings {
     bool enableDisplayFrameDrop = true;  // decoded pictures and audio may be dropped too
 };
 
-// What the time-stamp monitor compares with; read anew for every frame while the monitor is on.
+/// What the time-stamp monitor compares with; read anew for every frame while the monitor is on.
 struct PtsSettings {
     std::uint32_t targetMs = 33;
     std::uint32_t rangeMs = 5;

@@ -10,14 +10,14 @@ enum class VideoCodec : std::int32_t { None = 0, Mpeg4 = 1, Mjpeg = 2, H264 = 4 
 enum class AudioCodec : std::int32_t { None = 0, Pcmu = 1, Aac = 2, Pcm = 3 };
 enum class MediaType : std::int32_t { AudioVideo = 0, Video = 1, Audio = 2 };
 
-// What a frame looks like when it reaches the insert operations, which a recording needs to know.
+/// What a frame looks like when it reaches the insert operations, which a recording needs to know.
 enum class StreamForm : std::int32_t {
     Unknown = 0,
     WithHeader = 1,  // frames carry the camera's header (docs/camera-interface.md)
     Bare = 2,
 };
 
-// Results of the queue operations, in the system's numbering.
+/// Results of the queue operations, in the system's numbering.
 using Result = std::int32_t;
 inline constexpr Result kResultOk = 0;
 inline constexpr Result kResultInvalidArgument = static_cast<Result>(0x80070057u);

@@ -7,7 +7,7 @@
 
 namespace norix {
 
-// The streams that a camera may push to multicast groups; numbers of the type library.
+/// The streams that a camera may push to multicast groups; numbers of the type library.
 enum class MulticastStream : std::int32_t { Video = 0, Audio = 1, AudioBroadcast = 2, Metadata = 3 };
 
 struct MulticastAddress {

@@ -8,15 +8,15 @@
 
 namespace norix {
 
-// A small value. Orders nothing but itself: what a reader does with it must not depend on anything else that
-// the writer wrote before.
+/// A small value. Orders nothing but itself: what a reader does with it must not depend on anything else that
+/// the writer wrote before.
 template <class T>
 class Shared {
   public:
     constexpr explicit Shared(T value = T()) noexcept : m_value(value) {}
     void Set(T value) noexcept { m_value.store(value, std::memory_order_relaxed); }
     T Get() const noexcept { return m_value.load(std::memory_order_relaxed); }
-    // Sets and returns what was there before.
+    /// Sets and returns what was there before.
     T Exchange(T value) noexcept { return m_value.exchange(value, std::memory_order_relaxed); }
 
   private:
@@ -24,7 +24,7 @@ class Shared {
     std::atomic<T> m_value;
 };
 
-// A larger value, copied in and out under its own lock.
+/// A larger value, copied in and out under its own lock.
 template <class T>
 class Guarded {
   public:

@@ -10,8 +10,8 @@
 
 namespace norix {
 
-// What the host asked to have saved or delivered. Each request is served once, by the thread that next holds
-// a suitable picture; one that comes before an earlier one was served replaces it.
+/// What the host asked to have saved or delivered. Each request is served once, by the thread that next holds
+/// a suitable picture; one that comes before an earlier one was served replaces it.
 class SnapshotRequests {
   public:
     struct File {
@@ -19,7 +19,7 @@ class SnapshotRequests {
         std::wstring name;  // without extension
     };
 
-    // Window thread.
+    /// Window thread.
     void RequestFile(std::wstring folder, std::wstring name) {
         std::lock_guard<std::mutex> lock(m_lock);
         m_file = File{std::move(folder), std::move(name)};
@@ -31,11 +31,11 @@ class SnapshotRequests {
         m_dataWanted.Set(true);
     }
 
-    // Decode and display thread, for every picture: a flag test while nothing is wanted.
+    /// Decode and display thread, for every picture: a flag test while nothing is wanted.
     bool FileWanted() const { return m_fileWanted.Get(); }
     bool DataWanted() const { return m_dataWanted.Get(); }
 
-    // Gives the request and clears it.
+    /// Gives the request and clears it.
     std::optional<File> TakeFile() {
         std::lock_guard<std::mutex> lock(m_lock);
         if (!m_fileWanted.Exchange(false)) return std::nullopt;

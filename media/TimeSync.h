@@ -4,15 +4,15 @@
 
 namespace norix {
 
-// Decides when something with a time stamp is due: the clock that maps the stream's time stamps onto the
-// system's millisecond timer. Display and audio each keep one of their own.
-//
-// Pure: the present moment is an argument. Both times are 32-bit and may wrap. One thread at a time.
-//
-// While resyncing, everything is shown at once and becomes the new base of the clock. Otherwise what is early
-// is held until it is due, but no longer than maxDiffMs after the previous one; what is late by maxDiffMs or
-// more is shown and makes the next one a new base. A time stamp of 0 means unknown: shown at once, and the
-// next one is a new base.
+/// Decides when something with a time stamp is due: the clock that maps the stream's time stamps onto the
+/// system's millisecond timer. Display and audio each keep one of their own.
+///
+/// Pure: the present moment is an argument. Both times are 32-bit and may wrap. One thread at a time.
+///
+/// While resyncing, everything is shown at once and becomes the new base of the clock. Otherwise what is
+/// early is held until it is due, but no longer than maxDiffMs after the previous one; what is late by
+/// maxDiffMs or more is shown and makes the next one a new base. A time stamp of 0 means unknown: shown at
+/// once, and the next one is a new base.
 class CTimeSync {
   public:
     struct Rules {
@@ -39,7 +39,7 @@ class CTimeSync {
 
     Verdict Decide(std::uint32_t pts, std::uint32_t nowMs);
 
-    // The next one becomes a new base, and so is shown at once.
+    /// The next one becomes a new base, and so is shown at once.
     void Resync() { m_resync = true; }
 
   private:
@@ -55,7 +55,7 @@ class CTimeSync {
     std::uint32_t m_lastShownMs = 0;  // as stream time
 };
 
-// The rules of the two clocks.
+/// The rules of the two clocks.
 constexpr CTimeSync::Rules DisplayTimeRules(bool enableTimeSync) {
     return {33, 10000, enableTimeSync};
 }

@@ -11,7 +11,7 @@
 namespace protocol {
 
 struct Challenge {
-    // In the order of preference.
+    /// In the order of preference.
     enum class Kind { Basic, DigestMd5, DigestSha256 };
     Kind kind = Kind::Basic;
     std::string realm;
@@ -23,10 +23,10 @@ struct Challenge {
     bool stale = false;
 };
 
-// All challenges of one WWW-Authenticate header that can be answered.
+/// All challenges of one WWW-Authenticate header that can be answered.
 std::vector<Challenge> parseChallenges(std::string_view header);
 
-// With passwordIsMd5, the password is the MD5 (in hexadecimal) of "user:realm:password".
+/// With passwordIsMd5, the password is the MD5 (in hexadecimal) of "user:realm:password".
 struct Credentials {
     std::string user;
     std::string password;
@@ -40,7 +40,7 @@ struct DigestUse {
     std::string clientNonce;
 };
 
-// The value of the Authorization header.
+/// The value of the Authorization header.
 std::string authorize(const Challenge& challenge, const Credentials& who, const DigestUse& use);
 
 }  // namespace protocol

@@ -16,23 +16,23 @@ bool startsWithIgnoringCase(std::string_view text, std::string_view prefix);
 std::string toLower(std::string_view text);
 std::string toUpper(std::string_view text);
 
-// Cuts `rest` at the first separator and answers what was in front of it (all of it when there is none).
+/// Cuts `rest` at the first separator and answers what was in front of it (all of it when there is none).
 std::string_view take(std::string_view& rest, char separator);
-// The next line without its end (LF or CRLF).
+/// The next line without its end (LF or CRLF).
 std::string_view takeLine(std::string_view& rest);
-// The same as take, but separators within "..." do not count.
+/// The same as take, but separators within "..." do not count.
 std::string_view takeOutsideQuotes(std::string_view& rest, char separator);
 
-// A decimal number that fills the whole text and is at most `limit`.
+/// A decimal number that fills the whole text and is at most `limit`.
 std::optional<std::uint32_t> parseNumber(std::string_view text, std::uint32_t limit = 0xFFFFFFFFu);
 std::optional<std::uint32_t> parseHex(std::string_view text);
-// Seconds with a fraction, not negative, finite; in any locale.
+/// Seconds with a fraction, not negative, finite; in any locale.
 std::optional<double> parseSeconds(std::string_view text);
 std::string formatSeconds(double seconds);
 
 std::string percentDecode(std::string_view text);
 std::string encodeBase64(std::string_view bytes);
-// Stops at the first character that is none of base64's.
+/// Stops at the first character that is none of base64's.
 std::vector<unsigned char> decodeBase64(std::string_view text);
 std::string toHex(const unsigned char* bytes, std::size_t size);
 

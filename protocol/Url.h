@@ -21,9 +21,9 @@ struct Url {
     std::string plain;  // the whole address without credentials: what is written into requests
 };
 
-// "scheme://[user[:password]@]host[:port][/path]", at most 4096 bytes. User and password may hold '@', also
-// as %40: the last '@' before the path ends them. Nothing for other schemes and for what can't go into a
-// request line, which is white space and control characters.
+/// "scheme://[user[:password]@]host[:port][/path]", at most 4096 bytes. User and password may hold '@', also
+/// as %40: the last '@' before the path ends them. Nothing for other schemes and for what can't go into a
+/// request line, which is white space and control characters.
 std::optional<Url> parseUrl(std::string_view text);
 
 }  // namespace protocol

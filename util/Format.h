@@ -8,7 +8,7 @@
 
 namespace util {
 
-// Empty when the C library rejects an argument. Throws std::bad_alloc only.
+/// Empty when the C library rejects an argument. Throws std::bad_alloc only.
 std::string Format(const char* format, ...) NORIX_PRINTF_FORMAT(1, 2);
 
 }  // namespace util

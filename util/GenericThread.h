@@ -38,16 +38,16 @@
 
 namespace util {
 
-// How a body learns that it is to end. Alive as long as its thread runs.
+/// How a body learns that it is to end. Alive as long as its thread runs.
 class StopToken {
   public:
     bool StopRequested() const noexcept { return m_requested.load(std::memory_order_acquire); }
-    // Sleeps, but not beyond the request to stop; true when there was one.
+    /// Sleeps, but not beyond the request to stop; true when there was one.
     bool Wait(DWORD milliseconds) const noexcept {
         m_event.Wait(milliseconds);
         return StopRequested();
     }
-    // Signalled with the request, for WaitForMultipleObjects.
+    /// Signalled with the request, for WaitForMultipleObjects.
     HANDLE Event() const noexcept { return m_event.Get(); }
 
   private:
@@ -63,7 +63,7 @@ class StopToken {
     util::Event m_event{util::Event::Kind::kManualReset};
 };
 
-// A look at the thread while Stop waits for it, in the widths of log formats.
+/// A look at the thread while Stop waits for it, in the widths of log formats.
 struct StopWait {
     int attempt;      // 0, 1, 2...
     unsigned handle;  // for "0x%08X"
@@ -75,28 +75,28 @@ class GenericThread {
     using Body = std::function<void(StopToken&)>;
     using StopReport = std::function<void(const StopWait&)>;
 
-    // The name is for debuggers and log lines.
+    /// The name is for debuggers and log lines.
     explicit GenericThread(std::string name) : m_name(std::move(name)) {}
-    // Stops a thread that still runs.
+    /// Stops a thread that still runs.
     ~GenericThread() { Stop(); }
     GenericThread(const GenericThread&) = delete;
     GenericThread& operator=(const GenericThread&) = delete;
 
-    // `priority` is one of THREAD_PRIORITY_*. False when a thread is already there or the system refuses one;
-    // the body is destroyed then.
+    /// `priority` is one of THREAD_PRIORITY_*. False when a thread is already there or the system refuses
+    /// one; the body is destroyed then.
     bool Start(int priority, Body body);
 
-    // Tells the thread to end without waiting, to stop several together.
+    /// Tells the thread to end without waiting, to stop several together.
     void RequestStop() noexcept;
 
-    // Stops the thread; afterwards Start may be called again. Returns false when it had to be abandoned. Each
-    // attempt beyond the first wait calls `report`; without one it is logged as
-    // "[%02d] Wait for <name> thread (handle = 0x%08X, id = %d) to exit." From the body itself: requests the
-    // stop and abandons, since no thread can wait for itself.
+    /// Stops the thread; afterwards Start may be called again. Returns false when it had to be abandoned.
+    /// Each attempt beyond the first wait calls `report`; without one it is logged as
+    /// "[%02d] Wait for <name> thread (handle = 0x%08X, id = %d) to exit." From the body itself: requests the
+    /// stop and abandons, since no thread can wait for itself.
     bool Stop() noexcept { return Stop(nullptr); }
     bool Stop(const StopReport& report) noexcept;
 
-    // A thread was started and not stopped since, though its body may have returned.
+    /// A thread was started and not stopped since, though its body may have returned.
     bool Started() const noexcept { return static_cast<bool>(m_handle); }
     HANDLE Handle() const noexcept { return m_handle.Get(); }
     DWORD Id() const noexcept { return m_id; }

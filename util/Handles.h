@@ -12,7 +12,7 @@
 
 namespace util {
 
-// Traits: the type Value, None() for "owns nothing", Close(Value).
+/// Traits: the type Value, None() for "owns nothing", Close(Value).
 template <class Traits>
 class UniqueResource {
   public:
@@ -30,14 +30,14 @@ class UniqueResource {
     Value Get() const noexcept { return m_value; }
     explicit operator bool() const noexcept { return m_value != Traits::None(); }
 
-    // Hands the resource to the caller.
+    /// Hands the resource to the caller.
     Value Release() noexcept { return std::exchange(m_value, Traits::None()); }
     void Reset(Value value = Traits::None()) noexcept {
         if (m_value == value) return;
         const Value old = std::exchange(m_value, value);
         if (old != Traits::None()) Traits::Close(old);
     }
-    // For functions that return the resource through a pointer. What was owned before is closed.
+    /// For functions that return the resource through a pointer. What was owned before is closed.
     Value* Put() noexcept {
         Reset();
         return &m_value;
@@ -92,15 +92,15 @@ using UniqueModule = UniqueResource<detail::ModuleTraits>;
 using UniqueGlobal = UniqueResource<detail::GlobalTraits>;  // from GlobalAlloc
 using UniqueBstr = UniqueResource<detail::BstrTraits>;
 using UniqueMemoryDc = UniqueResource<detail::MemoryDcTraits>;  // from CreateDC, CreateCompatibleDC
-// GDI objects must not be selected into a device context when they go: see SelectGuard.
+/// GDI objects must not be selected into a device context when they go: see SelectGuard.
 using UniqueBitmap = UniqueResource<detail::GdiTraits<HBITMAP>>;
 using UniqueBrush = UniqueResource<detail::GdiTraits<HBRUSH>>;
 using UniqueFont = UniqueResource<detail::GdiTraits<HFONT>>;
 using UniquePen = UniqueResource<detail::GdiTraits<HPEN>>;
 using UniqueRegion = UniqueResource<detail::GdiTraits<HRGN>>;
 
-// A window's device context from GetDC; a null window means the screen. To be released by the thread that
-// made it.
+/// A window's device context from GetDC; a null window means the screen. To be released by the thread that
+/// made it.
 class WindowDc {
   public:
     explicit WindowDc(HWND window) noexcept : m_window(window), m_dc(GetDC(window)) {}
@@ -118,8 +118,8 @@ class WindowDc {
     HDC m_dc;
 };
 
-// Selects a bitmap, brush, font or pen for a scope and puts the previous one back. Declare it after the
-// owners of both. Not for regions, which SelectObject copies.
+/// Selects a bitmap, brush, font or pen for a scope and puts the previous one back. Declare it after the
+/// owners of both. Not for regions, which SelectObject copies.
 class SelectGuard {
   public:
     SelectGuard(HDC dc, HGDIOBJ object) noexcept : m_dc(dc), m_previous(SelectObject(dc, object)) {}
@@ -136,7 +136,7 @@ class SelectGuard {
     HGDIOBJ m_previous;
 };
 
-// Locks global memory for a scope and gives its address; false when the memory could not be locked.
+/// Locks global memory for a scope and gives its address; false when the memory could not be locked.
 template <class T>
 class GlobalLockGuard {
   public:
@@ -156,7 +156,7 @@ class GlobalLockGuard {
     T* m_address;
 };
 
-// An unnamed event object, not signalled at first. Set, Reset and Wait may be called from any thread.
+/// An unnamed event object, not signalled at first. Set, Reset and Wait may be called from any thread.
 class Event {
   public:
     enum class Kind { kAutoReset, kManualReset };
@@ -169,7 +169,7 @@ class Event {
 
     void Set() noexcept { SetEvent(m_handle.Get()); }
     void Reset() noexcept { ResetEvent(m_handle.Get()); }
-    // True when the event was signalled within the time; INFINITE waits for ever.
+    /// True when the event was signalled within the time; INFINITE waits for ever.
     bool Wait(DWORD milliseconds) const noexcept {
         return WaitForSingleObject(m_handle.Get(), milliseconds) == WAIT_OBJECT_0;
     }

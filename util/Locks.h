@@ -6,7 +6,7 @@
 
 namespace util {
 
-// A recursive lock: the same thread may take it again.
+/// A recursive lock: the same thread may take it again.
 class CriticalSection {
   public:
     CriticalSection() noexcept { InitializeCriticalSection(&m_section); }
@@ -22,7 +22,7 @@ class CriticalSection {
     CRITICAL_SECTION m_section;
 };
 
-// The size of a pointer, not recursive, constant-initialised and without a destructor: for static objects.
+/// The size of a pointer, not recursive, constant-initialised and without a destructor: for static objects.
 class SlimLock {
   public:
     constexpr SlimLock() noexcept = default;

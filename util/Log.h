@@ -31,8 +31,8 @@
 
 namespace util {
 
-// One diagnostic switch: a plain 32-bit integer, written by the window thread, read by every thread, ordering
-// nothing. Non-zero is on.
+/// One diagnostic switch: a plain 32-bit integer, written by the window thread, read by every thread,
+/// ordering nothing. Non-zero is on.
 class LogSwitch {
   public:
     constexpr explicit LogSwitch(int32_t value) noexcept : m_value(value) {}
@@ -44,7 +44,7 @@ class LogSwitch {
     std::atomic<int32_t> m_value;
 };
 
-// The switches with their values until the settings are read.
+/// The switches with their values until the settings are read.
 struct LogSwitches {
     LogSwitch output{0};         // lines are produced
     LogSwitch file{0};           // lines are also written to the log file
@@ -66,8 +66,9 @@ inline bool LogEnabled() noexcept {
     return g_logSwitches.output || g_logSwitches.file;
 }
 
-// The entry points behind the macros. Of `file` only what follows the last slash or backslash is printed;
-// `function` is a class-and-method text such as "CNorixSDKCtrl::OnTimer"; a non-zero `location` appends both.
+/// The entry points behind the macros. Of `file` only what follows the last slash or backslash is printed;
+/// `function` is a class-and-method text such as "CNorixSDKCtrl::OnTimer"; a non-zero `location` appends
+/// both.
 void Log(const char* file, int line, const char* function, unsigned char location, const char* format,
          ...) noexcept NORIX_PRINTF_FORMAT(5, 6);
 void Log(const wchar_t* file, int line, const wchar_t* function, unsigned char location,
@@ -75,12 +76,12 @@ void Log(const wchar_t* file, int line, const wchar_t* function, unsigned char l
 
 inline constexpr wchar_t kDefaultLogFilePath[] = L"D:\\NorixSDK.log";
 
-// Closes the log file if one is open and starts the file at `path` anew (empty); nullptr means the default.
-// When the file can't be opened each following line tries again.
+/// Closes the log file if one is open and starts the file at `path` anew (empty); nullptr means the default.
+/// When the file can't be opened each following line tries again.
 void OpenLogFile(const wchar_t* path) noexcept;
 
-// Ends logging: clears the output and file switches and closes the file. For the module's last step, when no
-// other thread of ours runs any more; nothing is left to the module's static destructors.
+/// Ends logging: clears the output and file switches and closes the file. For the module's last step, when no
+/// other thread of ours runs any more; nothing is left to the module's static destructors.
 void CloseLogFile() noexcept;
 
 }  // namespace util

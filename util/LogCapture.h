@@ -16,7 +16,7 @@ class LogCapture {
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    // The lines so far, without the "[NorixSDK]" tag and the CR LF; wide characters beyond ASCII read '?'.
+    /// The lines so far, without the "[NorixSDK]" tag and the CR LF; wide characters beyond ASCII read '?'.
     std::vector<std::string> Lines() const;
     bool Contains(const std::string& part) const;
 };

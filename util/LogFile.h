@@ -24,10 +24,10 @@ class LogFile {
   public:
     constexpr LogFile() noexcept { std::copy_n(kDefaultLogFilePath, std::size(kDefaultLogFilePath), m_path); }
 
-    // Starts an empty file at `path`; nullptr means the default path.
+    /// Starts an empty file at `path`; nullptr means the default path.
     void Open(const wchar_t* path) noexcept;
     void Close() noexcept;
-    // Appends a record. On a closed file: opens it at the current path, and the record is not written.
+    /// Appends a record. On a closed file: opens it at the current path, and the record is not written.
     void Write(const LogRecord& record) noexcept;
 
   private:

@@ -10,14 +10,14 @@
 
 namespace util {
 
-// Characters of the buffer a caller's text is formatted into, terminator included: longer texts are cut.
+/// Characters of the buffer a caller's text is formatted into, terminator included: longer texts are cut.
 inline constexpr size_t kLogTextCapacity = 2048;
-// Characters of a whole line, terminator included: the text and room for the tag, thread id and location.
+/// Characters of a whole line, terminator included: the text and room for the tag, thread id and location.
 inline constexpr size_t kLogLineCapacity = kLogTextCapacity + 512;
 
-// A line under construction: "[NorixSDK][T00042] text [File.cpp(12) Class::Method()]\r\n". Call Begin, Text,
-// Location (optional) and End, in this order. A location that doesn't fit is cut; the CR LF never is.
-// Char is char or wchar_t.
+/// A line under construction: "[NorixSDK][T00042] text [File.cpp(12) Class::Method()]\r\n". Call Begin, Text,
+/// Location (optional) and End, in this order. A location that doesn't fit is cut; the CR LF never is.
+/// Char is char or wchar_t.
 template <class Char>
 class LogLine {
   public:
@@ -43,9 +43,9 @@ class LogLine {
 extern template class LogLine<char>;
 extern template class LogLine<wchar_t>;
 
-// What precedes the characters in a record. Narrow: the length n as one byte if n < 255; else the byte 0xFF
-// and n as 16 bits if n < 0xFFFE; else 0xFF, 0xFFFF and n as 32 bits. Wide: first 0xFF and the 16-bit marker
-// 0xFFFE, then the length in the same way. All little-endian.
+/// What precedes the characters in a record. Narrow: the length n as one byte if n < 255; else the byte 0xFF
+/// and n as 16 bits if n < 0xFFFE; else 0xFF, 0xFFFF and n as 32 bits. Wide: first 0xFF and the 16-bit marker
+/// 0xFFFE, then the length in the same way. All little-endian.
 struct LogRecordPrefix {
     LogRecordPrefix(uint32_t length, bool wide) noexcept;
     std::array<uint8_t, 10> bytes;
@@ -55,7 +55,7 @@ struct LogRecordPrefix {
     void Put(uint32_t value, int byteCount) noexcept;
 };
 
-// One line as the log file holds it: the prefix and then the characters, wide ones as 16-bit units.
+/// One line as the log file holds it: the prefix and then the characters, wide ones as 16-bit units.
 class LogRecord {
   public:
     explicit LogRecord(std::string_view line) noexcept;

@@ -12,14 +12,14 @@ namespace util::platform {
 
 int CurrentThreadId() noexcept;
 
-// Appends a record to the log file; the line that finds the file closed opens it and is not written.
+/// Appends a record to the log file; the line that finds the file closed opens it and is not written.
 void WriteLogFile(const LogRecord& record) noexcept;
 
-// `line` is zero-terminated.
+/// `line` is zero-terminated.
 void WriteDebugger(const char* line) noexcept;
 void WriteDebugger(const wchar_t* line) noexcept;
 
-// The calling thread's last system error, so that a log call leaves it as it was.
+/// The calling thread's last system error, so that a log call leaves it as it was.
 uint32_t LastError() noexcept;
 void SetLastError(uint32_t error) noexcept;
 

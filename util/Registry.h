@@ -20,7 +20,7 @@
 
 namespace util {
 
-// A DWORD value, read once at construction.
+/// A DWORD value, read once at construction.
 class IntReg {
   public:
     IntReg(HKEY hive, const wchar_t* key, const wchar_t* name) noexcept;
@@ -33,15 +33,15 @@ class IntReg {
     std::optional<uint32_t> m_value;
 };
 
-// A string value, read at construction.
+/// A string value, read at construction.
 class StringReg {
   public:
-    // With `create` the key is made when missing and the value can be set; otherwise the key is only read.
+    /// With `create` the key is made when missing and the value can be set; otherwise the key is only read.
     StringReg(HKEY hive, const wchar_t* key, const wchar_t* name, bool create = false);
 
     bool Exists() const noexcept { return m_value.has_value(); }
     std::wstring Value() const { return m_value.value_or(std::wstring()); }
-    // Writes the value; false when the key was opened for reading or the system refuses.
+    /// Writes the value; false when the key was opened for reading or the system refuses.
     bool Set(const std::wstring& text);
 
   private:
@@ -50,16 +50,16 @@ class StringReg {
     std::optional<std::wstring> m_value;
 };
 
-// What CRegistryEx::Open throws: a key that can't be created, or its predecessor that can't be closed.
+/// What CRegistryEx::Open throws: a key that can't be created, or its predecessor that can't be closed.
 class CRegistryError : public std::runtime_error {
   public:
     CRegistryError() : std::runtime_error("Error! Cannot create registry key!") {}
 };
 
-// A key open for reading and writing (access 0x2001f).
+/// A key open for reading and writing (access 0x2001f).
 class CRegistryEx {
   public:
-    // Closes the key held before and opens `key`, creating it when missing. Throws CRegistryError.
+    /// Closes the key held before and opens `key`, creating it when missing. Throws CRegistryError.
     void Open(HKEY hive, const wchar_t* key);
     void Close() noexcept { m_key.Reset(); }
 

@@ -16,11 +16,11 @@ inline constexpr wchar_t kClientSettingKey[] = L"Software\\Norix\\ClientSetting"
 
 namespace Settings {
 
-// Read when the control is constructed.
+/// Read when the control is constructed.
 bool EnableDebugOutput() noexcept;
 bool EnableDebugLogFile() noexcept;
 
-// Read by Connect.
+/// Read by Connect.
 std::wstring DebugLogFilePath();
 bool ShowThreadId() noexcept;
 bool ShowFPS() noexcept;
@@ -29,11 +29,12 @@ bool ShowFrameTimeInfo() noexcept;
 bool ShowTimeSync() noexcept;
 bool ShowTimeDiff() noexcept;
 
-// Milliseconds, at least 1. The default follows from the camera's frame rate (below 1: unknown).
+/// Milliseconds, at least 1. The default follows from the camera's frame rate (below 1: unknown).
 uint32_t TargetPTSDiff(int frameRate) noexcept;
 uint32_t TargetPTSDiffRange() noexcept;
 
-// Frame pools, in records and bytes per record. The numbers also keep number times size within kPoolBytesMax.
+/// Frame pools, in records and bytes per record. The numbers also keep number times size within
+/// kPoolBytesMax.
 uint32_t VideoBufferNum() noexcept;
 uint32_t VideoBufferSize() noexcept;
 uint32_t AudioBufferNum() noexcept;
@@ -41,29 +42,29 @@ uint32_t AudioBufferSize() noexcept;
 bool EnableDecodeFrameDrop() noexcept;
 bool EnableDisplayFrameDrop() noexcept;
 
-// Decoder and audio player.
+/// Decoder and audio player.
 bool EnableTimeSync() noexcept;
 bool EnableVSync() noexcept;
 uint32_t DisplayBufferNum() noexcept;
 uint32_t DisplayBufferSize() noexcept;  // a stored 0 is returned as 0: what it means is the decoder's affair
 
-// HTTP receivers, in bytes.
+/// HTTP receivers, in bytes.
 uint32_t JpegBufferSize() noexcept;
 uint32_t ULawBufferSize() noexcept;
 
 }  // namespace Settings
 
-// The per-user choices of the client-setting dialog; 0 when missing.
+/// The per-user choices of the client-setting dialog; 0 when missing.
 struct ClientOptions {
     uint32_t video = 0;
     uint32_t protocol = 0;
 };
 
-// Creates the key when it is missing, for the dialog to find.
+/// Creates the key when it is missing, for the dialog to find.
 ClientOptions ReadClientOptions() noexcept;
 
-// Per-camera client values: string values of the current user under ClientKeyPath(model, channel).
-// Set creates the key; false when the registry refuses. Get returns `fallback` for a missing value.
+/// Per-camera client values: string values of the current user under ClientKeyPath(model, channel).
+/// Set creates the key; false when the registry refuses. Get returns `fallback` for a missing value.
 bool SetClientValue(const std::wstring& model, int channel, const std::wstring& name,
                     const std::wstring& value);
 std::wstring GetClientValue(const std::wstring& model, int channel, const std::wstring& name,

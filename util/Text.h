@@ -26,10 +26,10 @@ std::string WideToUtf8(std::wstring_view text);
 std::wstring AnsiToWide(std::string_view text);
 std::string WideToAnsi(std::wstring_view text);
 
-// A BSTR's characters; a null BSTR is the empty text. The BSTR stays the caller's.
+/// A BSTR's characters; a null BSTR is the empty text. The BSTR stays the caller's.
 std::wstring_view BstrView(BSTR text) noexcept;
 
-// Null when memory is short, which COM's callers report as E_OUTOFMEMORY.
+/// Null when memory is short, which COM's callers report as E_OUTOFMEMORY.
 UniqueBstr MakeBstr(std::wstring_view text) noexcept;
 
 }  // namespace util

@@ -13,7 +13,7 @@ namespace util {
 
 class CTimeDiff {
   public:
-    // The label must outlive the object: a literal.
+    /// The label must outlive the object: a literal.
     explicit CTimeDiff(const char* label) noexcept;
     ~CTimeDiff();
     CTimeDiff(const CTimeDiff&) = delete;

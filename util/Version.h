@@ -20,7 +20,7 @@ struct FileVersion {
     bool operator==(const FileVersion&) const = default;
 };
 
-// From the bytes of a version resource (VS_VERSIONINFO); nullopt when they aren't one. Pure.
+/// From the bytes of a version resource (VS_VERSIONINFO); nullopt when they aren't one. Pure.
 std::optional<FileVersion> ParseVersionResource(std::span<const uint8_t> resource) noexcept;
 
 }  // namespace util
@@ -30,7 +30,7 @@ std::optional<FileVersion> ParseVersionResource(std::span<const uint8_t> resourc
 
 namespace util {
 
-// Of a loaded module, from its mapped image, not its file; nullopt when it has no version resource.
+/// Of a loaded module, from its mapped image, not its file; nullopt when it has no version resource.
 std::optional<FileVersion> ModuleVersion(HMODULE module) noexcept;
 
 }  // namespace util

@@ -11,7 +11,7 @@
 
 namespace norix {
 
-// Where time and chance come from.
+/// Where time and chance come from.
 struct OnvifSurroundings {
     std::function<std::int64_t()> milliseconds;  // steady
     std::function<std::int64_t()> utcSeconds;    // since 1970, this machine's clock
@@ -19,14 +19,14 @@ struct OnvifSurroundings {
 };
 OnvifSurroundings SystemOnvifSurroundings();
 
-// All that is asked after one Open has to begin within this time of it. The last request may take as long as
-// the transport lets it.
+/// All that is asked after one Open has to begin within this time of it. The last request may take as long as
+/// the transport lets it.
 inline constexpr std::int64_t kOnvifMilliseconds = 4000;
 inline constexpr unsigned kOnvifMostRequests = 5;
 inline constexpr std::size_t kOnvifLargestReply = 256 * 1024;
 inline constexpr std::size_t kOnvifMostProfiles = 128;
 
-// The transport has to outlive the object. Asks nothing yet; throws nothing but bad_alloc.
+/// The transport has to outlive the object. Asks nothing yet; throws nothing but bad_alloc.
 OnvifMediaPtr CreateOnvifMedia(HttpTransport& transport,
                                OnvifSurroundings surroundings = SystemOnvifSurroundings());
 

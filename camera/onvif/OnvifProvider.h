@@ -10,14 +10,14 @@
 
 namespace norix {
 
-// The folder of the module that this code is linked into, with a final backslash; empty when it can't be
-// told.
+/// The folder of the module that this code is linked into, with a final backslash; empty when it can't be
+/// told.
 std::wstring OwnModuleFolder();
 
-// Owns the maker's library, if it lies in `folder` and serves our version of the interface, and the object
-// that answers: the library's, otherwise our own over `transport`, which has to outlive this. The library is
-// looked for nowhere else, and what it needs itself only beside it and in the system's folder. Not to be made
-// or destroyed inside DllMain. One thread at a time.
+/// Owns the maker's library, if it lies in `folder` and serves our version of the interface, and the object
+/// that answers: the library's, otherwise our own over `transport`, which has to outlive this. The library is
+/// looked for nowhere else, and what it needs itself only beside it and in the system's folder. Not to be
+/// made or destroyed inside DllMain. One thread at a time.
 class OnvifProvider {
   public:
     explicit OnvifProvider(HttpTransport& transport, const std::wstring& folder = OwnModuleFolder());

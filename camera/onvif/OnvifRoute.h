@@ -16,7 +16,7 @@ struct OnvifReleaser {
 };
 using OnvifMediaPtr = std::unique_ptr<IKsOnvifMedia, OnvifReleaser>;
 
-// Text is UTF-8.
+/// Text is UTF-8.
 struct OnvifQuestion {
     std::string host;
     std::uint16_t port = 80;
@@ -35,9 +35,9 @@ struct OnvifStream {
     std::uint32_t frameRateLimit = 0;  // pictures per second; 0: not known
 };
 
-// Profile, stream address, frame-rate limit, in this order. Nothing when the camera has no answer that can be
-// used; why is in the log. Blocks while the camera is asked, within the limits of OnvifMedia.h. Throws
-// nothing but bad_alloc.
+/// Profile, stream address, frame-rate limit, in this order. Nothing when the camera has no answer that can
+/// be used; why is in the log. Blocks while the camera is asked, within the limits of OnvifMedia.h. Throws
+/// nothing but bad_alloc.
 std::optional<OnvifStream> AskOnvif(IKsOnvifMedia& media, const OnvifQuestion& question);
 
 }  // namespace norix

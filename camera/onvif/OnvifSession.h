@@ -16,16 +16,16 @@
 
 namespace norix::onvif {
 
-// Asks what it needs when it is needed, each thing once, within the limits of OnvifMedia.h counted from its
-// creation. Failures are in the log and in the result. One thread; throws nothing but bad_alloc.
+/// Asks what it needs when it is needed, each thing once, within the limits of OnvifMedia.h counted from its
+/// creation. Failures are in the log and in the result. One thread; throws nothing but bad_alloc.
 class Session {
   public:
-    // Transport and surroundings have to outlive it. Nothing, when `camera` doesn't say whom to ask.
+    /// Transport and surroundings have to outlive it. Nothing, when `camera` doesn't say whom to ask.
     static std::optional<Session> Begin(HttpTransport& transport, const OnvifSurroundings& surroundings,
                                         const KsOnvifCamera& camera);
 
     KsOnvifResult LearnProfiles();
-    // After LearnProfiles has succeeded.
+    /// After LearnProfiles has succeeded.
     const std::vector<Profile>& Profiles() const { return m_profiles; }
     KsOnvifResult GetStreamUri(std::string_view token, std::uint32_t transport, std::string& uri);
 
@@ -49,9 +49,9 @@ class Session {
     void AskForClock();
     KsOnvifResult FindMediaService();
     Service Reachable(const protocol::Url& stated) const;
-    // The text of the reply if it isn't a refusal.
+    /// The text of the reply if it isn't a refusal.
     KsOnvifResult Call(const Service& service, const Operation& operation, bool identify, std::string& reply);
-    // Logs a reply that can't be used. Answers kKsOnvifDenied if it is for the credentials.
+    /// Logs a reply that can't be used. Answers kKsOnvifDenied if it is for the credentials.
     static KsOnvifResult Refuse(const char* operation, unsigned status, const std::string& reply);
 
     HttpTransport* m_transport;

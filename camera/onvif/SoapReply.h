@@ -22,12 +22,12 @@ struct Fault {
     bool IsDenial() const;
 };
 
-// Seconds since 1970. A date that doesn't exist is none.
+/// Seconds since 1970. A date that doesn't exist is none.
 std::optional<std::int64_t> ParseSystemDateAndTime(std::string_view reply);
-// The media service's address as the camera states it; empty: it states none.
+/// The media service's address as the camera states it; empty: it states none.
 std::string ParseServices(std::string_view reply);
 std::string ParseCapabilities(std::string_view reply);
-// The first kOnvifMostProfiles, in the camera's order. Nothing: this is no such reply.
+/// The first kOnvifMostProfiles, in the camera's order. Nothing: this is no such reply.
 std::optional<std::vector<Profile>> ParseProfiles(std::string_view reply);
 std::string ParseStreamUri(std::string_view reply);
 std::optional<Fault> ParseFault(std::string_view reply);

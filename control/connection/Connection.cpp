@@ -60,7 +60,6 @@ Connection::Connection(CNorixSDKCtrl& owner) : m_owner(owner) {}
 Connection::~Connection() = default;
 
 // ---- Connecting
-// ---------------------------------------------------------------------------------------------
 
 long Connection::Connect() {
     const std::string server = util::WideToUtf8(m_owner.Properties().serverIP);
@@ -241,7 +240,6 @@ std::string Connection::GetStreamUri(const Attempt& attempt) {
 }
 
 // ---- Disconnecting
-// ------------------------------------------------------------------------------------------
 
 long Connection::Disconnect() {
     const std::string server = util::WideToUtf8(m_owner.Properties().serverIP);
@@ -310,7 +308,6 @@ void Connection::OnWindowDestroyed() {
 }
 
 // ---- The picture
-// -------------------------------------------------------------------------------------------
 
 bool Connection::HasDecoder() const {
     return m_reception && m_reception->Players().HasDecoder();
@@ -326,7 +323,6 @@ bool Connection::DrawLastPicture(HDC dc, const RECT& bounds) const {
 }
 
 // ---- Status
-// -------------------------------------------------------------------------------------------------
 
 void Connection::ShowStatus(EConnectStatus status) {
     const wchar_t* caption = AppearanceOf(status).caption;
@@ -389,7 +385,6 @@ void Connection::OnConnectStatus(EConnectStatus reported) {
 }
 
 // ---- Timers
-// -------------------------------------------------------------------------------------------------
 
 void Connection::OnAutoConnectTimer() {
     if (m_owner.Page() && !m_owner.Properties().clientSettingMode) m_owner.Connect();

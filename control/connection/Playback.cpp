@@ -31,7 +31,6 @@ std::shared_ptr<CDecoder> Playback::Decoder() const {
 }
 
 // ---- Receiving threads
-// --------------------------------------------------------------------------------------
 
 // Closing comes after the receiving threads have ended. The connection's end is known before that: a thread
 // that then went on to open devices would be waited for.
@@ -95,7 +94,6 @@ void Playback::StartAudio() {
 }
 
 // ---- Window thread
-// ------------------------------------------------------------------------------------------
 
 void Playback::StopOutput() {
     if (const auto decoder = Decoder()) decoder->StopOutput();

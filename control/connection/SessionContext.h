@@ -9,7 +9,7 @@ namespace norix {
 struct SessionContext {
     CCtrlParam param;
 
-    // Written by the window thread, read by the receiving threads when they ask for a key frame.
+    /// Written by the window thread, read by the receiving threads when they ask for a key frame.
     Shared<long> channel{1};
     Shared<long> stream{1};
 };

@@ -21,7 +21,7 @@ class BodyDecoder {
 
     BodyDecoder(bool chunked, std::optional<std::uint64_t> length);
 
-    // Takes one piece off the front of `bytes`; `body` lies inside of them.
+    /// Takes one piece off the front of `bytes`; `body` lies inside of them.
     State Next(Bytes& bytes, Bytes& body);
 
   private:

@@ -14,14 +14,14 @@ namespace norix::http {
 
 class ByteWindow {
   public:
-    // The memory isn't cleared: what no frame reaches costs nothing.
+    /// The memory isn't cleared: what no frame reaches costs nothing.
     explicit ByteWindow(std::size_t capacity)
         : m_capacity(capacity), m_memory(std::make_unique_for_overwrite<std::uint8_t[]>(capacity)) {}
 
-    // Valid until the next Append.
+    /// Valid until the next Append.
     Bytes Data() const { return {m_memory.get() + m_begin, m_end - m_begin}; }
 
-    // Takes from the front of `bytes` what there is room for; no room is no progress.
+    /// Takes from the front of `bytes` what there is room for; no room is no progress.
     void Append(Bytes& bytes) {
         Drop(bytes);
         if (bytes.size() > m_capacity - m_end && m_begin != 0) {
@@ -35,7 +35,7 @@ class ByteWindow {
         bytes = bytes.subspan(taken);
     }
 
-    // Gives up the next `count` bytes, whether they are here already or not.
+    /// Gives up the next `count` bytes, whether they are here already or not.
     void Consume(std::size_t count) {
         const std::size_t here = std::min(count, m_end - m_begin);
         m_begin += here;

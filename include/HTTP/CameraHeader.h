@@ -17,15 +17,15 @@ struct CameraHeader {
 inline constexpr std::size_t kCameraHeaderBegin = 9;  // bytes after which all of the above is known
 inline constexpr std::size_t kSoundHeaderLength = 32;
 
-// Whether these are the first bytes of such a header, as far as there are any. At least one byte.
+/// Whether these are the first bytes of such a header, as far as there are any. At least one byte.
 bool MayBePictureHeader(Bytes bytes);
-// At least kCameraHeaderBegin bytes, which MayBePictureHeader.
+/// At least kCameraHeaderBegin bytes, which MayBePictureHeader.
 CameraHeader ReadPictureHeader(Bytes bytes);
 
 bool MayBeSoundHeader(Bytes bytes);
 CameraHeader ReadSoundHeader(Bytes bytes);
 
-// FF D8, as far as there are bytes.
+/// FF D8, as far as there are bytes.
 bool MayBePicture(Bytes bytes);
 bool IsPicture(Bytes bytes);
 

@@ -20,7 +20,7 @@ struct ContentType {
     std::string boundary;  // as stated, without quotes
 };
 
-// An empty text, which is a missing field, gives Bytes.
+/// An empty text, which is a missing field, gives Bytes.
 ContentType ParseContentType(std::string_view text);
 
 }  // namespace norix::http

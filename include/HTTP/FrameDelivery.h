@@ -10,18 +10,18 @@
 
 namespace norix::http {
 
-// Hands the frames of one stream on to the connection: times them and inserts them into the parameter block.
-// Receiving thread only.
+/// Hands the frames of one stream on to the connection: times them and inserts them into the parameter block.
+/// Receiving thread only.
 class FrameDelivery : public FrameSink {
   public:
     enum class Kind { Pictures, Sound };
 
-    // Says in the parameter block what is coming. Both outlive this; players may be null.
+    /// Says in the parameter block what is coming. Both outlive this; players may be null.
     FrameDelivery(Kind kind, CCtrlParam& param, MediaPlayers* players);
 
-    // Once the stream is known to be media; with the first frame at the latest. Further calls do nothing.
+    /// Once the stream is known to be media; with the first frame at the latest. Further calls do nothing.
     void StartPlayers();
-    // When the bytes came that are being split.
+    /// When the bytes came that are being split.
     void SetArrival(std::uint32_t milliseconds) { m_arrivalMs = milliseconds; }
 
     void OnFrame(Bytes frame) override;

@@ -28,10 +28,10 @@ class Framing {
     virtual Step Next(ByteWindow& window, Found& found) = 0;
 };
 
-// Bytes that belong to no frame. Some are a nuisance, many in a row mean that the stream is something else.
+/// Bytes that belong to no frame. Some are a nuisance, many in a row mean that the stream is something else.
 class Junk {
   public:
-    // False when it is too much.
+    /// False when it is too much.
     bool Add(std::size_t bytes) {
         m_bytes += bytes;
         return m_bytes <= m_allowed;
@@ -40,7 +40,7 @@ class Junk {
         m_bytes = 0;
         m_allowed = kUsual;
     }
-    // A frame that is too long for the buffer was begun: its rest is to be expected.
+    /// A frame that is too long for the buffer was begun: its rest is to be expected.
     void ExpectLongFrame() {
         m_bytes = 0;
         m_allowed = kLongestFrame;
@@ -54,7 +54,7 @@ class Junk {
     std::size_t m_allowed = kUsual;
 };
 
-// "<what> is longer than <limit> bytes, dropped"
+/// "<what> is longer than <limit> bytes, dropped"
 void LogLongFrame(const char* what, std::size_t limit);
 
 }  // namespace norix::http

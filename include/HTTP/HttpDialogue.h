@@ -21,10 +21,10 @@ class HttpDialogue {
 
     enum class Media { Pictures, Sound };
 
-    // An empty session cookie is not sent. The client nonce is random text for Digest.
+    /// An empty session cookie is not sent. The client nonce is random text for Digest.
     HttpDialogue(HttpStreamRequest request, Media media, std::string sessionCookie, std::string clientNonce);
 
-    // False for a request that would not stay one: line ends or blanks where none may be.
+    /// False for a request that would not stay one: line ends or blanks where none may be.
     bool Valid() const;
 
     const std::string& Host() const { return m_at.host; }
@@ -34,7 +34,7 @@ class HttpDialogue {
     Next Take(const ReplyHead& head);
 
     const std::string& SessionCookie() const { return m_sessionCookie; }
-    // Why it was refused, for the log.
+    /// Why it was refused, for the log.
     const std::string& Reason() const { return m_reason; }
 
   private:

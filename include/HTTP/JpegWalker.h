@@ -17,7 +17,7 @@ class JpegWalker {
         Broken,  // Position() is where something stands that can't: another picture's start, as a rule
     };
 
-    // `picture` begins with SOI and is what it was the time before, or longer: nothing is looked at twice.
+    /// `picture` begins with SOI and is what it was the time before, or longer: nothing is looked at twice.
     State Walk(Bytes picture);
     std::size_t Position() const { return m_at; }
     void Reset() { *this = {}; }

@@ -7,10 +7,10 @@
 
 namespace norix::http {
 
-// Pictures: the camera's own time where a picture carries it, laid on the arrival clock.
+/// Pictures: the camera's own time where a picture carries it, laid on the arrival clock.
 class PictureClock {
   public:
-    // `cameraMs` 0: none. Never goes back.
+    /// `cameraMs` 0: none. Never goes back.
     std::uint32_t Stamp(std::uint32_t arrivalMs, std::uint32_t cameraMs);
 
   private:
@@ -20,10 +20,10 @@ class PictureClock {
     std::uint32_t m_last = 0;
 };
 
-// Sound: counts samples of 8000 Hz from the first block's arrival on. Silence on the line moves it forward.
+/// Sound: counts samples of 8000 Hz from the first block's arrival on. Silence on the line moves it forward.
 class SoundClock {
   public:
-    // The time of a block's first sample.
+    /// The time of a block's first sample.
     std::uint32_t Stamp(std::uint32_t arrivalMs, std::uint32_t samples);
 
   private:

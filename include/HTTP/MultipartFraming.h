@@ -14,7 +14,7 @@ namespace norix::http {
 
 class MultipartFraming : public Framing {
   public:
-    // `boundary` as the content type states it; may be empty. What stands in the stream takes precedence.
+    /// `boundary` as the content type states it; may be empty. What stands in the stream takes precedence.
     MultipartFraming(std::size_t limit, std::string_view boundary);
     Step Next(ByteWindow& window, Found& found) override;
 

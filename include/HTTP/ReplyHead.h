@@ -16,7 +16,7 @@ using Bytes = std::span<const std::uint8_t>;
 
 inline constexpr std::size_t kHeadLimit = 32 * 1024;
 
-// What matters of it for a stream. Of fields that may come once only, the first counts.
+/// What matters of it for a stream. Of fields that may come once only, the first counts.
 struct ReplyHead {
     unsigned status = 0;
     bool chunked = false;
@@ -28,13 +28,13 @@ struct ReplyHead {
     std::vector<std::string> challenges;  // WWW-Authenticate, in their order
 };
 
-// Collects a head from pieces. One object per reply.
+/// Collects a head from pieces. One object per reply.
 class HeadReader {
   public:
     enum class State { More, Done, Bad };
 
-    // Takes bytes up to the head's end and leaves the rest in `bytes`. Interim replies (1xx) are passed over.
-    // Bad: not HTTP/1.x, or longer than kHeadLimit.
+    /// Takes bytes up to the head's end and leaves the rest in `bytes`. Interim replies (1xx) are passed
+    /// over. Bad: not HTTP/1.x, or longer than kHeadLimit.
     State Feed(Bytes& bytes);
 
     const ReplyHead& Head() const { return m_head; }
@@ -45,7 +45,7 @@ class HeadReader {
     ReplyHead m_head;
 };
 
-// Nothing when the text is not a reply's head.
+/// Nothing when the text is not a reply's head.
 std::optional<ReplyHead> ParseHead(std::string_view text);
 
 }  // namespace norix::http

@@ -13,7 +13,7 @@
 
 namespace norix::http {
 
-// Takes the frames. The bytes are valid during the call only.
+/// Takes the frames. The bytes are valid during the call only.
 class FrameSink {
   public:
     virtual void OnFrame(Bytes frame) = 0;
@@ -32,15 +32,15 @@ class Splitter {
 
     virtual ~Splitter() = default;
     virtual State Feed(Bytes bytes, FrameSink& sink) = 0;
-    // Nothing more comes: what is left may be a frame.
+    /// Nothing more comes: what is left may be a frame.
     virtual void Finish(FrameSink&) {}
 };
 
-// Pictures with the camera's header where they have one. The form of the stream is told from its first bytes
-// rather than from its content type.
+/// Pictures with the camera's header where they have one. The form of the stream is told from its first bytes
+/// rather than from its content type.
 class PictureSplitter : public Splitter {
   public:
-    // Longer pictures are left out, with a log line.
+    /// Longer pictures are left out, with a log line.
     PictureSplitter(std::size_t limit, const ContentType& type);
     State Feed(Bytes bytes, FrameSink& sink) override;
 
@@ -53,10 +53,10 @@ class PictureSplitter : public Splitter {
     std::unique_ptr<Framing> m_framing;  // from the first bytes on
 };
 
-// G.711: blocks with the camera's header, or bare sound, which is cut into blocks of one length.
+/// G.711: blocks with the camera's header, or bare sound, which is cut into blocks of one length.
 class SoundSplitter : public Splitter {
   public:
-    // Longer blocks with a header are left out, with a log line.
+    /// Longer blocks with a header are left out, with a log line.
     explicit SoundSplitter(std::size_t limit);
     State Feed(Bytes bytes, FrameSink& sink) override;
     void Finish(FrameSink& sink) override;

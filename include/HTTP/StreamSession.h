@@ -16,9 +16,9 @@
 
 namespace norix {
 
-// One run of a receiver: what its window thread and its receiving thread share, and what the latter does.
+/// One run of a receiver: what its window thread and its receiving thread share, and what the latter does.
 struct StreamSession {
-    // Constant after Start made it.
+    /// Constant after Start made it.
     http::FrameDelivery::Kind kind = http::FrameDelivery::Kind::Pictures;
     std::shared_ptr<CCtrlParam> param;
     std::shared_ptr<MediaPlayers> players;  // may be null
@@ -26,21 +26,21 @@ struct StreamSession {
     std::uint32_t bufferSize = 0;
     std::uint32_t stallMs = 0;
 
-    // Window thread only: the receiver has been stopped since.
+    /// Window thread only: the receiver has been stopped since.
     bool stopped = false;
 
-    // Signalled by the receiving thread when it is known whether there is a stream.
+    /// Signalled by the receiving thread when it is known whether there is a stream.
     util::Event decided{util::Event::Kind::kManualReset};
 
-    // Written by the receiving thread before `decided`, read by the window thread after it.
+    /// Written by the receiving thread before `decided`, read by the window thread after it.
     bool accepted = false;
     std::string sessionCookie;
 
-    // The receiving thread's body: everything from the name's lookup to the stream's end. Reports the end of
-    // an accepted stream, unless it was stopped.
+    /// The receiving thread's body: everything from the name's lookup to the stream's end. Reports the end of
+    /// an accepted stream, unless it was stopped.
     void Run(util::StopToken& stop);
 
-    // Window thread: from its return on, nothing is reported. Any number of times.
+    /// Window thread: from its return on, nothing is reported. Any number of times.
     void Silence();
 
   private:

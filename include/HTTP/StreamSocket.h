@@ -15,7 +15,7 @@
 
 namespace norix::http {
 
-// Windows Sockets for the time it lives.
+/// Windows Sockets for the time it lives.
 class SocketLibrary {
   public:
     SocketLibrary() noexcept {
@@ -42,7 +42,7 @@ class StreamSocket {
         Failed,   // see Error
     };
 
-    // `stop` outlives this.
+    /// `stop` outlives this.
     explicit StreamSocket(HANDLE stop) : m_stop(stop) {}
     ~StreamSocket() { Close(); }
     StreamSocket(const StreamSocket&) = delete;
@@ -50,11 +50,11 @@ class StreamSocket {
 
     Result Connect(const SocketAddress& address, std::uint32_t timeLimitMs);
     Result Send(std::string_view text, std::uint32_t timeLimitMs);
-    // Waits for the first bytes and takes what is there; `received` is at least 1 when Done.
+    /// Waits for the first bytes and takes what is there; `received` is at least 1 when Done.
     Result Receive(std::span<std::uint8_t> buffer, std::uint32_t timeLimitMs, std::size_t& received);
     void Close();
 
-    // The system's number of the last failure.
+    /// The system's number of the last failure.
     int Error() const { return m_error; }
 
   private:

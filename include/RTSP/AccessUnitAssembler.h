@@ -9,9 +9,9 @@
 
 namespace norix {
 
-// Joins H.264 NAL units to what a decoder takes at once: everything up to and including a slice, each unit
-// behind a start code. The memory is bounded: units that would not fit are dropped with all that waits, and
-// so is everything up to the next key frame, since it would build on what is missing. Pure; one thread.
+/// Joins H.264 NAL units to what a decoder takes at once: everything up to and including a slice, each unit
+/// behind a start code. The memory is bounded: units that would not fit are dropped with all that waits, and
+/// so is everything up to the next key frame, since it would build on what is missing. Pure; one thread.
 class AccessUnitAssembler {
   public:
     explicit AccessUnitAssembler(std::size_t capacity);
@@ -25,11 +25,11 @@ class AccessUnitAssembler {
     };
     Outcome Append(ByteView nal);
 
-    // What has been put together: complete, until the next Append, after KeyFrame and OtherFrame.
+    /// What has been put together: complete, until the next Append, after KeyFrame and OtherFrame.
     ByteView Unit() const { return {m_buffer.get(), m_length}; }
 
-    // What is waiting now are the stream's parameter sets: after units had to be dropped, they precede the
-    // next key frame once more.
+    /// What is waiting now are the stream's parameter sets: after units had to be dropped, they precede the
+    /// next key frame once more.
     void RememberAsHeader();
     ByteView Header() const { return m_header; }
 

@@ -13,22 +13,22 @@ namespace norix {
 
 class CCtrlParam;
 
-// Takes the frames of one subsession, gives them the form that decoders expect, and inserts them into the
-// pools of the parameter block. Everything on the session's thread. Ended with Medium::close; outlived by the
-// subsession, the parameter block and the stop flag. Makes its two buffers once and allocates nothing per
-// frame.
+/// Takes the frames of one subsession, gives them the form that decoders expect, and inserts them into the
+/// pools of the parameter block. Everything on the session's thread. Ended with Medium::close; outlived by
+/// the subsession, the parameter block and the stop flag. Makes its two buffers once and allocates nothing
+/// per frame.
 class DummySink : public MediaSink {
   public:
-    // No frame is inserted once `stop` is non-zero: the pools may belong to another connection then.
+    /// No frame is inserted once `stop` is non-zero: the pools may belong to another connection then.
     static DummySink* createNew(UsageEnvironment& env, MediaSubsession& subsession,
                                 unsigned receiveBufferSize, CCtrlParam& param,
                                 EventLoopWatchVariable const& stop);
 
-    // Whether a frame has come since setConnected(0).
+    /// Whether a frame has come since setConnected(0).
     int isConnected() const { return m_connected; }
     void setConnected(int value) { m_connected = value; }
 
-    // Since the beginning.
+    /// Since the beginning.
     std::uint64_t Frames() const { return m_frames; }
     std::uint64_t Bytes() const { return m_bytes; }
 

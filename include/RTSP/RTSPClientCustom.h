@@ -11,9 +11,9 @@ namespace norix {
 
 class RTSPSession;
 
-// The RTSP client of a session with what belongs to it: the state of the stream, and three timers that watch
-// that it gets and stays connected and that keep the server's session alive. Everything on the session's
-// thread. Ended with Medium::close; outlived by its owner.
+/// The RTSP client of a session with what belongs to it: the state of the stream, and three timers that watch
+/// that it gets and stays connected and that keep the server's session alive. Everything on the session's
+/// thread. Ended with Medium::close; outlived by its owner.
 class RTSPClientCustom : public RTSPClient {
   public:
     static RTSPClientCustom* createNew(RTSPSession& owner, UsageEnvironment& env, char const* rtspURL,
@@ -22,13 +22,13 @@ class RTSPClientCustom : public RTSPClient {
 
     RTSPSession& owner() const { return m_owner; }
 
-    // Reports a failure, once, unless it is stopped in time.
+    /// Reports a failure, once, unless it is stopped in time.
     void startConnectCheck();
     void stopConnectCheck();
-    // Begins once more in a moment, as long as the connection check has not reported a failure.
+    /// Begins once more in a moment, as long as the connection check has not reported a failure.
     void startNextTry();
-    // From now on, each medium that has a sink has to deliver something in each period. Ends with the first
-    // failure it reports.
+    /// From now on, each medium that has a sink has to deliver something in each period. Ends with the first
+    /// failure it reports.
     void startDisconnectCheck();
     void startKeepAlive();
 

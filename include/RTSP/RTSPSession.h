@@ -30,10 +30,10 @@ struct SessionSettings {
     SessionPeriods periods;
 };
 
-// One session from the first request to TEARDOWN: what RTSPCoumm's thread does. Shared by that thread and
-// whoever stops it, so that a thread which had to be left alone touches nothing that is gone.
-//
-// RTSPStart and all handlers belong to one thread; RequestStop may be called by any.
+/// One session from the first request to TEARDOWN: what RTSPCoumm's thread does. Shared by that thread and
+/// whoever stops it, so that a thread which had to be left alone touches nothing that is gone.
+///
+/// RTSPStart and all handlers belong to one thread; RequestStop may be called by any.
 class RTSPSession {
   public:
     RTSPSession(SessionSettings settings, std::shared_ptr<CCtrlParam> param,
@@ -42,38 +42,39 @@ class RTSPSession {
     RTSPSession(const RTSPSession&) = delete;
     RTSPSession& operator=(const RTSPSession&) = delete;
 
-    // Runs the session until it is stopped or ends: 1, or 0 when there could be no client. Failures are
-    // reported through the callback; nothing is thrown.
+    /// Runs the session until it is stopped or ends: 1, or 0 when there could be no client. Failures are
+    /// reported through the callback; nothing is thrown.
     int RTSPStart() noexcept;
 
-    // Makes RTSPStart return soon. From now on nothing is reported and no frame is inserted.
+    /// Makes RTSPStart return soon. From now on nothing is reported and no frame is inserted.
     void RequestStop() noexcept;
 
     const SessionPeriods& Periods() const { return m_settings.periods; }
     ConnectProtocol Protocol() const { return m_settings.protocol; }
 
     void ReportStatus(ConnectStatus status);
-    // The event loop ends after it, and nothing else is reported: one cause may be noticed in several places.
+    /// The event loop ends after it, and nothing else is reported: one cause may be noticed in several
+    /// places.
     void ReportStatusAndStop(ConnectStatus status);
 
-    // Begins the dialogue; what it leads to is reported.
+    /// Begins the dialogue; what it leads to is reported.
     void SendOptions(RTSPClientCustom& client);
 
-    // Handlers of the client's requests. They free `resultString`.
+    /// Handlers of the client's requests. They free `resultString`.
     static void continueAfterOPTIONS(RTSPClient* client, int resultCode, char* resultString);
     static void continueAfterDESCRIBE(RTSPClient* client, int resultCode, char* resultString);
     static void continueAfterSETUP(RTSPClient* client, int resultCode, char* resultString);
     static void continueAfterPLAY(RTSPClient* client, int resultCode, char* resultString);
-    // Sets up the subsessions that are left, or plays.
+    /// Sets up the subsessions that are left, or plays.
     static void setupNextSubsession(RTSPClient* client);
-    // A source has ended; `clientData` is the subsession.
+    /// A source has ended; `clientData` is the subsession.
     static void subsessionAfterPlaying(void* clientData);
     static void subsessionByeHandler(void* clientData);
-    // The session's time is over; `clientData` is the client.
+    /// The session's time is over; `clientData` is the client.
     static void sessionAfterPlaying(void* clientData);
 
   protected:
-    // For tools, which look at what is received from inside the event loop.
+    /// For tools, which look at what is received from inside the event loop.
     virtual void OnPlaying(RTSPClientCustom&) {}
 
   private:

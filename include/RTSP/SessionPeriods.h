@@ -4,8 +4,8 @@
 
 namespace norix {
 
-// By what a session is watched and kept alive; microseconds. The host may change the first; tests shorten
-// them all.
+/// By what a session is watched and kept alive; microseconds. The host may change the first; tests shorten
+/// them all.
 struct SessionPeriods {
     std::int64_t connectCheck = 5'000'000;     // PLAY has to have succeeded
     std::int64_t nextTry = 500'000;            // after a server that could not be reached

@@ -10,8 +10,8 @@ class MediaSubsessionIterator;
 
 namespace norix {
 
-// What a client knows of the session it is setting up or playing. Belongs to the client, on its thread; ends
-// the session with itself, so all sinks have to be closed before.
+/// What a client knows of the session it is setting up or playing. Belongs to the client, on its thread; ends
+/// the session with itself, so all sinks have to be closed before.
 class StreamClientState {
   public:
     StreamClientState() = default;

@@ -16,8 +16,8 @@ class PollSet;
 
 class BasicTaskScheduler : public TaskScheduler {
   public:
-    // The granularity is the longest time that the loop waits without looking at its watch variable and
-    // triggers.
+    /// The granularity is the longest time that the loop waits without looking at its watch variable and
+    /// triggers.
     static BasicTaskScheduler* createNew(unsigned maxSchedulerGranularity = 10000 /*us*/);
     ~BasicTaskScheduler() override;
 
@@ -30,7 +30,7 @@ class BasicTaskScheduler : public TaskScheduler {
     void deleteEventTrigger(EventTriggerId id) override;
     void triggerEvent(EventTriggerId id, void* clientData = nullptr) override;
 
-    // One round: waits for at most `maxWaitMicroseconds` (0: the granularity), then serves what is ready.
+    /// One round: waits for at most `maxWaitMicroseconds` (0: the granularity), then serves what is ready.
     void SingleStep(unsigned maxWaitMicroseconds = 0);
 
   protected:
@@ -68,8 +68,8 @@ class BasicTaskScheduler : public TaskScheduler {
     std::vector<Handler>::iterator find(int socket);
 
     const unsigned m_granularity;
-    // Few enough that sorted and plain vectors beat trees; they stop allocating once they have reached their
-    // size.
+    /// Few enough that sorted and plain vectors beat trees; they stop allocating once they have reached their
+    /// size.
     std::vector<DelayedTask> m_tasks;  // the next one is the last
     std::uintptr_t m_lastToken = 0;
     std::vector<Handler> m_handlers;

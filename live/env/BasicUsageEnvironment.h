@@ -6,7 +6,7 @@
 
 class BasicUsageEnvironment : public UsageEnvironment {
   public:
-    // Also makes sure that sockets can be used.
+    /// Also makes sure that sockets can be used.
     static BasicUsageEnvironment* createNew(TaskScheduler& scheduler);
 
     Boolean reclaim() override;

@@ -6,7 +6,7 @@
 
 class Medium {
   public:
-    // NULL is fine.
+    /// NULL is fine.
     static void close(Medium* medium);
 
     UsageEnvironment& envir() const { return m_environment; }

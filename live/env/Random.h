@@ -4,7 +4,7 @@
 
 namespace live {
 
-// Not to be guessed from outside: identifiers, nonces, spread of timers.
+/// Not to be guessed from outside: identifiers, nonces, spread of timers.
 std::uint32_t random32();
 
 }  // namespace live

@@ -20,13 +20,13 @@ class FramedSource : public MediaSource {
                                   struct timeval presentationTime, unsigned durationInMicroseconds);
     using onCloseFunc = void(void* clientData);
 
-    // `to` belongs to the source until one of the functions is called or stopGettingFrames is. A source that
-    // is asked while it still owes a frame is a mistake of the caller; the new request counts.
+    /// `to` belongs to the source until one of the functions is called or stopGettingFrames is. A source that
+    /// is asked while it still owes a frame is a mistake of the caller; the new request counts.
     void getNextFrame(unsigned char* to, unsigned maxSize, afterGettingFunc* afterGettingFunction,
                       void* afterGettingClientData, onCloseFunc* onCloseFunction, void* onCloseClientData);
     void stopGettingFrames();
     Boolean isCurrentlyAwaitingData() const { return m_awaiting; }
-    // The source has ended: tells whoever waits for a frame.
+    /// The source has ended: tells whoever waits for a frame.
     void handleClosure();
     Boolean isFramedSource() const override { return True; }
 
@@ -38,7 +38,8 @@ class FramedSource : public MediaSource {
 
     unsigned char* frameTo() const { return m_to; }
     unsigned maxFrameSize() const { return m_maxSize; }
-    // Ends the request. The consumer usually asks for the next frame from inside; it may end the source, too.
+    /// Ends the request. The consumer usually asks for the next frame from inside; it may end the source,
+    /// too.
     void deliver(unsigned size, unsigned truncated, const timeval& presentationTime,
                  unsigned durationMicroseconds);
 

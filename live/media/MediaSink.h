@@ -8,7 +8,7 @@ class MediaSink : public Medium {
   public:
     using afterPlayingFunc = void(void* clientData);
 
-    // False, with the reason in the environment, when the sink is being played already.
+    /// False, with the reason in the environment, when the sink is being played already.
     Boolean startPlaying(MediaSource& source, afterPlayingFunc* afterFunc, void* afterClientData);
     virtual void stopPlaying();
     FramedSource* source() const { return fSource; }
@@ -18,10 +18,10 @@ class MediaSink : public Medium {
     ~MediaSink() override;
 
     virtual Boolean sourceIsCompatibleWithUs(MediaSource& source);
-    // Asks the source for the next frame; False when there is no source.
+    /// Asks the source for the next frame; False when there is no source.
     virtual Boolean continuePlaying() = 0;
 
-    // To be handed to getNextFrame.
+    /// To be handed to getNextFrame.
     static void onSourceClosure(void* clientData);
     void onSourceClosure();
 

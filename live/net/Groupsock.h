@@ -14,20 +14,20 @@ class SocketHandle;
 
 class Groupsock {
   public:
-    // Bound to `port` (0: any) of every interface; a group is joined on ReceivingInterfaceAddr, from `source`
-    // only unless that is 0. NULL with the reason in the environment when that fails.
+    /// Bound to `port` (0: any) of every interface; a group is joined on ReceivingInterfaceAddr, from
+    /// `source` only unless that is 0. NULL with the reason in the environment when that fails.
     static std::unique_ptr<Groupsock> open(UsageEnvironment& env, ipv4AddressBits group, portNumBits port,
                                            ipv4AddressBits source = 0);
     ~Groupsock();
 
     int socketNum() const;
-    // In host byte order.
+    /// In host byte order.
     portNumBits port() const { return m_port; }
     ipv4AddressBits groupAddress() const { return m_group; }
 
     void setDestination(ipv4AddressBits address, portNumBits port);
     bool send(std::span<const unsigned char> datagram);
-    // The datagram's size, or -1 when none is waiting.
+    /// The datagram's size, or -1 when none is waiting.
     std::ptrdiff_t receive(std::span<unsigned char> to);
 
   private:

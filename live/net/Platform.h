@@ -22,14 +22,14 @@
 
 namespace live::net {
 
-// Starts the system's sockets once per process; false when there are none.
+/// Starts the system's sockets once per process; false when there are none.
 bool startUp();
 
-// Runs the body on a thread that nobody waits for; it must own or share all it uses and throw nothing. The
-// code of the module that calls stays loaded until it has ended. False when there is no thread to be had.
+/// Runs the body on a thread that nobody waits for; it must own or share all it uses and throw nothing. The
+/// code of the module that calls stays loaded until it has ended. False when there is no thread to be had.
 bool runDetached(std::function<void()> body);
 
-// The last socket error of this thread, its text, and what the usual ones mean.
+/// The last socket error of this thread, its text, and what the usual ones mean.
 int lastError();
 std::string errorText(int error);
 bool wouldBlock(int error);
@@ -38,25 +38,25 @@ bool connectPending(int error);
 void closeSocket(int socket);
 bool makeNonBlocking(int socket);
 
-// Bytes moved, or -1 with the reason in lastError().
+/// Bytes moved, or -1 with the reason in lastError().
 std::ptrdiff_t receive(int socket, void* to, std::size_t size);
 std::ptrdiff_t receiveFrom(int socket, void* to, std::size_t size, sockaddr_in& from);
 std::ptrdiff_t send(int socket, const void* from, std::size_t size);
 std::ptrdiff_t sendTo(int socket, const void* from, std::size_t size, const sockaddr_in& to);
 
-// 0 or an error code: how a pending connect ended.
+/// 0 or an error code: how a pending connect ended.
 int connectResult(int socket);
 
-// Restricts a bound socket to its own group's datagrams; nothing to do where the system does so anyway.
+/// Restricts a bound socket to its own group's datagrams; nothing to do where the system does so anyway.
 void receiveJoinedGroupsOnly(int socket);
-// Whether a socket that is bound to a group's address sees only that group's datagrams.
+/// Whether a socket that is bound to a group's address sees only that group's datagrams.
 bool canBindToGroup();
 
-// The sockets of one readiness call.
+/// The sockets of one readiness call.
 class PollSet {
   public:
     void clear() { m_entries.clear(); }
-    // `conditions` and ready(): SOCKET_READABLE and so on.
+    /// `conditions` and ready(): SOCKET_READABLE and so on.
     void add(int socket, int conditions);
     int wait(int timeoutMilliseconds);
     int ready(std::size_t index) const;

@@ -4,7 +4,7 @@
 
 namespace live::rtp {
 
-// Reads fields of up to 32 bits, most significant bit first; past the end it gives zeros and ok() is false.
+/// Reads fields of up to 32 bits, most significant bit first; past the end it gives zeros and ok() is false.
 class BitReader {
   public:
     BitReader(Bytes bytes, std::size_t bits) : m_bytes(bytes), m_end(bits) {

@@ -14,11 +14,11 @@ class Depacketizer {
   public:
     virtual ~Depacketizer() = default;
 
-    // Packets come in order; `afterLoss`: some are missing before this one. A frame that lacks any of its
-    // packets is not delivered.
+    /// Packets come in order; `afterLoss`: some are missing before this one. A frame that lacks any of its
+    /// packets is not delivered.
     virtual void onPacket(const RtpPacket& packet, bool afterLoss, FrameQueue& frames) = 0;
 
-    // A new sender: what was begun is forgotten.
+    /// A new sender: what was begun is forgotten.
     virtual void reset() {}
 
   protected:

@@ -21,14 +21,14 @@ class FrameQueue {
     static constexpr std::size_t kMaxBytes = 4 * 1024 * 1024;
     static constexpr std::size_t kMaxFrames = 1024;  // more only gather when nobody fetches them
 
-    // The open frame. One that gets too large is dropped as a whole when it is committed.
+    /// The open frame. One that gets too large is dropped as a whole when it is committed.
     void append(Bytes bytes);
     void append(unsigned char byte) { append(Bytes(&byte, 1)); }
     std::size_t openSize() const { return m_bytes.size() - m_openStart; }
     Bytes open() const { return Bytes(m_bytes).subspan(m_openStart); }
     void discard();
     void commit(const FrameInfo& info);
-    // The first `size` bytes of the open frame are a frame; the rest stays open.
+    /// The first `size` bytes of the open frame are a frame; the rest stays open.
     void commitFront(std::size_t size, const FrameInfo& info);
 
     struct Frame {

@@ -4,7 +4,7 @@
 
 namespace live::rtp {
 
-// RFC 6184, packetization modes 0 and 1: one frame is one NAL unit, without start code.
+/// RFC 6184, packetization modes 0 and 1: one frame is one NAL unit, without start code.
 class H264Depacketizer : public Depacketizer {
   public:
     void onPacket(const RtpPacket& packet, bool afterLoss, FrameQueue& frames) override;

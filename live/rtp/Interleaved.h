@@ -10,7 +10,7 @@ namespace live::rtp {
 class InterleavedReceiver {
   public:
     virtual void onInterleaved(Bytes packet) = 0;
-    // There is nothing to remove the receiver from any more. `lost`: not because of us.
+    /// There is nothing to remove the receiver from any more. `lost`: not because of us.
     virtual void onConnectionEnded(bool lost) = 0;
 
   protected:
@@ -20,7 +20,7 @@ class InterleavedReceiver {
 class InterleavedConnection {
   public:
     virtual bool sendInterleaved(unsigned channel, Bytes packet) = 0;
-    // False when the channel is taken.
+    /// False when the channel is taken.
     virtual bool addReceiver(unsigned channel, InterleavedReceiver& receiver) = 0;
     virtual void removeReceiver(InterleavedReceiver& receiver) = 0;
 

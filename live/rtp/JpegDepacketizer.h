@@ -7,11 +7,11 @@
 
 namespace live::rtp {
 
-// RFC 2435: one frame is one JPEG file, whose headers the packets only hint at and which are built again
-// here.
+/// RFC 2435: one frame is one JPEG file, whose headers the packets only hint at and which are built again
+/// here.
 class JpegDepacketizer : public Depacketizer {
   public:
-    // The dimensions are for pictures that are too large for the payload format's own fields, and may be 0.
+    /// The dimensions are for pictures that are too large for the payload format's own fields, and may be 0.
     JpegDepacketizer(unsigned width, unsigned height) : m_width(width), m_height(height) {}
     void onPacket(const RtpPacket& packet, bool afterLoss, FrameQueue& frames) override;
     void reset() override;

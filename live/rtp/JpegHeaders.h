@@ -20,13 +20,13 @@ struct JpegHeaders {
 
 constexpr std::size_t kQuantizerEntries = 64;
 
-// Whether `tables` is one or two tables of the given precision.
+/// Whether `tables` is one or two tables of the given precision.
 bool quantizersFit(Bytes tables, std::uint8_t precision);
 
-// Both 8-bit tables for a quality of 1 to 99, in zigzag order.
+/// Both 8-bit tables for a quality of 1 to 99, in zigzag order.
 void scaleQuantizers(unsigned quality, std::vector<unsigned char>& out);
 
-// Replaces `out` by everything up to the scan's data. False when the tables don't fit.
+/// Replaces `out` by everything up to the scan's data. False when the tables don't fit.
 bool buildJpegHeaders(const JpegHeaders& headers, std::vector<unsigned char>& out);
 
 }  // namespace live::rtp

@@ -4,7 +4,7 @@
 
 namespace live::rtp {
 
-// The format parameters that say how access unit headers are written (RFC 3640, 4.1).
+/// The format parameters that say how access unit headers are written (RFC 3640, 4.1).
 struct Mpeg4GenericFormat {
     unsigned sizeLength = 0;
     unsigned indexLength = 0;
@@ -23,14 +23,14 @@ struct Mpeg4GenericFormat {
                    0 ||
                randomAccessIndication;
     }
-    // Whether every length can be what it says.
+    /// Whether every length can be what it says.
     bool valid() const;
 };
 
-// RFC 3640: one frame is one access unit. A packet holds several whole ones, or a fragment of one.
+/// RFC 3640: one frame is one access unit. A packet holds several whole ones, or a fragment of one.
 class Mpeg4GenericDepacketizer : public Depacketizer {
   public:
-    // `unitDuration`: ticks from one access unit to the next, where the format states none.
+    /// `unitDuration`: ticks from one access unit to the next, where the format states none.
     Mpeg4GenericDepacketizer(const Mpeg4GenericFormat& format, unsigned unitDuration)
         : m_format(format),
           m_unitDuration(format.constantDuration ? format.constantDuration : unitDuration) {}

@@ -4,9 +4,9 @@
 
 namespace live::rtp {
 
-// RFC 6416, MP4V-ES: the packets of one timestamp are one frame. It ends with the marker, or, with senders
-// that set none, where the next timestamp begins. A packet that holds several pictures, as some senders make
-// of small ones, is as many frames; the time between those is taken from the packets before.
+/// RFC 6416, MP4V-ES: the packets of one timestamp are one frame. It ends with the marker, or, with senders
+/// that set none, where the next timestamp begins. A packet that holds several pictures, as some senders make
+/// of small ones, is as many frames; the time between those is taken from the packets before.
 class Mpeg4VideoDepacketizer : public Depacketizer {
   public:
     void onPacket(const RtpPacket& packet, bool afterLoss, FrameQueue& frames) override;

@@ -8,7 +8,7 @@
 
 namespace live::rtp {
 
-// What reads a medium's packets; NULL with the reason for what this library can't receive.
+/// What reads a medium's packets; NULL with the reason for what this library can't receive.
 std::unique_ptr<Depacketizer> makeDepacketizer(const sdp::Media& media, std::string& error);
 
 }  // namespace live::rtp

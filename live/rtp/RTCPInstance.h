@@ -18,12 +18,12 @@ class RtpFrameSource;
 
 class RTCPInstance : public Medium, private live::rtp::InterleavedReceiver, private live::rtp::RtcpReceiver {
   public:
-    // Neither is owned; the source has to live longer.
+    /// Neither is owned; the source has to live longer.
     static RTCPInstance* createNew(UsageEnvironment& env, Groupsock* groupsock,
                                    live::rtp::RtpFrameSource& source);
 
-    // Called once when the sender says BYE; with handleActiveParticipantsOnly only when it is the one whose
-    // packets we receive. NULL takes the handler back.
+    /// Called once when the sender says BYE; with handleActiveParticipantsOnly only when it is the one whose
+    /// packets we receive. NULL takes the handler back.
     void setByeHandler(TaskFunc* handlerTask, void* clientData, Boolean handleActiveParticipantsOnly = True);
 
     bool useInterleaved(live::rtp::InterleavedConnection& connection, unsigned channel);

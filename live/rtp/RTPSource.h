@@ -13,16 +13,16 @@ class RTPSource : public FramedSource {
   public:
     Boolean isRTPSource() const override { return True; }
 
-    // How long packets that are missing are waited for.
+    /// How long packets that are missing are waited for.
     virtual void setPacketReorderingThresholdTime(unsigned microseconds) = 0;
-    // Of the frame delivered last: its last packet's values, and whether its presentation time is the
-    // sender's.
+    /// Of the frame delivered last: its last packet's values, and whether its presentation time is the
+    /// sender's.
     virtual Boolean curPacketMarkerBit() const = 0;
     virtual u_int16_t curPacketRTPSeqNum() const = 0;
     virtual u_int32_t curPacketRTPTimestamp() const = 0;
     virtual Boolean hasBeenSynchronizedUsingRTCP() = 0;
 
-    // The socket that was bound for this source, also while packets come another way.
+    /// The socket that was bound for this source, also while packets come another way.
     Groupsock* RTPgs() const { return m_groupsock; }
     unsigned char rtpPayloadFormat() const { return m_payloadFormat; }
     unsigned timestampFrequency() const { return m_timestampFrequency; }

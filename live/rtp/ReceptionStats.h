@@ -23,7 +23,7 @@ class ReceptionStats {
     std::int64_t lost() const;
     double jitterSeconds() const { return m_jitter / m_clockRate; }
 
-    // Starts the next interval of "fraction lost".
+    /// Starts the next interval of "fraction lost".
     ReceptionReport takeReport(std::int64_t nowMicroseconds);
 
   private:

@@ -17,7 +17,7 @@ namespace live::rtp {
 
 class OrderedReceiver {
   public:
-    // `afterLoss`: packets are missing before this one.
+    /// `afterLoss`: packets are missing before this one.
     virtual void onOrderedPacket(Bytes packet, bool afterLoss) = 0;
 
   protected:
@@ -30,11 +30,11 @@ class ReorderBuffer {
 
     void setThreshold(std::int64_t microseconds) { m_threshold = microseconds; }
     void push(std::uint16_t sequence, Bytes packet, std::int64_t nowMicroseconds, OrderedReceiver& out);
-    // When expire has to be called; nothing while no packet waits.
+    /// When expire has to be called; nothing while no packet waits.
     std::optional<std::int64_t> deadline() const;
-    // Gives up on packets that have been waited for long enough.
+    /// Gives up on packets that have been waited for long enough.
     void expire(std::int64_t nowMicroseconds, OrderedReceiver& out);
-    // Forgets everything; the next packet is the first.
+    /// Forgets everything; the next packet is the first.
     void reset();
 
   private:

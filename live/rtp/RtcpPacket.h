@@ -24,7 +24,7 @@ class RtcpReceiver {
     ~RtcpReceiver() = default;
 };
 
-// Reports what a compound packet says; false when any part of it is malformed (what came before it counts).
+/// Reports what a compound packet says; false when any part of it is malformed (what came before it counts).
 bool parseRtcp(Bytes compound, RtcpReceiver& receiver);
 
 struct ReceptionReport {
@@ -37,7 +37,7 @@ struct ReceptionReport {
     std::uint32_t delaySinceLastReport = 0;
 };
 
-// Replace the contents of `out`. A receiver report and our name; `report` may be NULL: nothing received yet.
+/// Replace the contents of `out`. A receiver report and our name; `report` may be NULL: nothing received yet.
 void buildReceiverReport(std::uint32_t ownSsrc, const ReceptionReport* report, std::string_view name,
                          std::vector<unsigned char>& out);
 void buildBye(std::uint32_t ownSsrc, std::vector<unsigned char>& out);

@@ -23,9 +23,9 @@ class RtpFrameSource final : public RTPSource, private InterleavedReceiver, priv
                    std::unique_ptr<Depacketizer> depacketizer);
     ~RtpFrameSource() override;
 
-    // Packets come from here instead of the socket. False when the channel is taken.
+    /// Packets come from here instead of the socket. False when the channel is taken.
     bool receiveInterleaved(InterleavedConnection& connection, unsigned channel);
-    // Packets come from this socket from now on.
+    /// Packets come from this socket from now on.
     void replaceGroupsock(Groupsock* groupsock);
 
     void setPacketReorderingThresholdTime(unsigned microseconds) override;
@@ -39,9 +39,9 @@ class RtpFrameSource final : public RTPSource, private InterleavedReceiver, priv
     std::optional<ReceptionReport> takeReceptionReport();
     bool isSender(std::uint32_t ssrc) const { return m_stats.hasPackets() && m_stats.ssrc() == ssrc; }
 
-    // Of the frame delivered last.
+    /// Of the frame delivered last.
     const PresentationClock::Time& currentTime() const { return m_currentTime; }
-    // One more for every sender that took over: its timestamps have nothing to do with those before.
+    /// One more for every sender that took over: its timestamps have nothing to do with those before.
     unsigned senders() const { return m_senders; }
 
   private:

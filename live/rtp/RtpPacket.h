@@ -17,10 +17,10 @@ struct RtpPacket {
     Bytes payload;  // without contributing sources, extension and padding; into the parsed bytes
 };
 
-// Nothing when the packet is none, or lies about its lengths.
+/// Nothing when the packet is none, or lies about its lengths.
 std::optional<RtpPacket> parseRtpPacket(Bytes bytes);
 
-// How far `a` is ahead of `b`, across wraps.
+/// How far `a` is ahead of `b`, across wraps.
 inline int sequenceDistance(std::uint16_t a, std::uint16_t b) {
     return static_cast<std::int16_t>(static_cast<std::uint16_t>(a - b));
 }

@@ -4,7 +4,7 @@
 
 namespace live::rtp {
 
-// RFC 3551 sample-based audio (PCMU, PCMA): every packet is a frame.
+/// RFC 3551 sample-based audio (PCMU, PCMA): every packet is a frame.
 class SimpleAudioDepacketizer : public Depacketizer {
   public:
     explicit SimpleAudioDepacketizer(unsigned bytesPerTick) : m_bytesPerTick(bytesPerTick) {}

@@ -4,7 +4,7 @@
 
 #include "live/env/Types.h"
 
-// Who we say we are. With passwordIsMD5, the password is the MD5 (in hexadecimal) of "user:realm:password".
+/// Who we say we are. With passwordIsMD5, the password is the MD5 (in hexadecimal) of "user:realm:password".
 class Authenticator {
   public:
     Authenticator(char const* username, char const* password, Boolean passwordIsMD5 = False)

@@ -21,12 +21,12 @@ namespace live::rtsp {
 class ConnectionUser {
   public:
     virtual void onMessage(const Message& message) = 0;
-    // The connection has ended or could not be made. `error`: of the system, 0 when the server closed or sent
-    // nonsense.
+    /// The connection has ended or could not be made. `error`: of the system, 0 when the server closed or
+    /// sent nonsense.
     virtual void onConnectionLost(int error, const std::string& why) = 0;
-    // A tunnel is being made: the HTTP request's header lines that authorise it, each with its line end.
+    /// A tunnel is being made: the HTTP request's header lines that authorise it, each with its line end.
     virtual std::string tunnelAuthorization(std::string_view method) = 0;
-    // The tunnel's request was refused with 401. True: try once more.
+    /// The tunnel's request was refused with 401. True: try once more.
     virtual bool onTunnelChallenge(const Message& reply) = 0;
 
   protected:
@@ -45,19 +45,19 @@ struct Endpoint {
 class Connection final : public rtp::InterleavedConnection {
   public:
     Connection(UsageEnvironment& env, ConnectionUser& user, std::size_t maxMessage);
-    // Lets what has been sent still reach the server.
+    /// Lets what has been sent still reach the server.
     ~Connection();
 
-    // False, with the reason in the environment, when not even trying is possible.
+    /// False, with the reason in the environment, when not even trying is possible.
     bool open(const Endpoint& endpoint);
     void adopt(int connectedSocket);
     void close();
     bool isOpen() const { return m_state != State::Closed; }
     int socketNum() const { return m_input.get(); }
-    // The server's, once it is known.
+    /// The server's, once it is known.
     ipv4AddressBits address() const { return m_endpoint.address; }
 
-    // What can't be sent yet waits, also for the connection to be made.
+    /// What can't be sent yet waits, also for the connection to be made.
     bool send(std::string_view bytes);
 
     bool sendInterleaved(unsigned channel, rtp::Bytes packet) override;

@@ -17,7 +17,7 @@
 
 namespace live::rtsp {
 
-// Values of PLAY's Range header; "" for none.
+/// Values of PLAY's Range header; "" for none.
 std::string nptRange(double start, double end);
 std::string clockRange(const char* start, const char* end);
 

@@ -26,14 +26,14 @@ struct Transport {
     std::optional<ChannelPair> interleaved;
 };
 
-// The first transport of the header; nothing when it isn't RTP or a number is out of range.
+/// The first transport of the header; nothing when it isn't RTP or a number is out of range.
 std::optional<Transport> parseTransport(std::string_view value);
 
 struct SessionHeader {
     std::string id;
     unsigned timeout = 0;  // seconds; 0: not stated
 };
-// Nothing when the id is empty, too long, or holds what would end a header line.
+/// Nothing when the id is empty, too long, or holds what would end a header line.
 std::optional<SessionHeader> parseSession(std::string_view value);
 
 struct RtpInfoEntry {

@@ -12,7 +12,7 @@
 
 namespace live::rtsp {
 
-// A reply or a request; all text points into the bytes it was read from.
+/// A reply or a request; all text points into the bytes it was read from.
 struct Message {
     bool isReply = false;
     bool isHttp = false;
@@ -23,9 +23,9 @@ struct Message {
     std::vector<std::pair<std::string_view, std::string_view>> headers;
     std::string_view body;
 
-    // Keeps the headers' memory.
+    /// Keeps the headers' memory.
     void clear();
-    // The first header of that name, "" when there is none.
+    /// The first header of that name, "" when there is none.
     std::string_view header(std::string_view name) const;
 };
 
@@ -42,12 +42,12 @@ class Framer {
     static constexpr std::size_t kMaxHeaders = 100;
     static constexpr std::size_t kMaxPacket = 4 + 65535;
 
-    // A message may be `maxMessage` bytes long, all of it.
+    /// A message may be `maxMessage` bytes long, all of it.
     explicit Framer(std::size_t maxMessage) : m_maxMessage(maxMessage) {}
 
     Item next(rtp::Bytes received);
 
-    // Where the item is: at the beginning, but for packets that a server wrote into the middle of a reply.
+    /// Where the item is: at the beginning, but for packets that a server wrote into the middle of a reply.
     std::size_t offset() const { return m_offset; }
     std::size_t size() const { return m_size; }
     const Message& message() const { return m_message; }

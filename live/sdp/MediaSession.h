@@ -22,7 +22,7 @@ class RtpFrameSource;
 
 class MediaSession : public Medium {
   public:
-    // NULL, with the reason in the environment, when the text is no SDP description.
+    /// NULL, with the reason in the environment, when the text is no SDP description.
     static MediaSession* createNew(UsageEnvironment& env, char const* sdpDescription);
 
     Boolean hasSubsessions() const { return !m_subsessions.empty(); }
@@ -30,15 +30,15 @@ class MediaSession : public Medium {
     char const* mediaSessionType() const { return m_description.type.c_str(); }
     char const* sessionName() const { return m_description.name.c_str(); }
 
-    // Seconds; an end of 0 is open.
+    /// Seconds; an end of 0 is open.
     double& playStartTime() { return m_range.start; }
     double& playEndTime() { return m_range.end; }
-    // As the server wrote them; NULL when it states none.
+    /// As the server wrote them; NULL when it states none.
     char const* absStartTime() const;
     char const* absEndTime() const;
     float& scale() { return m_scale; }
 
-    // What the reply to PLAY said; not for users.
+    /// What the reply to PLAY said; not for users.
     void setPlayed(const live::sdp::PlayRange* range, float scale);
     live::sdp::PlayTimeOrigin& playTimeOrigin() { return m_playTimeOrigin; }
 
@@ -91,36 +91,36 @@ class MediaSubsession {
     unsigned short videoHeight() const { return static_cast<unsigned short>(m_media.height); }
     unsigned videoFPS() const { return static_cast<unsigned>(m_media.framesPerSecond); }
 
-    // Format parameters, "" when the description states none.
+    /// Format parameters, "" when the description states none.
     char const* attrVal_str(char const* name) const;
     unsigned attrVal_int(char const* name) const;
     char const* fmtp_config() const { return attrVal_str("config"); }
     char const* fmtp_spropparametersets() const { return attrVal_str("sprop-parameter-sets"); }
 
-    // Makes sockets and the source; False with the reason in the environment. Once made, it stays.
+    /// Makes sockets and the source; False with the reason in the environment. Once made, it stays.
     Boolean initiate(int useSpecialRTPoffset = -1);
     void deInitiate();
     FramedSource* readSource() const;
     RTPSource* rtpSource() const;
     RTCPInstance* rtcpInstance() const { return m_rtcp; }
 
-    // Seconds of the session at which a delivered frame plays: from what the reply to PLAY said, otherwise
-    // from the first frame on. Continuous, also where presentation times change to the sender's clock.
+    /// Seconds of the session at which a delivered frame plays: from what the reply to PLAY said, otherwise
+    /// from the first frame on. Continuous, also where presentation times change to the sender's clock.
     double getNormalPlayTime(struct timeval const& presentationTime);
 
     char const* sessionId() const { return m_sessionId.c_str(); }
 
-    // For the user.
+    /// For the user.
     MediaSink* sink = nullptr;
     void* miscPtr = nullptr;
 
-    // What follows is the RTSP client's.
+    /// What follows is the RTSP client's.
     void setSessionId(std::string id) { m_sessionId = std::move(id); }
     ipv4AddressBits connectionEndpointAddress() const;
     ipv4AddressBits sourceFilterAddress() const;
-    // Unicast: reports go to this address and port.
+    /// Unicast: reports go to this address and port.
     void setRtcpDestination(ipv4AddressBits address, portNumBits rtcpPort);
-    // Multicast as the server's reply says; makes the sockets anew when they are bound to something else.
+    /// Multicast as the server's reply says; makes the sockets anew when they are bound to something else.
     bool moveToGroup(ipv4AddressBits group, portNumBits rtpPort, ipv4AddressBits source);
     bool receiveInterleaved(live::rtp::InterleavedConnection& connection, unsigned rtpChannel,
                             unsigned rtcpChannel);

@@ -12,13 +12,13 @@
 
 namespace live::sdp {
 
-// From the reply to PLAY.
+/// From the reply to PLAY.
 struct RtpInfo {
     std::optional<std::uint16_t> sequence;
     std::optional<std::uint32_t> timestamp;
 };
 
-// Shared by the streams of a session.
+/// Shared by the streams of a session.
 struct PlayTimeOrigin {
     double start = 0;  // position that PLAY began at
     double scale = 1;
@@ -30,7 +30,7 @@ class NormalPlayTime {
   public:
     void setRtpInfo(const RtpInfo& info) { m_rtpInfo = info; }
 
-    // `extendedTimestamp`: over wraps. `sender`: changes when the timestamps start anew.
+    /// `extendedTimestamp`: over wraps. `sender`: changes when the timestamps start anew.
     double at(std::int64_t extendedTimestamp, unsigned clockRate, unsigned sender,
               std::int64_t nowMicroseconds, PlayTimeOrigin& origin);
 

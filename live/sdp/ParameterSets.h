@@ -2,7 +2,7 @@
 
 #include <memory>
 
-// One parameter set out of "sprop-parameter-sets".
+/// One parameter set out of "sprop-parameter-sets".
 class SPropRecord {
   public:
     unsigned sPropLength = 0;
@@ -10,6 +10,6 @@ class SPropRecord {
     unsigned char* sPropBytes = nullptr;
 };
 
-// The base64 records between commas; `numSPropRecords` says how many. The caller frees the array with
-// delete[]; NULL when there is nothing in the text.
+/// The base64 records between commas; `numSPropRecords` says how many. The caller frees the array with
+/// delete[]; NULL when there is nothing in the text.
 SPropRecord* parseSPropParameterSets(char const* sPropParameterSetsStr, unsigned& numSPropRecords);

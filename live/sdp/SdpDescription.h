@@ -11,8 +11,8 @@
 
 namespace live::sdp {
 
-// a=range: seconds of normal play time, or absolute times as the server wrote them. An open end is 0 or
-// empty.
+/// a=range: seconds of normal play time, or absolute times as the server wrote them. An open end is 0 or
+/// empty.
 struct PlayRange {
     double start = 0;
     double end = 0;
@@ -20,7 +20,7 @@ struct PlayRange {
     std::string absoluteEnd;
 };
 
-// "npt=...", "clock=..."; nothing when it is neither or malformed. Also the value of RTSP's Range header.
+/// "npt=...", "clock=..."; nothing when it is neither or malformed. Also the value of RTSP's Range header.
 std::optional<PlayRange> parseRange(std::string_view text);
 
 struct Media {
@@ -52,7 +52,7 @@ struct Description {
 inline constexpr std::size_t kMaxMedia = 32;
 inline constexpr std::size_t kMaxAttributes = 64;
 
-// Nothing when the text is no session description or is out of bounds; `error` then says why.
+/// Nothing when the text is no session description or is out of bounds; `error` then says why.
 std::optional<Description> parseSdp(std::string_view text, std::string& error);
 
 }  // namespace live::sdp

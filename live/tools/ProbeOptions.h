@@ -16,13 +16,13 @@ struct ProbeOptions {
     std::string password;           // -w
     std::string dump;               // -o
     bool quiet = false;             // -q
-    // Pushed streams: "group:port", and the video's codec.
+    /// Pushed streams: "group:port", and the video's codec.
     std::string videoGroup;      // -V
     std::string audioGroup;      // -A
     std::string codec = "h264";  // -c
 };
 
-// False when the arguments are not to be understood.
+/// False when the arguments are not to be understood.
 bool parseProbeOptions(int count, char** arguments, ProbeOptions& options);
 
 }  // namespace live::tools

@@ -10,21 +10,21 @@
 
 namespace norix {
 
-// What a codec adapter finds in the decode loop that runs it. Decode thread only.
+/// What a codec adapter finds in the decode loop that runs it. Decode thread only.
 class DecodeHost {
   public:
-    // False once the loop is to end.
+    /// False once the loop is to end.
     virtual bool IsRunning() const = 0;
 
-    // The stream's pictures have this size from now on: the presenter is rebuilt for it. False when it cannot
-    // show such pictures, now or ever.
+    /// The stream's pictures have this size from now on: the presenter is rebuilt for it. False when it
+    /// cannot show such pictures, now or ever.
     virtual bool PrepareFor(PixelSize size) = 0;
-    // The size last prepared for, and whether that succeeded.
+    /// The size last prepared for, and whether that succeeded.
     virtual PixelSize Size() const = 0;
     virtual bool IsReady() const = 0;
 
-    // Where a picture of that size goes, in the presenter's format: the work buffer, whose picture is queued,
-    // and a second one for filters. The data is null where there is no memory.
+    /// Where a picture of that size goes, in the presenter's format: the work buffer, whose picture is
+    /// queued, and a second one for filters. The data is null where there is no memory.
     virtual codec::OutputPicture Work() = 0;
     virtual codec::OutputPicture Scratch() = 0;
     virtual void SwapWorkAndScratch() = 0;
@@ -37,20 +37,20 @@ class DecodeHost {
     ~DecodeHost() = default;
 };
 
-// Decodes one kind of stream. Decode thread only.
+/// Decodes one kind of stream. Decode thread only.
 class CodecAdapter {
   public:
     virtual ~CodecAdapter() = default;
 
-    // Decodes one compressed frame. True when its picture, or one that it completes, is in the work buffer.
-    // A frame that cannot be decoded gives false; the next one is tried as if nothing had been.
+    /// Decodes one compressed frame. True when its picture, or one that it completes, is in the work buffer.
+    /// A frame that cannot be decoded gives false; the next one is tried as if nothing had been.
     virtual bool Decode(const std::uint8_t* data, std::size_t size, DecodeHost& host) = 0;
 };
 
-// Null for a kind that nothing here decodes.
+/// Null for a kind that nothing here decodes.
 std::unique_ptr<CodecAdapter> CreateCodecAdapter(VideoCodec kind);
 
-// Softens interlacing from one picture of the host's to the other. False when that is impossible.
+/// Softens interlacing from one picture of the host's to the other. False when that is impossible.
 bool FilterInterlaced(const codec::OutputPicture& from, const codec::OutputPicture& to, PixelSize size);
 
 }  // namespace norix

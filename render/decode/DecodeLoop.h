@@ -7,16 +7,16 @@
 
 namespace norix {
 
-// The decode thread's work: takes compressed frames from the parameter block, has them decoded and queues the
-// pictures. Belongs to that thread.
+/// The decode thread's work: takes compressed frames from the parameter block, has them decoded and queues
+/// the pictures. Belongs to that thread.
 class DecodeLoop final : private DecodeHost {
   public:
     explicit DecodeLoop(Pipeline& pipeline);
 
-    // Until decodeRunning is cleared.
+    /// Until decodeRunning is cleared.
     void Run();
 
-    // One round: waits at most 10 ms for a frame and deals with it.
+    /// One round: waits at most 10 ms for a frame and deals with it.
     void Step();
 
   private:

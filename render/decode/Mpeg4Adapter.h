@@ -4,7 +4,7 @@
 
 namespace norix {
 
-// MPEG-4 part 2 through xvidcore's entry points.
+/// MPEG-4 part 2 through xvidcore's entry points.
 class Mpeg4Adapter final : public CodecAdapter {
   public:
     Mpeg4Adapter() = default;

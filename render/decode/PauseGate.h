@@ -5,14 +5,14 @@
 
 namespace norix {
 
-// Holds one thread at a place of its own choosing while another changes what it works with. The held thread
-// never stops inside a library or with a lock taken, as it might if it were suspended from outside.
-//
-// The worker registers with a Worker object and calls Pass() regularly; the other side holds it with a Pause
-// object. One worker and one pauser.
+/// Holds one thread at a place of its own choosing while another changes what it works with. The held thread
+/// never stops inside a library or with a lock taken, as it might if it were suspended from outside.
+///
+/// The worker registers with a Worker object and calls Pass() regularly; the other side holds it with a Pause
+/// object. One worker and one pauser.
 class PauseGate {
   public:
-    // The worker's side: for as long as its loop runs.
+    /// The worker's side: for as long as its loop runs.
     class Worker {
       public:
         explicit Worker(PauseGate& gate) : m_gate(gate) { m_gate.Enter(); }
@@ -20,14 +20,14 @@ class PauseGate {
         Worker(const Worker&) = delete;
         Worker& operator=(const Worker&) = delete;
 
-        // Returns at once, or when the pause is over.
+        /// Returns at once, or when the pause is over.
         void Pass() { m_gate.Pass(); }
 
       private:
         PauseGate& m_gate;
     };
 
-    // The other side: while it lives and is true the worker is held, or there is none. False after Close.
+    /// The other side: while it lives and is true the worker is held, or there is none. False after Close.
     class Pause {
       public:
         explicit Pause(PauseGate& gate) : m_gate(gate), m_held(gate.Hold()) {}
@@ -44,7 +44,7 @@ class PauseGate {
         const bool m_held;
     };
 
-    // No more pauses; one that waits for the worker gives up, one in force stays. Any thread.
+    /// No more pauses; one that waits for the worker gives up, one in force stays. Any thread.
     void Close();
 
   private:

@@ -12,23 +12,23 @@
 
 namespace norix {
 
-// One line of light text on a dark band along the upper edge of `area`, cut with an ellipsis where it is too
-// long. Any device context: the size of the text follows the device's resolution.
+/// One line of light text on a dark band along the upper edge of `area`, cut with an ellipsis where it is too
+/// long. Any device context: the size of the text follows the device's resolution.
 void DrawCaption(HDC dc, const RECT& area, const std::wstring& text);
 
-// A frame along the inside of `area`, one pixel wide on a screen.
+/// A frame along the inside of `area`, one pixel wide on a screen.
 void DrawBorder(HDC dc, const RECT& area);
 
-// One region: an unfilled rectangle, two pixels wide, in the alarm colour. A failure is only logged, with
-// `window` named in the line.
+/// One region: an unfilled rectangle, two pixels wide, in the alarm colour. A failure is only logged, with
+/// `window` named in the line.
 void DrawGDIRect(HDC dc, const PixelRect& rect, HWND window);
 
-// Everything over one picture, in a device context whose origin is the window's: regions first, then the
-// host's graphic objects, caption and border on top.
+/// Everything over one picture, in a device context whose origin is the window's: regions first, then the
+/// host's graphic objects, caption and border on top.
 void DrawOverPicture(HDC dc, PixelSize area, const Picture& picture, const PictureView::Settings& settings,
                      OverlayPainter* overlays, HWND window);
 
-// Whether DrawOverPicture() would do anything.
+/// Whether DrawOverPicture() would do anything.
 bool HasDecoration(const Picture& picture, const PictureView::Settings& settings, OverlayPainter* overlays);
 
 }  // namespace norix

@@ -16,13 +16,13 @@
 
 namespace norix {
 
-// Presents YUY2 pictures with DirectDraw 7: copied into an off-screen surface and stretched from there onto
-// the primary surface, clipped to the window. The surfaces live on the device of the monitor that shows the
-// control, and are rebuilt when it moves to another, when they are lost and when the display mode changes.
-// Does not rotate.
+/// Presents YUY2 pictures with DirectDraw 7: copied into an off-screen surface and stretched from there onto
+/// the primary surface, clipped to the window. The surfaces live on the device of the monitor that shows the
+/// control, and are rebuilt when it moves to another, when they are lost and when the display mode changes.
+/// Does not rotate.
 class DirectDrawPresenter final : public Presenter {
   public:
-    // The last two are for tests.
+    /// The last two are for tests.
     explicit DirectDrawPresenter(const PresenterConfig& config,
                                  const DirectDrawFunctions& directDraw = DirectDrawFunctions::System(),
                                  const CMonitors& monitors = CMonitors());
@@ -46,7 +46,7 @@ class DirectDrawPresenter final : public Presenter {
     static BOOL CALLBACK DDEnumCallbackEx(GUID* guid, char* description, char* name, void* context,
                                           HMONITOR monitor);
 
-    // With m_lock held:
+    /// With m_lock held:
     HRESULT InitializeDirectDraw(int width, int height);
     HRESULT CreateDevice(const CMonitor& monitor);
     HRESULT CreateSurfaces(int width, int height);
@@ -65,11 +65,11 @@ class DirectDrawPresenter final : public Presenter {
 
     std::atomic<bool> m_displayChanged{false};
 
-    // Held while surfaces are built, filled and shown. Making DirectDraw objects can send messages to the
-    // window, so the window thread never waits for it without a limit.
+    /// Held while surfaces are built, filled and shown. Making DirectDraw objects can send messages to the
+    /// window, so the window thread never waits for it without a limit.
     std::timed_mutex m_lock;
 
-    // guarded by m_lock
+    /// guarded by m_lock
     Microsoft::WRL::ComPtr<IDirectDraw7> m_default;  // the default device: tells the display mode
     Microsoft::WRL::ComPtr<IDirectDraw7> m_device;   // that of the control's monitor
     Microsoft::WRL::ComPtr<IDirectDrawSurface7> m_primary;

@@ -5,16 +5,16 @@
 
 namespace norix {
 
-// The display thread's work: takes decoded pictures from the display queue, waits until each is due and shows
-// it. Belongs to that thread; its clock starts anew with each object.
+/// The display thread's work: takes decoded pictures from the display queue, waits until each is due and
+/// shows it. Belongs to that thread; its clock starts anew with each object.
 class DisplayLoop {
   public:
     explicit DisplayLoop(Pipeline& pipeline);
 
-    // Until displayRunning is cleared.
+    /// Until displayRunning is cleared.
     void Run();
 
-    // One round: waits at most 10 ms for a picture, shows it or gives it back because it is early.
+    /// One round: waits at most 10 ms for a picture, shows it or gives it back because it is early.
     void Step();
 
   private:

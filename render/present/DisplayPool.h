@@ -10,24 +10,24 @@
 
 namespace norix {
 
-// The display frames of one decoder and the two queues they go round in: free frames, which the decode thread
-// takes, and decoded pictures, which the display thread takes. Any thread.
+/// The display frames of one decoder and the two queues they go round in: free frames, which the decode
+/// thread takes, and decoded pictures, which the display thread takes. Any thread.
 class DisplayPool {
   public:
     explicit DisplayPool(const DecoderSettings& settings);
 
-    // Frames that exist. Fewer than the setting says when memory ran out, and none when buffers have no size,
-    // since no picture could ever be in one.
+    /// Frames that exist. Fewer than the setting says when memory ran out, and none when buffers have no
+    /// size, since no picture could ever be in one.
     std::size_t Count() const { return m_frames.size(); }
 
-    // All wait at most 10 ms. kResultInvalidArgument for null, kResultFail when nothing came.
+    /// All wait at most 10 ms. kResultInvalidArgument for null, kResultFail when nothing came.
     Result TakeFree(DisplayFrame** frame) { return Take(m_free, frame); }
     Result Release(DisplayFrame* frame) { return Put(m_free, frame, true); }
     Result TakeDisplayable(DisplayFrame** frame) { return Take(m_queue, frame); }
-    // With atTail 0 the frame becomes the next one taken: for a picture given back because it is early.
+    /// With atTail 0 the frame becomes the next one taken: for a picture given back because it is early.
     Result PutDisplayable(DisplayFrame* frame, int atTail) { return Put(m_queue, frame, atTail != 0); }
 
-    // Gives all waiting pictures up: after a change of size they fit nowhere any more.
+    /// Gives all waiting pictures up: after a change of size they fit nowhere any more.
     void ReleaseAllDisplayable();
 
   private:

@@ -10,11 +10,11 @@
 
 namespace norix {
 
-// Presents 24-bit BGR pictures with GDI: stretched into a memory bitmap of the window's size, painted over
-// there and copied to the window in one piece, so that overlays never flicker. Rotates.
-//
-// There are two such bitmaps. The display thread draws the next picture into one while the other holds the
-// last one for DrawLast(); they change places under the lock, and no drawing is done with it held.
+/// Presents 24-bit BGR pictures with GDI: stretched into a memory bitmap of the window's size, painted over
+/// there and copied to the window in one piece, so that overlays never flicker. Rotates.
+///
+/// There are two such bitmaps. The display thread draws the next picture into one while the other holds the
+/// last one for DrawLast(); they change places under the lock, and no drawing is done with it held.
 class GdiPresenter final : public Presenter {
   public:
     explicit GdiPresenter(const PresenterConfig& config);

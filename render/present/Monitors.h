@@ -8,8 +8,8 @@
 
 namespace norix {
 
-// The multi-monitor functions of USER32, looked up by name. They are used together or not at all: a system
-// that lacks one of them is treated as having one monitor.
+/// The multi-monitor functions of USER32, looked up by name. They are used together or not at all: a system
+/// that lacks one of them is treated as having one monitor.
 struct MonitorFunctions {
     int(WINAPI* getSystemMetrics)(int) = nullptr;
     HMONITOR(WINAPI* monitorFromWindow)(HWND, DWORD) = nullptr;
@@ -23,7 +23,7 @@ struct MonitorFunctions {
     static MonitorFunctions FromUser32();
 };
 
-// One monitor, as it was when it was asked for.
+/// One monitor, as it was when it was asked for.
 class CMonitor {
   public:
     CMonitor(HMONITOR handle, bool primary, const PixelRect& rect)
@@ -39,13 +39,13 @@ class CMonitor {
     PixelRect m_rect;
 };
 
-// The system's monitors. Keeps nothing but the functions, so that it is always up to date; any thread.
+/// The system's monitors. Keeps nothing but the functions, so that it is always up to date; any thread.
 class CMonitors {
   public:
     CMonitors() : CMonitors(MonitorFunctions::FromUser32()) {}
     explicit CMonitors(const MonitorFunctions& functions);
 
-    // The monitor that shows the largest part of the window, else the one nearest to it.
+    /// The monitor that shows the largest part of the window, else the one nearest to it.
     CMonitor NearestTo(HWND window) const;
     CMonitor NearestTo(const RECT& rect) const;
     CMonitor NearestTo(const POINT& point) const;

@@ -6,8 +6,8 @@
 
 namespace norix {
 
-// Shows nothing and counts: for tests and benchmarks of what lies before a presenter. The counters and the
-// results to return may be used from any thread.
+/// Shows nothing and counts: for tests and benchmarks of what lies before a presenter. The counters and the
+/// results to return may be used from any thread.
 class NullPresenter final : public Presenter {
   public:
     explicit NullPresenter(codec::PixelFormat format) : m_format(format) {}

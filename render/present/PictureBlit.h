@@ -10,7 +10,7 @@
 
 namespace norix {
 
-// Part of a top-down 24-bit picture whose rows are padded as a device-independent bitmap's are.
+/// Part of a top-down 24-bit picture whose rows are padded as a device-independent bitmap's are.
 struct BgrPart {
     const std::uint8_t* firstRow = nullptr;  // the picture's row that holds the top of the part
     int pictureWidth = 0;
@@ -18,7 +18,7 @@ struct BgrPart {
     PixelSize size;
 };
 
-// Stretches the part over `target` by dropping or repeating pixels. False when GDI refuses.
+/// Stretches the part over `target` by dropping or repeating pixels. False when GDI refuses.
 bool StretchBgr(HDC dc, const PixelRect& target, const BgrPart& part);
 
 }  // namespace norix

@@ -8,8 +8,8 @@
 
 namespace norix {
 
-// Memory for one picture, aligned for vector instructions and not cleared: pages that no picture reaches cost
-// nothing. Empty when the memory was not to be had.
+/// Memory for one picture, aligned for vector instructions and not cleared: pages that no picture reaches
+/// cost nothing. Empty when the memory was not to be had.
 class PictureBuffer {
   public:
     PictureBuffer() noexcept = default;

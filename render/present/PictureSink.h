@@ -8,23 +8,23 @@
 
 namespace norix {
 
-// Where the two loops of a decoder deliver pictures: the presenter without the system's types, so that the
-// loops run on any host.
+/// Where the two loops of a decoder deliver pictures: the presenter without the system's types, so that the
+/// loops run on any host.
 class PictureSink {
   public:
     virtual ~PictureSink() = default;
 
-    // The format in which pictures are wanted; constant. Any thread.
+    /// The format in which pictures are wanted; constant. Any thread.
     virtual codec::PixelFormat Format() const = 0;
 
-    // Decode thread, with the display thread held: from now on pictures have this size. False when they
-    // cannot be shown yet.
+    /// Decode thread, with the display thread held: from now on pictures have this size. False when they
+    /// cannot be shown yet.
     virtual bool Prepare(PixelSize size) = 0;
 
-    // Display thread. `drawn` says which of the frame's regions are to be drawn over it.
+    /// Display thread. `drawn` says which of the frame's regions are to be drawn over it.
     virtual void Show(const DisplayFrame& frame, const std::array<bool, kRegionCount>& drawn) = 0;
 
-    // Display thread: the display mode has changed since the last picture.
+    /// Display thread: the display mode has changed since the last picture.
     virtual void DisplayChanged() = 0;
 };
 

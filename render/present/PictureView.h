@@ -26,25 +26,25 @@ class PictureView {
 
     // Any thread. ---------------------------------------------------------------------------------------
 
-    // The part of the picture that digital PTZ shows. 0, or E_INVALIDARG with the previous part kept:
-    // negative left or top, all four zero, or a rectangle that leaves the current picture.
+    /// The part of the picture that digital PTZ shows. 0, or E_INVALIDARG with the previous part kept:
+    /// negative left or top, all four zero, or a rectangle that leaves the current picture.
     std::int32_t SetSourceRect(int left, int top, int right, int bottom);
 
-    // Off: the whole picture is shown, and is where the next switching on starts from.
+    /// Off: the whole picture is shown, and is where the next switching on starts from.
     void EnableDigitalPtz(bool enable);
     bool IsDigitalPtzEnabled() const;
 
     void SetRotation(Rotation rotation);
 
-    // An empty text shows no caption.
+    /// An empty text shows no caption.
     void SetCaption(const std::wstring& text);
     void SetCaptionShown(bool shown);
     void SetBorderShown(bool shown);
 
-    // Decode thread, at each change of size, before the presenter is initialised for it. ------------------
+    /// Decode thread, at each change of size, before the presenter is initialised for it. ------------------
     void SetPictureSize(PixelSize size);
 
-    // Display thread, once per picture; allocates nothing. -------------------------------------------------
+    /// Display thread, once per picture; allocates nothing. -------------------------------------------------
     Settings Current(PixelSize picture);
 
   private:

@@ -29,17 +29,17 @@
 
 namespace norix {
 
-// The numbers are those of the settings and the log.
+/// The numbers are those of the settings and the log.
 enum class DisplayMode : std::uint32_t { Gdi = 0, DirectDraw = 1 };
 
-// One decoded picture, top row first. The presenter reads it during Present() only.
+/// One decoded picture, top row first. The presenter reads it during Present() only.
 struct Picture {
     const std::uint8_t* data = nullptr;
     PixelSize size;
     int stride = 0;  // bytes from one row to the next; `data` has stride * height of them
 
-    // Motion or analytics regions in picture coordinates. The caller decides which are drawn: those in alarm,
-    // while region display and that region are switched on.
+    /// Motion or analytics regions in picture coordinates. The caller decides which are drawn: those in
+    /// alarm, while region display and that region are switched on.
     struct Region {
         PixelRect rect;
         bool drawn = false;
@@ -47,9 +47,9 @@ struct Picture {
     std::array<Region, 3> regions;
 };
 
-// Draws the host's graphic objects over a picture. Called on the display thread inside Present(), in window
-// coordinates, never with a presenter's lock held. It must not call the presenter, and may throw: that is
-// caught.
+/// Draws the host's graphic objects over a picture. Called on the display thread inside Present(), in window
+/// coordinates, never with a presenter's lock held. It must not call the presenter, and may throw: that is
+/// caught.
 class OverlayPainter {
   public:
     virtual void PaintOverlays(HDC dc) = 0;
@@ -58,7 +58,7 @@ class OverlayPainter {
     ~OverlayPainter() = default;
 };
 
-// Constant for the life of a presenter.
+/// Constant for the life of a presenter.
 struct PresenterConfig {
     HWND videoWindow = nullptr;          // pictures are shown here
     HWND notifyWindow = nullptr;         // the control's window: its monitor decides the DirectDraw device
@@ -76,18 +76,19 @@ class Presenter {
 
     virtual codec::PixelFormat Format() const = 0;
 
-    // 0 on success. After a failure nothing is shown until a later call, or a rebuild inside Present(),
-    // succeeds.
+    /// 0 on success. After a failure nothing is shown until a later call, or a rebuild inside Present(),
+    /// succeeds.
     virtual HRESULT Initialize(int width, int height) = 0;
 
-    // 0 when the picture was shown; S_FALSE when it was skipped (window gone or empty, surfaces just
-    // rebuilt); a failure code otherwise. No result asks the caller for anything: the next picture tries
-    // again.
+    /// 0 when the picture was shown; S_FALSE when it was skipped (window gone or empty, surfaces just
+    /// rebuilt); a failure code otherwise. No result asks the caller for anything: the next picture tries
+    /// again.
     virtual HRESULT Present(const Picture& picture) = 0;
 
     virtual void DisplayChanged() = 0;
 
-    // False when there is no last picture, or it is busy for longer than a moment: paint something else then.
+    /// False when there is no last picture, or it is busy for longer than a moment: paint something else
+    /// then.
     virtual bool DrawLast(HDC dc, const RECT& target) = 0;
 
   protected:

@@ -9,17 +9,17 @@
 
 namespace norix {
 
-// Serves the host's requests for pictures. Each call is made once per request, by the thread that holds a
-// suitable picture, which is valid during the call only. Must not throw.
+/// Serves the host's requests for pictures. Each call is made once per request, by the thread that holds a
+/// suitable picture, which is valid during the call only. Must not throw.
 class SnapshotTaker {
   public:
-    // Decode thread: a Motion JPEG frame, to be saved as it is.
+    /// Decode thread: a Motion JPEG frame, to be saved as it is.
     virtual void SaveJpeg(const SnapshotRequests::File& file, const std::uint8_t* jpeg, std::size_t size) = 0;
 
-    // Display thread: a decoded picture, to be encoded and saved.
+    /// Display thread: a decoded picture, to be encoded and saved.
     virtual void SavePicture(const SnapshotRequests::File& file, const DisplayFrame& frame) = 0;
 
-    // Display thread: a decoded picture, to be sent to the control's window in the format asked for.
+    /// Display thread: a decoded picture, to be sent to the control's window in the format asked for.
     virtual void SendPicture(std::int32_t format, const DisplayFrame& frame, ControlWindow& window) = 0;
 
   protected:

@@ -2,8 +2,8 @@
 
 #include <string>
 
-// What the address bar holds: "host", "host:port" (the camera's HTTP port) or
-// "rtsp://[user[:password]@]host/...".
+/// What the address bar holds: "host", "host:port" (the camera's HTTP port) or
+/// "rtsp://[user[:password]@]host/...".
 struct Address {
     std::wstring host;
     long port = 0;           // 0: not given

@@ -11,7 +11,7 @@
 
 // Late-bound access to an object: every member is looked up by its name, as a script would do.
 
-// What went wrong, with the object's own description where it gave one.
+/// What went wrong, with the object's own description where it gave one.
 class AutomationError : public std::runtime_error {
   public:
     AutomationError(HRESULT code, const std::wstring& message);
@@ -24,7 +24,7 @@ class AutomationError : public std::runtime_error {
     std::wstring message_;
 };
 
-// All three throw AutomationError.
+/// All three throw AutomationError.
 _variant_t GetProperty(IDispatch* object, const std::wstring& name);
 void SetProperty(IDispatch* object, const std::wstring& name, const _variant_t& value);
 _variant_t CallMethod(IDispatch* object, const std::wstring& name, std::vector<_variant_t> arguments = {});

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-// Something the host does to the control: one step of a script, or the reaction to an event.
+/// Something the host does to the control: one step of a script, or the reaction to an event.
 struct Action {
     enum class Kind { Set, Get, Call, Connect, Wait, Verb, Properties, Resize, Close, Exit };
 
@@ -20,7 +20,7 @@ struct Action {
     SIZE size{};  // of Resize
 };
 
-// Picks events by name and, where given, by how their arguments begin ("3", "640,480").
+/// Picks events by name and, where given, by how their arguments begin ("3", "640,480").
 struct EventFilter {
     std::wstring name;
     std::wstring arguments;
@@ -54,7 +54,7 @@ class UsageError : public std::runtime_error {
     std::wstring message_;
 };
 
-// Throws UsageError.
+/// Throws UsageError.
 Options ParseCommandLine(const std::vector<std::wstring>& arguments);
 
 std::wstring UsageText();

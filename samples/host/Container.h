@@ -10,18 +10,18 @@
 
 #include "InPlaceFrame.h"
 
-// The place a control lives in: creates it, activates it inside a window of the host, keeps it at that
-// window's size and takes it down again. To the control it is the client site, the in-place site, the control
-// site and the source of ambient properties.
-//
-// All calls come from the thread that owns the windows. The owner calls Close() before it lets go; the
-// control may hold on to its site for a while longer.
+/// The place a control lives in: creates it, activates it inside a window of the host, keeps it at that
+/// window's size and takes it down again. To the control it is the client site, the in-place site, the
+/// control site and the source of ambient properties.
+///
+/// All calls come from the thread that owns the windows. The owner calls Close() before it lets go; the
+/// control may hold on to its site for a while longer.
 class Container final : public IOleClientSite,
                         public IOleInPlaceSite,
                         public IOleControlSite,
                         public IDispatch {
   public:
-    // The control's window becomes a child of `pane`; `frame` is the top-level window around it.
+    /// The control's window becomes a child of `pane`; `frame` is the top-level window around it.
     static Microsoft::WRL::ComPtr<Container> Create(HWND frame, HWND pane,
                                                     InPlaceFrame::StatusHandler showStatus);
 
@@ -31,20 +31,20 @@ class Container final : public IOleClientSite,
     void Resize();  // the pane has a new size
     void Close();
 
-    // Offers a keyboard message to the active control; true when it took it.
+    /// Offers a keyboard message to the active control; true when it took it.
     bool TranslateKey(MSG& message) const;
     void OnFrameActivate(bool active) const;
 
-    // Null when there is no control.
+    /// Null when there is no control.
     IUnknown* Control() const { return object_.Get(); }
     IDispatch* Automation() const { return automation_.Get(); }
 
-    // IUnknown
+    /// IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override;
     STDMETHODIMP_(ULONG) AddRef() noexcept override;
     STDMETHODIMP_(ULONG) Release() noexcept override;
 
-    // IOleClientSite
+    /// IOleClientSite
     STDMETHODIMP SaveObject() noexcept override;
     STDMETHODIMP GetMoniker(DWORD assign, DWORD which, IMoniker** moniker) noexcept override;
     STDMETHODIMP GetContainer(IOleContainer** container) noexcept override;
@@ -52,7 +52,7 @@ class Container final : public IOleClientSite,
     STDMETHODIMP OnShowWindow(BOOL show) noexcept override;
     STDMETHODIMP RequestNewObjectLayout() noexcept override;
 
-    // IOleInPlaceSite
+    /// IOleInPlaceSite
     STDMETHODIMP GetWindow(HWND* window) noexcept override;
     STDMETHODIMP ContextSensitiveHelp(BOOL enter) noexcept override;
     STDMETHODIMP CanInPlaceActivate() noexcept override;
@@ -67,7 +67,7 @@ class Container final : public IOleClientSite,
     STDMETHODIMP DeactivateAndUndo() noexcept override;
     STDMETHODIMP OnPosRectChange(LPCRECT position) noexcept override;
 
-    // IOleControlSite
+    /// IOleControlSite
     STDMETHODIMP OnControlInfoChanged() noexcept override;
     STDMETHODIMP LockInPlaceActive(BOOL lock) noexcept override;
     STDMETHODIMP GetExtendedControl(IDispatch** extended) noexcept override;
@@ -76,7 +76,7 @@ class Container final : public IOleClientSite,
     STDMETHODIMP OnFocus(BOOL gotFocus) noexcept override;
     STDMETHODIMP ShowPropertyFrame() noexcept override;
 
-    // IDispatch: the ambient properties
+    /// IDispatch: the ambient properties
     STDMETHODIMP GetTypeInfoCount(UINT* count) noexcept override;
     STDMETHODIMP GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) noexcept override;
     STDMETHODIMP GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID locale,

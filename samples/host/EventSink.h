@@ -13,23 +13,23 @@
 
 #include "TypeInfo.h"
 
-// One event as it is being fired. The values belong to the control; by-reference ones may be replaced until
-// the handler returns.
+/// One event as it is being fired. The values belong to the control; by-reference ones may be replaced until
+/// the handler returns.
 struct Event {
     const Member* member;
     std::vector<VARIANT*> arguments;  // in declared order
 
-    // "value, value", or "name=value, name=value".
+    /// "value, value", or "name=value, name=value".
     std::wstring Arguments(bool withNames) const;
 
-    // Gives the first string or variant passed by reference a new text. False where there is none.
+    /// Gives the first string or variant passed by reference a new text. False where there is none.
     bool Reply(const std::wstring& text) const;
 };
 
-// Receives all events of a control whose interface is known from its type information only.
-//
-// A handler may do anything, including disconnecting this sink and letting go of the control: the sink keeps
-// itself alive until the call has returned.
+/// Receives all events of a control whose interface is known from its type information only.
+///
+/// A handler may do anything, including disconnecting this sink and letting go of the control: the sink keeps
+/// itself alive until the call has returned.
 class EventSink final : public IDispatch {
   public:
     using Handler = std::function<void(const Event&)>;
@@ -39,12 +39,12 @@ class EventSink final : public IDispatch {
     HRESULT Advise(IUnknown* source);
     void Unadvise();
 
-    // IUnknown
+    /// IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override;
     STDMETHODIMP_(ULONG) AddRef() noexcept override;
     STDMETHODIMP_(ULONG) Release() noexcept override;
 
-    // IDispatch: an event source calls Invoke and nothing else.
+    /// IDispatch: an event source calls Invoke and nothing else.
     STDMETHODIMP GetTypeInfoCount(UINT* count) noexcept override;
     STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo** info) noexcept override;
     STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) noexcept override;

@@ -18,7 +18,7 @@
 #include "Log.h"
 #include "TypeInfo.h"
 
-// The program's exit codes.
+/// The program's exit codes.
 enum class ExitCode : int {
     Done = 0,
     NoControl = 1,
@@ -28,8 +28,8 @@ enum class ExitCode : int {
     NoLog = 5,
 };
 
-// The top-level window: menu, address bar, the control, the list of events, the status bar. It also carries
-// out the script of the command line, one step per turn of the message loop.
+/// The top-level window: menu, address bar, the control, the list of events, the status bar. It also carries
+/// out the script of the command line, one step per turn of the message loop.
 class MainWindow {
   public:
     MainWindow(const Options& options, Log& log);
@@ -37,7 +37,7 @@ class MainWindow {
     MainWindow(const MainWindow&) = delete;
     MainWindow& operator=(const MainWindow&) = delete;
 
-    // Shows the window and handles messages until it is closed.
+    /// Shows the window and handles messages until it is closed.
     ExitCode Run();
 
   private:
@@ -84,7 +84,7 @@ class MainWindow {
     void Fail(const std::wstring& what);
     void LeaveWith(ExitCode code);
 
-    // Commands
+    /// Commands
     void Exit();
     void Connect();
     void Disconnect();

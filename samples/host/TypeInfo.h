@@ -49,12 +49,12 @@ struct ControlInfo {
     Interface events;
     std::vector<Enumeration> enumerations;
 
-    // The constant's name, or an empty string where the enumeration has no such value.
+    /// The constant's name, or an empty string where the enumeration has no such value.
     std::wstring NameOf(const std::wstring& enumeration, long value) const;
 };
 
-// Reads the coclass the object names through IProvideClassInfo. Throws _com_error.
+/// Reads the coclass the object names through IProvideClassInfo. Throws _com_error.
 ControlInfo ReadControlInfo(IUnknown* control);
 
-// The listing for --list.
+/// The listing for --list.
 std::wstring Format(const ControlInfo& info);

@@ -12,15 +12,15 @@
 
 namespace probe {
 
-// Stands where decoder and audio player do: takes the frames out of the pools, counts them, and writes them
-// to files if asked to (prefix.0 video, prefix.1 audio: each frame behind its length, 4 bytes big-endian).
+/// Stands where decoder and audio player do: takes the frames out of the pools, counts them, and writes them
+/// to files if asked to (prefix.0 video, prefix.1 audio: each frame behind its length, 4 bytes big-endian).
 class FrameTaker : public norix::MediaPlayers {
   public:
     FrameTaker(std::shared_ptr<norix::CCtrlParam> param, const std::string& prefix);
     ~FrameTaker() override;
 
     void Start() override;
-    // Takes what is left and ends.
+    /// Takes what is left and ends.
     void Stop();
 
     std::uint64_t Pictures() const { return m_pictures.load(); }

@@ -8,15 +8,15 @@
 
 namespace probe {
 
-// A session that prints, every second and for each medium, what has arrived. Calls `finished` on the
-// session's thread when its time is over.
+/// A session that prints, every second and for each medium, what has arrived. Calls `finished` on the
+/// session's thread when its time is over.
 class ProbeSession : public norix::RTSPSession {
   public:
     ProbeSession(norix::SessionSettings settings, std::shared_ptr<norix::CCtrlParam> param,
                  std::shared_ptr<norix::MediaPlayers> players, double seconds, bool quiet,
                  std::function<void()> finished);
 
-    // After RTSPStart: whether each medium that was set up has delivered frames.
+    /// After RTSPStart: whether each medium that was set up has delivered frames.
     bool Delivered() const { return m_delivered; }
 
   protected:
