@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "media/FrameInfoParser.h"
 #include "media/PtsMonitor.h"
@@ -64,6 +65,8 @@ void CCtrlParam::ResetForNewStream() {
     FillPools();
     m_counters.Count(FrameCounters::kResetAll);
     m_skipToKeyFrame = false;
+    m_damaged = false;
+    m_keyFrameWished.Set(false);
     m_events.Reset();
     m_trace.Stop();
     m_trace.Start();
@@ -110,6 +113,7 @@ VideoFrameRecord* CCtrlParam::WaitForEmptyVideo(std::uint32_t pts, bool keyFrame
         if (m_closing.load()) return nullptr;
         if (m_settings.enableDecodeFrameDrop && !keyFrame) {
             m_skipToKeyFrame = true;
+            WishKeyFrame();
             NORIX_LOG("CCtrlParam::InsertFrameToVideoBuffer", 0,
                       "InsertFrameToVideoBuffer(pts=%u) drop video frame (%c)", pts, 'p');
             return nullptr;
@@ -132,9 +136,10 @@ AudioFrameRecord* CCtrlParam::WaitForEmptyAudio(std::uint32_t pts) {
 }
 
 int CCtrlParam::InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t size, std::uint32_t pts,
-                                         int isPFrame) {
+                                         int isPFrame, bool damagedBefore) {
     const InsertScope scope(m_insertsUnderWay);
     if (!data || m_closing.load()) return -1;
+    m_damaged = m_damaged || damagedBefore;
 
     m_trace.Record(pts, FrameTimingTrace::kReceived, platform::Ticks100ns());
     m_counters.Count(FrameCounters::kReceived);
@@ -154,8 +159,12 @@ int CCtrlParam::InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t s
     if (notifyVideoData.Get()) SendNewFrame(payload, payloadSize, isPFrame, parsed.signal);
 
     const bool keyFrame = isPFrame == 0;
-    if (keyFrame) m_skipToKeyFrame = false;
+    if (keyFrame) {
+        m_skipToKeyFrame = false;
+        m_keyFrameWished.Set(false);
+    }
     if (m_skipToKeyFrame) {
+        WishKeyFrame();
         NORIX_LOG("CCtrlParam::InsertFrameToVideoBuffer", 0,
                   "InsertFrameToVideoBuffer(pts=%u) drop video frame (%c), skip GOP", pts, 'p');
         return -1;
@@ -171,6 +180,7 @@ int CCtrlParam::InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t s
     record->payloadLength = length;
     record->headerLength = static_cast<std::uint32_t>(parsed.headerLength);
     record->pts = pts;
+    record->damagedBefore = std::exchange(m_damaged, false);
     record->info = parsed.info;
     // Before the frame is handed on: afterwards its later stages may already be under way.
     m_trace.Record(pts, FrameTimingTrace::kInserted, platform::Ticks100ns());

@@ -108,6 +108,11 @@ class CCtrlParam {
     // Any thread
     // ---------------------------------------------------------------------------------------------
 
+    /// Frames can't be shown before the next key frame, so the camera should send one soon. The receiver asks
+    /// it, at most once a second; a key frame that comes before takes the wish back.
+    void WishKeyFrame() { m_keyFrameWished.Set(true); }
+    bool TakeKeyFrameWish() { return m_keyFrameWished.Exchange(false); }
+
     const MediaSettings& Settings() const { return m_settings; }
     FrameTimingTrace& Trace() { return m_trace; }
 
@@ -149,8 +154,10 @@ class CCtrlParam {
     /// Hands on one received frame: 1 when it was stored, -1 when it was dropped. `isPFrame` 0 is a key
     /// frame. A frame longer than a record is cut. When all records are taken, a frame other than a key frame
     /// is dropped with the rest of its group of pictures, if EnableDecodeFrameDrop is on; else the call
-    /// waits.
-    int InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t size, std::uint32_t pts, int isPFrame);
+    /// waits. `damagedBefore`: the receiver knows that something is missing between the frame before and this
+    /// one; the record that follows the gap says so, also where this frame is dropped.
+    int InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t size, std::uint32_t pts, int isPFrame,
+                                 bool damagedBefore = false);
     int InsertFrameToAudioBuffer(const std::uint8_t* data, std::size_t size, std::uint32_t pts);
 
   private:
@@ -187,6 +194,7 @@ class CCtrlParam {
     FrameCounters m_counters;
     FrameTimingTrace m_trace;
     std::atomic<bool> m_closing{false};
+    Shared<bool> m_keyFrameWished{false};
     std::atomic<int> m_insertsUnderWay{0};
     std::atomic<MediaRecorder*> m_recorder{nullptr};
 
@@ -196,6 +204,7 @@ class CCtrlParam {
 
     // video receiving thread only
     bool m_skipToKeyFrame = false;
+    bool m_damaged = false;  // since the frame that was stored last
     FrameEventReporter m_events;
 };
 

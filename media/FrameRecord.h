@@ -21,6 +21,7 @@ struct VideoFrameRecord {
     std::uint32_t payloadLength = 0;  // the same: what consumers use as the length of the frame
     std::uint32_t headerLength = 0;   // bytes of the camera's header, which is not in `data`; 0 without one
     std::uint32_t pts = 0;            // milliseconds
+    bool damagedBefore = false;       // something is missing between the frame before this one and this one
     FrameInfo info;
     std::unique_ptr<std::uint8_t[]> data;
 };

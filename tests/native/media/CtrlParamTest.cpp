@@ -119,8 +119,21 @@ TEST_F(CtrlParamTest, AFullPoolDropsTheRestOfTheGroupOfPictures) {
     Param().PutEmptyVideoFrame(TakeVideo());
     EXPECT_EQ(InsertVideo(4, kDelta), -1);
     EXPECT_TRUE(m_log.Contains("InsertFrameToVideoBuffer(pts=4) drop video frame (p), skip GOP"));
-    EXPECT_EQ(InsertVideo(5, kKey), 1);
-    EXPECT_EQ(Param().GetFrameCount(FrameCounters::kReceived), 6u);
+    // Something missing before a dropped frame is missing before the next one that is stored.
+    const std::uint8_t byte = 0;
+    EXPECT_EQ(Param().InsertFrameToVideoBuffer(&byte, 1, 5, kDelta, true), -1);
+    EXPECT_TRUE(Param().TakeKeyFrameWish());
+    EXPECT_FALSE(Param().TakeKeyFrameWish());
+    Param().WishKeyFrame();
+    EXPECT_EQ(InsertVideo(6, kKey), 1);
+    EXPECT_FALSE(Param().TakeKeyFrameWish());
+    EXPECT_EQ(Param().GetFrameCount(FrameCounters::kReceived), 7u);
+    for (const bool damaged : {false, false, true}) {
+        VideoFrameRecord* const record = TakeVideo();
+        ASSERT_NE(record, nullptr);
+        EXPECT_EQ(record->damagedBefore, damaged);
+        Param().PutEmptyVideoFrame(record);
+    }
 
     EXPECT_EQ(InsertAudio(1), 1);
     EXPECT_EQ(InsertAudio(2), 1);
