@@ -1,24 +1,13 @@
 #include "util/LogFile.h"
 
+#include <exception>
 #include <mutex>
 #include <string_view>
+#include <tuple>
+
+#include "util/FileOpener.h"
 
 namespace util {
-namespace {
-
-// A path on an empty removable drive must fail, not ask the user for a disk.
-class NoErrorBoxes {
-  public:
-    NoErrorBoxes() noexcept { SetThreadErrorMode(SEM_FAILCRITICALERRORS, &m_previous); }
-    ~NoErrorBoxes() { SetThreadErrorMode(m_previous, nullptr); }
-    NoErrorBoxes(const NoErrorBoxes&) = delete;
-    NoErrorBoxes& operator=(const NoErrorBoxes&) = delete;
-
-  private:
-    DWORD m_previous = 0;
-};
-
-}  // namespace
 
 void LogFile::Open(const wchar_t* path) noexcept {
     std::wstring_view name = path ? path : kDefaultLogFilePath;
@@ -54,10 +43,14 @@ void LogFile::CloseLocked() noexcept {
 }
 
 void LogFile::CreateLocked() noexcept {
-    const NoErrorBoxes quiet;
-    const HANDLE file = CreateFileW(m_path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file != INVALID_HANDLE_VALUE) m_file = file;
+    try {
+        FileWish wish;
+        std::tie(wish.folder, wish.name) = SplitPath(m_path);
+        OpenedFile opened = OpenForWriting(wish, Taken::kReplace);
+        if (opened) m_file = opened.file.Release();
+    } catch (const std::exception&) {
+        // No memory: the next line tries again.
+    }
 }
 
 }  // namespace util

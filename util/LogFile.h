@@ -6,8 +6,9 @@
 // to the last instruction of the module; Close is what ends it. Every method may be called from any thread; a
 // lock keeps records whole. Others may read the file while we write.
 //
-// Errors: a file that can't be opened stays closed, and the next record tries again. A record that can't be
-// written whole (full disk) is taken back, so that the file always ends with a whole record.
+// Errors: a file that can't be opened, or that is a link to another one, stays closed, and the next record
+// tries again. A record that can't be written whole (full disk) is taken back, so that the file always ends
+// with a whole record.
 
 #include <windows.h>
 
