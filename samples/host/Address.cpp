@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <string>
 #include <string_view>
 
 #include "Values.h"
@@ -41,14 +42,15 @@ void SplitHostAndPort(std::wstring_view text, std::wstring& host, long& port) {
 
 }  // namespace
 
+std::wstring Address::Shown() const {
+    if (!streamUri.empty()) return streamUri;
+    return port ? host + L":" + std::to_wstring(port) : host;
+}
+
 Address ParseAddress(const std::wstring& text) {
     Address address;
-    if (!EqualsIgnoringCase(std::wstring_view(text).substr(0, kRtsp.size()), kRtsp)) {
-        SplitHostAndPort(text, address.host, address.port);
-        return address;
-    }
-
-    const std::wstring_view rest = std::wstring_view(text).substr(kRtsp.size());
+    const bool stream = EqualsIgnoringCase(std::wstring_view(text).substr(0, kRtsp.size()), kRtsp);
+    const std::wstring_view rest = std::wstring_view(text).substr(stream ? kRtsp.size() : 0);
     const auto path = std::min(rest.find_first_of(L"/?"), rest.size());
     auto authority = rest.substr(0, path);
     if (const auto at = authority.rfind(L'@'); at != std::wstring_view::npos) {
@@ -58,8 +60,13 @@ Address ParseAddress(const std::wstring& text) {
         if (colon != std::wstring_view::npos) address.password = Unescape(credentials.substr(colon + 1));
         authority.remove_prefix(at + 1);
     }
-    long rtspPort = 0;  // stays part of the stream's address
-    SplitHostAndPort(authority, address.host, rtspPort);
-    address.streamUri.append(kRtsp).append(authority).append(rest.substr(path));
+    long port = 0;
+    SplitHostAndPort(authority, address.host, port);
+    if (stream) {
+        // The port stays part of the stream's address.
+        address.streamUri.append(kRtsp).append(authority).append(rest.substr(path));
+    } else {
+        address.port = port;
+    }
     return address;
 }

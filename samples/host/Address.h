@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// What the address bar holds: "host", "host:port" (the camera's HTTP port) or
+/// What the address bar holds: "[user[:password]@]host[:port]" (the camera's HTTP port) or
 /// "rtsp://[user[:password]@]host/...".
 struct Address {
     std::wstring host;
@@ -10,6 +10,9 @@ struct Address {
     std::wstring streamUri;  // without user and password; empty for a plain host
     std::wstring user;
     std::wstring password;
+
+    /// The same without user and password.
+    std::wstring Shown() const;
 };
 
 Address ParseAddress(const std::wstring& text);

@@ -590,6 +590,12 @@ void MainWindow::Connect() try {
         if (address.port) Set(L"HttpPort", std::to_wstring(address.port));
         if (!address.user.empty()) Set(L"username", address.user);
         if (!address.password.empty()) Set(L"password", address.password);
+        if (!address.user.empty()) {
+            // A password is not left standing where everybody can read it.
+            SetWindowTextW(user_, address.user.c_str());
+            SetWindowTextW(password_, address.password.c_str());
+            SetWindowTextW(address_, address.Shown().c_str());
+        }
     }
     Call(L"Connect", {});
 } catch (const AutomationError& error) {

@@ -23,7 +23,7 @@ class Camera:
         self._live_views: dict[tuple[int, int, str], LiveView] = {}
 
     def prepare(self) -> None:
-        self.clips.prepare(self.options.channels, self.options.codecs, self.options.audio)
+        self.clips.prepare(self.options)
 
     def request_key_frame(self, channel: int, stream: int) -> None:
         with self._lock:

@@ -12,6 +12,9 @@ import subprocess
 from dataclasses import dataclass
 from typing import NamedTuple
 
+from simcam.log import log
+from simcam.options import Options
+
 LOOP_SECONDS = 60
 SIZES = {1: (1280, 720), 2: (640, 360)}
 SCENE_SIZE = (2560, 1440)
@@ -67,23 +70,24 @@ class ClipStore:
         self._loaded: dict[str, Clip] = {}
         os.makedirs(self._folder, exist_ok=True)
 
-    def prepare(self, channels: int, codecs: tuple[str, ...], audio: str) -> None:
+    def prepare(self, options: Options) -> None:
         """Makes what is missing, several clips at once. Other simulators wait meanwhile."""
         with open(os.path.join(self._folder, ".lock"), "w") as lock:
             fcntl.flock(lock, fcntl.LOCK_EX)
             self.scene()
             runs = []
-            for channel in range(1, channels + 1):
-                for stream in SIZES:
-                    missing = [codec for codec in codecs if not self._have(self._video_path(channel, stream, codec))]
+            for channel in range(1, options.channels + 1):
+                for stream in options.streams:
+                    missing = [codec for codec in options.codecs if not self._have(self._video_path(channel, stream, codec))]
                     if missing:
                         runs.append(self._start_encoding(channel, stream, missing))
             for process, paths in runs:
+                log(f"clips: making {len(paths)}")
                 if process.wait() != 0:
                     raise RuntimeError("FFmpeg could not make the clips")
                 for path in paths:
                     self._finish(path)
-            for kind in {"pcmu", audio} - {"none"}:
+            for kind in {"pcmu", options.audio} - {"none"}:
                 if not self._have(self._audio_path(kind)):
                     self._encode_audio(kind)
 
@@ -110,7 +114,7 @@ class ClipStore:
             f"drawtext=text='{chr(65 + column)}{row + 1}':x={160 * column + 20}:y={160 * row + 20}:fontsize=36:"
             "fontcolor=white@0.8" for column in range(columns) for row in range(rows)]
         source = (f"gradients=size={SCENE_SIZE[0]}x{SCENE_SIZE[1]}:c0=0x203048:c1=0x609070:nb_colors=2:x0=0:y0=0:"
-                  f"x1={SCENE_SIZE[0]}:y1={SCENE_SIZE[1]}:speed=0.00001")
+                  f"x1={SCENE_SIZE[0]}:y1={SCENE_SIZE[1]}:speed=0.00001:seed=1")
         command = [*_FFMPEG, "-f", "lavfi", "-i", source, "-vf", ",".join(filters), "-frames:v", "1"]
         path = self._path("scene", command, "png")
         if not os.path.exists(path):
@@ -128,7 +132,9 @@ class ClipStore:
         full_width, full_height = SIZES[1]
         text = height // 18
         shared = (
-            f"[0:v]crop={full_width}:{full_height},scale={width}:{height},format=yuv420p[scene];"
+            # The scene stands still: it is cut and scaled once, and then only repeated.
+            f"[0:v]crop={full_width}:{full_height},scale={width}:{height},format=yuv420p,loop=loop=-1:size=1,"
+            f"setpts=N/{self._fps}/TB,fps={self._fps}[scene];"
             f"[scene][1:v]overlay=x='mod(t,10)/10*(W+w)-w':y='H*0.6+H*0.15*sin(2*PI*t/5)',"
             f"drawtext=text='sec %{{eif\\:mod(trunc(t+0.001),60)\\:d\\:2}}  frame %{{frame_num}}':x={text}:"
             f"y={text * 3}:fontsize={text}:{_FONT}")
@@ -148,7 +154,7 @@ class ClipStore:
             graph += f";[in{i}]{own}[out{i}]"
             outputs += ["-map", f"[out{i}]", *encoder, paths[i] + ".new"]
         box = SIZES[stream][1] // 8
-        inputs = ["-loop", "1", "-framerate", str(self._fps), "-i", self.scene(),
+        inputs = ["-framerate", str(self._fps), "-i", self.scene(),
                   "-f", "lavfi", "-i", f"color=0xf0a030:size={box}x{box}:rate={self._fps}"]
         return subprocess.Popen([*_FFMPEG, *inputs, "-filter_complex", graph, *outputs]), paths
 

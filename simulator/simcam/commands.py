@@ -3,7 +3,6 @@
 import asyncio
 
 from simcam.camera import Camera
-from simcam.clips import SIZES
 from simcam.parameters import NOT_THERE, PRESETS
 from simcam.webserver import Exchange, Reply, Request, Route, WebServer
 
@@ -18,7 +17,7 @@ class BadValue(Exception):
 def stream_of(request: Request, camera: Camera) -> tuple[int, int]:
     """The channel and stream that a request names. 0 and what isn't there are the first."""
     channel, stream = request.number("channel", 1) or 1, request.number("stream", 1) or 1
-    if channel not in camera.heads or stream not in SIZES:
+    if channel not in camera.heads or stream not in camera.options.streams:
         raise BadValue(f"no channel {channel}, stream {stream}")
     return channel, stream
 

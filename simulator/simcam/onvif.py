@@ -152,7 +152,7 @@ class Onvif:
         """Profiles by their tokens. Each stream is one, with the first codec on offer."""
         codec = self._camera.options.codecs[0]
         return {f"profile_ch{channel}_stream{stream}": (channel, stream, codec)
-                for channel in self._camera.heads for stream in SIZES}
+                for channel in self._camera.heads for stream in self._camera.options.streams}
 
     def _profiles(self, _request: ElementTree.Element, _host: str) -> str:
         profiles = ""
@@ -161,7 +161,7 @@ class Onvif:
             profiles += (
                 f'<trt:Profiles token="{token}" fixed="true"><tt:Name>Channel {channel} stream {stream}</tt:Name>'
                 f'<tt:VideoSourceConfiguration token="source_ch{channel}"><tt:Name>Source {channel}</tt:Name>'
-                f"<tt:UseCount>{len(SIZES)}</tt:UseCount><tt:SourceToken>ch{channel}</tt:SourceToken>"
+                f"<tt:UseCount>{len(self._camera.options.streams)}</tt:UseCount><tt:SourceToken>ch{channel}</tt:SourceToken>"
                 f'<tt:Bounds x="0" y="0" width="{width}" height="{height}"/></tt:VideoSourceConfiguration>'
                 f'<tt:VideoEncoderConfiguration token="encoder_ch{channel}_stream{stream}">'
                 f"<tt:Name>Encoder {stream}</tt:Name><tt:UseCount>1</tt:UseCount>"

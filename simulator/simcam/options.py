@@ -55,6 +55,7 @@ class Options:
     http_auth: str
     rtsp_auth: str
     channels: int
+    streams: range
     codecs: tuple[str, ...]
     audio: str
     tone: str
@@ -68,6 +69,7 @@ class Options:
     push: tuple[str, int] | None
     push_codec: str
     cache: str
+    prepare: bool
     verbose: bool
     log: str | None
     die_with_parent: bool
@@ -108,6 +110,7 @@ def parse(arguments: list[str]) -> Options:
     add("--http-auth", choices=(*schemes, "both"), help="the same for HTTP only; both: they may choose")
     add("--rtsp-auth", choices=schemes, help="the same for RTSP only")
     add("--channels", type=int, choices=range(1, 5), default=1, help="video inputs, 1 to 4 (%(default)s)")
+    add("--streams", type=int, choices=(1, 2), default=2, help="of each video input; the second is small (%(default)s)")
     add("--codec", choices=(*CODECS, "all"), default="all", help="the video codecs on offer (%(default)s)")
     add("--audio", choices=("pcmu", "aac", "none"), default="pcmu", help="sound over RTSP (%(default)s)")
     add("--tone", choices=("steady", "pips"), default="steady", help="440 Hz, always or once a second (%(default)s)")
@@ -125,6 +128,7 @@ def parse(arguments: list[str]) -> Options:
         help="send video to PORT and sound to PORT+2 of this group, without RTSP")
     add("--push-codec", choices=CODECS, default="h264", help="(%(default)s)")
     add("--cache", default=_default_cache(), metavar="FOLDER", help="where the made clips are kept (%(default)s)")
+    add("--prepare", action="store_true", help="make the clips that such a camera needs, and end")
     add("--fault", action="append", default=[], metavar="NAME[=SECONDS]", help="see below")
     add("--verbose", action="store_true", help="tell what is going on, on the standard error")
     add("--log", metavar="FILE", help="the same, appended to a file")
@@ -137,9 +141,9 @@ def parse(arguments: list[str]) -> Options:
     return Options(
         bind=given.bind, http=given.http, rtsp=given.rtsp, user=given.user, password=given.password,
         http_auth=given.http_auth or given.auth, rtsp_auth=given.rtsp_auth or given.auth,
-        channels=given.channels,
+        channels=given.channels, streams=range(1, given.streams + 1),
         codecs=CODECS if given.codec == "all" else (given.codec,), audio=given.audio, tone=given.tone, fps=given.fps,
         framing=given.framing, sections=given.sections, onvif=given.onvif, clock_offset=given.clock_offset,
-        talkback=given.talkback,
+        talkback=given.talkback, prepare=given.prepare,
         multicast=given.multicast, push=given.push, push_codec=given.push_codec, cache=given.cache,
         verbose=given.verbose, log=given.log, die_with_parent=given.die_with_parent, faults=faults)

@@ -16,7 +16,7 @@ def _prefixes(name: str, channels: int) -> list[str]:
 
 
 def _initial(options: Options) -> dict[str, str]:
-    streams = ",".join(["|".join(_CODEC_NAMES[codec] for codec in options.codecs)] * len(SIZES))
+    streams = ",".join(["|".join(_CODEC_NAMES[codec] for codec in options.codecs)] * len(options.streams))
     values = {
         "video_codectype": ";".join([streams] * options.channels),
         "system_modelname": MODEL,
@@ -38,7 +38,7 @@ def _initial(options: Options) -> dict[str, str]:
     for prefix in _prefixes("video", options.channels) + _prefixes("videosourcecfg01", options.channels):
         values |= {f"{prefix}imprinttimestamp": "1", f"{prefix}text": "Norix Simulator", f"{prefix}codepage": "ascii",
                    f"{prefix}maxframe": str(options.fps)}
-        for stream in SIZES:
+        for stream in options.streams:
             values |= {f"{prefix}maxframe{stream:02}_{_CODEC_NAMES[codec]}": str(options.fps)
                        for codec in options.codecs}
     for prefix in _prefixes("motiondetect", options.channels):

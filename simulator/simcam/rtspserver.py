@@ -8,7 +8,6 @@ from typing import Iterator
 from gi.repository import GLib, Gst, GstRtsp, GstRtspServer
 
 from simcam.camera import Camera
-from simcam.clips import SIZES
 from simcam.dropping import drop_packets
 from simcam.feeding import Pacer
 from simcam.log import log
@@ -24,7 +23,7 @@ _CLEANUP_SECONDS = 1
 def stream_paths(kind: str, camera: Camera) -> Iterator[tuple[str, int, int, str]]:
     """All addresses of a kind ("udpstream"): path, channel, stream, codec. What isn't named is the first."""
     for channel in range(camera.options.channels + 1):
-        for stream in (0, *SIZES):
+        for stream in (0, *camera.options.streams):
             for codec in camera.options.codecs:
                 path = (kind + (f"_ch{channel}" if channel else "") + (f"_stream{stream}" if stream else "") +
                         ADDRESS_CODECS[codec])

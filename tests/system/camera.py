@@ -14,7 +14,7 @@ import time
 from typing import BinaryIO
 
 PROGRAM = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "simulator", "norixcam")
-# The clips may have to be made first, which takes half a minute of a quiet machine.
+# The clips may have to be made first, which takes twenty seconds of a quiet machine.
 START_SECONDS = 240
 STOP_SECONDS = 10
 

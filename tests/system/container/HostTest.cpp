@@ -132,7 +132,8 @@ TEST(HostTest, TakesTheAddressBarApart) {
     };
     const Case cases[] = {
         {L"192.0.2.7", {"ServerIP = \"192.0.2.7\"", "StreamUri = \"\"", "HttpPort = 80", "username = \"\""}},
-        {L"camera:8080", {"ServerIP = \"camera\"", "StreamUri = \"\"", "HttpPort = 8080", "username = \"\""}},
+        {L"op:Plugh@camera:8080",
+         {"ServerIP = \"camera\"", "StreamUri = \"\"", "HttpPort = 8080", "username = \"op\""}},
         {L"rtsp://192.0.2.7:1554/live",
          {"ServerIP = \"192.0.2.7\"", "StreamUri = \"rtsp://192.0.2.7:1554/live\"", "HttpPort = 80",
           "username = \"\""}},

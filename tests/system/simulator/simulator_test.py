@@ -30,7 +30,7 @@ SOAP = "http://www.w3.org/2003/05/soap-envelope"
 def probe(url: str, *options: str, seconds: float = 0.4) -> dict:
     """What ffprobe finds in the beginning of a stream: {"streams": [...], "packets": [...]}, or {"error": text}."""
     run = subprocess.run(
-        ["ffprobe", "-v", "error", "-of", "json", "-analyzeduration", "300000", *options, "-read_intervals",
+        ["ffprobe", "-v", "error", "-of", "json", "-analyzeduration", "3000000", *options, "-read_intervals",
          f"%+{seconds}", "-show_entries", "stream=codec_name,width,height,sample_rate:packet=codec_type,flags,size",
          url], capture_output=True, text=True, timeout=30)
     return json.loads(run.stdout or "{}") if run.returncode == 0 else {"error": run.stderr}
@@ -347,7 +347,7 @@ class Multicast(unittest.TestCase):
         if not shutil.which("ip") or subprocess.run([*prefix, "true"], capture_output=True).returncode != 0:
             self.skipTest("no network namespaces here")
         run = subprocess.run([*prefix, sys.executable, os.path.abspath(__file__), "--in-namespace"],
-                             capture_output=True, text=True, timeout=60)
+                             capture_output=True, text=True)
         self.assertEqual(["h264", "pcm_mulaw"] * 3, run.stdout.split(), run.stderr)
 
 
@@ -387,6 +387,8 @@ if __name__ == "__main__":
     if installed.returncode != 0 or not all(map(shutil.which, ("ffprobe", "curl"))):
         print("skipped:", installed.stderr or "no FFmpeg or no curl")
         sys.exit(SKIPPED)
+    # Once for all: no test waits for pictures that have to be encoded first.
+    subprocess.run([PROGRAM, "--prepare"], check=True)
     if len(sys.argv) > 1:
         unittest.main()
     sys.exit(not run_all_classes())
