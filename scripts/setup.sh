@@ -46,7 +46,11 @@ can_install() {
 }
 
 install() {
-    DEBIAN_FRONTEND=noninteractive quietly setup-install apt-get install -y "${apt_options[@]}" --no-remove "$@"
+    local size
+    size=$(LC_ALL=C apt-get install --assume-no "${apt_options[@]}" --no-remove "$@" 2>/dev/null |
+        sed -n 's/^Need to get \(.*\) of archives\.$/\1 to fetch/p; s/^After this operation, \(.*\) of additional disk.*/\1 on the disk/p')
+    say "packages: ${size//$'\n'/, }"
+    LC_ALL=C DEBIAN_FRONTEND=noninteractive quietly setup-install apt-get install -y "${apt_options[@]}" --no-remove "$@"
 }
 
 # The index of the security suite is at times out of step with its signature; apt reports that, and goes on with the
