@@ -9,28 +9,31 @@
 #include "util/Settings.h"
 
 namespace norix {
-CAudioControl::CAudioControl(CCtrlParam& param, std::shared_ptr<const void> keepAlive)
+
+CAudioControl::CAudioControl(std::shared_ptr<CCtrlParam> param)
     : m_playback(std::make_shared<AudioPlayback>()) {
-    m_playback->param.store(&param);
-    m_playback->keepAlive = std::move(keepAlive);
+    m_playback->param = std::move(param);
     m_playback->enableTimeSync = util::Settings::EnableTimeSync();
     m_playback->device = std::make_unique<WaveOutDevice>();
 }
 
 CAudioControl::~CAudioControl() {
-    m_playback->running.store(false);
-    if (!m_thread.Stop()) m_playback->abandoned.store(true);
+    Stop();
     // The device goes with the last owner, which is the thread only if it was abandoned.
 }
 
-bool CAudioControl::OpenDevice() {
-    return !m_thread.Started() && OpenForStream(*m_playback->param.load(), *m_playback->device);
+bool CAudioControl::Stop() {
+    m_playback->running.store(false);
+    if (!m_thread.Stop()) m_ended = false;
+    return m_ended;
 }
 
-Result CAudioControl::StartAudioThread(CCtrlParam* param) {
-    if (!param) return kResultInvalidArgument;
+bool CAudioControl::OpenDevice() {
+    return !m_thread.Started() && OpenForStream(*m_playback->param, *m_playback->device);
+}
+
+Result CAudioControl::StartAudioThread() {
     if (m_thread.Started()) return kResultOk;
-    m_playback->param.store(param);
     const bool started = m_thread.Start(THREAD_PRIORITY_HIGHEST, [playback = m_playback](util::StopToken&) {
         NORIX_LOG("CAudioControl::DecodeAudio", 0, "CAudioControl::DecodeAudio() begins");
         SystemClock clock;

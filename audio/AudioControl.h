@@ -19,16 +19,15 @@ struct AudioPlayback;
 /// on without sound), StartAudioThread. The codecs, the AAC configuration and the sample rate are read from
 /// the parameter block; mute, volume and DecodeAV take effect with the next buffer.
 ///
-/// The parameter block outlives the player. A thread that is stuck in a sound driver is abandoned and touches
-/// the block no more when it comes back; to be safe at that moment too, give the block's shared_ptr as
-/// `keepAlive`.
+/// The thread shares the parameter block: one that is stuck in a sound driver is abandoned and finds it when
+/// it comes back.
 class CAudioControl {
   public:
     /// Reads the machine-wide settings. Throws std::bad_alloc only.
-    explicit CAudioControl(CCtrlParam& param, std::shared_ptr<const void> keepAlive = nullptr);
+    explicit CAudioControl(std::shared_ptr<CCtrlParam> param);
 
-    /// Stops the thread by the one stop rule, then closes the device.
-    virtual ~CAudioControl();
+    /// Stops, then closes the device.
+    ~CAudioControl();
     CAudioControl(const CAudioControl&) = delete;
     CAudioControl& operator=(const CAudioControl&) = delete;
 
@@ -38,11 +37,16 @@ class CAudioControl {
     bool OpenDevice();
 
     /// Starts the thread unless it runs already; 0 on success.
-    Result StartAudioThread(CCtrlParam* param);
+    Result StartAudioThread();
+
+    /// Stops the thread for good, by the one stop rule; false when it had to be abandoned, now or in an
+    /// earlier call.
+    bool Stop();
 
   private:
     const std::shared_ptr<AudioPlayback> m_playback;  // shared with the thread
     util::GenericThread m_thread{"Audio"};
+    bool m_ended = true;
 };
 
 }  // namespace norix

@@ -25,7 +25,7 @@ std::span<const std::uint8_t> SoundOfFrame(const AudioFrameRecord& frame, VideoC
 AudioLoop::AudioLoop(AudioPlayback& playback, AudioClock& clock)
     : m_playback(playback),
       m_clock(clock),
-      m_param(*playback.param.load()),
+      m_param(*playback.param),
       m_output(playback, clock),
       m_aac(m_param, m_output),
       m_sync(AudioTimeRules(playback.enableTimeSync), clock.NowMs()),
@@ -70,7 +70,6 @@ void AudioLoop::Step() {
         }
         Play(*record);
     }
-    if (m_playback.abandoned.load() && !m_playback.keepAlive) return;
     m_param.PutEmptyAudioFrame(record);
 }
 

@@ -11,9 +11,8 @@ namespace norix {
 /// What an audio player and its thread share. Both own it, so that a thread that had to be abandoned finds it
 /// when it comes to itself.
 struct AudioPlayback {
-    /// Written by the owner before the thread starts. The keep-alive may be null.
-    std::atomic<CCtrlParam*> param{nullptr};
-    std::shared_ptr<const void> keepAlive;
+    /// Written by the owner before the thread starts, constant from then on.
+    std::shared_ptr<CCtrlParam> param;
     bool enableTimeSync = true;  // sound that comes early is held until it is due
 
     /// The owner's until the thread starts, then the thread's.
@@ -21,8 +20,6 @@ struct AudioPlayback {
 
     /// Cleared by the owner.
     std::atomic<bool> running{true};
-    /// Set by the owner after it gave up waiting: the parameter block may be gone, unless it is kept alive.
-    std::atomic<bool> abandoned{false};
 };
 
 /// Opens the device at the stream's sample rate; 8000 is assumed, and written down, where none is known.

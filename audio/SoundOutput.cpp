@@ -33,7 +33,7 @@ bool OpenForStream(CCtrlParam& param, AudioDevice& device) noexcept {
 SoundOutput::SoundOutput(AudioPlayback& playback, AudioClock& clock)
     : m_playback(playback),
       m_clock(clock),
-      m_rate(playback.param.load()->audioSampleRate.Get()),
+      m_rate(playback.param->audioSampleRate.Get()),
       m_lastTryMs(clock.NowMs()),
       m_lost(!playback.device->IsOpen()) {}
 
@@ -49,7 +49,7 @@ void SoundOutput::RenewBuffers(std::size_t samples) {
 }
 
 void SoundOutput::Open() {
-    CCtrlParam& param = *m_playback.param.load();
+    CCtrlParam& param = *m_playback.param;
     m_rate = param.audioSampleRate.Get();
     m_lost = !OpenForStream(param, *m_playback.device);
     m_lastTryMs = m_clock.NowMs();
@@ -70,7 +70,7 @@ bool SoundOutput::Ready() {
         Open();
         if (!m_lost) NORIX_LOG("CAudioControl::DecodeAudio", 0, "the sound device is there again");
     }
-    return !m_lost && !m_playback.abandoned.load();
+    return !m_lost;
 }
 
 // For how long no buffer has come back although one should have.
@@ -109,7 +109,7 @@ bool SoundOutput::Write(OutputBuffer& buffer) {
     if (!m_started || now - m_lastWriteMs > kPauseMs) WriteCushion();
     m_started = true;
     m_lastWriteMs = now;
-    if (m_playback.device->Write(m_buffers, buffer)) return !m_playback.abandoned.load();
+    if (m_playback.device->Write(m_buffers, buffer)) return true;
     GiveBack(buffer);
     Lose();
     return false;

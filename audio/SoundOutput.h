@@ -24,8 +24,7 @@ class SoundOutput {
     /// Opens the device again, at the stream's present rate.
     void Reopen();
 
-    /// Whether there is a device. Looks for one when it is time to. Always false once the thread was
-    /// abandoned, as is Write: who was told so leaves the parameter block alone.
+    /// Whether there is a device. Looks for one when it is time to.
     bool Ready();
 
     /// A free buffer, or null after a wait of 100 ms. Buffers that don't come back for too long mean that the

@@ -125,7 +125,6 @@ HRESULT CNorixSDKCtrl::OnCreate() {
     const HRESULT page = ReadHostPage();
     if (FAILED(page)) return page;
     m_session->param.window.Set(Handle());
-    m_session->param.ResetForNewStream();
     m_statusView.SetPicture(StatusPicture::Disconnect);
     m_dropTarget = DropTarget::Register(Handle(), *this);
     m_windowCreated.Set();

@@ -151,7 +151,7 @@ int CCtrlParam::InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t s
     const std::size_t payloadSize = size - parsed.headerLength;
     streamForm.Set(parsed.headerLength != 0 ? StreamForm::WithHeader : StreamForm::Bare);
 
-    if (MediaRecorder* const recorder = m_recorder.load()) {
+    if (const auto recorder = m_recorder.Get()) {
         recorder->RecMedia(
             codec == VideoCodec::H264 ? RecordMedia::VideoH264 : RecordMedia::VideoMpeg4OrMjpeg, data, size);
     }
@@ -194,7 +194,7 @@ int CCtrlParam::InsertFrameToAudioBuffer(const std::uint8_t* data, std::size_t s
 
     const std::uint32_t length =
         static_cast<std::uint32_t>(std::min<std::size_t>(size, m_settings.audioBufferSize));
-    if (MediaRecorder* const recorder = m_recorder.load(); recorder && recorder->IsRecordingRequested()) {
+    if (const auto recorder = m_recorder.Get(); recorder && recorder->IsRecordingRequested()) {
         recorder->RecMedia(RecordMedia::Audio, data, length);
     }
     if (!soundPlayed.Get()) return -1;

@@ -4,7 +4,9 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "media/ControlWindow.h"
@@ -29,9 +31,8 @@ inline constexpr std::int32_t kVolumeAsRecorded = -1;
 /// The parameter block that the threads of one connection share: settings and requests of the host, what is
 /// known of the stream, the frame pools and the frame counters.
 ///
-/// Owned by the control, and shared with the threads of its connections; it outlives the receivers, the
-/// decoder and the audio player. The public values below are atomic or locked one by one; who writes each is
-/// said at the head of its band.
+/// Shared by the control and everything that uses it: receivers, decoder, audio player and their threads. The
+/// public values below are atomic or locked one by one; who writes each is said at the head of its band.
 ///
 /// Frames: a receiver calls an insert operation, which copies the frame into a free record and queues it; the
 /// decode thread and the audio thread take filled records and give them back. Records and their buffers are
@@ -125,8 +126,9 @@ class CCtrlParam {
     /// thread: messages that an insert operation is sending to it are answered meanwhile.
     bool WaitForInserts(std::uint32_t milliseconds) const;
 
-    /// The recorder that the insert operations feed; null for none. It outlives the receivers.
-    void SetRecorder(MediaRecorder* recorder) { m_recorder.store(recorder); }
+    /// The recorder that the insert operations feed; null for none. One that is taken away may still be
+    /// inside a call, which keeps it alive.
+    void SetRecorder(std::shared_ptr<MediaRecorder> recorder) { m_recorder.Set(std::move(recorder)); }
 
     void CountFrame(std::uint32_t which) { m_counters.Count(which); }  // FrameCounters::Which
     std::uint32_t GetFrameCount(std::uint32_t which) const { return m_counters.Get(which); }
@@ -196,7 +198,7 @@ class CCtrlParam {
     std::atomic<bool> m_closing{false};
     Shared<bool> m_keyFrameWished{false};
     std::atomic<int> m_insertsUnderWay{0};
-    std::atomic<MediaRecorder*> m_recorder{nullptr};
+    Guarded<std::shared_ptr<MediaRecorder>> m_recorder;
 
     // written by the decode thread
     Shared<int> m_pictureWidth{0};

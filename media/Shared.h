@@ -24,7 +24,8 @@ class Shared {
     std::atomic<T> m_value;
 };
 
-/// A larger value, copied in and out under its own lock.
+/// A larger value, copied in and out under its own lock. What it replaces is destroyed after the lock is let
+/// go.
 template <class T>
 class Guarded {
   public:

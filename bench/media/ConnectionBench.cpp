@@ -80,7 +80,7 @@ struct Connection {
             PresenterConfig config;
             config.videoWindow = window->Handle();
             config.notifyWindow = window->Handle();
-            config.view = &decoder.View();
+            config.view = decoder.View();
             config.decoderKind = static_cast<std::uint32_t>(kind);
             inner =
                 CreatePresenter(target == Target::Gdi ? DisplayMode::Gdi : DisplayMode::DirectDraw, config);
@@ -88,7 +88,7 @@ struct Connection {
         presenter = std::make_shared<NotingPresenter>(std::move(inner));
         decoder.SetPresenter(presenter);
         decoder.CreateDisplayThread();
-        decoder.StartDecThread(&param);
+        decoder.StartDecThread(shared);
     }
 
     // Inserts a frame and waits until its picture has been presented; milliseconds, below 0 when none came.
@@ -99,7 +99,8 @@ struct Connection {
         return static_cast<double>(presenter->PresentedAt() - begin) / 10000.0;
     }
 
-    CCtrlParam param{MediaSettings()};
+    const std::shared_ptr<CCtrlParam> shared = std::make_shared<CCtrlParam>(MediaSettings());
+    CCtrlParam& param = *shared;
     std::unique_ptr<Window> window;
     std::shared_ptr<NotingPresenter> presenter;
     CDecoder decoder;

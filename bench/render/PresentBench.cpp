@@ -84,13 +84,13 @@ class Pictures {
     std::size_t m_count = 0;
 };
 
-void RunPresenter(benchmark::State& state, DisplayMode mode, PictureView& view) {
+void RunPresenter(benchmark::State& state, DisplayMode mode, std::shared_ptr<PictureView> view) {
     const PixelSize size = SixteenByNine(static_cast<int>(state.range(0)));
     const Window window(static_cast<int>(state.range(1)));
     PresenterConfig config;
     config.videoWindow = window.Handle();
     config.notifyWindow = window.Handle();
-    config.view = &view;
+    config.view = std::move(view);
     const auto presenter = CreatePresenter(mode, config);
     if (presenter->Initialize(size.width, size.height) != S_OK) {
         state.SkipWithError("no presenter");
@@ -104,32 +104,32 @@ void RunPresenter(benchmark::State& state, DisplayMode mode, PictureView& view) 
 }
 
 void DirectDraw(benchmark::State& state) {
-    PictureView view;
+    const auto view = std::make_shared<PictureView>();
     RunPresenter(state, DisplayMode::DirectDraw, view);
 }
 
 void Gdi(benchmark::State& state) {
-    PictureView view;
+    const auto view = std::make_shared<PictureView>();
     RunPresenter(state, DisplayMode::Gdi, view);
 }
 
 void GdiTurned(benchmark::State& state) {
-    PictureView view;
-    view.SetRotation(Rotation::k90);
+    const auto view = std::make_shared<PictureView>();
+    view->SetRotation(Rotation::k90);
     RunPresenter(state, DisplayMode::Gdi, view);
 }
 
 void DirectDrawWithCaption(benchmark::State& state) {
-    PictureView view;
-    view.SetCaption(L"Gate (AV-TCP)");
-    view.SetBorderShown(true);
+    const auto view = std::make_shared<PictureView>();
+    view->SetCaption(L"Gate (AV-TCP)");
+    view->SetBorderShown(true);
     RunPresenter(state, DisplayMode::DirectDraw, view);
 }
 
 void GdiWithCaption(benchmark::State& state) {
-    PictureView view;
-    view.SetCaption(L"Gate (AV-TCP)");
-    view.SetBorderShown(true);
+    const auto view = std::make_shared<PictureView>();
+    view->SetCaption(L"Gate (AV-TCP)");
+    view->SetBorderShown(true);
     RunPresenter(state, DisplayMode::Gdi, view);
 }
 

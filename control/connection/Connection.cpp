@@ -285,8 +285,9 @@ void Connection::StopReception() {
     if (!m_reception) return;
     const std::shared_ptr<Reception> reception = std::move(m_reception);
     const bool ended = reception->Stop();
-    // Not without reason: a Connect further up on this thread's stack may hold the players as well.
-    if (!ended) m_abandoned = reception->WeakPlayers();
+    // Only then: a Connect further up on this thread's stack may hold the reception as well, which is no
+    // thread.
+    if (!ended) m_abandoned = reception->Param();
 }
 
 /// What the ended threads have posted before they ended is about a connection that is no more.

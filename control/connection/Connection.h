@@ -92,7 +92,7 @@ class Connection {
     bool m_refused = false;        // the camera did not accept the sign-in of this attempt's commands
     unsigned m_attempts = 0;       // connections begun: tells an outer Connect that it has been overtaken
     std::shared_ptr<Reception> m_reception;  // of the connection that is there
-    std::weak_ptr<Playback> m_abandoned;     // alive: a thread of an earlier connection still runs
+    std::weak_ptr<CCtrlParam> m_abandoned;   // alive: a thread of an earlier connection still runs
     FrameRateMeter m_frameRateMeter;
     int m_averageFrameRate = 0;
 };

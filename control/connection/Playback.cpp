@@ -51,7 +51,7 @@ std::shared_ptr<Presenter> Playback::MakePresenter(CDecoder& decoder) {
     PresenterConfig config;
     config.videoWindow = window;
     config.notifyWindow = window;
-    config.view = &decoder.View();
+    config.view = decoder.View();
     config.decoderKind = decoder.Kind();
     config.waitForVerticalBlank = decoder.Settings().enableVSync;
     return CreatePresenter(choice.mode, config);
@@ -70,9 +70,8 @@ void Playback::StartDecoder() {
     decoder->SetPresenter(MakePresenter(*decoder));
     std::lock_guard<std::mutex> lock(m_lock);
     if (IsEnding()) return;
-    Apply(m_view, decoder->View());
-    if (decoder->CreateDisplayThread() != kResultOk || decoder->StartDecThread(m_param.get()) != kResultOk)
-        return;
+    Apply(m_view, *decoder->View());
+    if (decoder->CreateDisplayThread() != kResultOk || decoder->StartDecThread(m_param) != kResultOk) return;
     m_decoder = std::move(decoder);
 }
 
@@ -82,14 +81,14 @@ void Playback::StartAudio() {
         if (IsEnding() || m_audioTried || m_param->audioCodec.Get() == AudioCodec::None) return;
         m_audioTried = true;
     }
-    auto audio = std::make_shared<CAudioControl>(*m_param, m_param);
+    auto audio = std::make_shared<CAudioControl>(m_param);
     if (!audio->OpenDevice()) {
         m_param->soundPlayed.Set(false);
         return;
     }
     std::lock_guard<std::mutex> lock(m_lock);
     if (IsEnding()) return;
-    audio->StartAudioThread(m_param.get());
+    audio->StartAudioThread();
     m_audio = std::move(audio);
 }
 
@@ -99,7 +98,7 @@ void Playback::StopOutput() {
     if (const auto decoder = Decoder()) decoder->StopOutput();
 }
 
-void Playback::Close() {
+bool Playback::Close() {
     std::shared_ptr<CDecoder> decoder;
     std::shared_ptr<CAudioControl> audio;
     {
@@ -108,12 +107,17 @@ void Playback::Close() {
         decoder = std::exchange(m_decoder, nullptr);
         audio = std::exchange(m_audio, nullptr);
     }
+    const bool decoderEnded = !decoder || decoder->Stop();
+    const bool audioEnded = !audio || audio->Stop();
+    std::lock_guard<std::mutex> lock(m_lock);
+    if (!decoderEnded || !audioEnded) m_ended = false;
+    return m_ended;
 }
 
 void Playback::SetView(const ViewState& view) {
     std::lock_guard<std::mutex> lock(m_lock);
     m_view = view;
-    if (m_decoder) Apply(m_view, m_decoder->View());
+    if (m_decoder) Apply(m_view, *m_decoder->View());
 }
 
 void Playback::ChangePresenter() {

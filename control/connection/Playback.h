@@ -45,8 +45,9 @@ class Playback final : public MediaPlayers {
     // ---- Window thread
     /// Ends showing pictures without waiting for any thread.
     void StopOutput();
-    /// Stops and deletes the players; whatever is started afterwards is dropped.
-    void Close();
+    /// Stops and deletes the players; whatever is started afterwards is dropped. False when a thread of
+    /// theirs had to be abandoned, also when called again.
+    bool Close();
     /// Applies to the decoder that is there and to one that comes.
     void SetView(const ViewState& view);
     /// Shows the pictures by GDI or DirectDraw, as the parameter block says now.
@@ -68,6 +69,7 @@ class Playback final : public MediaPlayers {
 
     mutable std::mutex m_lock;  // held only while the fields below are copied
     bool m_closed = false;
+    bool m_ended = true;        // the players' threads, when they were stopped
     bool m_audioTried = false;  // a device that could not be opened is not asked for again
     ViewState m_view;
     std::shared_ptr<CDecoder> m_decoder;

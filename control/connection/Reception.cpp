@@ -8,22 +8,25 @@ namespace norix {
 
 namespace {
 
-/// The parameter block, kept alive by the session that it is part of.
-std::shared_ptr<CCtrlParam> ParamOf(const std::shared_ptr<SessionContext>& session) {
-    return {session, &session->param};
+/// The session's parameter block as one connection shares it: a reference of its own kind, which tells when
+/// the last of the connection's threads has let go, and keeps the session alive until then.
+std::shared_ptr<CCtrlParam> ShareParam(std::shared_ptr<SessionContext> session) {
+    auto lease = std::make_shared<std::shared_ptr<SessionContext>>(std::move(session));
+    CCtrlParam* const param = &(*lease)->param;
+    return {std::move(lease), param};
 }
 
 }  // namespace
 
 Reception::Reception(std::shared_ptr<SessionContext> session)
-    : m_session(std::move(session)), m_players(std::make_shared<Playback>(ParamOf(m_session))) {}
+    : m_param(ShareParam(std::move(session))), m_players(std::make_shared<Playback>(m_param)) {}
 
 Reception::~Reception() {
     Stop();
 }
 
 bool Reception::StartRtsp(const RtspSource& source) {
-    m_rtsp = std::make_unique<RTSPCoumm>(ParamOf(m_session), m_players);
+    m_rtsp = std::make_unique<RTSPCoumm>(m_param, m_players);
     m_rtsp->protocol = static_cast<ConnectProtocol>(source.protocol);
     m_rtsp->streamUri = source.uri;
     m_rtsp->userName = source.user;
@@ -45,7 +48,7 @@ bool Reception::StartHttp(const HttpSource& source) {
     request.timeLimitMs = source.timeoutMs;
     using Kind = HttpStreamReceiver::Kind;
     if (!source.videoPath.empty()) {
-        m_httpVideo = std::make_unique<HttpStreamReceiver>(Kind::Video, ParamOf(m_session), m_players);
+        m_httpVideo = std::make_unique<HttpStreamReceiver>(Kind::Video, m_param, m_players);
         request.path = source.videoPath;
         if (!m_httpVideo->Start(request)) return false;
         // By it the camera knows that the sound belongs to these pictures.
@@ -53,7 +56,7 @@ bool Reception::StartHttp(const HttpSource& source) {
             request.headers = "x-sessioncookie: " + cookie + "\r\n";
     }
     if (!source.audioPath.empty()) {
-        m_httpAudio = std::make_unique<HttpStreamReceiver>(Kind::Audio, ParamOf(m_session), m_players);
+        m_httpAudio = std::make_unique<HttpStreamReceiver>(Kind::Audio, m_param, m_players);
         request.path = source.audioPath;
         if (!m_httpAudio->Start(request)) return false;
     }
@@ -64,8 +67,8 @@ bool Reception::Stop() {
     const bool video = !m_httpVideo || m_httpVideo->Stop();
     const bool audio = !m_httpAudio || m_httpAudio->Stop();
     const bool rtsp = !m_rtsp || m_rtsp->StopStreaming();
-    m_players->Close();
-    return video && audio && rtsp;
+    const bool players = m_players->Close();
+    return video && audio && rtsp && players;
 }
 
 }  // namespace norix

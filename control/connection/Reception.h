@@ -10,6 +10,7 @@
 
 namespace norix {
 
+class CCtrlParam;
 class HttpStreamReceiver;
 class RTSPCoumm;
 struct SessionContext;
@@ -27,7 +28,9 @@ class Reception {
 
     Playback& Players() { return *m_players; }
     const Playback& Players() const { return *m_players; }
-    std::weak_ptr<Playback> WeakPlayers() const { return m_players; }
+    /// The parameter block as this connection shares it: everything of the connection that can still touch
+    /// the block keeps this pointer alive, and nothing else does.
+    std::weak_ptr<CCtrlParam> Param() const { return m_param; }
 
     /// UTF-8.
     struct RtspSource {
@@ -57,12 +60,12 @@ class Reception {
     /// that other threads send. What becomes of the streams later is posted to the control's window.
     bool StartHttp(const HttpSource& source);
 
-    /// Stops the receivers, then the players. Nothing is reported from its beginning on. False when a
-    /// receiver's thread had to be abandoned.
+    /// Stops the receivers, then the players. Nothing is reported from its beginning on. False when one of
+    /// their threads had to be abandoned.
     bool Stop();
 
   private:
-    const std::shared_ptr<SessionContext> m_session;
+    const std::shared_ptr<CCtrlParam> m_param;  // shared with all threads of the connection
     const std::shared_ptr<Playback> m_players;  // shared with the receivers' threads
     std::unique_ptr<HttpStreamReceiver> m_httpVideo;
     std::unique_ptr<HttpStreamReceiver> m_httpAudio;

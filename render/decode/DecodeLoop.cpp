@@ -7,7 +7,7 @@
 namespace norix {
 
 DecodeLoop::DecodeLoop(Pipeline& pipeline)
-    : m_pipeline(pipeline), m_adapter(CreateCodecAdapter(pipeline.kind)) {}
+    : m_pipeline(pipeline), m_param(pipeline.param.get()), m_adapter(CreateCodecAdapter(pipeline.kind)) {}
 
 void DecodeLoop::Run() {
     while (IsRunning())
@@ -15,7 +15,6 @@ void DecodeLoop::Run() {
 }
 
 void DecodeLoop::Step() {
-    m_param = m_pipeline.param.load();
     VideoFrameRecord* record = nullptr;
     if (m_param->GetFilledVideoFrame(&record) != kResultOk) return;
 
@@ -23,7 +22,6 @@ void DecodeLoop::Step() {
     const bool wanted = !m_param->iFrameOnly.Get() || record->frameType == kKeyFrame;
     if (wanted && m_param->decodeAV.Get() && EnsureBuffer(m_work)) {
         DecodeRecord(*record);
-        if (m_pipeline.abandoned.load()) return;
         m_param->CountFrame(FrameCounters::kDecoded);
     }
     record->storedLength = 0;
@@ -33,7 +31,6 @@ void DecodeLoop::Step() {
 
 void DecodeLoop::DecodeRecord(const VideoFrameRecord& record) {
     const bool picture = !m_adapter || m_adapter->Decode(record.data.get(), record.payloadLength, *this);
-    if (m_pipeline.abandoned.load()) return;
     // Here rather than behind the queue, where the display thread may already be ahead of it.
     m_param->Trace().Record(record.pts, FrameTimingTrace::kDecoded, platform::Ticks100ns());
     if (picture) PushBackToDisplayQueue(record);
@@ -41,7 +38,7 @@ void DecodeLoop::DecodeRecord(const VideoFrameRecord& record) {
 }
 
 void DecodeLoop::SaveJpegOnRequest(const VideoFrameRecord& record) {
-    SnapshotTaker* const taker = m_pipeline.snapshots.load();
+    SnapshotTaker* const taker = m_pipeline.snapshots.get();
     if (!taker || !m_param->snapshots.FileWanted()) return;
     if (const auto file = m_param->snapshots.TakeFile()) {
         taker->SaveJpeg(*file, record.data.get(), record.payloadLength);
@@ -92,7 +89,7 @@ bool DecodeLoop::PrepareSink() {
                   m_size.height, static_cast<unsigned>(bytes), m_pipeline.settings.displayBufferSize);
         return false;
     }
-    m_pipeline.view.SetPictureSize(m_size);
+    m_pipeline.view->SetPictureSize(m_size);
     return m_pipeline.sink->Prepare(m_size);
 }
 

@@ -11,6 +11,7 @@ namespace norix {
 /// the pictures. Belongs to that thread.
 class DecodeLoop final : private DecodeHost {
   public:
+    /// The pipeline has its parameter block.
     explicit DecodeLoop(Pipeline& pipeline);
 
     /// Until decodeRunning is cleared.
@@ -42,7 +43,7 @@ class DecodeLoop final : private DecodeHost {
     void ReportRegionsOnce();
 
     Pipeline& m_pipeline;
-    CCtrlParam* m_param = nullptr;
+    CCtrlParam* const m_param;
     const std::unique_ptr<CodecAdapter> m_adapter;  // null: frames are passed on undecoded
     PictureBuffer m_work;                           // the codec writes here; swapped with a display frame's
     PictureBuffer m_scratch;                        // for filters; made when first needed

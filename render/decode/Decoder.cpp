@@ -73,9 +73,7 @@ CDecoder::CDecoder(std::uint32_t kind, const DecoderSettings& settings)
 
 CDecoder::~CDecoder() {
     const util::CTimeDiff timing("CDecoder::~CDecoder()");
-    StopOutput();
-    StopDecodeThread();
-    StopDisplayThread();
+    Stop();
     // Pictures, queues, presenter and codec go with the last owner, which is a thread only if it was
     // abandoned.
     m_presenter.reset();
@@ -88,14 +86,16 @@ void CDecoder::StopOutput() {
     m_pipeline->displayRunning.store(false);
 }
 
-void CDecoder::StopDecodeThread() {
-    const util::CTimeDiff timing("CDecoder::~CDecoder() Exit Decode Thread");
-    if (!m_decodeThread.Stop()) m_pipeline->abandoned.store(true);
-}
-
-void CDecoder::StopDisplayThread() {
+bool CDecoder::Stop() {
+    if (std::exchange(m_stopped, true)) return m_ended;
+    StopOutput();
+    {
+        const util::CTimeDiff timing("CDecoder::~CDecoder() Exit Decode Thread");
+        if (!m_decodeThread.Stop()) m_ended = false;
+    }
     const util::CTimeDiff timing("CDecoder::~CDecoder() Exit Display Thread");
-    if (!m_displayThread.Stop()) m_pipeline->abandoned.store(true);
+    if (!m_displayThread.Stop()) m_ended = false;
+    return m_ended;
 }
 
 void CDecoder::SetPresenter(std::shared_ptr<Presenter> presenter) {
@@ -113,7 +113,7 @@ void CDecoder::SetPresenter(std::shared_ptr<Presenter> presenter) {
     }
 }
 
-PictureView& CDecoder::View() {
+const std::shared_ptr<PictureView>& CDecoder::View() const {
     return m_pipeline->view;
 }
 
@@ -121,12 +121,13 @@ bool CDecoder::DrawLast(HDC dc, const RECT& target) {
     return m_presenter && m_presenter->DrawLast(dc, target);
 }
 
-void CDecoder::SetSnapshotTaker(SnapshotTaker* taker) {
-    m_pipeline->snapshots.store(taker);
+void CDecoder::SetSnapshotTaker(std::shared_ptr<SnapshotTaker> taker) {
+    if (!m_decodeThread.Started()) m_pipeline->snapshots = std::move(taker);
 }
 
 Result CDecoder::CreateDisplayThread() {
     if (m_displayThread.Started()) return kResultOk;
+    if (m_stopped) return kResultFail;
     const bool started =
         m_displayThread.Start(THREAD_PRIORITY_HIGHEST, [pipeline = m_pipeline](util::StopToken&) {
             NORIX_LOG("CDecoder::DisplayThread", 0, "CDecoder::DisplayThread() begins");
@@ -140,10 +141,11 @@ Result CDecoder::CreateDisplayThread() {
     return kResultOk;
 }
 
-Result CDecoder::StartDecThread(CCtrlParam* param) {
+Result CDecoder::StartDecThread(std::shared_ptr<CCtrlParam> param) {
     if (!param) return kResultInvalidArgument;
-    m_pipeline->param.store(param);
     if (m_decodeThread.Started()) return kResultOk;
+    if (m_stopped) return kResultFail;
+    m_pipeline->param = std::move(param);
     const bool started =
         m_decodeThread.Start(THREAD_PRIORITY_NORMAL, [pipeline = m_pipeline](util::StopToken&) {
             NORIX_LOG("CDecoder::DecThread", 0, "CDecoder::DecThread() begins");

@@ -20,8 +20,8 @@ struct Pipeline;
 /// frames from the parameter block, and the display thread, which shows the pictures when they are due.
 ///
 /// One per connection. Belongs to one thread at a time: whoever made it may hand it to another. In this
-/// order: construct, AttachWindow, SetPresenter, CreateDisplayThread, StartDecThread; the parameter block
-/// outlives it.
+/// order: construct, AttachWindow, SetPresenter, SetSnapshotTaker, CreateDisplayThread, StartDecThread. Its
+/// threads share what they use, so that one that had to be abandoned harms nobody.
 class CDecoder {
   public:
     /// `kind`: 1 MPEG-4, 2 MJPEG, 4 H.264; of anything else nothing is decoded. The first form reads the
@@ -29,7 +29,7 @@ class CDecoder {
     explicit CDecoder(std::uint32_t kind);
     CDecoder(std::uint32_t kind, const DecoderSettings& settings);
 
-    /// Stops both threads, by the one stop rule, and releases everything.
+    /// Stops and releases everything.
     ~CDecoder();
     CDecoder(const CDecoder&) = delete;
     CDecoder& operator=(const CDecoder&) = delete;
@@ -43,28 +43,29 @@ class CDecoder {
     void SetPresenter(std::shared_ptr<Presenter> presenter);
 
     /// Source rectangle, rotation, caption and border, for the host to set; goes into PresenterConfig.
-    PictureView& View();
+    const std::shared_ptr<PictureView>& View() const;
 
     /// Draws the last picture into any device context; false when there is none.
     bool DrawLast(HDC dc, const RECT& target);
 
-    /// Who serves snapshot requests; outlives the decoder, null for nobody. Before the threads start.
-    void SetSnapshotTaker(SnapshotTaker* taker);
+    /// Who serves snapshot requests; null for nobody. Before the threads start.
+    void SetSnapshotTaker(std::shared_ptr<SnapshotTaker> taker);
 
     /// Each starts its thread unless it runs already; 0 on success.
     Result CreateDisplayThread();
-    Result StartDecThread(CCtrlParam* param);
+    Result StartDecThread(std::shared_ptr<CCtrlParam> param);
 
     /// Ends decoding and showing without waiting for the threads: no picture is begun any more.
     void StopOutput();
+
+    /// Stops both threads for good, by the one stop rule; false when one had to be abandoned, also when
+    /// called again.
+    bool Stop();
 
     std::uint32_t Kind() const { return m_kind; }
     const DecoderSettings& Settings() const { return m_settings; }
 
   private:
-    void StopDecodeThread();
-    void StopDisplayThread();
-
     const std::uint32_t m_kind;
     const DecoderSettings m_settings;
     HWND m_window = nullptr;
@@ -72,6 +73,8 @@ class CDecoder {
     std::shared_ptr<Pipeline> m_pipeline;    // shared with both threads
     util::GenericThread m_decodeThread{"Decode"};
     util::GenericThread m_displayThread{"Display"};
+    bool m_stopped = false;
+    bool m_ended = true;  // both threads, when they were stopped
 };
 
 }  // namespace norix

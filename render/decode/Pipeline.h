@@ -28,17 +28,16 @@ struct Pipeline {
     /// any thread
     DisplayPool pool;
     PauseGate gate;  // holds the display thread
-    PictureView view;
+    const std::shared_ptr<PictureView> view = std::make_shared<PictureView>();
 
-    /// set by the owner before the threads start
-    std::atomic<CCtrlParam*> param{nullptr};
-    std::atomic<SnapshotTaker*> snapshots{nullptr};
+    /// Set by the owner before the decode thread starts, constant from then on. The display thread looks at
+    /// them only when it has got a picture from there. The snapshot taker may be null.
+    std::shared_ptr<CCtrlParam> param;
+    std::shared_ptr<SnapshotTaker> snapshots;
 
     /// cleared by the owner
     std::atomic<bool> decodeRunning{true};
     std::atomic<bool> displayRunning{true};
-    /// set by the owner after it gave up waiting: the parameter block may be gone
-    std::atomic<bool> abandoned{false};
 
     /// Decode thread; the display thread too, while it is not held. The owner sets the first one before the
     /// threads start and later ones through OfferSink.

@@ -57,11 +57,13 @@ HRESULT DirectDrawPresenter::Present(const Picture& picture) {
         const HRESULT shown = Show(picture, settings, window);
         if (shown != S_OK) return shown;
     }
-    if (HasDecoration(picture, settings, m_config.overlays)) {
+    if (HasDecoration(picture, settings, m_config.overlays.get())) {
         PictureView::Settings upright = settings;
         upright.rotation = Rotation::k0;
         const util::WindowDc dc(m_config.videoWindow);
-        if (dc) DrawOverPicture(dc.Get(), window, picture, upright, m_config.overlays, m_config.videoWindow);
+        if (dc)
+            DrawOverPicture(dc.Get(), window, picture, upright, m_config.overlays.get(),
+                            m_config.videoWindow);
     }
     return S_OK;
 }

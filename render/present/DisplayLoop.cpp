@@ -51,10 +51,8 @@ void DisplayLoop::Step() {
         return;
     }
 
-    // There was a picture, so the decode thread runs and has the parameter block.
-    CCtrlParam& param = *m_pipeline.param.load();
+    CCtrlParam& param = *m_pipeline.param;
     Present(*frame, param);
-    if (m_pipeline.abandoned.load()) return;
     param.CountFrame(FrameCounters::kDisplayed);
     param.Trace().Record(frame->pts, FrameTimingTrace::kDisplayed, platform::Ticks100ns());
     param.Trace().Close(frame->pts);
@@ -73,7 +71,7 @@ void DisplayLoop::Present(const DisplayFrame& frame, CCtrlParam& param) {
 }
 
 void DisplayLoop::ServeSnapshots(const DisplayFrame& frame, CCtrlParam& param) {
-    SnapshotTaker* const taker = m_pipeline.snapshots.load();
+    SnapshotTaker* const taker = m_pipeline.snapshots.get();
     if (!taker || frame.size.IsEmpty()) return;
     const bool decoded = m_pipeline.kind == VideoCodec::Mpeg4 || m_pipeline.kind == VideoCodec::H264;
     if (decoded && param.snapshots.FileWanted()) {

@@ -58,7 +58,7 @@ HRESULT GdiPresenter::Present(const Picture& picture) try {
 
     const PictureView::Settings settings = m_config.view->Current(picture.size);
     if (!DrawPicture(back->Dc(), picture, settings, window)) return E_FAIL;
-    DrawOverPicture(back->Dc(), window, picture, settings, m_config.overlays, m_config.videoWindow);
+    DrawOverPicture(back->Dc(), window, picture, settings, m_config.overlays.get(), m_config.videoWindow);
     BitBlt(windowDc.Get(), 0, 0, window.width, window.height, back->Dc(), 0, 0, SRCCOPY);
 
     const std::lock_guard lock(m_lock);

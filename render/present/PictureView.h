@@ -2,7 +2,7 @@
 
 // How the viewer wants the picture: the part of it that fills the window, its rotation, caption and border.
 //
-// One object per decoder. It outlives the presenters, so that a change from DirectDraw to GDI in the middle
+// One object per decoder, shared with its presenters, so that a change from DirectDraw to GDI in the middle
 // of a stream keeps the view. The window thread sets, the display thread takes a copy per picture; a call
 // holds the lock only while it copies.
 

@@ -13,7 +13,7 @@
 //
 // None of them throws.
 // There is no call for a new window size or position: every Present() reads the window.
-// Source rectangle, rotation, caption and border are set in PictureView, which outlives the presenter.
+// Source rectangle, rotation, caption and border are set in PictureView, which the presenter shares.
 //
 // The video window needs WS_CLIPCHILDREN and WS_CLIPSIBLINGS, or pictures cover its child windows.
 
@@ -49,22 +49,20 @@ struct Picture {
 
 /// Draws the host's graphic objects over a picture. Called on the display thread inside Present(), in window
 /// coordinates, never with a presenter's lock held. It must not call the presenter, and may throw: that is
-/// caught.
+/// caught. Shared by the control and the presenters that call it.
 class OverlayPainter {
   public:
+    virtual ~OverlayPainter() = default;
     virtual void PaintOverlays(HDC dc) = 0;
-
-  protected:
-    ~OverlayPainter() = default;
 };
 
 /// Constant for the life of a presenter.
 struct PresenterConfig {
-    HWND videoWindow = nullptr;          // pictures are shown here
-    HWND notifyWindow = nullptr;         // the control's window: its monitor decides the DirectDraw device
-    PictureView* view = nullptr;         // outlives the presenter; required
-    OverlayPainter* overlays = nullptr;  // outlives the presenter; may be null
-    std::uint32_t decoderKind = 4;       // 1 MPEG-4, 2 MJPEG, 4 H.264
+    HWND videoWindow = nullptr;         // pictures are shown here
+    HWND notifyWindow = nullptr;        // the control's window: its monitor decides the DirectDraw device
+    std::shared_ptr<PictureView> view;  // required
+    std::shared_ptr<OverlayPainter> overlays;  // may be null
+    std::uint32_t decoderKind = 4;             // 1 MPEG-4, 2 MJPEG, 4 H.264
     bool waitForVerticalBlank = false;
 };
 

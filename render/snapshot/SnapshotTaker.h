@@ -10,9 +10,12 @@
 namespace norix {
 
 /// Serves the host's requests for pictures. Each call is made once per request, by the thread that holds a
-/// suitable picture, which is valid during the call only. Must not throw.
+/// suitable picture, which is valid during the call only. Must not throw. Shared by the control and the
+/// threads that call it.
 class SnapshotTaker {
   public:
+    virtual ~SnapshotTaker() = default;
+
     /// Decode thread: a Motion JPEG frame, to be saved as it is.
     virtual void SaveJpeg(const SnapshotRequests::File& file, const std::uint8_t* jpeg, std::size_t size) = 0;
 
@@ -21,9 +24,6 @@ class SnapshotTaker {
 
     /// Display thread: a decoded picture, to be sent to the control's window in the format asked for.
     virtual void SendPicture(std::int32_t format, const DisplayFrame& frame, ControlWindow& window) = 0;
-
-  protected:
-    ~SnapshotTaker() = default;
 };
 
 }  // namespace norix

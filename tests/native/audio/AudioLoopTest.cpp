@@ -344,10 +344,10 @@ class ThreadDevice final : public test::FakeDevice {
 
 // For the thread sanitizer: the host, a receiver, the audio thread and the device at once.
 TEST(AudioLoop, RunsBesideItsNeighbours) {
-    CCtrlParam param{MediaSettings()};
-    param.audioCodec.Set(AudioCodec::Pcmu);
     AudioPlayback playback;
-    playback.param.store(&param);
+    playback.param = std::make_shared<CCtrlParam>(MediaSettings());
+    CCtrlParam& param = *playback.param;
+    param.audioCodec.Set(AudioCodec::Pcmu);
     auto owned = std::make_unique<ThreadDevice>();
     ThreadDevice& device = *owned;
     device.open = true;

@@ -111,14 +111,14 @@ class FakeClock final : public AudioClock {
 
 struct Rig {
     explicit Rig(AudioCodec codec, const MediaSettings& settings = {}, std::uint32_t rate = 0)
-        : param(settings) {
+        : shared(std::make_shared<CCtrlParam>(settings)), param(*shared) {
         auto owned = std::make_unique<FakeDevice>();
         device = owned.get();
         device->nowMs = 1000;
         clock = std::make_unique<FakeClock>(*device);
         param.videoCodec.Set(VideoCodec::H264);
         param.audioCodec.Set(codec);
-        playback.param.store(&param);
+        playback.param = shared;
         playback.device = std::move(owned);
         param.audioSampleRate.Set(rate);
         OpenForStream(param, *device);
@@ -144,7 +144,8 @@ struct Rig {
         return sound;
     }
 
-    CCtrlParam param;
+    const std::shared_ptr<CCtrlParam> shared;
+    CCtrlParam& param;
     AudioPlayback playback;
     FakeDevice* device = nullptr;
     std::unique_ptr<FakeClock> clock;

@@ -182,8 +182,9 @@ TEST_F(CtrlParamTest, ClosingEndsWaitingAndRefusesFrames) {
 }
 
 TEST_F(CtrlParamTest, FeedsTheRecorderBeforeAnyDrop) {
-    RecorderLog recorder;
-    Param().SetRecorder(&recorder);
+    const auto shared = std::make_shared<RecorderLog>();
+    RecorderLog& recorder = *shared;
+    Param().SetRecorder(shared);
     Param().videoCodec.Set(VideoCodec::H264);
     InsertVideo(0, kDelta, {0, 0, 0, 1, 0x41});
     EXPECT_EQ(Param().streamForm.Get(), StreamForm::Bare);

@@ -33,8 +33,9 @@ struct TakerLog final : SnapshotTaker {
 
 TEST(DisplayLoop, WithDisplayOffEverythingButTheShowingHappens) {
     Rig rig(VideoCodec::H264);
-    TakerLog taker;
-    rig.pipeline.snapshots = &taker;
+    const auto shared = std::make_shared<TakerLog>();
+    TakerLog& taker = *shared;
+    rig.pipeline.snapshots = shared;
     rig.param.display.Set(false);
     rig.param.displayChanged.Set(true);
     rig.param.snapshots.RequestFile(L"", L"");
@@ -53,8 +54,9 @@ TEST(DisplayLoop, WithDisplayOffEverythingButTheShowingHappens) {
 
 TEST(DisplayLoop, MotionJpegSnapshotsAreTheFrameItself) {
     Rig rig(VideoCodec::Mjpeg);
-    TakerLog taker;
-    rig.pipeline.snapshots = &taker;
+    const auto shared = std::make_shared<TakerLog>();
+    TakerLog& taker = *shared;
+    rig.pipeline.snapshots = shared;
     rig.param.snapshots.RequestFile(L"", L"");
     rig.param.snapshots.RequestData(1);
     const Bytes jpeg = LoadPackets("jpeg_420_64x48")[0];

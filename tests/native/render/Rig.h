@@ -75,8 +75,11 @@ class Rig {
   public:
     explicit Rig(VideoCodec kind, codec::PixelFormat format = codec::PixelFormat::kYuy2,
                  const DecoderSettings& settings = Small(), const MediaSettings& media = MediaSettings())
-        : param(media), pipeline(kind, settings), sink(std::make_shared<FakeSink>(format)) {
-        pipeline.param = &param;
+        : shared(std::make_shared<CCtrlParam>(media)),
+          param(*shared),
+          pipeline(kind, settings),
+          sink(std::make_shared<FakeSink>(format)) {
+        pipeline.param = shared;
         pipeline.sink = sink;
         param.videoCodec.Set(kind);
         param.window.Set(fake.Window());
@@ -126,7 +129,8 @@ class Rig {
     }
 
     platform::FakePlatform fake;
-    CCtrlParam param;
+    const std::shared_ptr<CCtrlParam> shared;
+    CCtrlParam& param;
     Pipeline pipeline;
     std::shared_ptr<FakeSink> sink;
     std::unique_ptr<DecodeLoop> decode;

@@ -146,7 +146,8 @@ int main(int argc, char** argv) {
     // To be seen with WINEDEBUG=+debugstr.
     util::Switches().output.Set(std::getenv("SOUND_PLAYER_LOG") ? 1 : 0);
     timeBeginPeriod(1);
-    norix::CCtrlParam param;
+    const auto shared = std::make_shared<norix::CCtrlParam>();
+    norix::CCtrlParam& param = *shared;
     Stream stream;
     param.videoCodec.Set(norix::VideoCodec::H264);
     if (codec == "pcmu") {
@@ -160,13 +161,13 @@ int main(int argc, char** argv) {
     }
     if (stream.frames.empty()) return 3;
 
-    auto player = std::make_unique<norix::CAudioControl>(param);
+    auto player = std::make_unique<norix::CAudioControl>(shared);
     if (!player->OpenDevice()) {
         std::puts("no device");
         return 0;
     }
     const std::set<DWORD> others = Threads();
-    if (player->StartAudioThread(&param) != norix::kResultOk) return 4;
+    if (player->StartAudioThread() != norix::kResultOk) return 4;
     int sent = 0;
     std::uint32_t longest = 0;
     const int dropped =

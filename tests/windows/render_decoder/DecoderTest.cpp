@@ -68,7 +68,7 @@ class CallingPresenter final : public Presenter {
 
 class DecoderTest : public testing::Test {
   protected:
-    DecoderTest() : m_param(std::make_unique<CCtrlParam>(NoDrops())) { Make(4); }
+    DecoderTest() : m_param(std::make_shared<CCtrlParam>(NoDrops())) { Make(4); }
 
     // Every frame is shown, however busy the machine is.
     static MediaSettings NoDrops() {
@@ -86,7 +86,7 @@ class DecoderTest : public testing::Test {
     void Start(std::shared_ptr<Presenter> presenter) {
         m_decoder->SetPresenter(std::move(presenter));
         ASSERT_EQ(m_decoder->CreateDisplayThread(), kResultOk);
-        ASSERT_EQ(m_decoder->StartDecThread(m_param.get()), kResultOk);
+        ASSERT_EQ(m_decoder->StartDecThread(m_param), kResultOk);
     }
     void InsertFrames(std::size_t count) {
         const auto packets = LoadPackets(kClip);
@@ -96,7 +96,7 @@ class DecoderTest : public testing::Test {
         }
     }
 
-    std::unique_ptr<CCtrlParam> m_param;
+    std::shared_ptr<CCtrlParam> m_param;
     std::unique_ptr<CDecoder> m_decoder;
 };
 
@@ -108,7 +108,7 @@ TEST_F(DecoderTest, PresentsOnAThreadOfHighestPriority) {
         ++presented;
     }));
     EXPECT_EQ(m_decoder->CreateDisplayThread(), kResultOk);  // both again: nothing happens
-    EXPECT_EQ(m_decoder->StartDecThread(m_param.get()), kResultOk);
+    EXPECT_EQ(m_decoder->StartDecThread(m_param), kResultOk);
     EXPECT_EQ(m_decoder->StartDecThread(nullptr), kResultInvalidArgument);
     InsertFrames(24);
     EXPECT_TRUE(WaitFor([&] { return presented == 24; })) << presented;
@@ -174,7 +174,9 @@ TEST_F(DecoderTest, StoppingAnswersWhatItsThreadsAreSending) {
         }
         std::atomic<bool> sending{false};
         std::atomic<bool> sent{false};
-    } taker;
+    };
+    const auto shared = std::make_shared<Taker>();
+    Taker& taker = *shared;
     s_received = 0;
     WNDCLASSW windowClass = {};
     windowClass.lpszClassName = L"NorixDecoderTest";
@@ -184,7 +186,7 @@ TEST_F(DecoderTest, StoppingAnswersWhatItsThreadsAreSending) {
         CreateWindowW(windowClass.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
     ASSERT_NE(window, nullptr);
     m_param->window.Set(window);
-    m_decoder->SetSnapshotTaker(&taker);
+    m_decoder->SetSnapshotTaker(shared);
     Start(std::make_shared<NullPresenter>(codec::PixelFormat::kYuy2));
     m_param->snapshots.RequestData(1);
     InsertFrames(1);
@@ -212,14 +214,18 @@ TEST_F(DecoderTest, AThreadThatHangsIsAbandonedAndDoesNoHarmLater) {
     InsertFrames(1);
     ASSERT_TRUE(inside.Wait(5000));
     const DWORD begin = GetTickCount();
-    m_decoder.reset();
+    EXPECT_FALSE(m_decoder->Stop());
     const DWORD took = GetTickCount() - begin;
     EXPECT_GE(took, 5000u);
     EXPECT_LT(took, 8000u);
+    m_decoder.reset();
+    const std::weak_ptr<CCtrlParam> param = m_param;
     m_param.reset();
     EXPECT_FALSE(watched.expired());
+    EXPECT_FALSE(param.expired());
     goOn.Set();
-    EXPECT_TRUE(WaitFor([&] { return watched.expired(); }));  // the thread has released everything
+    // The thread finishes its picture with all that it shares, and lets go of everything.
+    EXPECT_TRUE(WaitFor([&] { return watched.expired() && param.expired(); }));
 }
 
 class DamagedStreamTest : public testing::TestWithParam<test::DamagedStream> {};
@@ -227,13 +233,14 @@ class DamagedStreamTest : public testing::TestWithParam<test::DamagedStream> {};
 TEST_P(DamagedStreamTest, GivesPicturesAgainAndLeaksNothing) {
     MediaSettings media;
     media.enableDecodeFrameDrop = false;  // every frame reaches the decoder
-    CCtrlParam param(media);
+    const auto shared = std::make_shared<CCtrlParam>(media);
+    CCtrlParam& param = *shared;
     param.videoCodec.Set(GetParam().kind);
     const auto presenter = std::make_shared<NullPresenter>(codec::PixelFormat::kYuy2);
     CDecoder decoder(static_cast<std::uint32_t>(GetParam().kind), SmallSettings());
     decoder.SetPresenter(presenter);
     decoder.CreateDisplayThread();
-    decoder.StartDecThread(&param);
+    decoder.StartDecThread(shared);
 
     test::InsertDamaged(param, GetParam(), 500, 1);
     const std::size_t bytes = PrivateBytes();

@@ -39,16 +39,17 @@ TEST_P(ScreenTest, ShowsTheStreamsPictures) {
     MediaSettings noDrops;
     noDrops.enableDecodeFrameDrop = false;
     noDrops.enableDisplayFrameDrop = false;
-    CCtrlParam param(noDrops);
+    const auto shared = std::make_shared<CCtrlParam>(noDrops);
+    CCtrlParam& param = *shared;
     param.videoCodec.Set(VideoCodec::H264);
     CDecoder decoder(4, DecoderSettings());
     PresenterConfig config;
     config.videoWindow = window.Handle();
     config.notifyWindow = window.Handle();
-    config.view = &decoder.View();
+    config.view = decoder.View();
     decoder.SetPresenter(CreatePresenter(GetParam(), config));
     decoder.CreateDisplayThread();
-    decoder.StartDecThread(&param);
+    decoder.StartDecThread(shared);
 
     codec::H264Decoder reference;
     ASSERT_EQ(reference.Initialise(packets[0].data(), packets[0].size()), codec::Status::kOk);

@@ -189,7 +189,7 @@ class DirectDrawTest : public testing::Test {
         g_listDevices = true;
         config.videoWindow = window.Handle();
         config.notifyWindow = window.Handle();
-        config.view = &view;
+        config.view = sharedView;
         functions.createEx = Create;
         functions.enumerateEx = Enumerate;
         monitors.monitorFromWindow = FromWindow;
@@ -204,7 +204,8 @@ class DirectDrawTest : public testing::Test {
 
     TestWindow window{kPlace, RGB(255, 0, 255)};
     GridPicture picture{TestGrid(), kPicture, codec::PixelFormat::kYuy2};
-    PictureView view;
+    const std::shared_ptr<PictureView> sharedView = std::make_shared<PictureView>();
+    PictureView& view = *sharedView;
     PresenterConfig config;
     DirectDrawFunctions functions;
     MonitorFunctions monitors = MonitorFunctions::FromUser32();

@@ -28,7 +28,7 @@ class PresenterTest : public testing::TestWithParam<DisplayMode> {
     void Make(HWND videoWindow) {
         config.videoWindow = videoWindow;
         config.notifyWindow = window.Handle();
-        config.view = &view;
+        config.view = sharedView;
         config.overlays = overlays;
         presenter = CreatePresenter(GetParam(), config);
         ASSERT_EQ(presenter->Initialize(kPicture.width, kPicture.height), S_OK);
@@ -42,8 +42,9 @@ class PresenterTest : public testing::TestWithParam<DisplayMode> {
     HRESULT Show(const Grid& grid) { return presenter->Present(MakePicture(grid).Get()); }
 
     const Grid grid = TestGrid();
-    PictureView view;
-    OverlayPainter* overlays = nullptr;
+    const std::shared_ptr<PictureView> sharedView = std::make_shared<PictureView>();
+    PictureView& view = *sharedView;
+    std::shared_ptr<OverlayPainter> overlays;
     TestWindow window{kPlace, kUntouched};
     PresenterConfig config;
     std::unique_ptr<Presenter> presenter;
@@ -181,8 +182,9 @@ class CrossPainter : public OverlayPainter {
 };
 
 TEST_P(PresenterTest, PaintsOverThePicture) {
-    CrossPainter painter;
-    overlays = &painter;
+    const auto shared = std::make_shared<CrossPainter>();
+    CrossPainter& painter = *shared;
+    overlays = shared;
     Make(window.Handle());
     view.SetCaption(L"Gate (AV-TCP)");
     view.SetBorderShown(true);
@@ -311,8 +313,7 @@ TEST_P(PresenterTest, DISABLED_FollowsARealChange) {
 }
 
 TEST_P(PresenterTest, LeaksNoGdiObjects) {
-    CrossPainter painter;
-    overlays = &painter;
+    overlays = std::make_shared<CrossPainter>();
     const auto run = [&](int times) {
         for (int i = 0; i < times; ++i) {
             Make(window.Handle());

@@ -23,13 +23,14 @@ class ThreadsTest : public testing::TestWithParam<DisplayMode> {
         PresenterConfig config;
         config.videoWindow = window->Handle();
         config.notifyWindow = window->Handle();
-        config.view = &view;
+        config.view = sharedView;
         presenter = CreatePresenter(GetParam(), config);
     }
 
     std::unique_ptr<TestWindow> window =
         std::make_unique<TestWindow>(PixelRect{100, 100, 300, 300}, RGB(0, 0, 0));
-    PictureView view;
+    const std::shared_ptr<PictureView> sharedView = std::make_shared<PictureView>();
+    PictureView& view = *sharedView;
     std::unique_ptr<Presenter> presenter;
     util::Event done{util::Event::Kind::kManualReset};
 };
