@@ -1,0 +1,126 @@
+#include "control/trust/TrustGuard.h"
+
+#include <algorithm>
+
+#include "control/trust/HostReader.h"
+#include "control/trust/NameLookup.h"
+#include "control/trust/TrustDialogs.h"
+#include "protocol/Origin.h"
+#include "util/Log.h"
+
+namespace norix {
+
+namespace {
+
+constexpr char kGroups[] = "multicast groups";
+constexpr DWORD kInputCountsFor = 1000;  // ms
+
+TrustDialogs g_dialogs;
+
+}  // namespace
+
+// ---- Reach
+
+std::optional<std::string> Reach::Resolve(const std::string& host) const {
+    const std::lock_guard lock(m_lock);
+    if (!m_restricted) return host;
+    const auto found = m_hosts.find(protocol::plainHost(host));
+    if (found == m_hosts.end()) return std::nullopt;
+    return found->second;
+}
+
+void Reach::Restrict() {
+    const std::lock_guard lock(m_lock);
+    m_restricted = true;
+}
+
+void Reach::Add(const std::string& host, const std::string& connectTo) {
+    const std::lock_guard lock(m_lock);
+    m_hosts[protocol::plainHost(host)] = connectTo;
+}
+
+// ---- TrustGuard
+
+TrustQuestions* TrustGuard::questions = &g_dialogs;
+
+TrustGuard::TrustGuard(std::function<Host()> host) : m_host(std::move(host)) {}
+
+util::TrustLevel TrustGuard::Level() {
+    const Host host = m_host();
+    const HostFacts facts = ReadHost(host.site, host.untrustedCaller);
+    if (DecideLevel(facts) == util::TrustLevel::kTrusted) return m_level;
+    if (m_level == util::TrustLevel::kTrusted || (facts.hasPage && m_page.host.empty()))
+        m_page = IdentifyPage(facts.page);
+    m_level = util::TrustLevel::kWeb;
+    m_reach->Restrict();
+    return m_level;
+}
+
+/// The answer for one target, which may be a question to the user.
+bool TrustGuard::Decide(const std::string& target, const std::string& address) {
+    const PageStore store(m_page);
+    std::optional<bool> answered = store.Answer(target);
+    if (const auto known = m_answers.find(target); !answered && known != m_answers.end())
+        answered = known->second;
+    const Verdict verdict = JudgeTarget(m_page, target, ReadAllowedTargets(m_page), answered);
+    if (verdict != Verdict::kAsk) return verdict == Verdict::kAllowed;
+    // A page that asks again while the user is being asked does not get an answer, nor a second box.
+    if (m_asking || questions == nullptr) return false;
+    m_asking = true;
+    const PageIdentity page = m_page;
+    const bool allowed = questions->AllowTarget(m_host().window, page, target, address);
+    m_asking = false;
+    m_answers[target] = allowed;
+    store.Remember(target, allowed);
+    return allowed;
+}
+
+bool TrustGuard::Admit(const std::string& host) {
+    if (!IsWeb()) return true;
+    const std::string target = protocol::plainHost(host);
+    if (target.empty()) return false;
+    const TargetList listed = ReadAllowedTargets(m_page);
+    std::string connectTo = target;
+    bool admitted = false;
+    if (ParseAddress(target)) {
+        admitted = Decide(target, {});
+    } else {
+        const std::optional<NumericAddress> address = LookUp(target);
+        if (!address) {
+            NORIX_LOG("TrustGuard::Admit", 1, "no address for %s", target.c_str());
+            return false;
+        }
+        connectTo = ToText(*address);
+        // A name that points inside is decided about as the address that it stands for.
+        const bool covered = IsCovered(m_page, target, *address, listed);
+        admitted = covered ? Decide(target, connectTo) : Decide(connectTo, {});
+    }
+    if (admitted) {
+        m_reach->Add(target, connectTo);
+    } else {
+        NORIX_LOG("TrustGuard::Admit", 1, "%s may not reach %s", m_page.origin.c_str(), target.c_str());
+    }
+    return admitted;
+}
+
+bool TrustGuard::AdmitGroups() {
+    return !IsWeb() || Decide(kGroups, {});
+}
+
+std::wstring TrustGuard::FileFolder() {
+    if (!IsWeb()) return {};
+    const PageStore store(m_page);
+    std::wstring folder = store.Folder();
+    if (!folder.empty() || m_asking || questions == nullptr) return folder;
+    m_asking = true;
+    folder = questions->PickFolder(m_host().window, PageIdentity(m_page));
+    m_asking = false;
+    if (!folder.empty()) store.RememberFolder(folder);
+    return folder;
+}
+
+bool TrustGuard::MayFillScreen() {
+    return !IsWeb() || (m_lastInput && GetTickCount() - *m_lastInput <= kInputCountsFor);
+}
+
+}  // namespace norix

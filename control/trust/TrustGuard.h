@@ -1,0 +1,98 @@
+#pragma once
+
+#include <windows.h>
+
+#include <oleidl.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "control/trust/PageStore.h"
+#include "control/trust/Trust.h"
+
+namespace norix {
+
+/// What a control's connections may reach, as its threads ask it. Any thread.
+class Reach {
+  public:
+    /// The host to connect to instead of `host`: the same one, or the numeric address that was checked for
+    /// it, so that the name can't mean another one a moment later. Nothing: not to be reached.
+    std::optional<std::string> Resolve(const std::string& host) const;
+
+    /// From then on only hosts that were added may be reached.
+    void Restrict();
+    void Add(const std::string& host, const std::string& connectTo);
+
+  private:
+    mutable std::mutex m_lock;
+    bool m_restricted = false;
+    std::map<std::string, std::string> m_hosts;  // in Origin's form, and what to connect to
+};
+
+/// Puts the control's questions to the user; tests answer them by themselves. Window thread. Each runs a
+/// message loop: the host may do anything meanwhile.
+class TrustQuestions {
+  public:
+    virtual ~TrustQuestions() = default;
+    /// Whether the page may reach the target. `address` where the target is a name; No is the default.
+    virtual bool AllowTarget(HWND owner, const PageIdentity& page, const std::string& target,
+                             const std::string& address) = 0;
+    /// The folder below which the page may write files; empty when the user picks none.
+    virtual std::wstring PickFolder(HWND owner, const PageIdentity& page) = 0;
+};
+
+/// The one place where it is decided what the host of a control may do. Window thread.
+///
+/// The level may get worse, never better: what a page has set stays a page's.
+class TrustGuard {
+  public:
+    struct Host {
+        IOleClientSite* site = nullptr;
+        bool untrustedCaller = false;
+        HWND window = nullptr;
+    };
+    /// `host` says what the control knows of its host at the moment.
+    explicit TrustGuard(std::function<Host()> host);
+
+    util::TrustLevel Level();
+    bool IsWeb() { return Level() == util::TrustLevel::kWeb; }
+    /// The page, for a Web host.
+    const PageIdentity& Page() const { return m_page; }
+    PageStore Store() const { return PageStore(m_page); }
+
+    /// Whether a host or a multicast group may be reached. Asks the user where it must, once per page and
+    /// target; looks names up for that. What it allows, the connections may reach from then on.
+    bool Admit(const std::string& host);
+    /// The groups that a camera's description may name.
+    bool AdmitGroups();
+
+    /// The folder below which a page may write; asks where none was picked yet. Empty: nowhere.
+    std::wstring FileFolder();
+
+    std::shared_ptr<Reach> Connections() const { return m_reach; }
+
+    /// Input arrived from the user himself: see MayFillScreen.
+    void OnUserInput() { m_lastInput = GetTickCount(); }
+    /// A page may fill the screen only as an answer to the user's input in the control.
+    bool MayFillScreen();
+
+    /// Where questions go; one for the whole process.
+    static TrustQuestions* questions;
+
+  private:
+    bool Decide(const std::string& target, const std::string& address);
+
+    const std::function<Host()> m_host;
+    util::TrustLevel m_level = util::TrustLevel::kTrusted;
+    PageIdentity m_page;
+    std::shared_ptr<Reach> m_reach = std::make_shared<Reach>();
+    std::map<std::string, bool> m_answers;  // of this life, also for pages that nothing can be kept for
+    bool m_asking = false;
+    std::optional<DWORD> m_lastInput;  // GetTickCount
+};
+
+}  // namespace norix
