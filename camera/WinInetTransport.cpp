@@ -7,9 +7,9 @@
 
 #include "camera/ExchangeWatch.h"
 #include "camera/HttpPolicy.h"
-#include "camera/LooseThread.h"
 #include "camera/WinInetExchange.h"
 #include "util/Log.h"
+#include "util/LooseThread.h"
 #include "util/Registry.h"
 #include "util/Settings.h"
 
@@ -67,7 +67,7 @@ HttpReply WinInetTransport::Send(const HttpRequest& request) {
     if (!IsHost(request.host) || request.port == 0) return {};
     const auto watch = std::make_shared<ExchangeWatch>();
     const bool acceptAnyIssuer = request.secure && AllowSelfSignedCertificate();
-    const bool started = StartLooseThread([watch, request, acceptAnyIssuer] {
+    const bool started = util::StartLooseThread([watch, request, acceptAnyIssuer] {
         try {
             Converse(request, acceptAnyIssuer, *watch);
         } catch (const std::exception& error) {

@@ -4,4 +4,4 @@
 
 #include "live/net/Groupsock.h"
 #include "live/net/GroupsockHelper.h"
-#include "live/net/Platform.h"
+#include "net/Sockets.h"

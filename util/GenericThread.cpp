@@ -5,19 +5,12 @@
 #include <new>
 
 #include "util/Log.h"
+#include "util/OwnModule.h"
 #include "util/StopRule.h"
 #include "util/Text.h"
 
 namespace util {
 namespace {
-
-// A reference to the module that holds this code. For the main program it counts nothing.
-UniqueModule ReferenceOwnModule() noexcept {
-    static const char s_anchor = 0;
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&s_anchor), &module);
-    return UniqueModule(module);
-}
 
 // SetThreadDescription came with Windows 10.
 void SetCurrentThreadName(const std::string& name) {

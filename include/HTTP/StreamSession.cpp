@@ -10,8 +10,8 @@
 
 #include "include/HTTP/BodyDecoder.h"
 #include "include/HTTP/HttpDialogue.h"
-#include "include/HTTP/StreamSocket.h"
 #include "media/MediaPlatform.h"
+#include "net/StreamSocket.h"
 #include "util/Log.h"
 #include "util/Redact.h"
 
@@ -19,7 +19,7 @@ namespace norix {
 namespace {
 
 using http::Bytes;
-using http::StreamSocket;
+using net::StreamSocket;
 
 constexpr char kWhere[] = "HttpStreamReceiver::Receive";
 constexpr std::uintptr_t kConnectFail = 3;  // ecsConnectFail
@@ -40,6 +40,8 @@ const char* TextOf(StreamSocket::Result result) {
     switch (result) {
         case StreamSocket::Result::Done:
             return "done";
+        case StreamSocket::Result::NoAddress:
+            return "the camera's name has no address";
         case StreamSocket::Result::Closed:
             return "the camera has ended the connection";
         case StreamSocket::Result::Timeout:
@@ -82,7 +84,6 @@ class StreamSession::Receiving {
     const std::string& Reason() const { return m_reason; }
 
   private:
-    bool Connect(const std::string& host, std::uint16_t port, const Deadline& deadline);
     std::optional<http::ReplyHead> ReadHead(const Deadline& deadline);
     bool Take(Bytes bytes, http::BodyDecoder& body, http::Splitter& splitter, http::FrameDelivery& delivery);
     bool Fail(std::string reason) {
@@ -91,13 +92,12 @@ class StreamSession::Receiving {
     }
     bool Fail(StreamSocket::Result result) {
         std::string reason = TextOf(result);
-        if (result == StreamSocket::Result::Failed) reason += ", error " + std::to_string(m_socket.Error());
+        if (result == StreamSocket::Result::Failed) reason += ", error " + std::to_string(m_socket.error());
         return Fail(std::move(reason));
     }
 
     StreamSession& m_session;
     util::StopToken& m_stop;
-    const http::SocketLibrary m_library;
     StreamSocket m_socket;
     std::vector<std::uint8_t> m_buffer;
     Bytes m_rest;  // what came behind the head, in m_buffer
@@ -106,26 +106,11 @@ class StreamSession::Receiving {
     std::string m_reason;
 };
 
-bool StreamSession::Receiving::Connect(const std::string& host, std::uint16_t port,
-                                       const Deadline& deadline) {
-    const auto addresses = http::LookUpHost(host, port, m_stop.Event(), deadline.Left());
-    if (addresses.empty()) return Fail("the camera's name has no address");
-    auto result = StreamSocket::Result::Timeout;
-    for (std::size_t i = 0; i < addresses.size(); ++i) {
-        // An address that doesn't answer leaves time for the others.
-        const auto share = deadline.Left() / static_cast<std::uint32_t>(addresses.size() - i);
-        result = m_socket.Connect(addresses[i], share);
-        if (result == StreamSocket::Result::Done) return true;
-        if (result == StreamSocket::Result::Stopped) break;
-    }
-    return Fail(result);
-}
-
 std::optional<http::ReplyHead> StreamSession::Receiving::ReadHead(const Deadline& deadline) {
     http::HeadReader reader;
     for (;;) {
         std::size_t received = 0;
-        const auto result = m_socket.Receive(m_buffer, deadline.Left(), received);
+        const auto result = m_socket.receive(m_buffer, deadline.Left(), received);
         if (result != StreamSocket::Result::Done) {
             Fail(result);
             return std::nullopt;
@@ -149,8 +134,9 @@ bool StreamSession::Receiving::Ask() {
         video ? RandomHex() : std::string(), RandomHex());
     if (!dialogue.Valid()) return Fail("host or path can't be asked for");
     for (;;) {
-        if (!Connect(dialogue.Host(), dialogue.Port(), deadline)) return false;
-        const auto sent = m_socket.Send(dialogue.Request(), deadline.Left());
+        const auto connected = m_socket.connect(dialogue.Host(), dialogue.Port(), deadline.Left());
+        if (connected != StreamSocket::Result::Done) return Fail(connected);
+        const auto sent = m_socket.send(dialogue.Request(), deadline.Left());
         if (sent != StreamSocket::Result::Done) return Fail(sent);
         auto head = ReadHead(deadline);
         if (!head) return false;
@@ -213,7 +199,7 @@ void StreamSession::Receiving::Receive() {
     delivery.SetArrival(platform::TimerMs());
     while (Take(m_rest, body, *splitter, delivery)) {
         std::size_t received = 0;
-        const auto result = m_socket.Receive(m_buffer, m_session.stallMs, received);
+        const auto result = m_socket.receive(m_buffer, m_session.stallMs, received);
         if (result != StreamSocket::Result::Done) {
             Fail(result);
             break;

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "live/env/Clock.h"
-#include "live/net/Platform.h"
+#include "net/Sockets.h"
 
 namespace {
 constexpr unsigned kMinGranularity = 1000;  // the readiness call counts in milliseconds
@@ -17,13 +17,12 @@ void TaskScheduler::rescheduleDelayedTask(TaskToken& task, int64_t microseconds,
 }
 
 BasicTaskScheduler* BasicTaskScheduler::createNew(unsigned maxSchedulerGranularity) {
-    if (!live::net::startUp()) return nullptr;
+    if (!net::startUp()) return nullptr;
     return new BasicTaskScheduler(maxSchedulerGranularity);
 }
 
 BasicTaskScheduler::BasicTaskScheduler(unsigned granularity)
-    : m_granularity(std::max(granularity, kMinGranularity)),
-      m_pollSet(std::make_unique<live::net::PollSet>()) {}
+    : m_granularity(std::max(granularity, kMinGranularity)), m_pollSet(std::make_unique<net::PollSet>()) {}
 
 BasicTaskScheduler::~BasicTaskScheduler() = default;
 
@@ -85,6 +84,9 @@ int BasicTaskScheduler::waitMilliseconds(unsigned maxWaitMicroseconds) const {
     // Rounded up: a wait that ends before the task is due would only be repeated.
     return wait <= 0 ? 0 : static_cast<int>((wait + 999) / 1000);
 }
+
+static_assert(SOCKET_READABLE == net::kReadable && SOCKET_WRITABLE == net::kWritable &&
+              SOCKET_EXCEPTION == net::kFailed);
 
 void BasicTaskScheduler::serveSockets(int timeoutMilliseconds) {
     m_pollSet->clear();

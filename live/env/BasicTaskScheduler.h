@@ -10,7 +10,7 @@
 
 #include "live/env/UsageEnvironment.h"
 
-namespace live::net {
+namespace net {
 class PollSet;
 }
 
@@ -75,7 +75,7 @@ class BasicTaskScheduler : public TaskScheduler {
     std::vector<Handler> m_handlers;
     std::uint64_t m_lastHandlerId = 0;
     std::vector<Ready> m_ready;
-    std::unique_ptr<live::net::PollSet> m_pollSet;
+    std::unique_ptr<net::PollSet> m_pollSet;
     std::array<Trigger, kTriggers> m_triggers;
     std::atomic<u_int32_t> m_triggered = 0;  // written by any thread
 };

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "live/net/Platform.h"
+#include "net/Sockets.h"
 
 namespace {
 const char* text(const char* message) {
@@ -11,7 +11,7 @@ const char* text(const char* message) {
 }  // namespace
 
 BasicUsageEnvironment* BasicUsageEnvironment::createNew(TaskScheduler& scheduler) {
-    if (!live::net::startUp()) return nullptr;
+    if (!net::startUp()) return nullptr;
     return new BasicUsageEnvironment(scheduler);
 }
 
@@ -37,9 +37,9 @@ void BasicUsageEnvironment::setResultMsg(MsgString first, MsgString second, MsgS
 }
 
 void BasicUsageEnvironment::setResultErrMsg(MsgString message, int err) {
-    setResultMsg(message, live::net::errorText(err != 0 ? err : getErrno()).c_str());
+    setResultMsg(message, net::errorText(err != 0 ? err : getErrno()).c_str());
 }
 
 int BasicUsageEnvironment::getErrno() const {
-    return live::net::lastError();
+    return net::lastError();
 }

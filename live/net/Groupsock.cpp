@@ -3,11 +3,9 @@
 #include <algorithm>
 
 #include "live/net/GroupsockHelper.h"
-#include "live/net/SocketHandle.h"
+#include "net/SocketHandle.h"
 
 thread_local ipv4AddressBits ReceivingInterfaceAddr = 0;
-
-namespace net = live::net;
 
 namespace {
 

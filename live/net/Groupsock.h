@@ -8,7 +8,7 @@
 
 #include "live/env/UsageEnvironment.h"
 
-namespace live::net {
+namespace net {
 class SocketHandle;
 }
 
@@ -34,7 +34,7 @@ class Groupsock {
     Groupsock(UsageEnvironment& env, ipv4AddressBits group);
 
     UsageEnvironment& m_env;
-    std::unique_ptr<live::net::SocketHandle> m_socket;
+    std::unique_ptr<net::SocketHandle> m_socket;
     ipv4AddressBits m_group;
     portNumBits m_port = 0;
     ipv4AddressBits m_destination = 0;

@@ -4,8 +4,8 @@
 
 #include "live/env/Clock.h"
 #include "live/env/Random.h"
-#include "live/net/Platform.h"
 #include "live/rtp/RtpFrameSource.h"
+#include "net/Sockets.h"
 
 namespace rtp = live::rtp;
 

@@ -95,7 +95,7 @@ void Connection::onLookup() {
         awaitLookup();
         return;
     }
-    m_endpoint.address = m_lookup->address();
+    m_endpoint.address = m_lookup->ipv4();
     m_lookup.reset();
     if (m_endpoint.address == 0) {
         lose(0, "Failed to find the network address of \"" + m_endpoint.host + "\"");

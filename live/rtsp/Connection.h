@@ -11,10 +11,10 @@
 
 #include "live/env/LifeFlag.h"
 #include "live/env/UsageEnvironment.h"
-#include "live/net/Resolve.h"
-#include "live/net/SocketHandle.h"
 #include "live/rtp/Interleaved.h"
 #include "live/rtsp/RtspFramer.h"
+#include "net/Lookup.h"
+#include "net/SocketHandle.h"
 
 namespace live::rtsp {
 

@@ -7,9 +7,9 @@
 
 #include "live/env/Random.h"
 #include "live/net/GroupsockHelper.h"
-#include "live/net/Platform.h"
-#include "live/net/Resolve.h"
 #include "live/sdp/MediaSession.h"
+#include "net/Lookup.h"
+#include "net/Sockets.h"
 #include "protocol/Text.h"
 
 namespace rtsp = live::rtsp;
@@ -410,7 +410,7 @@ bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Tran
         why = "The server does not stream over the RTSP connection";
         return false;
     }
-    const ipv4AddressBits destination = live::net::numericAddress(transport.destination);
+    const ipv4AddressBits destination = net::numericAddress(transport.destination);
     const ipv4AddressBits group =
         IsMulticastAddress(destination) ? destination : subsession.connectionEndpointAddress();
     if (transport.multicast) {
@@ -425,7 +425,7 @@ bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Tran
         return false;
     }
     if (transport.serverPort) {
-        const ipv4AddressBits source = live::net::numericAddress(transport.source);
+        const ipv4AddressBits source = net::numericAddress(transport.source);
         // Reports go to nobody else than where the packets come from.
         subsession.setRtcpDestination(source != 0 ? source : m_connection.address(),
                                       transport.serverPort->second);

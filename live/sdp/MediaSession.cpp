@@ -4,10 +4,10 @@
 
 #include "live/env/Clock.h"
 #include "live/net/GroupsockHelper.h"
-#include "live/net/Platform.h"
-#include "live/net/Resolve.h"
 #include "live/rtp/PayloadFormats.h"
 #include "live/rtp/RtpFrameSource.h"
+#include "net/Lookup.h"
+#include "net/Sockets.h"
 #include "protocol/Text.h"
 
 namespace sdp = live::sdp;
@@ -175,10 +175,10 @@ bool MediaSubsession::createSource() {
 
 // Numeric addresses only: a description never makes us ask a name server.
 ipv4AddressBits MediaSubsession::connectionEndpointAddress() const {
-    return live::net::numericAddress(m_media.connection);
+    return net::numericAddress(m_media.connection);
 }
 ipv4AddressBits MediaSubsession::sourceFilterAddress() const {
-    return live::net::numericAddress(m_media.source);
+    return net::numericAddress(m_media.source);
 }
 
 void MediaSubsession::setRtcpDestination(ipv4AddressBits address, portNumBits rtcpPort) {

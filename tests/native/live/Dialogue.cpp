@@ -6,14 +6,12 @@
 #include <stdexcept>
 #include <utility>
 
-#include "live/net/Platform.h"
-#include "live/net/SocketHandle.h"
+#include "net/SocketHandle.h"
+#include "net/Sockets.h"
 #include "protocol/Text.h"
 
 namespace live_test {
 namespace {
-
-namespace net = live::net;
 
 const char kSdp[] =
     "v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=Camera\r\na=control:*\r\nm=video 0 RTP/AVP 96\r\n"
@@ -308,7 +306,7 @@ bool ScriptedServer::send(const std::string& bytes) {
 }
 
 void ScriptedServer::sendDatagram(const std::string& bytes) {
-    const live::net::SocketHandle socket(static_cast<int>(::socket(AF_INET, SOCK_DGRAM, 0)));
+    const net::SocketHandle socket(static_cast<int>(::socket(AF_INET, SOCK_DGRAM, 0)));
     sockaddr_in to{};
     to.sin_family = AF_INET;
     to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);

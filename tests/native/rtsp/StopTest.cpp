@@ -9,24 +9,24 @@
 #include "live/GroupsockHelper.hh"
 
 #include "include/RTSP/RTSPSession.h"
-#include "live/net/Resolve.h"
-#include "live/net/SocketHandle.h"
 #include "media/CtrlParam.h"
+#include "net/Lookup.h"
+#include "net/SocketHandle.h"
 
 namespace norix {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using live::net::Lookup;
+using net::Lookup;
 
 // Asks nobody: answers with this machine when it is allowed to.
 std::counting_semaphore<> g_asked{0};
 std::counting_semaphore<> g_allowed{0};
 
-ipv4AddressBits SlowLookup(const std::string&) {
+std::vector<net::SocketAddress> SlowLookup(const std::string&) {
     g_asked.release();
     g_allowed.acquire();
-    return htonl(INADDR_LOOPBACK);
+    return net::numericAddresses("127.0.0.1");
 }
 
 // Runs one and stops it when `ready` returns; the milliseconds that took.
@@ -70,13 +70,13 @@ TEST(Stop, WaitsForNoNameServer) {
     g_allowed.release(1 + more);
     while (!first->done())
         std::this_thread::yield();
-    EXPECT_EQ(first->address(), htonl(INADDR_LOOPBACK));
+    EXPECT_EQ(first->ipv4(), htonl(INADDR_LOOPBACK));
     Lookup::systemCall = before;
 }
 
 TEST(Stop, WaitsForNoServer) {
     // A listener whose queue is full: connecting to it comes to no end.
-    const live::net::SocketHandle listener(static_cast<int>(::socket(AF_INET, SOCK_STREAM, 0)));
+    const net::SocketHandle listener(static_cast<int>(::socket(AF_INET, SOCK_STREAM, 0)));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -84,10 +84,10 @@ TEST(Stop, WaitsForNoServer) {
     ::listen(listener.get(), 0);
     socklen_t length = sizeof address;
     ::getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &length);
-    std::vector<live::net::SocketHandle> queued;
+    std::vector<net::SocketHandle> queued;
     for (int i = 0; i < 3; ++i) {
         queued.emplace_back(static_cast<int>(::socket(AF_INET, SOCK_STREAM, 0)));
-        live::net::makeNonBlocking(queued.back().get());
+        net::makeNonBlocking(queued.back().get());
         static_cast<void>(
             ::connect(queued.back().get(), reinterpret_cast<sockaddr*>(&address), sizeof address));
     }

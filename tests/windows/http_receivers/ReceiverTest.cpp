@@ -9,8 +9,8 @@
 #include <functional>
 #include <thread>
 
-#include "include/HTTP/HostLookup.h"
 #include "include/HTTP/HttpStreamReceiver.h"
+#include "net/StreamSocket.h"
 #include "tests/native/http_receivers/Streams.h"
 #include "tests/windows/control/LogCapture.h"
 #include "tests/windows/util/PrivateHives.h"
@@ -280,24 +280,32 @@ TEST_F(HttpReceiverTest, StopsWhateverTheThreadIsAt) {
         EXPECT_THAT(line, Not(HasSubstr("[02] Wait for")));
 }
 
-TEST(HostLookup, AResolverThatHangsHoldsNobodyUp) {
-    http::SocketAddress found;
-    const auto release = std::make_shared<util::Event>(util::Event::Kind::kManualReset);
-    const auto ended = std::make_shared<std::atomic<int>>(0);
-    const http::Resolver hanging = [=](const std::string&, std::uint16_t) {
-        release->Wait(INFINITE);
-        ++*ended;
-        return std::vector<http::SocketAddress>(1);
-    };
+std::atomic<util::Event*> g_resolverMayAnswer{nullptr};
+std::atomic<int> g_resolversDone{0};
+
+std::vector<net::SocketAddress> HangingResolver(const std::string&) {
+    g_resolverMayAnswer.load()->Wait(INFINITE);
+    ++g_resolversDone;
+    return net::numericAddresses("127.0.0.1");
+}
+
+TEST(StreamSocket, AResolverThatHangsHoldsNobodyUp) {
+    using Result = net::StreamSocket::Result;
+    ScriptedServer server(std::vector<Script>{});
     util::Event stop(util::Event::Kind::kManualReset);
-    EXPECT_TRUE(http::LookUpHost("camera.test", 80, stop.Get(), 50, hanging).empty());
+    util::Event answer(util::Event::Kind::kManualReset);
+    g_resolverMayAnswer = &answer;
+    const auto before = net::Lookup::systemCall.exchange(&HangingResolver);
+    net::StreamSocket socket(stop.Get());
+    EXPECT_EQ(socket.connect("camera.test", server.Port(), 50), Result::NoAddress);
     stop.Set();
-    EXPECT_TRUE(http::LookUpHost("camera.test", 80, stop.Get(), 60'000, hanging).empty());
-    release->Set();
-    while (*ended < 2)
-        Sleep(1);
+    EXPECT_EQ(socket.connect("camera.test", server.Port(), 60'000), Result::Stopped);
     stop.Reset();
-    EXPECT_EQ(http::LookUpHost("camera.test", 80, stop.Get(), 60'000, hanging).size(), 1u);
+    answer.Set();
+    EXPECT_EQ(socket.connect("camera.test", server.Port(), 60'000), Result::Done);
+    while (g_resolversDone == 0)
+        Sleep(1);
+    net::Lookup::systemCall = before;
 }
 
 }  // namespace

@@ -1,18 +1,20 @@
-#include "camera/LooseThread.h"
-
-#include <windows.h>
+#include "util/LooseThread.h"
 
 #include <atomic>
 #include <memory>
+#include <utility>
 
-#include "util/Handles.h"
 #include "util/Log.h"
 
-namespace norix {
-namespace {
+#ifdef _WIN32
+#include "util/OwnModule.h"
+#else
+#include <system_error>
+#include <thread>
+#endif
 
-// Enough for WinInet with its TLS, and little beside the address space of a host when many are stuck.
-constexpr DWORD kStackBytes = 512u << 10;
+namespace util {
+namespace {
 
 std::atomic<int> g_running{0};
 
@@ -29,20 +31,19 @@ class RunningCount {
     const bool m_taken;
 };
 
-// A reference to the module that holds this code. For the main program it counts nothing.
-util::UniqueModule ReferenceOwnModule() {
-    static const char s_anchor = 0;
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&s_anchor), &module);
-    return util::UniqueModule(module);
-}
-
 // What the thread is handed, and owns.
 struct Launch {
     std::function<void()> body;
-    util::UniqueModule module;
     RunningCount count;
+#ifdef _WIN32
+    UniqueModule module;
+#endif
 };
+
+#ifdef _WIN32
+
+// Enough for WinInet with its TLS, and little beside the address space of a host when many are stuck.
+constexpr DWORD kStackBytes = 512u << 10;
 
 DWORD WINAPI Main(void* parameter) noexcept {
     HMODULE module = nullptr;
@@ -55,6 +56,28 @@ DWORD WINAPI Main(void* parameter) noexcept {
     return 0;
 }
 
+bool StartDetached(std::unique_ptr<Launch> launch) {
+    launch->module = ReferenceOwnModule();
+    const UniqueHandle thread(
+        CreateThread(nullptr, kStackBytes, &Main, launch.get(), STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
+    if (!thread) return false;
+    static_cast<void>(launch.release());  // the thread's now
+    return true;
+}
+
+#else
+
+bool StartDetached(std::unique_ptr<Launch> launch) {
+    try {
+        std::thread([launch = std::move(launch)] { launch->body(); }).detach();
+        return true;
+    } catch (const std::system_error&) {
+        return false;
+    }
+}
+
+#endif
+
 }  // namespace
 
 bool StartLooseThread(std::function<void()> body) {
@@ -64,12 +87,7 @@ bool StartLooseThread(std::function<void()> body) {
         return false;
     }
     launch->body = std::move(body);
-    launch->module = ReferenceOwnModule();
-    const util::UniqueHandle thread(
-        CreateThread(nullptr, kStackBytes, &Main, launch.get(), STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
-    if (!thread) return false;
-    static_cast<void>(launch.release());  // the thread's now
-    return true;
+    return StartDetached(std::move(launch));
 }
 
-}  // namespace norix
+}  // namespace util

@@ -4,9 +4,9 @@
 
 #include <utility>
 
-#include "live/net/Platform.h"
+#include "net/Sockets.h"
 
-namespace live::net {
+namespace net {
 
 class SocketHandle {
   public:
@@ -32,4 +32,4 @@ class SocketHandle {
     int m_socket = -1;
 };
 
-}  // namespace live::net
+}  // namespace net

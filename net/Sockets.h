@@ -16,18 +16,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
-namespace live::net {
+namespace net {
 
 /// Starts the system's sockets once per process; false when there are none.
 bool startUp();
-
-/// Runs the body on a thread that nobody waits for; it must own or share all it uses and throw nothing. The
-/// code of the module that calls stays loaded until it has ended. False when there is no thread to be had.
-bool runDetached(std::function<void()> body);
 
 /// The last socket error of this thread, its text, and what the usual ones mean.
 int lastError();
@@ -52,17 +47,23 @@ void receiveJoinedGroupsOnly(int socket);
 /// Whether a socket that is bound to a group's address sees only that group's datagrams.
 bool canBindToGroup();
 
+/// What a socket can be waited for and found to be; they combine.
+inline constexpr int kReadable = 1 << 1;
+inline constexpr int kWritable = 1 << 2;
+inline constexpr int kFailed = 1 << 3;
+
 /// The sockets of one readiness call.
 class PollSet {
   public:
     void clear() { m_entries.clear(); }
-    /// `conditions` and ready(): SOCKET_READABLE and so on.
     void add(int socket, int conditions);
+    /// How many of them are ready; 0 after that time, -1 when the call failed.
     int wait(int timeoutMilliseconds);
+    /// The conditions of the index-th that was added.
     int ready(std::size_t index) const;
 
   private:
     std::vector<pollfd> m_entries;
 };
 
-}  // namespace live::net
+}  // namespace net

@@ -1,24 +1,17 @@
-#include "live/net/Platform.h"
+#include "net/Sockets.h"
 
-#include <memory>
 #include <system_error>
-#include <utility>
-
-#include "live/env/UsageEnvironment.h"
 
 #ifdef _WIN32
 #include <windows.h>
-#endif
-
-#ifndef _WIN32
+#else
 #include <cerrno>
-#include <thread>
 
 #include <fcntl.h>
 #include <unistd.h>
 #endif
 
-namespace live::net {
+namespace net {
 
 #ifdef _WIN32
 
@@ -28,39 +21,6 @@ bool startUp() {
         return WSAStartup(MAKEWORD(2, 2), &data) == 0;
     }();
     return started;
-}
-
-namespace {
-struct Detached {
-    std::function<void()> body;
-    HMODULE module = nullptr;
-};
-
-DWORD WINAPI detachedMain(void* parameter) {
-    HMODULE module = nullptr;
-    {
-        const std::unique_ptr<Detached> detached(static_cast<Detached*>(parameter));
-        detached->body();
-        module = detached->module;
-    }  // what the body holds is gone before the code that destroys it may be
-    if (module) FreeLibraryAndExitThread(module, 0);
-    return 0;
-}
-}  // namespace
-
-bool runDetached(std::function<void()> body) {
-    auto detached = std::make_unique<Detached>();
-    detached->body = std::move(body);
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&detachedMain),
-                       &detached->module);
-    const HANDLE thread = CreateThread(nullptr, 0, &detachedMain, detached.get(), 0, nullptr);
-    if (!thread) {
-        if (detached->module) FreeLibrary(detached->module);
-        return false;
-    }
-    static_cast<void>(detached.release());  // the thread's now
-    CloseHandle(thread);
-    return true;
 }
 
 int lastError() {
@@ -119,15 +79,6 @@ bool canBindToGroup() {
 
 bool startUp() {
     return true;
-}
-
-bool runDetached(std::function<void()> body) {
-    try {
-        std::thread(std::move(body)).detach();
-        return true;
-    } catch (const std::system_error&) {
-        return false;
-    }
 }
 
 int lastError() {
@@ -208,8 +159,8 @@ int connectResult(int socket) {
 void PollSet::add(int socket, int conditions) {
     pollfd entry{};
     entry.fd = static_cast<OsSocket>(socket);
-    if (conditions & SOCKET_READABLE) entry.events |= POLLRDNORM;
-    if (conditions & SOCKET_WRITABLE) entry.events |= POLLWRNORM;
+    if (conditions & kReadable) entry.events |= POLLRDNORM;
+    if (conditions & kWritable) entry.events |= POLLWRNORM;
     m_entries.push_back(entry);
 }
 
@@ -220,12 +171,11 @@ int PollSet::wait(int timeoutMilliseconds) {
 int PollSet::ready(std::size_t index) const {
     const pollfd& entry = m_entries[index];
     int conditions = 0;
-    if (entry.revents & (POLLRDNORM | POLLHUP)) conditions |= SOCKET_READABLE;
-    if (entry.revents & POLLWRNORM) conditions |= SOCKET_WRITABLE;
+    if (entry.revents & (POLLRDNORM | POLLHUP)) conditions |= kReadable;
+    if (entry.revents & POLLWRNORM) conditions |= kWritable;
     // An error is told by the next operation, whichever it is.
-    if (entry.revents & (POLLERR | POLLNVAL))
-        conditions |= SOCKET_READABLE | SOCKET_WRITABLE | SOCKET_EXCEPTION;
+    if (entry.revents & (POLLERR | POLLNVAL)) conditions |= kReadable | kWritable | kFailed;
     return conditions;
 }
 
-}  // namespace live::net
+}  // namespace net
