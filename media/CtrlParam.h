@@ -78,7 +78,6 @@ class CCtrlParam {
     Shared<bool> regionLevelsFrozen{false};                                  // regionLevel keeps its values
 
     SnapshotRequests snapshots;
-    Shared<std::int32_t> pictureFormat{0};  // of the snapshot data last asked for
 
     // Written by the window thread while connecting, later by the receiving thread --------------------------
 
@@ -105,6 +104,11 @@ class CCtrlParam {
     void SetPictureSize(int width, int height);
     int PictureWidth() const { return m_pictureWidth.Get(); }
     int PictureHeight() const { return m_pictureHeight.Get(); }
+
+    // Written by the snapshot thread
+    // --------------------------------------------------------------------------
+
+    Shared<std::int32_t> pictureFormat{0};  // of the snapshot data that it is sending
 
     // Any thread
     // ---------------------------------------------------------------------------------------------

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "media/Shared.h"
+#include "util/TrustLevel.h"
 
 namespace norix {
 
@@ -15,14 +16,16 @@ namespace norix {
 class SnapshotRequests {
   public:
     struct File {
-        std::wstring folder;
-        std::wstring name;  // without extension
+        std::wstring folder{};
+        std::wstring name{};  // without extension
+        util::TrustLevel level = util::TrustLevel::kTrusted;
+        std::wstring root{};  // for a page: the folder picked for it
     };
 
     /// Window thread.
-    void RequestFile(std::wstring folder, std::wstring name) {
+    void RequestFile(File file) {
         std::lock_guard<std::mutex> lock(m_lock);
-        m_file = File{std::move(folder), std::move(name)};
+        m_file = std::move(file);
         m_fileWanted.Set(true);
     }
     void RequestData(std::int32_t format) {

@@ -39,9 +39,9 @@ void DecodeLoop::DecodeRecord(const VideoFrameRecord& record) {
 
 void DecodeLoop::SaveJpegOnRequest(const VideoFrameRecord& record) {
     SnapshotTaker* const taker = m_pipeline.snapshots.get();
-    if (!taker || !m_param->snapshots.FileWanted()) return;
-    if (const auto file = m_param->snapshots.TakeFile()) {
-        taker->SaveJpeg(*file, record.data.get(), record.payloadLength);
+    if (!taker || !m_param->snapshots.FileWanted() || !taker->HasRoom()) return;
+    if (auto file = m_param->snapshots.TakeFile()) {
+        taker->SaveJpeg(std::move(*file), record.data.get(), record.payloadLength);
     }
 }
 

@@ -56,7 +56,7 @@ void DisplayLoop::Step() {
     param.CountFrame(FrameCounters::kDisplayed);
     param.Trace().Record(frame->pts, FrameTimingTrace::kDisplayed, platform::Ticks100ns());
     param.Trace().Close(frame->pts);
-    ServeSnapshots(*frame, param);
+    ServeSnapshots(*frame);
     m_pipeline.pool.Release(frame);
 }
 
@@ -70,18 +70,18 @@ void DisplayLoop::Present(const DisplayFrame& frame, CCtrlParam& param) {
     m_pipeline.sink->Show(frame, drawn);
 }
 
-void DisplayLoop::ServeSnapshots(const DisplayFrame& frame, CCtrlParam& param) {
+void DisplayLoop::ServeSnapshots(DisplayFrame& frame) {
     SnapshotTaker* const taker = m_pipeline.snapshots.get();
+    SnapshotRequests& requests = m_pipeline.param->snapshots;
     if (!taker || frame.size.IsEmpty()) return;
     const bool decoded = m_pipeline.kind == VideoCodec::Mpeg4 || m_pipeline.kind == VideoCodec::H264;
-    if (decoded && param.snapshots.FileWanted()) {
-        if (const auto file = param.snapshots.TakeFile()) taker->SavePicture(*file, frame);
-    }
-    if (param.snapshots.DataWanted()) {
+    if (!decoded) {
         // Pictures of a Motion JPEG stream are not delivered: the request just ends.
-        const auto format = param.snapshots.TakeData();
-        if (decoded && format) taker->SendPicture(*format, frame, param.window);
+        if (requests.DataWanted()) requests.TakeData();
+        return;
     }
+    if ((!requests.FileWanted() && !requests.DataWanted()) || !taker->HasRoom()) return;
+    taker->TakePicture({requests.TakeFile(), requests.TakeData()}, frame, m_pipeline.param);
 }
 
 }  // namespace norix

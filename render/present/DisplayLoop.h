@@ -20,7 +20,7 @@ class DisplayLoop {
   private:
     void Log(std::uint32_t pts, const CTimeSync::Verdict& verdict) const;
     void Present(const DisplayFrame& frame, CCtrlParam& param);
-    void ServeSnapshots(const DisplayFrame& frame, CCtrlParam& param);
+    void ServeSnapshots(DisplayFrame& frame);
 
     Pipeline& m_pipeline;
     CTimeSync m_sync;

@@ -2,28 +2,38 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <optional>
 
-#include "media/ControlWindow.h"
+#include "media/CtrlParam.h"
 #include "media/SnapshotRequests.h"
 #include "render/present/DisplayFrame.h"
 
 namespace norix {
 
+/// What is wanted of one picture.
+struct SnapshotOrder {
+    std::optional<SnapshotRequests::File> file;
+    std::optional<std::int32_t> format;  // of the data for the control's window
+};
+
 /// Serves the host's requests for pictures. Each call is made once per request, by the thread that holds a
-/// suitable picture, which is valid during the call only. Must not throw. Shared by the control and the
+/// suitable picture, and returns without waiting for anything. Must not throw. Shared by the decoder and the
 /// threads that call it.
 class SnapshotTaker {
   public:
     virtual ~SnapshotTaker() = default;
 
-    /// Decode thread: a Motion JPEG frame, to be saved as it is.
-    virtual void SaveJpeg(const SnapshotRequests::File& file, const std::uint8_t* jpeg, std::size_t size) = 0;
+    /// False while too many pictures wait to be dealt with: the request stays for a later picture.
+    virtual bool HasRoom() = 0;
 
-    /// Display thread: a decoded picture, to be encoded and saved.
-    virtual void SavePicture(const SnapshotRequests::File& file, const DisplayFrame& frame) = 0;
+    /// Decode thread: a Motion JPEG frame, valid during the call only, to be saved as it is.
+    virtual void SaveJpeg(SnapshotRequests::File file, const std::uint8_t* jpeg, std::size_t size) = 0;
 
-    /// Display thread: a decoded picture, to be sent to the control's window in the format asked for.
-    virtual void SendPicture(std::int32_t format, const DisplayFrame& frame, ControlWindow& window) = 0;
+    /// Display thread: a decoded picture that has been shown. The frame's buffer may be taken and another one
+    /// of the same size left in its place.
+    virtual void TakePicture(SnapshotOrder order, DisplayFrame& frame,
+                             const std::shared_ptr<CCtrlParam>& param) = 0;
 };
 
 }  // namespace norix

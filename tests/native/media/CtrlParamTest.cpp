@@ -260,8 +260,8 @@ TEST_F(CtrlParamTest, SendsFramesToTheHostOnRequest) {
 
 TEST_F(CtrlParamTest, TheLastSnapshotRequestCounts) {
     SnapshotRequests& requests = Param().snapshots;
-    requests.RequestFile(L"a", L"first");
-    requests.RequestFile(L"b", L"second");
+    requests.RequestFile({L"a", L"first"});
+    requests.RequestFile({L"b", L"second"});
     EXPECT_EQ(requests.TakeFile()->name, L"second");
     EXPECT_FALSE(requests.TakeFile());
 }

@@ -17,16 +17,16 @@ using test::Bytes;
 using test::Rig;
 
 struct TakerLog final : SnapshotTaker {
-    void SaveJpeg(const SnapshotRequests::File&, const std::uint8_t* jpeg, std::size_t size) override {
+    bool HasRoom() override { return room; }
+    void SaveJpeg(SnapshotRequests::File, const std::uint8_t* jpeg, std::size_t size) override {
         calls.push_back("jpeg");
         saved.assign(jpeg, jpeg + size);
     }
-    void SavePicture(const SnapshotRequests::File&, const DisplayFrame& frame) override {
-        calls.push_back("picture " + std::to_string(frame.size.width));
+    void TakePicture(SnapshotOrder order, DisplayFrame& frame, const std::shared_ptr<CCtrlParam>&) override {
+        if (order.file) calls.push_back("picture " + std::to_string(frame.size.width));
+        if (order.format) calls.push_back("send " + std::to_string(*order.format));
     }
-    void SendPicture(std::int32_t format, const DisplayFrame&, ControlWindow&) override {
-        calls.push_back("send " + std::to_string(format));
-    }
+    bool room = true;
     std::vector<std::string> calls;
     Bytes saved;
 };
@@ -38,7 +38,7 @@ TEST(DisplayLoop, WithDisplayOffEverythingButTheShowingHappens) {
     rig.pipeline.snapshots = shared;
     rig.param.display.Set(false);
     rig.param.displayChanged.Set(true);
-    rig.param.snapshots.RequestFile(L"", L"");
+    rig.param.snapshots.RequestFile({});
     rig.param.snapshots.RequestData(2);
     rig.Play(LoadPackets("h264_baseline_64x48")[0]);
     EXPECT_TRUE(rig.sink->Shown().empty());
@@ -50,6 +50,15 @@ TEST(DisplayLoop, WithDisplayOffEverythingButTheShowingHappens) {
     EXPECT_EQ(rig.sink->Shown().size(), 1u);
     EXPECT_EQ(rig.sink->displayChanges, 1);
     EXPECT_EQ(taker.calls.size(), 2u);  // each request once
+
+    // A taker that is busy gets the request with a later picture, and only the latest one.
+    taker.room = false;
+    rig.param.snapshots.RequestData(1);
+    rig.Play(LoadPackets("h264_baseline_64x48")[2], 0, 1);
+    rig.param.snapshots.RequestData(0);
+    taker.room = true;
+    rig.Play(LoadPackets("h264_baseline_64x48")[3], 0, 1);
+    EXPECT_EQ(taker.calls, (std::vector<std::string>{"picture 64", "send 2", "send 0"}));
 }
 
 TEST(DisplayLoop, MotionJpegSnapshotsAreTheFrameItself) {
@@ -57,7 +66,7 @@ TEST(DisplayLoop, MotionJpegSnapshotsAreTheFrameItself) {
     const auto shared = std::make_shared<TakerLog>();
     TakerLog& taker = *shared;
     rig.pipeline.snapshots = shared;
-    rig.param.snapshots.RequestFile(L"", L"");
+    rig.param.snapshots.RequestFile({});
     rig.param.snapshots.RequestData(1);
     const Bytes jpeg = LoadPackets("jpeg_420_64x48")[0];
     rig.Play(jpeg);

@@ -1,0 +1,83 @@
+#include "render/snapshot/SnapshotQueue.h"
+
+#include <new>
+#include <utility>
+
+namespace norix {
+
+bool SnapshotQueue::HasRoom() {
+    const std::lock_guard lock(m_lock);
+    return !m_closed && !m_free.empty();
+}
+
+SnapshotJob* SnapshotQueue::TakeFree() {
+    const std::lock_guard lock(m_lock);
+    if (m_closed || m_free.empty()) return nullptr;
+    SnapshotJob* const job = m_free.back();
+    m_free.pop_back();
+    return job;
+}
+
+void SnapshotQueue::PutFilled(SnapshotJob* job) {
+    const std::lock_guard lock(m_lock);
+    m_filled.push_back(job);
+    m_filledOrClosed.notify_one();
+}
+
+bool SnapshotQueue::PutJpeg(SnapshotRequests::File file, const std::uint8_t* jpeg, std::size_t size) {
+    SnapshotJob* const job = TakeFree();
+    if (!job) return false;
+    try {
+        job->jpeg.assign(jpeg, jpeg + size);
+    } catch (const std::bad_alloc&) {
+        Release(job);
+        return false;
+    }
+    job->isJpeg = true;
+    job->order = {std::move(file), std::nullopt};
+    PutFilled(job);
+    return true;
+}
+
+bool SnapshotQueue::PutPicture(SnapshotOrder order, DisplayFrame& frame,
+                               const std::shared_ptr<CCtrlParam>& param) {
+    SnapshotJob* const job = TakeFree();
+    if (!job) return false;
+    const std::size_t capacity = frame.picture.Capacity();
+    if (job->frame.picture.Capacity() != capacity) job->frame.picture = PictureBuffer(capacity);
+    if (!job->frame.picture) {
+        Release(job);
+        return false;
+    }
+    job->isJpeg = false;
+    job->frame.picture.Swap(frame.picture);
+    job->frame.size = frame.size;
+    job->frame.format = frame.format;
+    if (order.format) job->param = param;
+    job->order = std::move(order);
+    PutFilled(job);
+    return true;
+}
+
+SnapshotJob* SnapshotQueue::Take() {
+    std::unique_lock lock(m_lock);
+    m_filledOrClosed.wait(lock, [this] { return m_closed || !m_filled.empty(); });
+    if (m_filled.empty()) return nullptr;
+    SnapshotJob* const job = m_filled.front();
+    m_filled.pop_front();
+    return job;
+}
+
+void SnapshotQueue::Release(SnapshotJob* job) {
+    job->param.reset();
+    const std::lock_guard lock(m_lock);
+    m_free.push_back(job);
+}
+
+void SnapshotQueue::Close() {
+    const std::lock_guard lock(m_lock);
+    m_closed = true;
+    m_filledOrClosed.notify_all();
+}
+
+}  // namespace norix

@@ -1,0 +1,43 @@
+#include "render/snapshot/SnapshotWork.h"
+
+#include <new>
+#include <utility>
+
+#include "util/Log.h"
+
+namespace norix {
+
+void SnapshotWork::Run() {
+    while (SnapshotJob* const job = m_queue.Take()) {
+        try {
+            Serve(*job);
+        } catch (const std::bad_alloc&) {
+            NORIX_LOG("CDecoder::SaveSnapShot", 1, "a snapshot of %d x %d was lost: no memory",
+                      job->frame.size.width, job->frame.size.height);
+        }
+        m_queue.Release(job);
+    }
+}
+
+void SnapshotWork::Serve(SnapshotJob& job) {
+    // The window first: the file may go to a slow share, and until the data are sent the job holds on to the
+    // connection's parameter block.
+    if (job.order.format && job.param) Send(job);
+    if (!job.order.file) return;
+    const SnapshotShaper::Bytes jpeg =
+        job.isJpeg ? SnapshotShaper::Bytes{job.jpeg.data(), job.jpeg.size()} : m_shaper.Jpeg(job.frame);
+    if (!jpeg.empty()) m_store.Save(*job.order.file, jpeg);
+}
+
+void SnapshotWork::Send(SnapshotJob& job) {
+    const std::shared_ptr<CCtrlParam> param = std::exchange(job.param, nullptr);
+    const SnapshotShaper::Bytes bytes = m_shaper.InFormat(*job.order.format, job.frame);
+    if (bytes.empty()) return;
+    const SnapshotDescription description{static_cast<std::uint32_t>(job.frame.size.width),
+                                          static_cast<std::uint32_t>(job.frame.size.height),
+                                          static_cast<std::uint32_t>(bytes.size())};
+    param->pictureFormat.Set(*job.order.format);
+    param->window.Send(WM_OnSnapshotData, bytes.data(), &description);
+}
+
+}  // namespace norix
