@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "control/NorixSDKCtl.h"
+#include "render/snapshot/SnapshotName.h"
 #include "util/Log.h"
 #include "util/Settings.h"
 #include "util/Text.h"
@@ -231,8 +232,16 @@ long CNorixSDKCtrl::StartRecording(short) {
 long CNorixSDKCtrl::StopRecording(short) {
     return S_OK;
 }
-void CNorixSDKCtrl::SaveSnapShot(const Text&, const Text&, bool) {}
-void CNorixSDKCtrl::GetSnapshotData(long) {}
+void CNorixSDKCtrl::SaveSnapShot(const Text& path, const Text& name, bool automatic) {
+    SYSTEMTIME now = {};
+    GetLocalTime(&now);
+    const SnapshotTime time{now.wYear,   now.wMonth,  now.wDay,         now.wHour,
+                            now.wMinute, now.wSecond, now.wMilliseconds};
+    m_session->param.snapshots.RequestFile({path, SnapshotFileName(name, automatic, time)});
+}
+void CNorixSDKCtrl::GetSnapshotData(long format) {
+    m_session->param.snapshots.RequestData(format);
+}
 
 // What is to be off is off.
 bool CNorixSDKCtrl::AudioPost(bool enable) {

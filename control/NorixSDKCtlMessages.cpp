@@ -114,11 +114,11 @@ void CNorixSDKCtrl::OnRequestFileName(const SYSTEMTIME& time) {
 void CNorixSDKCtrl::OnSnapshotData(const void* bytes, const SnapshotDescription* picture) {
     if (bytes == nullptr || picture == nullptr) return;
     const SnapshotDescription taken = *picture;
+    const auto format = static_cast<long>(m_session->param.pictureFormat.Get());
     ByteArrayVariant data(bytes, taken.byteLength);
     LetSenderGoOn();
-    FireEvent(events::OnNotifySnapshotData, static_cast<long>(m_session->param.pictureFormat.Get()),
-              static_cast<long>(taken.width), static_cast<long>(taken.height),
-              static_cast<long>(taken.byteLength), data.Get());
+    FireEvent(events::OnNotifySnapshotData, format, static_cast<long>(taken.width),
+              static_cast<long>(taken.height), static_cast<long>(taken.byteLength), data.Get());
 }
 
 void CNorixSDKCtrl::OnIVAEvent(long index, long functionType) {

@@ -4,6 +4,7 @@
 
 #include "render/decode/DecodeLoop.h"
 #include "render/present/DisplayLoop.h"
+#include "render/snapshot/SnapshotThread.h"
 #include "util/Log.h"
 #include "util/Settings.h"
 #include "util/TimeDiff.h"
@@ -62,11 +63,14 @@ class NoSink final : public PictureSink {
 CDecoder::CDecoder(std::uint32_t kind) : CDecoder(kind, ReadSettings()) {}
 
 CDecoder::CDecoder(std::uint32_t kind, const DecoderSettings& settings)
-    : m_kind(kind), m_settings(ApplyZeroRules(settings)) {
+    : m_kind(kind),
+      m_settings(ApplyZeroRules(settings)),
+      m_snapshots(std::make_shared<SnapshotThread>(m_settings.displayBufferSize)) {
     NORIX_LOG("CDecoder::CDecoder", 0, "DisplayBufferNum = %u, DisplayBufferSize = %u (KB)",
               m_settings.displayBufferNum, m_settings.displayBufferSize >> 10);
     m_pipeline = std::make_shared<Pipeline>(static_cast<VideoCodec>(kind), m_settings);
     m_pipeline->sink = std::make_shared<NoSink>();
+    m_pipeline->snapshots = m_snapshots;
     // A codec library's threading runtime must tolerate a second copy of itself in the process.
     SetEnvironmentVariableW(L"KMP_DUPLICATE_LIB_OK", L"TRUE");
 }
@@ -95,6 +99,8 @@ bool CDecoder::Stop() {
     }
     const util::CTimeDiff timing("CDecoder::~CDecoder() Exit Display Thread");
     if (!m_displayThread.Stop()) m_ended = false;
+    // One that is stuck at a share holds nothing of the connection: the next one need not wait for it.
+    m_snapshots->Stop();
     return m_ended;
 }
 
@@ -119,10 +125,6 @@ const std::shared_ptr<PictureView>& CDecoder::View() const {
 
 bool CDecoder::DrawLast(HDC dc, const RECT& target) {
     return m_presenter && m_presenter->DrawLast(dc, target);
-}
-
-void CDecoder::SetSnapshotTaker(std::shared_ptr<SnapshotTaker> taker) {
-    if (!m_decodeThread.Started()) m_pipeline->snapshots = std::move(taker);
 }
 
 Result CDecoder::CreateDisplayThread() {

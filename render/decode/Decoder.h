@@ -9,18 +9,18 @@
 #include "render/decode/DecoderSettings.h"
 #include "render/present/PictureView.h"
 #include "render/present/Presenter.h"
-#include "render/snapshot/SnapshotTaker.h"
 #include "util/GenericThread.h"
 
 namespace norix {
 
+class SnapshotThread;
 struct Pipeline;
 
 /// Turns a connection's compressed video into pictures on the screen: owns the decode thread, which takes
 /// frames from the parameter block, and the display thread, which shows the pictures when they are due.
 ///
 /// One per connection. Belongs to one thread at a time: whoever made it may hand it to another. In this
-/// order: construct, AttachWindow, SetPresenter, SetSnapshotTaker, CreateDisplayThread, StartDecThread. Its
+/// order: construct, AttachWindow, SetPresenter, CreateDisplayThread, StartDecThread. Its
 /// threads share what they use, so that one that had to be abandoned harms nobody.
 class CDecoder {
   public:
@@ -48,9 +48,6 @@ class CDecoder {
     /// Draws the last picture into any device context; false when there is none.
     bool DrawLast(HDC dc, const RECT& target);
 
-    /// Who serves snapshot requests; null for nobody. Before the threads start.
-    void SetSnapshotTaker(std::shared_ptr<SnapshotTaker> taker);
-
     /// Each starts its thread unless it runs already; 0 on success.
     Result CreateDisplayThread();
     Result StartDecThread(std::shared_ptr<CCtrlParam> param);
@@ -59,7 +56,7 @@ class CDecoder {
     void StopOutput();
 
     /// Stops both threads for good, by the one stop rule; false when one had to be abandoned, also when
-    /// called again.
+    /// called again. Snapshots that were taken are saved first, if that can be done in the same time.
     bool Stop();
 
     std::uint32_t Kind() const { return m_kind; }
@@ -71,6 +68,7 @@ class CDecoder {
     HWND m_window = nullptr;
     std::shared_ptr<Presenter> m_presenter;  // the latest one
     std::shared_ptr<Pipeline> m_pipeline;    // shared with both threads
+    const std::shared_ptr<SnapshotThread> m_snapshots;
     util::GenericThread m_decodeThread{"Decode"};
     util::GenericThread m_displayThread{"Display"};
     bool m_stopped = false;
