@@ -17,6 +17,7 @@
 #include "codec/StaticInit.h"
 #include "media/CtrlParam.h"
 #include "render/decode/Decoder.h"
+#include "render/present/PictureBuffer.h"
 #include "util/Handles.h"
 
 namespace norix {
