@@ -143,6 +143,10 @@ constexpr Option kOptions[] = {
      [](Options& o, const std::wstring&) { o.script.push_back({.kind = Action::Kind::Connect}); }},
     {L"--wait", L"Event[:args]", L"step: wait until the event has come since the step before",
      [](Options& o, const std::wstring& a) { o.script.push_back(Wait(a)); }},
+    {L"--pause", L"N", L"step: let N seconds pass",
+     [](Options& o, const std::wstring& a) {
+         o.script.push_back({.kind = Action::Kind::Pause, .seconds = Number(a)});
+     }},
     {L"--verb", L"N", L"step: perform an OLE verb (0 primary, -1 show, -3 hide, -4 UI-activate, ...)",
      [](Options& o, const std::wstring& a) { o.script.push_back(Verb(a)); }},
     {L"--properties", nullptr, L"step: show the control's property pages",

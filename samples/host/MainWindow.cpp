@@ -18,6 +18,7 @@ constexpr wchar_t kTitle[] = L"Norix Host";
 
 constexpr UINT kRunStepMessage = WM_APP + 1;
 constexpr UINT_PTR kRunTimer = 1;
+constexpr UINT_PTR kPauseTimer = 2;
 constexpr int kFirstCommandId = 1000;
 
 constexpr SIZE kDefaultVideo{768, 432};
@@ -378,6 +379,7 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wParam, LPARAM lParam) {
             return 0;
         case WM_TIMER:
             if (wParam == kRunTimer) OnTimeUp();
+            if (wParam == kPauseTimer) OnPauseOver();
             return 0;
         case kRunStepMessage:
             RunNextStep();
@@ -405,6 +407,12 @@ void MainWindow::OnCommand(int id) {
     const int index = id - kFirstCommandId;
     if (index < 0 || index >= static_cast<int>(Commands().size())) return;
     (this->*Commands()[static_cast<size_t>(index)].run)();
+}
+
+void MainWindow::OnPauseOver() {
+    KillTimer(window_, kPauseTimer);
+    pausing_ = false;
+    RunNextStep();
 }
 
 void MainWindow::OnTimeUp() {
@@ -486,7 +494,7 @@ void MainWindow::ShowMessage(const std::wstring& text) {
 
 void MainWindow::RunNextStep() {
     // A control that pumps messages inside a call must not start the next step before that call is over.
-    if (inStep_ || !awaited_.empty() || script_.empty()) return;
+    if (inStep_ || pausing_ || !awaited_.empty() || script_.empty()) return;
     const Action action = script_.front();
     script_.pop_front();
     if (action.kind != Action::Kind::Wait) recentEvents_.clear();
@@ -510,6 +518,9 @@ void MainWindow::Perform(const Action& action) try {
             return Connect();
         case Action::Kind::Wait:
             return Await({action.name, action.value});
+        case Action::Kind::Pause:
+            pausing_ = SetTimer(window_, kPauseTimer, static_cast<UINT>(action.seconds * 1000), nullptr) != 0;
+            return;
         case Action::Kind::Verb: {
             const HRESULT result = container_ ? container_->DoVerb(action.verb) : E_UNEXPECTED;
             if (FAILED(result)) throw AutomationError(result, L"verb " + std::to_wstring(action.verb));

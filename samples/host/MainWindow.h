@@ -69,6 +69,7 @@ class MainWindow {
     LRESULT Handle(UINT message, WPARAM wParam, LPARAM lParam);
     void OnCommand(int id);
     void OnTimeUp();
+    void OnPauseOver();
     LRESULT OnNotify(const NMHDR& header);
 
     void OnEvent(const Event& event);
@@ -121,5 +122,6 @@ class MainWindow {
     std::vector<std::pair<std::wstring, std::wstring>> recentEvents_;  // name and values, since the last step
     std::vector<std::pair<EventFilter, Action>> reactions_;
     bool inStep_ = false;
+    bool pausing_ = false;
     ExitCode exitCode_ = ExitCode::Done;
 };

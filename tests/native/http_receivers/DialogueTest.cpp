@@ -123,7 +123,9 @@ TEST(HeadReader, StopsAtTheEndOfAHeadHoweverItComes) {
         HeadReader reader;
         const std::string front = text.substr(0, at), back = text.substr(at) + "body";
         Bytes first = BytesOf(front), second = BytesOf(back);
-        if (at != 0) ASSERT_EQ(reader.Feed(first), HeadReader::State::More);
+        if (at != 0) {
+            ASSERT_EQ(reader.Feed(first), HeadReader::State::More);
+        }
         ASSERT_EQ(reader.Feed(second), HeadReader::State::Done);
         EXPECT_EQ(std::string(second.begin(), second.end()), "body");
         EXPECT_EQ(reader.Head().contentType, "image/jpeg");

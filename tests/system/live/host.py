@@ -22,7 +22,7 @@ COMPARED = (100, 56)  # pictures are compared at this size: differently smoothed
 _CAPTION = 5  # rows at the top of these that the caption covers
 _RATE = 8000  # of what is listened to, per second
 TONE = 440
-PATIENCE = 40  # seconds for anything that has to happen
+PATIENCE = 90  # seconds for anything that has to happen; a busy machine is slow
 
 
 def windows_path(path: str) -> str:
@@ -83,7 +83,7 @@ class Host:
         self.place = self._desk.places.get()
         if os.path.exists(self._log):
             os.remove(self._log)
-        environment = os.environ | {"PULSE_SINK": self.place.sink, "NORIX_WINE_TIMEOUT": "100"}
+        environment = os.environ | {"PULSE_SINK": self.place.sink, "NORIX_WINE_TIMEOUT": "240"}
         self._process = subprocess.Popen(
             [WINE_RUN, self._program, "--log", windows_path(self._log), "--size", f"{SIZE[0]}x{SIZE[1]}",
              "--at", f"{self.place.x},{self.place.y}", *self._steps], env=environment, stdin=subprocess.DEVNULL,

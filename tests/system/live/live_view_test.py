@@ -23,7 +23,7 @@ from typing import Callable, Iterator
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path[:0] = [HERE, os.path.dirname(HERE)]
 
-from host import COMPARED, ROOT, Desk, Host, difference, moved, wine, windows_path  # noqa: E402
+from host import COMPARED, ROOT, Desk, Host, difference, moved, until, wine, windows_path  # noqa: E402
 
 SKIPPED = 77
 UDP, TCP, HTTP, MULTICAST, PUSH = range(1, 6)
@@ -100,7 +100,8 @@ class Cell:
             first = host.picture("screen" if "NORIX_KEEP_PICTURES" in os.environ else "")
             if self.meanwhile:
                 self.meanwhile(host)
-            heard = host.listen() if self.sound else ""
+            # A busy machine breaks the tone, and another tone would have none of it.
+            until(lambda: not self.sound or host.listen().count("t") >= 8, "tone")
             if self.meanwhile or not self.sound:
                 host.wait("event OnVideoFrameRate", len(host.events("OnVideoFrameRate")) + 1)
             second = host.picture()
@@ -117,7 +118,7 @@ class Cell:
             expect(late, [], "events after Disconnect")
             rates = [int(rate) for rate in host.events("OnVideoFrameRate")]
             expect(len(host.events("FramePerSec")), len(rates), "FramePerSec")
-            assert not self.size or 10 <= max(rates) <= 30, f"frame rates {rates}"
+            assert not self.size or 1 <= max(rates) <= 30, f"frame rates {rates}"
             expect(code, 0, "exit code")
             if self.size:
                 off = min(difference(first, self.picture), difference(second, self.picture))
@@ -126,8 +127,6 @@ class Cell:
                     host.save("should be", self.picture)
                 assert off <= LARGEST_DIFFERENCE, f"the picture is another one (difference {off:.1f})"
                 assert moved(first, second), "the picture doesn't move"
-            # A busy machine breaks the tone, and another tone would have none of it.
-            assert not self.sound or heard.count("t") >= 8, f"not the tone: {heard}"
 
 
 def sets(properties: dict[str, object]) -> list[str]:
@@ -249,36 +248,39 @@ class Fault:
 
 def faults(cameras: dict[str, Camera]) -> Iterator[Fault]:
     good, stalling = cameras["h264"], cameras["stalling"]
-    connect, leave = ["--call", "Connect"], ["--get", "ConnectStatus", "--run-seconds"]
+    # Whatever comes late or twice has some time to come.
+    connect, leave = ["--call", "Connect"], ["--get", "ConnectStatus", "--pause", "3", "--exit"]
+    closed = ["--pause", "3", "--exit"]
     for title, protocol in (("UDP", UDP), ("tunnel", HTTP)):
         yield Fault(f"stalls {title}", at_camera(stalling, VideoProtocol=protocol), ["0", "1", "3"],
-                    [*connect, "--wait", "OnConnStatus:1", "--wait", "OnConnStatus:3", *leave, "16"],
+                    [*connect, "--wait", "OnConnStatus:1", "--wait", "OnConnStatus:3", *leave],
                     ["event OnResolutionChanged", "get ConnectStatus = 3"])
     yield Fault("stalls HTTP", at_camera(cameras["stalling mjpeg"], VideoProtocol=HTTP), ["0", "1", "3"],
-                [*connect, "--wait", "OnConnStatus:3", *leave, "16"], ["event OnResolutionChanged"])
+                [*connect, "--wait", "OnConnStatus:3", *leave], ["event OnResolutionChanged"])
     # Without an address, the stream's port is among what the camera doesn't tell.
     tunnelled = good.url("kest-cgi/udpstream_ch1_stream1_h264", True, signed_in=False)
     for title, protocol, uri in (("UDP", UDP, ""), ("tunnel", HTTP, tunnelled)):
         yield Fault(f"wrong password {title}",
                     at_camera(good, VideoProtocol=protocol, password="wrong", StreamUri=uri), ["0", "5"],
-                    [*connect, "--wait", "OnConnStatus:5", *leave, "9"], ["get ConnectStatus = 5"])
+                    [*connect, "--wait", "OnConnStatus:5", *leave], ["get ConnectStatus = 5"])
     yield Fault("no such stream", at_camera(good, StreamUri=good.url("nowhere"), VideoProtocol=TCP), ["0", "3"],
-                [*connect, "--wait", "OnConnStatus:3", *leave, "3"], ["get ConnectStatus = 3"])
+                [*connect, "--wait", "OnConnStatus:3", *leave], ["get ConnectStatus = 3"])
     yield Fault("nobody there", at_camera(good, HttpPort=1, StreamUri="rtsp://127.0.0.1:1/x"), ["0", "3"],
-                [*connect, "--wait", "OnConnStatus:3", *leave, "9"], ["get ConnectStatus = 3"])
+                [*connect, "--wait", "OnConnStatus:3", *leave], ["get ConnectStatus = 3"])
     yield Fault("disconnects when connected", at_camera(good, VideoProtocol=UDP), ["0", "1", "2"],
-                ["--on", "OnConnStatus:1=Disconnect", *connect, "--wait", "OnConnStatus:2", *leave, "3"],
+                ["--on", "OnConnStatus:1=Disconnect", *connect, "--wait", "OnConnStatus:2", *leave],
                 ["event OnConnStatus(iConnectionStatus=1)", "result Disconnect = 0"])
     yield Fault("disconnects while connecting", at_camera(good, VideoProtocol=UDP), ["0", "2"],
-                ["--on", "OnConnStatus:0=Disconnect", *connect, *leave, "3"], ["result Connect = -1"])
+                ["--on", "OnConnStatus:0=Disconnect", *connect, *leave], ["result Connect = -1"])
     yield Fault("destroyed while connecting", at_camera(good, VideoProtocol=UDP), ["0"],
-                ["--on", "OnConnStatus:0=close", *connect, "--run-seconds", "3"], ["control closed"])
+                ["--on", "OnConnStatus:0=close", *connect, *closed], ["control closed"])
     yield Fault("destroyed when connected", at_camera(good, VideoProtocol=UDP), ["0", "1"],
-                ["--on", "OnConnStatus:1=close", *connect, "--run-seconds", "4"], ["control closed"])
+                ["--on", "OnConnStatus:1=close", *connect, "--wait", "OnConnStatus:1", *closed], ["control closed"])
     yield Fault("destroyed while it plays", at_camera(good, VideoProtocol=HTTP), ["0", "1"],
-                ["--on", "OnVideoFrameRate=close", *connect, "--run-seconds", "5"], ["control closed"])
+                ["--on", "OnVideoFrameRate=close", *connect, "--wait", "OnVideoFrameRate", *closed],
+                ["control closed"])
     yield Fault("destroyed right after", at_camera(good, VideoProtocol=UDP), ["0"],
-                [*connect, "--close", "--run-seconds", "3"], ["result Connect = 0", "control closed"])
+                [*connect, "--close", *closed], ["result Connect = 0", "control closed"])
     yield Fault("connects twice", at_camera(good, VideoProtocol=TCP), ["0", "1", "2"],
                 [*connect, *connect, "--get", "ConnectStatus", "--wait", "OnConnStatus:1", *connect, "--call",
                  "Disconnect", "--exit"],
@@ -322,32 +324,20 @@ class Killed:
 # ---- All of it
 
 
-MOST_SECOND_TRIES = 6
-
-
-def run_some(desk: Desk, jobs: list, at_a_time: int) -> list:
-    """The jobs that failed, each told with its reason."""
-    failed = []
-    with concurrent.futures.ThreadPoolExecutor(at_a_time) as pool:
+def run_all(desk: Desk, jobs: list) -> bool:
+    """As many side by side as there are processors."""
+    good = bool(jobs)
+    with concurrent.futures.ThreadPoolExecutor(min(desk.PLACES, len(os.sched_getaffinity(0)))) as pool:
         running = {pool.submit(job.run, desk): job for job in jobs}
-        for done in concurrent.futures.as_completed(running):
+        for number, done in enumerate(concurrent.futures.as_completed(running), 1):
             job, problem = running[done], done.exception()
-            print("ok     " if problem is None else "FAILED ", job.name, flush=True)
+            print(f"[{number}/{len(jobs)}]", "ok     " if problem is None else "FAILED ", job.name, flush=True)
             if problem is not None:
-                failed.append(job)
+                good = False
                 text = str(problem) if isinstance(problem, AssertionError) else \
                     "".join(traceback.format_exception(problem))
                 print("    " + text, flush=True)
-    return failed
-
-
-def run_all(desk: Desk, jobs: list) -> bool:
-    """Side by side; what fails for want of time gets a second chance with the machine to itself."""
-    failed = run_some(desk, jobs, desk.PLACES)
-    if failed and len(failed) <= MOST_SECOND_TRIES:
-        print(f"again, one by one: {len(failed)}")
-        failed = run_some(desk, failed, 1)
-    return bool(jobs) and not failed
+    return good
 
 
 def main(module: str, program: str, folder: str, pattern: str = "") -> int:
