@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <memory>
 
-#include "camera/LooseThread.h"
 #include "util/Handles.h"
+#include "util/LooseThread.h"
 
 namespace norix {
 
@@ -64,7 +64,7 @@ bool WaitAnswering(const util::Event& event, DWORD milliseconds) {
 
 std::optional<NumericAddress> LookUp(const std::string& name) {
     const auto question = std::make_shared<Question>();
-    const bool started = StartLooseThread([question, name] {
+    const bool started = util::StartLooseThread([question, name] {
         WSADATA data;
         if (WSAStartup(MAKEWORD(2, 2), &data) == 0) {  // the asking thread's may have ended
             question->address = FirstAddress(name);
