@@ -7,14 +7,13 @@
 #include "util/Log.h"
 #include "util/Redact.h"
 
+#include "protocol/Text.h"
+
 namespace norix {
 namespace {
 
-// Kept as they are: what a form or a query may hold without a second meaning.
-bool IsPlain(char c) {
-    constexpr std::string_view kReserved = "%&=+#\"<>";
-    return c > ' ' && c < 0x7F && kReserved.find(c) == std::string_view::npos;
-}
+// What has a second meaning in a form or a query.
+constexpr std::string_view kReserved = "%&=+#\"<>";
 
 template <class Char>
 bool IsDigit(Char c) {
@@ -113,19 +112,8 @@ void AppendEntries(std::string& query, std::span<const Param> table, const Encod
 }  // namespace
 
 std::string EncodeQueryValue(std::string_view value) {
-    constexpr char kDigits[] = "0123456789ABCDEF";
     if (value.ends_with('\r')) value.remove_suffix(1);
-    std::string encoded;
-    encoded.reserve(value.size());
-    for (const char c : value) {
-        if (IsPlain(c)) {
-            encoded += c;
-            continue;
-        }
-        const auto byte = static_cast<unsigned char>(c);
-        encoded += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
-    }
-    return encoded;
+    return protocol::percentEncode(value, kReserved);
 }
 
 void AppendQuery(std::string& query, std::span<const CgiParam> table) {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <vector>
 
-#include "protocol/Challenge.h"
+#include "net/KnownServers.h"
+#include "net/Redirection.h"
 #include "protocol/Text.h"
-#include "protocol/Url.h"
 
 namespace norix {
 namespace {
@@ -29,14 +29,6 @@ void ForEachHeader(std::string_view headers, std::string_view name, const Visit&
     }
 }
 
-bool IsRedirection(unsigned status) {
-    return (status >= 301 && status <= 303) || status == 307 || status == 308;
-}
-
-bool KeepsMethod(unsigned status) {
-    return status >= 307;
-}
-
 }  // namespace
 
 bool IsHost(std::string_view text) {
@@ -46,19 +38,8 @@ bool IsHost(std::string_view text) {
 }
 
 std::string EncodePath(std::string_view path) {
-    constexpr char kDigits[] = "0123456789ABCDEF";
-    std::string encoded;
-    encoded.reserve(path.size() + 1);
-    if (!path.starts_with('/')) encoded += '/';
-    for (const char c : path) {
-        if (c > ' ' && c < 0x7F && c != '#') {
-            encoded += c;
-            continue;
-        }
-        const auto byte = static_cast<unsigned char>(c);
-        encoded += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
-    }
-    return encoded;
+    const std::string encoded = protocol::percentEncode(path, "#");
+    return path.starts_with('/') ? encoded : "/" + encoded;
 }
 
 std::string_view FindHeader(std::string_view headers, std::string_view name) {
@@ -70,46 +51,42 @@ std::string_view FindHeader(std::string_view headers, std::string_view name) {
     return found;
 }
 
-std::optional<std::string> AnswerChallenge(const HttpRequest& request, const HttpReply& reply,
-                                           std::string_view clientNonce) {
+protocol::Origin OriginOf(const HttpRequest& request) {
+    return protocol::makeOrigin(request.secure ? "https" : "http", request.host, request.port);
+}
+
+std::optional<ChallengeAnswer> AnswerChallenge(const HttpRequest& request, const HttpReply& reply,
+                                               std::string_view clientNonce) {
     if (reply.status != kUnauthorized || request.user.empty()) return std::nullopt;
-    std::vector<protocol::Challenge> challenges;
-    ForEachHeader(reply.headers, "WWW-Authenticate", [&challenges](std::string_view value) {
-        for (protocol::Challenge& challenge : protocol::parseChallenges(value))
-            challenges.push_back(std::move(challenge));
+    std::vector<std::string> fields;
+    ForEachHeader(reply.headers, "WWW-Authenticate", [&fields](std::string_view value) {
+        fields.emplace_back(value);
         return false;
     });
-    const auto strongest = std::max_element(challenges.begin(), challenges.end(),
-                                            [](const auto& a, const auto& b) { return a.kind < b.kind; });
-    if (strongest == challenges.end()) return std::nullopt;
+    const auto challenge = net::KnownServers::get().choose(OriginOf(request), fields);
+    if (!challenge) return std::nullopt;
     const protocol::DigestUse use{request.verb, EncodePath(request.path), 1, std::string(clientNonce)};
     std::string line =
-        "Authorization: " + protocol::authorize(*strongest, {request.user, request.password}, use);
+        "Authorization: " + protocol::authorize(*challenge, {request.user, request.password}, use);
     // What servers and hosts wrote stands in it: it must stay one line.
     std::erase_if(line, [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
-    return line + "\r\n";
+    return ChallengeAnswer{line + "\r\n", challenge->kind};
 }
 
 std::optional<HttpRequest> FollowRedirection(const HttpRequest& request, const HttpReply& reply) {
-    if (!IsRedirection(reply.status)) return std::nullopt;
-    const std::string_view location = FindHeader(reply.headers, "Location");
+    const auto to = net::redirectionOf(reply.status, FindHeader(reply.headers, "Location"), OriginOf(request),
+                                       request.path);
+    if (!to || !IsHost(to->origin.host)) return std::nullopt;
     HttpRequest next = request;
-    if (location.starts_with('/') && !location.starts_with("//")) {
-        next.path = location;
-    } else {
-        const auto url = protocol::parseUrl(location);
-        if (!url || (url->scheme != "http" && url->scheme != "https")) return std::nullopt;
-        next.secure = url->scheme == "https";
-        next.host = url->host;
-        next.port = url->port;
-        next.path = url->path;
-        const bool otherHost = !protocol::equalsIgnoringCase(next.host, request.host);
-        if (otherHost || (request.secure && !next.secure)) {
-            next.user.clear();
-            next.password.clear();
-        }
+    next.secure = to->origin.scheme == "https";
+    next.host = to->origin.host;
+    next.port = to->origin.port;
+    next.path = to->path;
+    if (to->elsewhere) {
+        next.user.clear();
+        next.password.clear();
     }
-    if (!KeepsMethod(reply.status) && next.verb != "GET") {
+    if (to->elsewhere || (!to->keepsRequest && next.verb != "GET")) {
         next.verb = "GET";
         next.headers.clear();
         next.body.clear();

@@ -8,6 +8,8 @@
 #include <string_view>
 
 #include "camera/HttpTransport.h"
+#include "protocol/Challenge.h"
+#include "protocol/Origin.h"
 
 namespace norix {
 
@@ -20,13 +22,21 @@ std::string EncodePath(std::string_view path);
 /// The value of the first header of that name; empty when there is none.
 std::string_view FindHeader(std::string_view headers, std::string_view name);
 
-/// The Authorization header line that answers a 401, for the strongest challenge that can be answered.
-/// Nothing when there is no user to name or no such challenge.
-std::optional<std::string> AnswerChallenge(const HttpRequest& request, const HttpReply& reply,
-                                           std::string_view clientNonce);
+/// To whom a request's credentials belong.
+protocol::Origin OriginOf(const HttpRequest& request);
 
-/// The request that follows a redirection; nothing when the reply is none. Another host gets no credentials,
-/// nor does HTTP after HTTPS.
+struct ChallengeAnswer {
+    std::string line;  // "Authorization: ...", with its line end
+    protocol::Challenge::Kind kind = protocol::Challenge::Kind::Basic;
+};
+
+/// What answers a 401, for the strongest challenge that may be answered (net/KnownServers.h). Nothing when
+/// there is no user to name or no such challenge.
+std::optional<ChallengeAnswer> AnswerChallenge(const HttpRequest& request, const HttpReply& reply,
+                                               std::string_view clientNonce);
+
+/// The request that follows a redirection; nothing when the reply is none, or leads nowhere. Another scheme,
+/// host or port gets a bare GET: no credentials, no body, no header lines.
 std::optional<HttpRequest> FollowRedirection(const HttpRequest& request, const HttpReply& reply);
 
 }  // namespace norix

@@ -2,12 +2,15 @@
 
 #include <exception>
 #include <memory>
+#include <optional>
 #include <random>
 #include <string>
 
 #include "camera/ExchangeWatch.h"
 #include "camera/HttpPolicy.h"
 #include "camera/WinInetExchange.h"
+#include "net/KnownServers.h"
+#include "net/Redirection.h"
 #include "util/Log.h"
 #include "util/LooseThread.h"
 #include "util/Registry.h"
@@ -16,7 +19,7 @@
 namespace norix {
 namespace {
 
-constexpr int kMostRedirections = 3;
+constexpr unsigned kClientError = 400;
 
 bool AllowSelfSignedCertificate() {
     return util::IntReg(HKEY_CURRENT_USER, util::kClientSettingKey, L"AllowSelfSignedCertificate").Value() !=
@@ -30,23 +33,23 @@ std::string ClientNonce() {
 
 // Asks until there is a reply that wants nothing more of us.
 void Converse(HttpRequest request, bool acceptAnyIssuer, ExchangeWatch& watch) {
-    std::string authorization;
-    int redirections = 0;
+    std::optional<ChallengeAnswer> answer;
+    unsigned redirections = 0;
     while (!watch.Abandoned()) {
         WinInetExchange exchange(watch);
-        HttpReply reply = exchange.Send(request, authorization, acceptAnyIssuer);
+        HttpReply reply = exchange.Send(request, answer ? answer->line : std::string(), acceptAnyIssuer);
         if (!reply.answered) return;
-        if (authorization.empty()) {
-            if (auto answer = AnswerChallenge(request, reply, ClientNonce())) {
-                authorization = std::move(*answer);
-                continue;
-            }
+        if (answer && reply.status < kClientError)
+            net::KnownServers::get().accepted(OriginOf(request), answer->kind);
+        if (!answer) {
+            answer = AnswerChallenge(request, reply, ClientNonce());
+            if (answer) continue;
         }
-        if (redirections < kMostRedirections) {
-            if (auto next = FollowRedirection(request, reply); next && IsHost(next->host)) {
+        if (redirections < net::kMaxRedirections) {
+            if (auto next = FollowRedirection(request, reply)) {
                 ++redirections;
                 request = std::move(*next);
-                authorization.clear();
+                answer.reset();
                 continue;
             }
         }

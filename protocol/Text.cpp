@@ -141,6 +141,21 @@ std::string formatSeconds(double seconds) {
     return std::to_string(milliseconds / 1000) + "." + fraction;
 }
 
+std::string percentEncode(std::string_view text, std::string_view reserved) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string encoded;
+    encoded.reserve(text.size());
+    for (const char c : text) {
+        if (c > ' ' && c < 0x7F && reserved.find(c) == std::string_view::npos) {
+            encoded += c;
+            continue;
+        }
+        const auto byte = static_cast<unsigned char>(c);
+        encoded += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
+    }
+    return encoded;
+}
+
 std::string percentDecode(std::string_view text) {
     std::string result;
     result.reserve(text.size());

@@ -30,6 +30,8 @@ std::optional<std::uint32_t> parseHex(std::string_view text);
 std::optional<double> parseSeconds(std::string_view text);
 std::string formatSeconds(double seconds);
 
+/// Blanks, control characters, bytes above 7E and those of `reserved` as "%XX".
+std::string percentEncode(std::string_view text, std::string_view reserved);
 std::string percentDecode(std::string_view text);
 std::string encodeBase64(std::string_view bytes);
 /// Stops at the first character that is none of base64's.

@@ -3,14 +3,14 @@
 #include <algorithm>
 
 #include "include/HTTP/ContentType.h"
+#include "net/KnownServers.h"
+#include "net/Redirection.h"
 #include "protocol/Challenge.h"
 #include "protocol/Text.h"
-#include "protocol/Url.h"
 
 namespace norix::http {
 namespace {
 
-constexpr int kMaxRedirections = 3;
 constexpr std::uint16_t kHttpPort = 80;
 
 bool IsToken(const std::string& text) {
@@ -19,29 +19,17 @@ bool IsToken(const std::string& text) {
     });
 }
 
-bool IsRedirection(unsigned status) {
-    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
-}
-
 bool IsMedia(Content content, HttpDialogue::Media wanted) {
     if (content == Content::Bytes) return true;
     if (wanted == HttpDialogue::Media::Sound) return content == Content::Sound;
     return content == Content::Multipart || content == Content::Picture;
 }
 
-// The path that a relative reference means, seen from `base`.
-std::string ResolvePath(std::string_view base, std::string_view reference) {
-    if (reference.starts_with('/')) return std::string(reference);
-    base = base.substr(0, std::min(base.find('?'), base.size()));
-    return std::string(base.substr(0, base.rfind('/') + 1)) + std::string(reference);
-}
-
 }  // namespace
 
 HttpDialogue::HttpDialogue(HttpStreamRequest request, Media media, std::string sessionCookie,
                            std::string clientNonce)
-    : m_firstHost(request.host),
-      m_media(media),
+    : m_media(media),
       m_clientNonce(std::move(clientNonce)),
       m_at(std::move(request)),
       m_sentCookie(sessionCookie),
@@ -73,8 +61,9 @@ HttpDialogue::Next HttpDialogue::Take(const ReplyHead& head) {
     constexpr unsigned kOk = 200;
     constexpr unsigned kUnauthorized = 401;
     if (head.status == kUnauthorized) return AnswerChallenge(head);
-    if (IsRedirection(head.status)) return FollowTo(head.location);
+    if (net::isRedirection(head.status)) return FollowTo(head);
     if (head.status != kOk) return Refuse("the camera answers " + std::to_string(head.status));
+    if (m_answered) net::KnownServers::get().accepted(Server(), *m_answered);
     if (head.encoded) return Refuse("the stream comes in an unknown coding");
     if (!IsMedia(ParseContentType(head.contentType).content, m_media)) {
         return Refuse("not media but " + head.contentType);
@@ -86,36 +75,31 @@ HttpDialogue::Next HttpDialogue::Take(const ReplyHead& head) {
 HttpDialogue::Next HttpDialogue::AnswerChallenge(const ReplyHead& head) {
     if (!m_authorization.empty()) return Refuse("user name or password is wrong");
     if (m_at.user.empty()) return Refuse("the camera asks for a user name");
-    protocol::Challenge best;
-    bool found = false;
-    for (const std::string& field : head.challenges) {
-        for (protocol::Challenge& challenge : protocol::parseChallenges(field)) {
-            if (found && challenge.kind <= best.kind) continue;
-            best = std::move(challenge);
-            found = true;
-        }
-    }
-    if (!found) return Refuse("the camera asks for an unknown kind of authentication");
+    const auto best = net::KnownServers::get().choose(Server(), head.challenges);
+    if (!best) return Refuse("the camera asks for a kind of authentication that it gets no answer to");
     m_authorization =
-        protocol::authorize(best, {m_at.user, m_at.password, false}, {"GET", m_at.path, 1, m_clientNonce});
+        protocol::authorize(*best, {m_at.user, m_at.password, false}, {"GET", m_at.path, 1, m_clientNonce});
+    m_answered = best->kind;
     return Next::AskAgain;
 }
 
-HttpDialogue::Next HttpDialogue::FollowTo(const std::string& location) {
-    if (location.empty() || ++m_redirections > kMaxRedirections) return Refuse("too many redirections");
-    m_authorization.clear();  // it was for one path
-    if (const auto url = protocol::parseUrl(location)) {
-        if (url->scheme != "http") return Refuse("redirected to " + url->scheme);
-        m_at.host = url->host;
-        m_at.port = url->port;
-        m_at.path = url->path.substr(0, url->path.find('#'));
-    } else if (location.find("://") != std::string::npos || location.starts_with("//")) {
-        return Refuse("redirected to an address that can't be used");
-    } else {
-        m_at.path = ResolvePath(m_at.path, location);
+protocol::Origin HttpDialogue::Server() const {
+    return protocol::makeOrigin("http", m_at.host, m_at.port);
+}
+
+HttpDialogue::Next HttpDialogue::FollowTo(const ReplyHead& head) {
+    if (head.location.empty() || ++m_redirections > net::kMaxRedirections) {
+        return Refuse("too many redirections");
     }
-    if (!protocol::equalsIgnoringCase(m_at.host, m_firstHost)) {
-        // What was meant for the camera alone.
+    m_authorization.clear();  // it was for one path
+    m_answered.reset();
+    const auto to = net::redirectionOf(head.status, head.location, Server(), m_at.path);
+    if (!to) return Refuse("redirected to an address that can't be used");
+    if (to->origin.scheme != "http") return Refuse("redirected to " + to->origin.scheme);
+    m_at.host = to->origin.host;
+    m_at.port = to->origin.port;
+    m_at.path = to->path;
+    if (to->elsewhere) {
         m_at.user.clear();
         m_at.password.clear();
         m_at.headers.clear();

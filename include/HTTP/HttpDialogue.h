@@ -4,10 +4,13 @@
 // lead to. Pure: the caller connects, sends Request() to Host():Port() and hands in the reply's head.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "include/HTTP/HttpStreamRequest.h"
 #include "include/HTTP/ReplyHead.h"
+#include "protocol/Challenge.h"
+#include "protocol/Origin.h"
 
 namespace norix::http {
 
@@ -40,16 +43,17 @@ class HttpDialogue {
   private:
     Next Refuse(std::string reason);
     Next AnswerChallenge(const ReplyHead& head);
-    Next FollowTo(const std::string& location);
+    Next FollowTo(const ReplyHead& head);
+    protocol::Origin Server() const;
 
-    const std::string m_firstHost;
     const Media m_media;
     const std::string m_clientNonce;
     HttpStreamRequest m_at;    // where it stands now
     std::string m_sentCookie;  // with the requests
     std::string m_sessionCookie;
     std::string m_authorization;
-    int m_redirections = 0;
+    std::optional<protocol::Challenge::Kind> m_answered;  // what m_authorization answers
+    unsigned m_redirections = 0;
     std::string m_reason;
 };
 

@@ -8,7 +8,9 @@
 #include "live/env/Random.h"
 #include "live/net/GroupsockHelper.h"
 #include "live/sdp/MediaSession.h"
+#include "net/KnownServers.h"
 #include "net/Lookup.h"
+#include "net/Redirection.h"
 #include "net/Sockets.h"
 #include "protocol/Text.h"
 
@@ -16,7 +18,6 @@ namespace rtsp = live::rtsp;
 
 namespace {
 
-constexpr unsigned kMaxRedirects = 5;
 constexpr unsigned kMaxChannel = 254;  // the last pair of interleaved channels begins here
 constexpr unsigned kUnauthorized = 401;
 // Requests that a dead server leaves unanswered, keep-alives above all, don't pile up for ever.
@@ -69,6 +70,7 @@ RTSPClient::Engine::Engine(RTSPClient& client, std::string_view url, std::string
       m_tunnelPort(tunnelPort),
       m_connection(client.envir(), *this, std::max(responseBufferSize, 1024u)) {
     setUrl(url);
+    if (m_url) m_home = protocol::originOf(*m_url);
     if (m_url && m_url->hasCredentials) m_who.emplace(m_url->user.c_str(), m_url->password.c_str());
     if (connectedSocket >= 0) m_connection.adopt(connectedSocket);
 }
@@ -165,8 +167,9 @@ unsigned RTSPClient::Engine::teardown(MediaSession& session, responseHandler* ha
 }
 
 unsigned RTSPClient::Engine::submit(Request request, const Authenticator* who) {
-    // An empty user is nobody: then an address's own credentials stand.
-    if (who && *who->username() && (!m_who || !(*m_who == *who))) {
+    // An empty user is nobody: then an address's own credentials stand. And whom a redirection led to was not
+    // meant by who signs in, with whichever request.
+    if (who && *who->username() && !m_elsewhere && (!m_who || !(*m_who == *who))) {
         m_who = *who;
         m_challenge.reset();
     }
@@ -239,32 +242,38 @@ bool RTSPClient::Engine::onTunnelChallenge(const Message& reply) {
 
 bool RTSPClient::Engine::acceptChallenge(const Message& reply) {
     if (!m_who) return false;
-    std::optional<protocol::Challenge> best;
+    std::vector<std::string> fields;
     for (const auto& [name, value] : reply.headers) {
-        if (!protocol::equalsIgnoringCase(name, "WWW-Authenticate")) continue;
-        for (protocol::Challenge& challenge : protocol::parseChallenges(value)) {
-            if (!best || challenge.kind > best->kind) best = std::move(challenge);
-        }
+        if (protocol::equalsIgnoringCase(name, "WWW-Authenticate")) fields.emplace_back(value);
     }
-    if (!best) return false;
-    m_challenge = std::move(best);
+    auto challenge = net::KnownServers::get().choose(server(), fields);
+    if (!challenge) return false;
+    m_challenge = std::move(challenge);
     m_nonceCount = 0;
     return true;
 }
 
+// Who is spoken to: with a tunnel the web server.
+protocol::Origin RTSPClient::Engine::server() const {
+    if (!m_url) return {};
+    if (m_tunnelPort != 0) return protocol::makeOrigin("http", m_url->host, m_tunnelPort);
+    return protocol::originOf(*m_url);
+}
+
 bool RTSPClient::Engine::followRedirect(const Message& reply) {
-    if (reply.status != 301 && reply.status != 302) return false;
-    const std::string oldHost = m_url ? m_url->host : "";
-    const auto target = rtsp::parseUrl(reply.header("Location"));
-    if (!target || m_redirects == kMaxRedirects) return false;
+    if (!m_url || m_redirects == net::kMaxRedirections) return false;
+    const std::string location(protocol::trim(reply.header("Location")));
+    const auto to = net::redirectionOf(reply.status, location, protocol::originOf(*m_url), m_url->path);
+    if (!to) return false;
     ++m_redirects;
-    setUrl(reply.header("Location"));
+    setUrl(location.starts_with('/') ? protocol::toText(to->origin) + to->path : location);
     m_sessionId.clear();
     m_challenge.reset();
-    if (target->hasCredentials) {
-        m_who.emplace(target->user.c_str(), target->password.c_str());
-    } else if (target->host != oldHost) {
-        // They were meant for the camera, not for whoever it sends us to.
+    m_told.reset();
+    m_elsewhere = to->origin != m_home;
+    if (m_url && m_url->hasCredentials) {
+        m_who.emplace(m_url->user.c_str(), m_url->password.c_str());
+    } else if (to->elsewhere) {
         m_who.reset();
     }
     m_connection.close();
@@ -300,6 +309,10 @@ void RTSPClient::Engine::onReply(const Message& reply) {
     Request request = std::move(*found);
     m_requests.erase(found);
 
+    if (isSuccess(reply.status) && m_challenge && m_who) {
+        const auto kind = std::exchange(m_told, m_challenge->kind);
+        if (kind != m_challenge->kind) net::KnownServers::get().accepted(server(), m_challenge->kind);
+    }
     if (reply.status == kUnauthorized && request.challenges == 0 && acceptChallenge(reply)) {
         ++request.challenges;
         retry(std::move(request));

@@ -14,6 +14,7 @@
 #include "live/rtsp/Request.h"
 #include "live/rtsp/Url.h"
 #include "protocol/Challenge.h"
+#include "protocol/Origin.h"
 
 namespace live::rtsp {
 
@@ -64,6 +65,7 @@ class RTSPClient::Engine final : private live::rtsp::ConnectionUser {
     void onReply(const Message& reply);
     void onServerRequest(const Message& request);
 
+    protocol::Origin server() const;
     bool acceptChallenge(const Message& reply);
     bool followRedirect(const Message& reply);
     bool retry(Request request);
@@ -90,8 +92,11 @@ class RTSPClient::Engine final : private live::rtsp::ConnectionUser {
     const portNumBits m_tunnelPort;
     std::optional<protocol::Url> m_url;  // nothing when it is none
     std::string m_baseUrl;
+    protocol::Origin m_home;   // of the address that the caller gave: his credentials are for it alone
+    bool m_elsewhere = false;  // a redirection led away from there
     std::optional<Authenticator> m_who;
     std::optional<protocol::Challenge> m_challenge;
+    std::optional<protocol::Challenge::Kind> m_told;  // what the server is known to have accepted
     unsigned m_nonceCount = 0;
     unsigned m_sequence = 0;
     unsigned m_redirects = 0;

@@ -54,8 +54,8 @@ void CheckHeaders(std::string_view text) {
     HttpReply reply;
     reply.headers = text;
     reply.status = 401;
-    if (const auto line = AnswerChallenge(request, reply, "c"))
-        Require(line->find_first_of("\r\n") == line->size() - 2);
+    if (const auto answer = AnswerChallenge(request, reply, "c"))
+        Require(answer->line.find_first_of("\r\n") == answer->line.size() - 2);
     reply.status = 302;
     if (const auto next = FollowRedirection(request, reply)) {
         const std::string path = EncodePath(next->path);

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "net/KnownServers.h"
 #include "net/SocketHandle.h"
 #include "net/Sockets.h"
 #include "protocol/Text.h"
@@ -82,6 +83,7 @@ Script readScript(const std::filesystem::path& file) {
 
 ScriptedServer::ScriptedServer(const Script& script) : m_script(script) {
     net::startUp();
+    net::KnownServers::get().forget();  // of whoever had this port before
     m_listener = static_cast<int>(::socket(AF_INET, SOCK_STREAM, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;
