@@ -4,6 +4,7 @@
 #include <exception>
 #include <new>
 
+#include "util/AnsweringWait.h"
 #include "util/Log.h"
 #include "util/OwnModule.h"
 #include "util/StopRule.h"
@@ -19,20 +20,6 @@ void SetCurrentThreadName(const std::string& name) {
     const auto set =
         reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(kernel, "SetThreadDescription")));
     if (set) set(GetCurrentThread(), Utf8ToWide(name).c_str());
-}
-
-// Waits until the object is signalled, at most that long, and lets messages through that other threads send
-// to windows of this one: the thread that is to end may be waiting for such an answer.
-bool WaitAnsweringSentMessages(HANDLE object, DWORD milliseconds) noexcept {
-    const DWORD start = GetTickCount();
-    for (;;) {
-        const DWORD passed = GetTickCount() - start;
-        const DWORD left = passed < milliseconds ? milliseconds - passed : 0;
-        const DWORD woken = MsgWaitForMultipleObjects(1, &object, FALSE, left, QS_SENDMESSAGE);
-        if (woken != WAIT_OBJECT_0 + 1) return woken == WAIT_OBJECT_0;
-        MSG unused;
-        PeekMessageW(&unused, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
-    }
 }
 
 }  // namespace

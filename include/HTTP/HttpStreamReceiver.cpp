@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "include/HTTP/StreamSession.h"
-#include "media/MediaPlatform.h"
+#include "util/AnsweringWait.h"
 #include "util/Log.h"
 #include "util/Settings.h"
 
@@ -20,19 +20,6 @@ std::uint32_t ReadBufferSize(HttpStreamReceiver::Kind kind) {
         NORIX_LOG("HttpStreamReceiver::HttpStreamReceiver", 0, "ULawBufferSize = %u (KB)", size / kKilobyte);
     }
     return size;
-}
-
-// Waits at most so long and answers sent messages meanwhile.
-void AwaitDecision(const StreamSession& session, std::uint32_t milliseconds) {
-    const HANDLE decided = session.decided.Get();
-    const ULONGLONG end = GetTickCount64() + milliseconds;
-    for (;;) {
-        const ULONGLONG now = GetTickCount64();
-        const DWORD left = now < end ? static_cast<DWORD>(end - now) : 0;
-        const DWORD woken = MsgWaitForMultipleObjects(1, &decided, FALSE, left, QS_SENDMESSAGE);
-        if (woken != WAIT_OBJECT_0 + 1) return;
-        platform::AnswerSentMessages(0);
-    }
 }
 
 }  // namespace
@@ -69,7 +56,7 @@ bool HttpStreamReceiver::Start(const HttpStreamRequest& request) {
     m_session = session;
     // The thread keeps the limit itself; the rest is for a machine that is slow to let it.
     constexpr std::uint32_t kGraceMs = 500;
-    AwaitDecision(*session, request.timeLimitMs + kGraceMs);
+    util::WaitAnsweringSentMessages(session->decided.Get(), request.timeLimitMs + kGraceMs);
     if (session->stopped) return false;
     const bool decided = session->decided.Wait(0);
     if (decided && session->accepted) {
