@@ -76,6 +76,7 @@ Status ColorConverter::Impl::Convert(const PlanarPicture& source, const OutputPi
         NarrowRow(reinterpret_cast<const std::uint16_t*>(at), source.bitDepth, samples, narrow);
         return narrow;
     };
+    const Coding coding{source.matrix, source.fullRange};
     std::uint8_t* destination = out.data;
     for (int y = 0; y < source.height; ++y, destination += step) {
         const std::uint8_t* luma = rowOf(0, y, source.width);
@@ -85,7 +86,7 @@ Status ColorConverter::Impl::Convert(const PlanarPicture& source, const OutputPi
             cb = rowOf(1, ChromaRow(source, y), chromaWidth);
             cr = rowOf(2, ChromaRow(source, y), chromaWidth);
         }
-        pack(luma, cb, cr, pitch, source.fullRange, source.width, destination);
+        pack(luma, cb, cr, pitch, coding, source.width, destination);
     }
     return Status::kOk;
 }
@@ -116,7 +117,7 @@ Status ConvertYuy2ToBgr24(const std::uint8_t* yuy2, int yuy2Stride, int width, i
         for (int x = 0; x < width; x += kStrip) {
             const int count = std::min(kStrip, width - x);
             UnpackYuy2Row(yuy2 + 2 * x, count, luma, cb, cr);
-            PackBgrRow(luma, cb, cr, ChromaPitch::kHalf, false, count, bgr + 3 * x);
+            PackBgrRow(luma, cb, cr, ChromaPitch::kHalf, Coding{}, count, bgr + 3 * x);
         }
     }
     return Status::kOk;

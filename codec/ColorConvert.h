@@ -10,9 +10,9 @@ namespace codec {
 
 /// Converts decoded planar pictures to the packed formats of the presenters.
 ///
-/// The matrix is BT.601. Chroma is repeated, not interpolated: from pictures of interlaced = true each row
-/// takes the chroma of its own field. Range: full-range sources are brought to limited range for YUY2 and
-/// either range to full range for BGR24.
+/// YUY2 comes out in BT.601 and limited range, as blitters and overlays take it, whatever the source is coded
+/// in; BGR24 by the source's own matrix in full range. Chroma is repeated, not interpolated: from pictures of
+/// interlaced = true each row takes the chroma of its own field.
 ///
 /// An instance belongs to one thread at a time; it keeps what is needed to convert the same kind of picture
 /// again.

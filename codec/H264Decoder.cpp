@@ -5,11 +5,11 @@ extern "C" {
 }
 
 #include <algorithm>
-#include <atomic>
 #include <deque>
 #include <new>
 
 #include "codec/ColorConvert.h"
+#include "codec/H264Headers.h"
 #include "codec/Libav.h"
 
 namespace codec {
@@ -31,50 +31,6 @@ constexpr SpeedSetting kSpeeds[kMaxSpeed + 1] = {
     {AVDISCARD_ALL, AVDISCARD_BIDIR},       {AVDISCARD_ALL, AVDISCARD_NONINTRA},
 };
 
-/// A slice's header begins with the number of its first macroblock, 0 being the single bit 1 (ITU-T
-/// H.264, 7.3.3 and 9.1).
-bool BeginsPicture(const std::uint8_t* sliceHeader, std::size_t size) {
-    return size != 0 && (*sliceHeader & 0x80) != 0;
-}
-
-/// What an access unit is made of, as far as it can be told from outside.
-struct UnitContents {
-    bool begins = false;     ///< its first slice is a picture's first
-    bool continues = false;  ///< its first slice is a later one: the unit is a piece of a picture
-    bool idr = false;        ///< begins an IDR picture
-    bool parameters = false;
-    std::uint64_t parametersHash = 0;  ///< of all its sequence parameter sets
-};
-
-UnitContents Inspect(const std::uint8_t* data, std::size_t size) {
-    constexpr int kIdrSlice = 5;
-    constexpr int kSequenceParameters = 7;
-    constexpr int kTypeMask = 0x1f;
-    constexpr std::uint64_t kFnvBasis = 0xcbf29ce484222325u;
-    constexpr std::uint64_t kFnvPrime = 0x100000001b3u;
-    UnitContents contents;
-    contents.parametersHash = kFnvBasis;
-    bool hashing = false;
-    for (std::size_t at = 0; at < size; ++at) {
-        if (at + 3 < size && data[at] == 0 && data[at + 1] == 0 && data[at + 2] == 1) {
-            const int type = data[at + 3] & kTypeMask;
-            hashing = type == kSequenceParameters;
-            contents.parameters |= hashing;
-            // Parameter sets precede the slices, which are long.
-            if (type > 0 && type <= kIdrSlice) {
-                contents.begins = BeginsPicture(data + at + 4, size - at - 4);
-                contents.continues = !contents.begins;
-                contents.idr = contents.begins && type == kIdrSlice;
-                break;
-            }
-            at += 3;
-        } else if (hashing && data[at] != 0) {
-            contents.parametersHash = (contents.parametersHash ^ data[at]) * kFnvPrime;
-        }
-    }
-    return contents;
-}
-
 }  // namespace
 
 class H264Decoder::Impl {
@@ -89,7 +45,7 @@ class H264Decoder::Impl {
 
     /// Gives input to the decoder (null: ends the stream) and keeps the picture that comes of it.
     Status Advance(const AVPacket* packet);
-    Status Decode(const std::uint8_t* data, std::size_t size);
+    Status Decode(const std::uint8_t* data, std::size_t size, const UnitInfo& info);
     Status Drain();
 
     /// Hands out the kept picture.
@@ -112,80 +68,64 @@ class H264Decoder::Impl {
     Status Open();
     void ApplySpeed();
     void ApplyForm();
-    void LearnForm(const UnitContents& contents);
-    Status StartAfreshWhereDue(const UnitContents& contents);
+    void LearnForm(const H264Unit& contents);
+    Status StartAfreshWhereDue(const H264Unit& contents);
+    bool DamageSeen() const { return m_damaged || m_watch.damaged.load(std::memory_order_relaxed); }
     void DrainIntoLeftOver();
 
     const int m_threads;
+    SliceWatch m_watch;  ///< outlives the context
     AvPtr<AVCodecContext> m_context;
     AvPtr<AVFrame> m_frame;
     InputPacket m_input;
     ColorConverter m_converter;
     bool m_draining = false;
     Form m_form = Form::Unknown;
-    int m_begunInARow = 0;                   ///< units that begin a picture, since one that goes on with it
-    std::atomic<bool> m_damageSeen = false;  ///< since the decoder was opened; set by its threads
-    std::deque<AvPtr<AVFrame>> m_leftOver;   ///< from before the decoder was opened anew, in order
-    std::uint64_t m_parametersHash = 0;
+    int m_begunInARow = 0;                  ///< units that begin a picture, since one that goes on with it
+    bool m_damaged = false;                 ///< since the decoder was opened
+    std::deque<AvPtr<AVFrame>> m_leftOver;  ///< from before the decoder was opened anew, in order
+    H264ParameterSets m_sets;               ///< survive everything
+    unsigned m_openedWith = 0;              ///< their generation when the decoder was opened
 };
 
 Status H264Decoder::Impl::Initialise(const std::uint8_t* data, std::size_t size) {
     Close();
     if (!data || size == 0) return Status::kBadArgument;
-    const AVCodec* decoder = avcodec_find_decoder(AV_CODEC_ID_H264);
-    if (!decoder) return Status::kUnsupported;
-    m_context = NewVideoContext(decoder);
-    if (!m_frame) m_frame.reset(av_frame_alloc());
-    AvPtr<AVCodecParserContext> parser(av_parser_init(AV_CODEC_ID_H264));
-    Status status = m_input.Fill(data, size);
-    if (!m_context || !m_frame || !parser) status = Status::kOutOfMemory;
-    if (status != Status::kOk) {
-        Close();
-        return status;
-    }
-
-    // The parser reads the parameter sets without decoding the picture. It fills in a size only once it has
-    // seen a slice together with the parameter sets that it names.
-    parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
-    std::uint8_t* parsed = nullptr;
-    int parsedSize = 0;
-    av_parser_parse2(parser.get(), m_context.get(), &parsed, &parsedSize, m_input.data(), m_input.size(),
-                     AV_NOPTS_VALUE, AV_NOPTS_VALUE, 0);
-    const int width = parser->width;
-    const int height = parser->height;
-    if (width <= 0 || height <= 0) {
-        Close();
-        return Status::kNeedKeyFrame;
-    }
-    if (width > kMaxDimension || height > kMaxDimension) {
-        Close();
-        return Status::kUnsupported;
-    }
-
-    // A context of its own for decoding: the parser has left profile and reordering of this picture in the
-    // first one.
-    if (const Status opened = Open(); opened != Status::kOk) {
+    const H264Unit contents = InspectH264(data, size);
+    if (const Status status = m_sets.Take(contents); status != Status::kOk) return status;
+    const H264Sps* const sps = m_sets.SpsOf(contents);
+    if (!sps) return Status::kNeedKeyFrame;
+    m_frame.reset(av_frame_alloc());
+    const Status opened = m_frame ? Open() : Status::kOutOfMemory;
+    if (opened != Status::kOk) {
         Close();
         return opened;
     }
-    m_parametersHash = Inspect(data, size).parametersHash;
-    m_width = width;
-    m_height = height;
+    m_width = sps->width;
+    m_height = sps->height;
     return Status::kOk;
 }
 
-Status H264Decoder::Impl::Open() {
+/// A new decoder, which knows the stream's parameter sets from the beginning.
+Status H264Decoder::Impl::Open() try {
     const AVCodec* decoder = avcodec_find_decoder(AV_CODEC_ID_H264);
+    if (!decoder) return Status::kUnsupported;
     m_context = NewVideoContext(decoder);
-    if (!m_context) return Status::kOutOfMemory;
+    if (!m_context || !SetExtradata(m_context.get(), m_sets.AnnexB())) return Status::kOutOfMemory;
     m_context->thread_count = m_threads;
     ApplyForm();
-    WatchErrors(m_context.get(), &m_damageSeen);
     ApplySpeed();
-    m_damageSeen = false;
     const int result = avcodec_open2(m_context.get(), decoder, nullptr);
-    if (result < 0) m_libraryError = result;
-    return StatusFromAv(result);
+    if (result < 0) {
+        m_libraryError = result;
+        return StatusFromAv(result);
+    }
+    WatchSlices(m_context.get(), &m_watch);
+    m_damaged = false;
+    m_openedWith = m_sets.Generation();
+    return Status::kOk;
+} catch (const std::bad_alloc&) {
+    return Status::kOutOfMemory;
 }
 
 void H264Decoder::Impl::Close() {
@@ -196,7 +136,6 @@ void H264Decoder::Impl::Close() {
     m_width = m_height = 0;
     m_info = {};
     m_kept = m_draining = false;
-    m_parametersHash = 0;
     m_form = Form::Unknown;
     m_begunInARow = 0;
 }
@@ -209,18 +148,16 @@ void H264Decoder::Impl::Reset() {
     m_kept = m_draining = false;
     // The number of pictures that the decoder holds back stays after a flush; it is learned again at the key
     // frame.
-    m_damageSeen = true;
+    m_damaged = true;
 }
 
 /// Damage leaves traces in the library's decoder that a key frame does not wipe out: coefficients that an
 /// interrupted macroblock did not use come up in the next intra picture, and a number of pictures to hold
 /// back, once raised, is never lowered. So decoding goes on with a new decoder at the first key frame after
 /// damage; likewise when the stream changes its parameters.
-Status H264Decoder::Impl::StartAfreshWhereDue(const UnitContents& contents) {
+Status H264Decoder::Impl::StartAfreshWhereDue(const H264Unit& contents) {
     if (!contents.idr) return Status::kOk;
-    const bool changed = contents.parameters && contents.parametersHash != m_parametersHash;
-    if (contents.parameters) m_parametersHash = contents.parametersHash;
-    if (!changed && !m_damageSeen) return Status::kOk;
+    if (m_sets.Generation() == m_openedWith && !DamageSeen()) return Status::kOk;
     DrainIntoLeftOver();
     const Status status = Open();
     if (status != Status::kOk) Close();
@@ -272,14 +209,14 @@ void H264Decoder::Impl::ApplyForm() {
     }
 }
 
-void H264Decoder::Impl::LearnForm(const UnitContents& contents) {
+void H264Decoder::Impl::LearnForm(const H264Unit& contents) {
     // Pictures that lost all but their first slices must not pass for whole ones.
     constexpr int kConvincing = 4;
     if (contents.continues) {
         m_begunInARow = 0;
         if (m_form == Form::Slices) return;
         // Pictures that were taken for whole ones are damaged.
-        if (m_form == Form::WholePictures) m_damageSeen = true;
+        if (m_form == Form::WholePictures) m_damaged = true;
         m_form = Form::Slices;
     } else if (contents.begins && m_form != Form::WholePictures) {
         if (++m_begunInARow < (m_form == Form::Unknown ? 2 : kConvincing)) return;
@@ -294,6 +231,7 @@ Status H264Decoder::Impl::Advance(const AVPacket* packet) {
     av_frame_unref(m_frame.get());
     m_kept = false;
     Status status = SendAndReceive(m_context.get(), packet, m_frame.get(), &m_libraryError);
+    if (Failed(status) || (status == Status::kOk && InfoOf(*m_frame).damaged)) m_damaged = true;
     if (status == Status::kOk) {
         m_leftOver.clear();
     } else if (!m_leftOver.empty()) {
@@ -305,14 +243,18 @@ Status H264Decoder::Impl::Advance(const AVPacket* packet) {
     return status;
 }
 
-Status H264Decoder::Impl::Decode(const std::uint8_t* data, std::size_t size) {
+Status H264Decoder::Impl::Decode(const std::uint8_t* data, std::size_t size, const UnitInfo& info) {
     if (!IsOpen()) return Status::kNotInitialised;
     if (!data || size == 0) return m_kept ? Status::kOk : Status::kNoPicture;
     if (m_draining) Reset();
     if (const Status status = m_input.Fill(data, size); status != Status::kOk) return status;
-    const UnitContents contents = Inspect(data, size);
+    const H264Unit contents = InspectH264(data, size);
+    // Sizes beyond all bounds never reach the library, which would ask for the memory.
+    if (const Status status = m_sets.Take(contents); status != Status::kOk) return status;
+    m_damaged = m_damaged || info.damagedBefore;
     LearnForm(contents);
     if (const Status status = StartAfreshWhereDue(contents); status != Status::kOk) return status;
+    m_context->reordered_opaque = info.tag;
     return Advance(m_input.get());
 }
 
@@ -353,6 +295,24 @@ Status H264Decoder::Impl::DeliverPlanar(PlanarPicture* picture) {
 H264Decoder::H264Decoder(int threads) : m_impl(std::make_unique<Impl>(threads)) {}
 H264Decoder::~H264Decoder() = default;
 
+Status H264Decoder::Announced(const std::uint8_t* data, std::size_t size, int* width, int* height) {
+    if (!data || !width || !height) return Status::kBadArgument;
+    const H264Unit contents = InspectH264(data, size);
+    Status found = Status::kNoPicture;
+    for (std::size_t i = 0; i < contents.setCount; ++i) {
+        H264Sps sps;
+        const Status status = ParseH264Sps(contents.sets[i].data, contents.sets[i].size, &sps);
+        if (status == Status::kUnsupported) return status;
+        if (status != Status::kOk) continue;
+        const bool first = found != Status::kOk;
+        if (!first && sps.width * sps.height <= *width * *height) continue;
+        *width = sps.width;
+        *height = sps.height;
+        found = Status::kOk;
+    }
+    return found;
+}
+
 Status H264Decoder::Initialise(const std::uint8_t* data, std::size_t size) {
     return m_impl->Initialise(data, size);
 }
@@ -369,15 +329,17 @@ const PictureInfo& H264Decoder::Info() const {
     return m_impl->m_info;
 }
 
-Status H264Decoder::Decode(const std::uint8_t* data, std::size_t size, const OutputPicture& out) {
+Status H264Decoder::Decode(const std::uint8_t* data, std::size_t size, const OutputPicture& out,
+                           const UnitInfo& unit) {
     if (!out.data) return Status::kBadArgument;
-    const Status status = m_impl->Decode(data, size);
+    const Status status = m_impl->Decode(data, size, unit);
     return status == Status::kOk ? m_impl->Deliver(out) : status;
 }
 
-Status H264Decoder::DecodePlanar(const std::uint8_t* data, std::size_t size, PlanarPicture* picture) {
+Status H264Decoder::DecodePlanar(const std::uint8_t* data, std::size_t size, PlanarPicture* picture,
+                                 const UnitInfo& unit) {
     if (!picture) return Status::kBadArgument;
-    const Status status = m_impl->Decode(data, size);
+    const Status status = m_impl->Decode(data, size, unit);
     return status == Status::kOk ? m_impl->DeliverPlanar(picture) : status;
 }
 

@@ -12,14 +12,16 @@ namespace codec {
 /// H.264 decoder for live video: one access unit in, at most one picture out, at once.
 ///
 /// Input is Annex B (start codes), one whole access unit per call, one field of it, or its slices one by one,
-/// as receivers hand them on; which of these is learned from the stream. Parameter sets travel in band.
-/// Output is in display order. A picture comes out of the very call that completes it; only streams whose
-/// parameter sets announce reordering, or that are seen to reorder, are held back by as many pictures as that
-/// takes. Slices of one picture are decoded on several threads, whole pictures never are, because that would
-/// add delay.
+/// as receivers hand them on; which of these is learned from the stream. Parameter sets travel in band; the
+/// last ones are kept for as long as the object lives, so that a stream which sends them once survives every
+/// reopening. Output is in display order. A picture comes out of the very call that completes it; only
+/// streams whose parameter sets announce reordering, or that are seen to reorder, are held back by as many
+/// pictures as that takes. Slices of one picture are decoded on several threads, whole pictures never are,
+/// because that would add delay.
 ///
 /// A damaged access unit costs its own picture: it is concealed and delivered with PictureInfo::damaged set,
-/// or dropped. Nothing is delivered before the first key frame or recovery point.
+/// or dropped. After damage, its own or what UnitInfo tells of, the decoder starts afresh at the next key
+/// frame. Nothing is delivered before the first key frame or recovery point.
 ///
 /// An instance belongs to one thread at a time. It takes its buffers when the stream's size becomes known and
 /// reuses them; there are no allocations of its own per picture.
@@ -31,13 +33,18 @@ class H264Decoder {
     H264Decoder(const H264Decoder&) = delete;
     H264Decoder& operator=(const H264Decoder&) = delete;
 
-    /// Opens the decoder for the stream that `data` belongs to and learns the picture size from it. The
-    /// picture itself is not decoded: pass the same data to Decode afterwards. An open decoder is closed
-    /// first.
+    /// The size of the pictures that `data` announces, found without decoding anything: from it follows what
+    /// memory decoding would take. kNoPicture when it announces none; kUnsupported beyond kMaxDimension. Any
+    /// thread.
+    static Status Announced(const std::uint8_t* data, std::size_t size, int* width, int* height);
+
+    /// Opens the decoder for the stream that `data` belongs to and learns the picture size from its parameter
+    /// sets, or from those that earlier units brought. The picture itself is not decoded: pass the same data
+    /// to Decode afterwards. An open decoder is closed first.
     ///
-    /// kNeedKeyFrame when `data` holds no sequence parameter set with its picture, kUnsupported for a size
-    /// beyond kMaxDimension, kBadArgument for null or empty data, kOutOfMemory. After a failure the decoder
-    /// is closed.
+    /// kNeedKeyFrame when the parameter sets of its picture are not known, kUnsupported for a size beyond
+    /// kMaxDimension, kBadArgument for null or empty data, kOutOfMemory. After a failure the decoder is
+    /// closed.
     Status Initialise(const std::uint8_t* data, std::size_t size);
 
     bool IsInitialised() const;
@@ -60,11 +67,13 @@ class H264Decoder {
     /// dropped. kBadArgument: stride below RowBytes, null buffer. kBufferTooSmall: nothing written, the
     /// picture is kept.
     /// After kOutOfMemory the decoder may be closed: ask IsInitialised before the next access unit.
-    Status Decode(const std::uint8_t* data, std::size_t size, const OutputPicture& out);
+    Status Decode(const std::uint8_t* data, std::size_t size, const OutputPicture& out,
+                  const UnitInfo& unit = {});
 
     /// As Decode, without conversion: `*picture` shows the decoder's own planes, valid until the next call on
     /// this object. A changed size is simply reported in the view; kSizeChanged does not occur.
-    Status DecodePlanar(const std::uint8_t* data, std::size_t size, PlanarPicture* picture);
+    Status DecodePlanar(const std::uint8_t* data, std::size_t size, PlanarPicture* picture,
+                        const UnitInfo& unit = {});
 
     /// Ends the stream: each call delivers one of the pictures that wait for their turn, until kNoPicture.
     /// Afterwards the decoder accepts a new stream, beginning with a key frame. kSizeChanged as for Decode:
@@ -76,6 +85,7 @@ class H264Decoder {
     /// frame.
     void Reset();
 
+    /// Gives everything back but the parameter sets.
     void Close();
 
     /// Trades exactness for time. Values outside 0..7 are limited. Takes effect with the next access unit;

@@ -5,10 +5,9 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 }
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
-
-#include "codec/LibavLog.h"
 
 namespace codec {
 
@@ -19,6 +18,19 @@ int GetBoundedBuffer(AVCodecContext* context, AVFrame* frame, int flags) {
     constexpr int kMaxCoded = kMaxDimension + 16;
     if (frame->width > kMaxCoded || frame->height > kMaxCoded) return AVERROR(EINVAL);
     return avcodec_default_get_buffer2(context, frame, flags);
+}
+
+/// Runs the slices of a picture as the library would, and looks at what each of them came to.
+int ExecuteWatched(AVCodecContext* context, int (*job)(AVCodecContext*, void*), void* jobs, int* results,
+                   int count, int size) {
+    auto* const watch = static_cast<SliceWatch*>(context->opaque);
+    constexpr int kMostJobs = 64;
+    int own[kMostJobs] = {};
+    const bool watched = !results && count <= kMostJobs;
+    const int result = watch->execute(context, job, jobs, watched ? own : results, count, size);
+    if (watched && std::any_of(own, own + std::max(count, 0), [](int each) { return each < 0; }))
+        watch->damaged.store(true, std::memory_order_relaxed);
+    return result;
 }
 
 }  // namespace
@@ -62,9 +74,20 @@ void InputPacket::Clear() {
     m_buffer.reset();
 }
 
-void WatchErrors(AVCodecContext* context, std::atomic<bool>* flag) {
-    InstallLogCallback();
-    context->opaque = flag;
+void WatchSlices(AVCodecContext* context, SliceWatch* watch) {
+    watch->damaged = false;
+    watch->execute = context->execute;
+    context->opaque = watch;
+    context->execute = ExecuteWatched;
+}
+
+bool SetExtradata(AVCodecContext* context, const std::vector<std::uint8_t>& data) {
+    if (data.empty()) return true;
+    context->extradata = static_cast<std::uint8_t*>(av_mallocz(data.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    if (!context->extradata) return false;
+    std::memcpy(context->extradata, data.data(), data.size());
+    context->extradata_size = static_cast<int>(data.size());
+    return true;
 }
 
 AvPtr<AVCodecContext> NewVideoContext(const AVCodec* decoder) {
@@ -94,6 +117,18 @@ Status SendAndReceive(AVCodecContext* context, const AVPacket* packet, AVFrame* 
     if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return Status::kNoPicture;
     *code = result;
     return StatusFromAv(result);
+}
+
+ColourMatrix MatrixOf(const AVFrame& frame) {
+    switch (frame.colorspace) {
+        case AVCOL_SPC_BT709:
+            return ColourMatrix::kBt709;
+        case AVCOL_SPC_UNSPECIFIED:
+        case AVCOL_SPC_RESERVED:
+            return UsualMatrix(frame.height);
+        default:
+            return ColourMatrix::kBt601;
+    }
 }
 
 bool ViewOf(const AVFrame& frame, PlanarPicture* picture) {
@@ -127,12 +162,14 @@ bool ViewOf(const AVFrame& frame, PlanarPicture* picture) {
     view.fullRange = frame.color_range == AVCOL_RANGE_JPEG || format == AV_PIX_FMT_YUVJ420P ||
                      format == AV_PIX_FMT_YUVJ422P || format == AV_PIX_FMT_YUVJ444P;
     view.interlaced = frame.interlaced_frame != 0;
+    view.matrix = MatrixOf(frame);
     *picture = view;
     return true;
 }
 
 PictureInfo InfoOf(const AVFrame& frame) {
     PictureInfo info;
+    info.tag = frame.reordered_opaque;
     info.width = frame.width;
     info.height = frame.height;
     info.keyFrame = frame.key_frame != 0;

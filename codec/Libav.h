@@ -12,6 +12,7 @@ extern "C" {
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "codec/Picture.h"
 #include "codec/Status.h"
@@ -44,7 +45,7 @@ class InputPacket {
                 std::size_t bodySize);
     Status Fill(const std::uint8_t* data, std::size_t size) { return Fill(nullptr, 0, data, size); }
 
-    const AVPacket* get() const { return m_packet.get(); }
+    AVPacket* get() const { return m_packet.get(); }
     const std::uint8_t* data() const { return m_packet->data; }
     int size() const { return m_packet->size; }
 
@@ -56,13 +57,24 @@ class InputPacket {
     AvPtr<AVPacket> m_packet;
 };
 
+/// See WatchSlices.
+struct SliceWatch {
+    std::atomic<bool> damaged{false};  ///< set by the decoder's threads
+    int (*execute)(AVCodecContext*, int (*)(AVCodecContext*, void*), void*, int*, int, int) = nullptr;
+};
+
 /// A decoder context as all of ours want it: no frame threads, no output larger than kMaxDimension. Null when
-/// out of memory. It is not opened yet.
+/// out of memory. It is not opened yet. Its `opaque` belongs to WatchSlices.
 AvPtr<AVCodecContext> NewVideoContext(const AVCodec* decoder);
 
-/// Has `*flag` set whenever the library complains of the data that `context` decodes, from whichever thread:
-/// most errors are concealed and show nowhere but in its messages. The flag outlives the context.
-void WatchErrors(AVCodecContext* context, std::atomic<bool>* flag);
+/// Has `*damaged` set whenever a slice can't be decoded to its end: the library conceals that, and where
+/// several slices are decoded at once it keeps their results to itself. Call it once the context is open,
+/// with a flag that outlives it.
+void WatchSlices(AVCodecContext* context, SliceWatch* watch);
+
+/// Gives the library parameter sets as what goes before the stream; before the context is opened. False when
+/// out of memory.
+bool SetExtradata(AVCodecContext* context, const std::vector<std::uint8_t>& data);
 
 /// Gives `packet` to the decoder and takes the picture that it yields at once, if any, into `frame`. A null
 /// packet starts or continues draining. kOk, kNoPicture, or a failure with the library's code in `*code`.
@@ -72,6 +84,7 @@ Status SendAndReceive(AVCodecContext* context, const AVPacket* packet, AVFrame* 
 /// long as the frame's data.
 bool ViewOf(const AVFrame& frame, PlanarPicture* picture);
 
+/// The tag is what the context's `reordered_opaque` was when the picture was begun.
 PictureInfo InfoOf(const AVFrame& frame);
 
 }  // namespace codec

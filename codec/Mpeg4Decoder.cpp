@@ -49,7 +49,7 @@ void Mpeg4Decoder::SkipBVops(bool skip) {
     if (m_context) m_context->skip_frame = skip ? AVDISCARD_BIDIR : AVDISCARD_DEFAULT;
 }
 
-Status Mpeg4Decoder::Decode(const std::uint8_t* data, std::size_t size, Result* result) {
+Status Mpeg4Decoder::Decode(const std::uint8_t* data, std::size_t size, std::int64_t tag, Result* result) {
     *result = {};
     if (!m_context) return Status::kNotInitialised;
     if (!data || size == 0) return Status::kBadArgument;
@@ -86,6 +86,7 @@ Status Mpeg4Decoder::Decode(const std::uint8_t* data, std::size_t size, Result* 
     m_headers.clear();
     m_waitingForIntra = false;
     av_frame_unref(m_frame.get());
+    m_context->reordered_opaque = tag;
     result->consumed = size;
     return Take(SendAndReceive(m_context.get(), m_input.get(), m_frame.get(), &m_libraryError), result);
 }

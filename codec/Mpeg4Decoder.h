@@ -31,8 +31,8 @@ class Mpeg4Decoder {
 
     /// Decodes what comes first in the packet: a layer header by itself, or else the whole rest of the
     /// packet. kOk with a header or a picture in `*result`; kNoPicture, or a failure, when the whole packet
-    /// is done with.
-    Status Decode(const std::uint8_t* data, std::size_t size, Result* result);
+    /// is done with. `tag` comes back in the PictureInfo of the picture that the packet holds.
+    Status Decode(const std::uint8_t* data, std::size_t size, std::int64_t tag, Result* result);
 
     /// Ends the stream: delivers the picture that waits for its turn, then kNoPicture.
     Status Drain(Result* result);

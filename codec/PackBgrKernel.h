@@ -20,7 +20,7 @@ constexpr int HighProduct(int sample, int factor) {
     return (sample * factor) >> 8;
 }
 
-/// BT.601 from Y'CbCr to B'G'R', in 1/32 of a level.
+/// From Y'CbCr to B'G'R', in 1/32 of a level.
 struct Matrix {
     int y;   ///< factor of luma, unsigned
     int rv;  ///< factors of the chroma differences, signed
@@ -30,8 +30,17 @@ struct Matrix {
     int bias;  ///< black level, and half a level for rounding, and what the three high products cut off on
                ///< average
 };
-constexpr Matrix kLimitedMatrix = {9539, 13075, 3209, 6660, 16525, -596 + 16 + 1};
-constexpr Matrix kFullMatrix = {8192, 11485, 2819, 5850, 14516, 16 + 1};
+constexpr int kLimitedBias = -596 + 16 + 1;
+constexpr int kFullBias = 16 + 1;
+constexpr Matrix kLimited601 = {9539, 13075, 3209, 6660, 16525, kLimitedBias};
+constexpr Matrix kFull601 = {8192, 11485, 2819, 5850, 14516, kFullBias};
+constexpr Matrix kLimited709 = {9539, 14686, 1747, 4366, 17305, kLimitedBias};
+constexpr Matrix kFull709 = {8192, 12901, 1535, 3835, 15201, kFullBias};
+
+constexpr const Matrix& MatrixOf(Coding coding) {
+    if (coding.matrix == ColourMatrix::kBt709) return coding.fullRange ? kFull709 : kLimited709;
+    return coding.fullRange ? kFull601 : kLimited601;
+}
 
 constexpr std::uint8_t ToLevel(int value) {
     const int level = value >> 5;
@@ -132,8 +141,8 @@ void PackBgr(const Matrix& matrix, const std::uint8_t* y, const std::uint8_t* u,
 
 template <typename Squeeze>
 void PackBgrRowWith(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v, ChromaPitch pitch,
-                    bool fullRange, int width, std::uint8_t* bgr) {
-    const Matrix& matrix = fullRange ? kFullMatrix : kLimitedMatrix;
+                    Coding coding, int width, std::uint8_t* bgr) {
+    const Matrix& matrix = MatrixOf(coding);
     if (pitch == ChromaPitch::kHalf) {
         PackBgr<ChromaPitch::kHalf, Squeeze>(matrix, y, u, v, width, bgr);
     } else {

@@ -19,8 +19,8 @@ struct Squeeze {
 }  // namespace
 
 void PackBgrRowSse2(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v, ChromaPitch pitch,
-                    bool fullRange, int width, std::uint8_t* bgr) {
-    PackBgrRowWith<Squeeze>(y, u, v, pitch, fullRange, width, bgr);
+                    Coding coding, int width, std::uint8_t* bgr) {
+    PackBgrRowWith<Squeeze>(y, u, v, pitch, coding, width, bgr);
 }
 
 }  // namespace codec

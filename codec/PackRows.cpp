@@ -109,10 +109,142 @@ void PackYuy2(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* 
     }
 }
 
+/// From BT.709 to BT.601 of limited range, in 1/64 of a level: what each sample adds to each result.
+struct Recoding {
+    int yy;  ///< factors of luma, unsigned
+    int yu;  ///< factors of the chroma differences, signed
+    int yv;
+    int uu;
+    int uv;
+    int vu;
+    int vv;
+    int lumaBias;
+};
+constexpr int kRecodingShift = 6;
+// Half a level for rounding, and what the high products cut off on average.
+constexpr int kRecodingRound = 32 + 1;
+constexpr int kChromaCentre = (128 << kRecodingShift) + kRecodingRound;
+
+/// A factor of `value` as the high products want it: the sample is in the upper byte, the result in 1/64.
+constexpr int Fixed(double value) {
+    const double scaled = value * (256 << kRecodingShift);
+    return static_cast<int>(scaled + (scaled < 0 ? -0.5 : 0.5));
+}
+
+// Both standards' luma weights (Kr, Kb) give the factors; luma and chroma differ in their limited ranges.
+constexpr double kR709 = 0.2126;
+constexpr double kB709 = 0.0722;
+constexpr double kR601 = 0.299;
+constexpr double kB601 = 0.114;
+constexpr double kG601 = 1 - kR601 - kB601;
+
+constexpr Recoding MakeRecoding(double lumaScale, double chromaScale, int lumaBias) {
+    constexpr double kG709 = 1 - kR709 - kB709;
+    // B' - Y' and R' - Y' for a chroma difference of 1, and G' - Y' for each of the two.
+    constexpr double kBlue = 2 * (1 - kB709);
+    constexpr double kRed = 2 * (1 - kR709);
+    constexpr double kGreenU = -kBlue * kB709 / kG709;
+    constexpr double kGreenV = -kRed * kR709 / kG709;
+    constexpr double kYu = kG601 * kGreenU + kB601 * kBlue;
+    constexpr double kYv = kG601 * kGreenV + kR601 * kRed;
+    // Luma's range is 219 levels where chroma's is 224, and 255 where both are full.
+    const double lumaOfChroma = chromaScale * 219.0 / 224.0;
+    return {Fixed(lumaScale),
+            Fixed(kYu * lumaOfChroma),
+            Fixed(kYv * lumaOfChroma),
+            Fixed((kBlue - kYu) / (2 * (1 - kB601)) * chromaScale),
+            Fixed(-kYv / (2 * (1 - kB601)) * chromaScale),
+            Fixed(-kYu / (2 * (1 - kR601)) * chromaScale),
+            Fixed((kRed - kYv) / (2 * (1 - kR601)) * chromaScale),
+            (lumaBias << kRecodingShift) + kRecodingRound};
+}
+constexpr Recoding kFrom709Limited = MakeRecoding(1, 1, 0);
+constexpr Recoding kFrom709Full = MakeRecoding(219.0 / 255.0, 224.0 / 255.0, 16);
+
+constexpr std::uint8_t ToByte(int value) {
+    const int level = value >> kRecodingShift;
+    return static_cast<std::uint8_t>(level < 0 ? 0 : level > 255 ? 255 : level);
+}
+
+template <ChromaPitch kPitch>
+void RecodeYuy2(const Recoding& recoding, const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v,
+                int width, std::uint8_t* yuy2) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i toSigned = _mm_set1_epi8(static_cast<char>(0x80));
+    const auto factor = [](int value) { return _mm_set1_epi16(static_cast<short>(value)); };
+    const __m128i yy = factor(recoding.yy);
+    const __m128i yu = factor(recoding.yu);
+    const __m128i yv = factor(recoding.yv);
+    const __m128i uu = factor(recoding.uu);
+    const __m128i uv = factor(recoding.uv);
+    const __m128i vu = factor(recoding.vu);
+    const __m128i vv = factor(recoding.vv);
+    const __m128i lumaBias = factor(recoding.lumaBias);
+    const __m128i centre = factor(kChromaCentre);
+    int x = 0;
+    for (; x + 16 <= width; x += 16) {
+        __m128i cb;
+        __m128i cr;
+        if constexpr (kPitch == ChromaPitch::kHalf) {
+            cb = Load8(u + x / 2);
+            cr = Load8(v + x / 2);
+        } else {
+            cb = AveragePairs(Load16(u + x));
+            cr = AveragePairs(Load16(v + x));
+        }
+        cb = _mm_unpacklo_epi8(zero, _mm_xor_si128(cb, toSigned));
+        cr = _mm_unpacklo_epi8(zero, _mm_xor_si128(cr, toSigned));
+        const auto sum = [&](__m128i ofCb, __m128i ofCr, __m128i bias) {
+            return _mm_add_epi16(_mm_add_epi16(_mm_mulhi_epi16(cb, ofCb), _mm_mulhi_epi16(cr, ofCr)), bias);
+        };
+        const __m128i lumaOfChroma = sum(yu, yv, lumaBias);
+        const __m128i newCb = _mm_srai_epi16(sum(uu, uv, centre), kRecodingShift);
+        const __m128i newCr = _mm_srai_epi16(sum(vu, vv, centre), kRecodingShift);
+
+        const __m128i luma = Load16(y + x);
+        const auto newLuma = [&](__m128i samples, __m128i ofChroma) {
+            return _mm_srai_epi16(_mm_add_epi16(_mm_mulhi_epu16(samples, yy), ofChroma), kRecodingShift);
+        };
+        const __m128i packedLuma = _mm_packus_epi16(
+            newLuma(_mm_unpacklo_epi8(zero, luma), _mm_unpacklo_epi16(lumaOfChroma, lumaOfChroma)),
+            newLuma(_mm_unpackhi_epi8(zero, luma), _mm_unpackhi_epi16(lumaOfChroma, lumaOfChroma)));
+        const __m128i chroma =
+            _mm_unpacklo_epi8(_mm_packus_epi16(newCb, newCb), _mm_packus_epi16(newCr, newCr));
+        Store16(yuy2 + 2 * x, _mm_unpacklo_epi8(packedLuma, chroma));
+        Store16(yuy2 + 2 * x + 16, _mm_unpackhi_epi8(packedLuma, chroma));
+    }
+    for (; x < width; x += 2) {
+        const int next = x + 1 < width ? x + 1 : x;
+        int cb;
+        int cr;
+        if constexpr (kPitch == ChromaPitch::kHalf) {
+            cb = u[x / 2] - 128;
+            cr = v[x / 2] - 128;
+        } else {
+            cb = (u[x] + u[next] + 1) / 2 - 128;
+            cr = (v[x] + v[next] + 1) / 2 - 128;
+        }
+        const auto sum = [&](int ofCb, int ofCr) { return HighProduct(cb, ofCb) + HighProduct(cr, ofCr); };
+        const int lumaOfChroma = sum(recoding.yu, recoding.yv) + recoding.lumaBias;
+        yuy2[2 * x] = ToByte(HighProduct(y[x], recoding.yy) + lumaOfChroma);
+        yuy2[2 * x + 1] = ToByte(sum(recoding.uu, recoding.uv) + kChromaCentre);
+        if (next == x) break;
+        yuy2[2 * x + 2] = ToByte(HighProduct(y[next], recoding.yy) + lumaOfChroma);
+        yuy2[2 * x + 3] = ToByte(sum(recoding.vu, recoding.vv) + kChromaCentre);
+    }
+}
+
 }  // namespace
 
 void PackYuy2Row(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v, ChromaPitch pitch,
-                 bool fullRange, int width, std::uint8_t* yuy2) {
+                 Coding coding, int width, std::uint8_t* yuy2) {
+    const bool fullRange = coding.fullRange;
+    if (coding.matrix == ColourMatrix::kBt709) {
+        const Recoding& recoding = fullRange ? kFrom709Full : kFrom709Limited;
+        pitch == ChromaPitch::kHalf ? RecodeYuy2<ChromaPitch::kHalf>(recoding, y, u, v, width, yuy2)
+                                    : RecodeYuy2<ChromaPitch::kFull>(recoding, y, u, v, width, yuy2);
+        return;
+    }
     if (pitch == ChromaPitch::kHalf) {
         fullRange ? PackYuy2<ChromaPitch::kHalf, true>(y, u, v, width, yuy2)
                   : PackYuy2<ChromaPitch::kHalf, false>(y, u, v, width, yuy2);
@@ -123,9 +255,9 @@ void PackYuy2Row(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_
 }
 
 void PackBgrRow(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v, ChromaPitch pitch,
-                bool fullRange, int width, std::uint8_t* bgr) {
+                Coding coding, int width, std::uint8_t* bgr) {
     static const auto kPack = __builtin_cpu_supports("ssse3") ? PackBgrRowSsse3 : PackBgrRowSse2;
-    kPack(y, u, v, pitch, fullRange, width, bgr);
+    kPack(y, u, v, pitch, coding, width, bgr);
 }
 
 void UnpackYuy2Row(const std::uint8_t* yuy2, int width, std::uint8_t* y, std::uint8_t* u, std::uint8_t* v) {

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "codec/Picture.h"
+
 // The inner loops of colour conversion: one row of planar samples to one row of packed pixels. Internal to
 // codec/.
 //
@@ -14,20 +16,26 @@ namespace codec {
 /// Chroma samples of one row: one for each pixel, or one for each two pixels.
 enum class ChromaPitch { kHalf, kFull };
 
-/// To YUY2. `fullRange` rows are brought to limited range. Chroma at full pitch is averaged in pairs; the
-/// last pixel of an odd row uses its own.
+/// What the numbers of a planar row mean.
+struct Coding {
+    ColourMatrix matrix = ColourMatrix::kBt601;
+    bool fullRange = false;
+};
+
+/// To YUY2: rows of full range are brought to limited range, those of BT.709 to BT.601. Chroma at full pitch
+/// is averaged in pairs; the last pixel of an odd row uses its own.
 void PackYuy2Row(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v, ChromaPitch pitch,
-                 bool fullRange, int width, std::uint8_t* yuy2);
+                 Coding coding, int width, std::uint8_t* yuy2);
 
 /// To BGR24.
 void PackBgrRow(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v, ChromaPitch pitch,
-                bool fullRange, int width, std::uint8_t* bgr);
+                Coding coding, int width, std::uint8_t* bgr);
 
 /// The two that PackBgrRow chooses from, for tests and benchmarks; they give equal results.
 void PackBgrRowSse2(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v, ChromaPitch pitch,
-                    bool fullRange, int width, std::uint8_t* bgr);
+                    Coding coding, int width, std::uint8_t* bgr);
 void PackBgrRowSsse3(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v, ChromaPitch pitch,
-                     bool fullRange, int width, std::uint8_t* bgr);
+                     Coding coding, int width, std::uint8_t* bgr);
 
 /// Splits a YUY2 row into planes; chroma at half pitch, (width + 1) / 2 samples. The V that an odd row does
 /// not store is taken from the pair before it.

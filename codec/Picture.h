@@ -10,7 +10,7 @@ inline constexpr int kMaxDimension = 8192;
 
 /// Packed formats that decoders write for the presenters.
 enum class PixelFormat {
-    kYuy2,   ///< 2 bytes per pixel: Y0 U Y1 V, BT.601, limited range (16..235, 16..240)
+    kYuy2,   ///< 2 bytes per pixel: Y0 U Y1 V, always BT.601, limited range (16..235, 16..240)
     kBgr24,  ///< 3 bytes per pixel: B G R, full range, top row first
 };
 
@@ -62,6 +62,19 @@ constexpr int ChromaHeight(ChromaFormat format, int height) {
                                                                         : height;
 }
 
+/// The equations by which a picture's Y'CbCr were made from colours.
+enum class ColourMatrix {
+    kBt601,  ///< ITU-R BT.601: standard definition, JPEG
+    kBt709,  ///< ITU-R BT.709: high definition
+};
+
+/// What a picture of `height` rows is taken for when its stream doesn't say: from 720 rows on it is high
+/// definition.
+constexpr ColourMatrix UsualMatrix(int height) {
+    constexpr int kHighDefinitionRows = 720;
+    return height >= kHighDefinitionRows ? ColourMatrix::kBt709 : ColourMatrix::kBt601;
+}
+
 /// A view of planar Y'CbCr samples that somebody else owns; see the function that fills it for how long it
 /// lives.
 struct PlanarPicture {
@@ -70,13 +83,23 @@ struct PlanarPicture {
     int width = 0;
     int height = 0;
     ChromaFormat chroma = ChromaFormat::k420;
-    int bitDepth = 8;         ///< above 8: 16-bit little-endian words, value in the low bits
-    bool fullRange = false;   ///< luma 0..255 instead of 16..235
+    int bitDepth = 8;        ///< above 8: 16-bit little-endian words, value in the low bits
+    bool fullRange = false;  ///< luma 0..255 instead of 16..235
+    ColourMatrix matrix = ColourMatrix::kBt601;
     bool interlaced = false;  ///< chroma rows alternate between the fields, as luma rows do
+};
+
+/// What goes with a compressed unit into a decoder.
+struct UnitInfo {
+    /// The caller's; comes back in the PictureInfo of the picture that the unit begins.
+    std::int64_t tag = 0;
+    /// Something is missing between the unit before and this one.
+    bool damagedBefore = false;
 };
 
 /// What is known of a decoded picture besides its samples.
 struct PictureInfo {
+    std::int64_t tag = 0;  ///< of the unit that began it
     int width = 0;
     int height = 0;
     bool keyFrame = false;

@@ -1,15 +1,12 @@
 #include "codec/StaticInit.h"
 
 extern "C" {
-#include <libavcodec/avcodec.h>
 #include <libavutil/log.h>
 }
 
 #include <atomic>
 #include <cstdarg>
 #include <cstring>
-
-#include "codec/LibavLog.h"
 
 namespace codec {
 
@@ -21,12 +18,6 @@ std::atomic<int> g_maxLevel{AV_LOG_WARNING};
 void OnLibraryLog(void* source, int level, const char* format, va_list arguments) {
     // The library's level carries a colour in its upper bytes.
     const int plainLevel = level & 0xff;
-    if (plainLevel <= AV_LOG_ERROR && source &&
-        *static_cast<const AVClass* const*>(source) == avcodec_get_class()) {
-        // Only WatchErrors sets this field.
-        auto* damaged = static_cast<std::atomic<bool>*>(static_cast<AVCodecContext*>(source)->opaque);
-        if (damaged) damaged->store(true, std::memory_order_relaxed);
-    }
     const LogHook hook = g_hook.load(std::memory_order_acquire);
     if (!hook || plainLevel > g_maxLevel.load(std::memory_order_relaxed)) return;
     char line[512];
@@ -38,20 +29,16 @@ void OnLibraryLog(void* source, int level, const char* format, va_list arguments
 
 }  // namespace
 
-void InstallLogCallback() {
-    av_log_set_callback(OnLibraryLog);
-}
-
 int StaticInit() {
     if (!__builtin_cpu_supports("sse2")) return kStaticInitNoSse2;
-    InstallLogCallback();
+    av_log_set_callback(OnLibraryLog);
     return kStaticInitOk;
 }
 
 void SetLogHook(LogHook hook, int maxLevel) {
     g_maxLevel.store(maxLevel, std::memory_order_relaxed);
     g_hook.store(hook, std::memory_order_release);
-    InstallLogCallback();
+    av_log_set_callback(OnLibraryLog);
 }
 
 }  // namespace codec

@@ -130,6 +130,7 @@ int Decode(Instance& instance, const xvid_dec_frame_t* frame, xvid_dec_stats_t* 
     if (stats) {
         stats->type = XVID_TYPE_NOTHING;
         stats->data = {};
+        stats->tag = 0;
     }
     if (frame->general & XVID_DISCONTINUITY) instance.decoder.Reset();
     instance.decoder.SkipBVops((frame->general & XVID_DEC_DROP) != 0);
@@ -143,14 +144,14 @@ int Decode(Instance& instance, const xvid_dec_frame_t* frame, xvid_dec_stats_t* 
     } else {
         const auto* data = static_cast<const std::uint8_t*>(frame->bitstream);
         auto left = static_cast<std::size_t>(frame->length);
-        status = instance.decoder.Decode(data, left, &result);
+        status = instance.decoder.Decode(data, left, frame->tag, &result);
         if (status == Status::kOk && result.header && !stats) {
             // Nobody to tell of the header: go on to the picture.
             data += result.consumed;
             left -= result.consumed;
             consumed = static_cast<int>(result.consumed);
             if (left == 0) return consumed;
-            status = instance.decoder.Decode(data, left, &result);
+            status = instance.decoder.Decode(data, left, frame->tag, &result);
         }
         if (status == Status::kBadArgument) return XVID_ERR_FAIL;
         if (status != Status::kOk) return XVID_ERR_NO_PICTURE;
@@ -164,6 +165,7 @@ int Decode(Instance& instance, const xvid_dec_frame_t* frame, xvid_dec_stats_t* 
     if (Write(instance, result.picture, frame->output) != Status::kOk) return XVID_ERR_FAIL;
     if (stats) {
         stats->type = TypeCode(result.type);
+        stats->tag = result.info.tag;
         stats->data.vop.general = result.info.topFieldFirst ? XVID_VOP_TOPFIELDFIRST : 0;
     }
     return consumed;

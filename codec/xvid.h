@@ -20,6 +20,8 @@
 ///  - xvidcore itself may return 0 or XVID_ERR_FAIL for such data: a caller that loops must not loop on
 ///  those.
 ///  - B-VOPs come out in display order: one packet late, as reordering demands.
+///  - xvidcore does not tell which packet a picture came from, and pictures may be late: where XVID_CARRIES_TAGS
+///    is defined, a packet's tag comes back with its picture.
 ///  - Sizes beyond codec::kMaxDimension are refused as damaged data.
 ///
 /// A handle belongs to one thread at a time. Nothing is thrown.
@@ -116,6 +118,8 @@ typedef struct {
     int length; /* bytes; negative: the stream has ended, deliver what still waits (XVID_ERR_END: nothing) */
     xvid_image_t output;
     int brightness; /* ignored; exists from version 1.1 on */
+#define XVID_CARRIES_TAGS 1
+    long long tag; /* not in xvidcore: comes back with the picture that the packet holds */
 } xvid_dec_frame_t;
 
 /* Outcome of XVID_DEC_DECODE. */
@@ -139,6 +143,7 @@ typedef struct {
             int par_height;
         } vol;
     } data;
+    long long tag; /* not in xvidcore: with type > 0, that of the packet which held this picture */
 } xvid_dec_stats_t;
 
 /* Prepares the library; XVID_GBL_INIT only, anything else gives XVID_ERR_FAIL. `handle` and `param2` are

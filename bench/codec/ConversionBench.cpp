@@ -37,10 +37,11 @@ struct Source {
     PlanarPicture picture;
 };
 
-// Arguments: format (0: YUY2, 1: BGR24), whether the source is full range.
+// Arguments: format (0: YUY2, 1: BGR24), whether the source is full range, whether it is BT.709.
 void Convert(benchmark::State& state) {
     Source source;
     source.picture.fullRange = state.range(1) != 0;
+    source.picture.matrix = state.range(2) != 0 ? ColourMatrix::kBt709 : ColourMatrix::kBt601;
     const PixelFormat format = state.range(0) ? PixelFormat::kBgr24 : PixelFormat::kYuy2;
     Bytes out(PictureBytes(format, kWidth, kHeight));
     ColorConverter converter;
@@ -50,7 +51,10 @@ void Convert(benchmark::State& state) {
         }
     }
 }
-BENCHMARK(Convert)->Unit(benchmark::kMillisecond)->ArgNames({"bgr24", "full"})->ArgsProduct({{0, 1}, {0, 1}});
+BENCHMARK(Convert)
+    ->Unit(benchmark::kMillisecond)
+    ->ArgNames({"bgr24", "full", "709"})
+    ->ArgsProduct({{0, 1}, {0, 1}, {0, 1}});
 
 #ifdef CODEC_BENCH_SWSCALE
 void ConvertSwscale(benchmark::State& state) {

@@ -47,17 +47,17 @@ TEST_P(Conversion, IsWithinOneLevelOfTheEquations) {
     for (auto [width, height] :
          {std::pair{1, 1}, {2, 2}, {3, 5}, {15, 7}, {16, 4}, {17, 6}, {33, 9}, {177, 35}}) {
         Noise noise(width, height, chroma);
-        for (bool fullRange : {false, true}) {
-            for (bool interlaced : {false, true}) {
-                noise.m_picture.fullRange = fullRange;
-                noise.m_picture.interlaced = interlaced;
-                Bytes out(PictureBytes(format, width, height));
-                ASSERT_EQ(converter.Convert(noise.m_picture, {format, out.data(), out.size(), 0}),
-                          Status::kOk);
-                EXPECT_LE(DifferenceFromReference(out, noise.m_picture, format), 1)
-                    << width << 'x' << height << (fullRange ? " full" : " limited")
-                    << (interlaced ? " i" : " p");
-            }
+        for (int variant = 0; variant < 8; ++variant) {
+            const bool fullRange = variant & 1;
+            const bool interlaced = variant & 2;
+            noise.m_picture.fullRange = fullRange;
+            noise.m_picture.interlaced = interlaced;
+            noise.m_picture.matrix = variant & 4 ? ColourMatrix::kBt709 : ColourMatrix::kBt601;
+            Bytes out(PictureBytes(format, width, height));
+            ASSERT_EQ(converter.Convert(noise.m_picture, {format, out.data(), out.size(), 0}), Status::kOk);
+            EXPECT_LE(DifferenceFromReference(out, noise.m_picture, format), 1)
+                << width << 'x' << height << (fullRange ? " full" : " limited") << (interlaced ? " i" : " p")
+                << (variant & 4 ? " 709" : " 601");
         }
     }
 }
@@ -107,8 +107,8 @@ TEST(ColorConverter, BothInstructionSetsGiveTheSame) {
             Bytes first(static_cast<std::size_t>(width) * 3);
             Bytes second(first.size());
             const auto& planes = noise.m_picture.planes;
-            PackBgrRowSse2(planes[0], planes[1], planes[2], pitch, false, width, first.data());
-            PackBgrRowSsse3(planes[0], planes[1], planes[2], pitch, false, width, second.data());
+            PackBgrRowSse2(planes[0], planes[1], planes[2], pitch, {}, width, first.data());
+            PackBgrRowSsse3(planes[0], planes[1], planes[2], pitch, {}, width, second.data());
             EXPECT_EQ(first, second) << width;
         }
     }

@@ -118,6 +118,17 @@ int GreatestDifference(const Bytes& a, const Bytes& b) {
     return greatest;
 }
 
+/// What red and blue make of luma.
+struct Weights {
+    double red;
+    double blue;
+    double Green() const { return 1 - red - blue; }
+};
+
+static Weights WeightsOf(ColourMatrix matrix) {
+    return matrix == ColourMatrix::kBt709 ? Weights{0.2126, 0.0722} : Weights{0.299, 0.114};
+}
+
 int DifferenceFromReference(const Bytes& packed, const PlanarPicture& picture, PixelFormat format) {
     constexpr int kRowsEnough = 300;
     const int rowStep = picture.height / kRowsEnough * 2 + 1;  // odd, so that rows of both fields turn up
@@ -152,19 +163,27 @@ int DifferenceFromReference(const Bytes& packed, const PlanarPicture& picture, P
             greatest = std::max(greatest, std::abs(*at++ - Level(expected)));
         };
         for (int x = 0; x < picture.width; ++x) {
-            const double luma = sample(0, y, x);
-            if (format == PixelFormat::kYuy2) {
-                const double difference = pairChroma(x % 2 == 0 ? 1 : 2, y, x) - 128;
-                compare(picture.fullRange ? 16 + luma * 219 / 255 : luma);
-                compare(128 + (picture.fullRange ? difference * 224 / 255 : difference));
+            // Everything in levels of full range.
+            const double scale = picture.fullRange ? 1 : 255.0 / 224;
+            const double luma = picture.fullRange ? sample(0, y, x) : (sample(0, y, x) - 16) * 255 / 219;
+            const bool packedPairs = format == PixelFormat::kYuy2;
+            const double u = ((packedPairs ? pairChroma(1, y, x) : chroma(1, y, x)) - 128) * scale;
+            const double v = ((packedPairs ? pairChroma(2, y, x) : chroma(2, y, x)) - 128) * scale;
+            const Weights weights = WeightsOf(picture.matrix);
+            const double blue = luma + 2 * (1 - weights.blue) * u;
+            const double red = luma + 2 * (1 - weights.red) * v;
+            const double green = (luma - weights.red * red - weights.blue * blue) / weights.Green();
+            if (packedPairs) {
+                const Weights to = WeightsOf(ColourMatrix::kBt601);
+                const double newLuma = to.red * red + to.Green() * green + to.blue * blue;
+                const double first = (blue - newLuma) / (2 * (1 - to.blue));
+                const double second = (red - newLuma) / (2 * (1 - to.red));
+                compare(16 + newLuma * 219 / 255);
+                compare(128 + (x % 2 == 0 ? first : second) * 224 / 255);
             } else {
-                const double scale = picture.fullRange ? 1 : 255.0 / 224;
-                const double base = picture.fullRange ? luma : (luma - 16) * 255 / 219;
-                const double u = (chroma(1, y, x) - 128) * scale;
-                const double v = (chroma(2, y, x) - 128) * scale;
-                compare(base + 1.772 * u);
-                compare(base - 0.344136 * u - 0.714136 * v);
-                compare(base + 1.402 * v);
+                compare(blue);
+                compare(green);
+                compare(red);
             }
         }
     }
@@ -177,6 +196,31 @@ std::uint32_t Random::Next() {
     m_state ^= m_state << 25;
     m_state ^= m_state >> 27;
     return static_cast<std::uint32_t>(m_state * 2685821657736338717ull >> 32);
+}
+
+Bytes WithoutParameterSets(const Bytes& h264) {
+    constexpr int kTypeMask = 0x1f;
+    constexpr int kSps = 7;
+    constexpr int kPps = 8;
+    Bytes rest;
+    bool kept = true;
+    for (std::size_t i = 0; i < h264.size(); ++i) {
+        if (i + 4 < h264.size() && h264[i] == 0 && h264[i + 1] == 0 && h264[i + 2] == 0 && h264[i + 3] == 1) {
+            const int type = h264[i + 4] & kTypeMask;
+            kept = type != kSps && type != kPps;
+        } else if (i + 3 < h264.size() && h264[i] == 0 && h264[i + 1] == 0 && h264[i + 2] == 1 &&
+                   (i == 0 || h264[i - 1] != 0)) {
+            const int type = h264[i + 3] & kTypeMask;
+            kept = type != kSps && type != kPps;
+        }
+        if (kept) rest.push_back(h264[i]);
+    }
+    return rest;
+}
+
+Bytes WithoutVolHeader(const Bytes& mpeg4) {
+    constexpr std::uint8_t kVop[] = {0, 0, 1, 0xb6};
+    return {std::search(mpeg4.begin(), mpeg4.end(), std::begin(kVop), std::end(kVop)), mpeg4.end()};
 }
 
 Bytes Corrupt(const Bytes& packet, Random& random) {

@@ -38,8 +38,8 @@ Bytes Pack(const PlanarPicture& picture);
 /// Greatest difference between corresponding bytes; 256 for different lengths.
 int GreatestDifference(const Bytes& a, const Bytes& b);
 
-/// Greatest difference of a packed picture, rows without padding, from the defining equations of BT.601 in
-/// floating point with chroma repeated. Of large pictures only some rows are looked at.
+/// Greatest difference of a packed picture, rows without padding, from the defining equations of its matrix
+/// in floating point with chroma repeated. Of large pictures only some rows are looked at.
 int DifferenceFromReference(const Bytes& packed, const PlanarPicture& picture, PixelFormat format);
 
 /// Deterministic pseudo-random numbers, the same on every platform.
@@ -55,6 +55,10 @@ class Random {
 
 /// How many damaged frames each codec has to get over.
 inline constexpr int kDamagedFrames = 10000;
+
+/// A packet as cameras send it that announce their stream's parameters elsewhere.
+Bytes WithoutParameterSets(const Bytes& h264);
+Bytes WithoutVolHeader(const Bytes& mpeg4);
 
 /// Damages a packet: flips bits, cuts it short, exchanges or overwrites pieces.
 Bytes Corrupt(const Bytes& packet, Random& random);

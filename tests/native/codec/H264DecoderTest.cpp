@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/native/codec/Corpus.h"
 
 namespace codec::test {
@@ -152,6 +154,90 @@ TEST(H264Decoder, AskingWithoutInputNeverBreaksTheOrderOfBFrames) {
 
     // A new stream after the end of the first.
     EXPECT_EQ(DecodeAll(decoder, packets).sums, sums);
+}
+
+/// The sum of the picture that each packet holds: what the packets up to it give and those before it don't.
+std::vector<Reference> PictureOfEachPacket(const std::vector<Bytes>& packets) {
+    std::vector<Reference> pictures;
+    std::vector<Reference> before;
+    for (std::size_t count = 1; count <= packets.size(); ++count) {
+        H264Decoder decoder;
+        EXPECT_EQ(Open(decoder, packets[0]), Status::kOk);
+        std::vector<Reference> sums =
+            DecodeAll(decoder, {packets.begin(), packets.begin() + static_cast<std::ptrdiff_t>(count)}).sums;
+        for (const Reference& sum : sums) {
+            if (std::find(before.begin(), before.end(), sum) == before.end()) pictures.push_back(sum);
+        }
+        before = std::move(sums);
+    }
+    return pictures;
+}
+
+TEST(H264Decoder, TagsComeBackWithThePicturesOfTheirUnits) {
+    const std::vector<Bytes> packets = LoadPackets("h264_main_b_352x288");
+    const std::vector<Reference> pictures = PictureOfEachPacket(packets);
+    ASSERT_EQ(pictures.size(), packets.size());
+    H264Decoder decoder;
+    ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
+    PlanarPicture picture;
+    const auto check = [&] {
+        const auto tag = static_cast<std::size_t>(decoder.Info().tag - 1'000'000'000'000);
+        ASSERT_LT(tag, pictures.size());
+        EXPECT_EQ(SumOf(picture), pictures[tag]) << tag;
+    };
+    for (std::size_t i = 0; i < packets.size(); ++i) {
+        // Damage before the second key frame: the pictures that then come from the old decoder have theirs
+        // too.
+        const UnitInfo unit{1'000'000'000'000 + static_cast<std::int64_t>(i), i == 20};
+        if (decoder.DecodePlanar(packets[i].data(), packets[i].size(), &picture, unit) == Status::kOk)
+            check();
+    }
+    while (decoder.DrainPlanar(&picture) == Status::kOk)
+        check();
+
+    // A picture in several units has the first one's.
+    const std::vector<Bytes> slices = SlicesOf(LoadPackets("h264_high_slices_640x360"));
+    H264Decoder pieces;
+    ASSERT_EQ(Open(pieces, slices[0]), Status::kOk);
+    const std::size_t perPicture = slices.size() / LoadPackets("h264_high_slices_640x360").size();
+    for (std::size_t i = 0; i < slices.size(); ++i) {
+        if (pieces.DecodePlanar(slices[i].data(), slices[i].size(), &picture,
+                                {static_cast<std::int64_t>(i)}) == Status::kOk) {
+            EXPECT_EQ(pieces.Info().tag % static_cast<std::int64_t>(perPicture), 0) << i;
+        }
+    }
+}
+
+// The size is known from the parameter sets alone, and a hostile one never reaches the library.
+TEST(H264Decoder, TellsTheAnnouncedSizeWithoutDecoding) {
+    int width = 0;
+    int height = 0;
+    for (const char* clip : {"baseline_64x48", "main_b_352x288", "interlaced_720x576", "high422_322x242",
+                             "high444_177x145", "high10_176x144", "high_1920x1080", "high_3840x2160"}) {
+        const std::vector<Bytes> packets = LoadPackets(std::string("h264_") + clip);
+        H264Decoder decoder;
+        ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
+        ASSERT_EQ(H264Decoder::Announced(packets[0].data(), packets[0].size(), &width, &height), Status::kOk);
+        PlanarPicture picture;
+        for (const Bytes& packet : packets) {
+            if (decoder.DecodePlanar(packet.data(), packet.size(), &picture) == Status::kOk) break;
+        }
+        EXPECT_EQ(picture.width, width) << clip;
+        EXPECT_EQ(picture.height, height) << clip;
+        EXPECT_EQ(H264Decoder::Announced(packets[1].data(), packets[1].size(), &width, &height),
+                  Status::kNoPicture);
+    }
+    // Baseline, frames only: 8192 x 8192, and 16384 x 16.
+    const Bytes large = {0, 0, 1, 0x67, 66, 0, 51, 0xda, 0x00, 0x20, 0x00, 0x04, 0x01, 0x90};
+    EXPECT_EQ(H264Decoder::Announced(large.data(), large.size(), &width, &height), Status::kOk);
+    EXPECT_EQ(width, 8192);
+    EXPECT_EQ(height, 8192);
+    const Bytes wide = {0, 0, 1, 0x67, 66, 0, 51, 0xda, 0x00, 0x10, 0x03, 0x90};
+    EXPECT_EQ(H264Decoder::Announced(wide.data(), wide.size(), &width, &height), Status::kUnsupported);
+    H264Decoder decoder;
+    EXPECT_EQ(Open(decoder, wide), Status::kUnsupported);
+    for (std::size_t cut = 0; cut < large.size(); ++cut)
+        (void)H264Decoder::Announced(large.data(), cut, &width, &height);
 }
 
 TEST(H264Decoder, ReportsSizeAndInterlacing) {

@@ -39,6 +39,7 @@ TEST_P(Mpeg4Clip, ConvertsWithinTwoLevels) {
             driver.Decode(packets[i]);
         PlanarPicture view = planar.View();
         view.interlaced = std::string(GetParam()).starts_with("interlaced");
+        view.matrix = UsualMatrix(view.height);
         const PixelFormat format = csp == XVID_CSP_YUY2 ? PixelFormat::kYuy2 : PixelFormat::kBgr24;
         EXPECT_LE(DifferenceFromReference(driver.m_buffer, view, format), 2) << "csp " << csp;
     }

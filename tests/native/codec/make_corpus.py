@@ -77,6 +77,7 @@ H264 = {
     "high422_322x242": ("322x242", 4, "yuv422p", "high422", "keyint=4:bframes=0"),
     "high444_177x145": ("177x145", 4, "yuv444p", "high444", "keyint=4:bframes=0"),
     "high10_176x144": ("176x144", 4, "yuv420p10le", "high10", "keyint=4:bframes=0"),
+    "high_2560x1440": ("2560x1440", 2, "yuv420p", "high", "keyint=2:bframes=0"),
     "high_1920x1080": ("1920x1080", 3, "yuv420p", "high", "keyint=3:bframes=0"),
     "high_3840x2160": ("3840x2160", 2, "yuv420p", "high", "keyint=2:bframes=0"),
 }
@@ -128,7 +129,7 @@ def grey_jpeg(samples, width, height):
 
 def make_jpeg(folder, work):
     for pixels, chroma in (("yuvj420p", "420"), ("yuvj422p", "422"), ("yuvj444p", "444"), ("gray", "grey")):
-        for size in ("64x48", "177x145", "1281x721", "3840x2160"):
+        for size in ("64x48", "177x145", "1281x721", "2592x1944", "3840x2160"):
             name = f"jpeg_{chroma}_{size}"
             picture = work / f"{name}.jpg"
             source = moving_picture(size, 1)
