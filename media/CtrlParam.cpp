@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "media/FrameInfoParser.h"
@@ -35,13 +36,11 @@ CCtrlParam::CCtrlParam(const MediaSettings& settings)
       m_audioFilled(settings.audioBufferNum) {
     constexpr std::uint32_t kKilobyte = 1024;
     NORIX_LOG("CCtrlParam::CCtrlParam", 0, "VideoBufferNum = %u, VideoBufferSize = %u (KB)",
-              settings.videoBufferNum, settings.videoBufferSize / kKilobyte);
+              settings.videoBufferNum,
+              settings.videoBufferSize.value_or(kDefaultVideoBufferSize) / kKilobyte);
     NORIX_LOG("CCtrlParam::CCtrlParam", 0, "AudioBufferNum = %u, AudioBufferSize = %u (KB)",
               settings.audioBufferNum, settings.audioBufferSize / kKilobyte);
-    // Not cleared: pages that no frame ever reaches cost nothing.
-    for (VideoFrameRecord& record : m_videoRecords) {
-        record.data = std::make_unique_for_overwrite<std::uint8_t[]>(settings.videoBufferSize);
-    }
+    // Video records get their memory with the frames that need it.
     for (AudioFrameRecord& record : m_audioRecords) {
         record.data = std::make_unique_for_overwrite<std::uint8_t[]>(settings.audioBufferSize);
     }
@@ -81,6 +80,7 @@ void CCtrlParam::ResetForNewStream() {
     m_pictureWidth.Set(0);
     m_pictureHeight.Set(0);
     displayChanged.Set(false);
+    obstacle.Set({});
     m_closing.store(false);
 }
 
@@ -105,6 +105,25 @@ void CCtrlParam::SendNewFrame(const std::uint8_t* data, std::size_t size, int fr
     const NewFrameDescription description{static_cast<std::uint32_t>(frameType), signal ? 1u : 0u,
                                           static_cast<std::uint32_t>(size)};
     window.Send(WM_OnNewFrame, &description, data);
+}
+
+std::uint32_t CCtrlParam::LargestVideoFrame() const {
+    return m_settings.videoBufferSize.value_or(kLargestVideoFrame);
+}
+
+// All records grow to what the largest frame so far took, so that this ends soon.
+bool CCtrlParam::MakeRoom(VideoFrameRecord& record, std::uint32_t length) try {
+    if (length <= record.capacity) return true;
+    constexpr std::uint32_t kStep = 64 * 1024;
+    m_roomPerRecord = std::min(std::max(m_roomPerRecord, (length / kStep + 1) * kStep), LargestVideoFrame());
+    record.capacity = 0;
+    record.data.reset();
+    record.data = std::make_unique_for_overwrite<std::uint8_t[]>(m_roomPerRecord);
+    record.capacity = m_roomPerRecord;
+    return true;
+} catch (const std::bad_alloc&) {
+    NORIX_LOG("CCtrlParam::InsertFrameToVideoBuffer", 1, "no memory for a frame of %u bytes", length);
+    return false;
 }
 
 VideoFrameRecord* CCtrlParam::WaitForEmptyVideo(std::uint32_t pts, bool keyFrame) {
@@ -173,8 +192,13 @@ int CCtrlParam::InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t s
     if (!record) return -1;
 
     const std::uint32_t length =
-        static_cast<std::uint32_t>(std::min<std::size_t>(payloadSize, m_settings.videoBufferSize));
-    std::memcpy(record->data.get(), payload, length);
+        static_cast<std::uint32_t>(std::min<std::size_t>(payloadSize, LargestVideoFrame()));
+    if (!MakeRoom(*record, length)) {
+        PutEmptyVideoFrame(record);
+        m_damaged = true;
+        return -1;
+    }
+    if (length != 0) std::memcpy(record->data.get(), payload, length);
     record->frameType = static_cast<std::uint8_t>(isPFrame);
     record->storedLength = length;
     record->payloadLength = length;

@@ -35,8 +35,8 @@ inline constexpr std::int32_t kVolumeAsRecorded = -1;
 /// public values below are atomic or locked one by one; who writes each is said at the head of its band.
 ///
 /// Frames: a receiver calls an insert operation, which copies the frame into a free record and queues it; the
-/// decode thread and the audio thread take filled records and give them back. Records and their buffers are
-/// made once; nothing is allocated per frame.
+/// decode thread and the audio thread take filled records and give them back. Records are made once; those
+/// for video take memory as the stream's frames grow, which ends after the first key frames.
 class CCtrlParam {
   public:
     /// Reads the machine-wide settings.
@@ -99,6 +99,8 @@ class CCtrlParam {
     // ---------------------------------------------------------------------------
 
     std::array<Shared<std::uint8_t>, kRegionCount> regionLevel;
+
+    Guarded<std::wstring> obstacle;  // why there are no pictures, for the user to read; empty: nothing known
 
     /// Stores the size of the pictures; a change is reported to the control's window.
     void SetPictureSize(int width, int height);
@@ -184,6 +186,8 @@ class CCtrlParam {
     void FillPools();
     void SendNewFrame(const std::uint8_t* data, std::size_t size, int frameType, bool signal);
     VideoFrameRecord* WaitForEmptyVideo(std::uint32_t pts, bool keyFrame);
+    std::uint32_t LargestVideoFrame() const;
+    bool MakeRoom(VideoFrameRecord& record, std::uint32_t length);
     AudioFrameRecord* WaitForEmptyAudio(std::uint32_t pts);
 
     const MediaSettings m_settings;
@@ -210,7 +214,8 @@ class CCtrlParam {
 
     // video receiving thread only
     bool m_skipToKeyFrame = false;
-    bool m_damaged = false;  // since the frame that was stored last
+    bool m_damaged = false;             // since the frame that was stored last
+    std::uint32_t m_roomPerRecord = 0;  // bytes that a video record gets when it needs more than it has
     FrameEventReporter m_events;
 };
 

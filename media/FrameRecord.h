@@ -23,6 +23,7 @@ struct VideoFrameRecord {
     std::uint32_t pts = 0;            // milliseconds
     bool damagedBefore = false;       // something is missing between the frame before this one and this one
     FrameInfo info;
+    std::uint32_t capacity = 0;  // bytes that `data` has room for; grows with the stream's frames
     std::unique_ptr<std::uint8_t[]> data;
 };
 

@@ -20,6 +20,14 @@ bool Flag(SettingId id) noexcept {
     return Number(id) != 0;
 }
 
+// A size that limits only where it is stored.
+std::optional<uint32_t> Limit(SettingId id) noexcept {
+    const DwordSetting& row = Row(id);
+    const std::optional<uint32_t> stored = Stored(row);
+    if (!stored || (*stored == 0 && row.zero == Zero::kMeansDefault)) return std::nullopt;
+    return Resolve(row, stored);
+}
+
 uint32_t PoolCount(SettingId count, uint32_t bytesEach) noexcept {
     return FitPool(Row(count), Number(count), bytesEach);
 }
@@ -68,10 +76,10 @@ uint32_t TargetPTSDiffRange() noexcept {
 }
 
 uint32_t VideoBufferNum() noexcept {
-    return PoolCount(SettingId::kVideoBufferNum, VideoBufferSize());
+    return PoolCount(SettingId::kVideoBufferNum, Number(SettingId::kVideoBufferSize));
 }
-uint32_t VideoBufferSize() noexcept {
-    return Number(SettingId::kVideoBufferSize);
+std::optional<uint32_t> VideoBufferSize() noexcept {
+    return Limit(SettingId::kVideoBufferSize);
 }
 uint32_t AudioBufferNum() noexcept {
     return PoolCount(SettingId::kAudioBufferNum, AudioBufferSize());
@@ -93,10 +101,10 @@ bool EnableVSync() noexcept {
     return Flag(SettingId::kEnableVSync);
 }
 uint32_t DisplayBufferNum() noexcept {
-    return PoolCount(SettingId::kDisplayBufferNum, DisplayBufferSize());
+    return PoolCount(SettingId::kDisplayBufferNum, Number(SettingId::kDisplayBufferSize));
 }
-uint32_t DisplayBufferSize() noexcept {
-    return Number(SettingId::kDisplayBufferSize);
+std::optional<uint32_t> DisplayBufferSize() noexcept {
+    return Limit(SettingId::kDisplayBufferSize);
 }
 
 uint32_t JpegBufferSize() noexcept {

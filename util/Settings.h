@@ -7,6 +7,7 @@
 // Any thread. Only functions that return text can throw, and only std::bad_alloc.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace util {
@@ -36,7 +37,7 @@ uint32_t TargetPTSDiffRange() noexcept;
 /// Frame pools, in records and bytes per record. The numbers also keep number times size within
 /// kPoolBytesMax.
 uint32_t VideoBufferNum() noexcept;
-uint32_t VideoBufferSize() noexcept;
+std::optional<uint32_t> VideoBufferSize() noexcept;  // none: not limited by it
 uint32_t AudioBufferNum() noexcept;
 uint32_t AudioBufferSize() noexcept;
 bool EnableDecodeFrameDrop() noexcept;
@@ -46,7 +47,8 @@ bool EnableDisplayFrameDrop() noexcept;
 bool EnableTimeSync() noexcept;
 bool EnableVSync() noexcept;
 uint32_t DisplayBufferNum() noexcept;
-uint32_t DisplayBufferSize() noexcept;  // a stored 0 is returned as 0: what it means is the decoder's affair
+/// None: not limited by it. A stored 0 is returned as 0: what it means is the decoder's affair.
+std::optional<uint32_t> DisplayBufferSize() noexcept;
 
 /// HTTP receivers, in bytes.
 uint32_t JpegBufferSize() noexcept;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "camera/FrameRateIndex.h"
 #include "control/DiskSpace.h"
@@ -396,12 +397,22 @@ void Connection::OnReconnectTimer() {
     m_owner.Connect();
 }
 
+// What keeps pictures from being shown comes first, whatever the host wants to read there.
+void Connection::RefreshCaption(const CCtrlParam& param) {
+    std::wstring caption = param.obstacle.Get();
+    if (!caption.empty()) {
+        m_obstacleShown = true;
+    } else if (std::exchange(m_obstacleShown, false)) {
+        ShowStatus(ecsConnected);
+    }
+    if (caption.empty() && (m_owner.Properties().captionInfo & eciTime) != 0)
+        caption = param.captionText.Get();
+    if (!caption.empty() && caption != m_owner.Status().Caption()) SetCaption(caption);
+}
+
 void Connection::OnStatisticsTimer() {
     CCtrlParam& param = m_owner.Session().param;
-    if ((m_owner.Properties().captionInfo & eciTime) != 0) {
-        const std::wstring caption = param.captionText.Get();
-        if (!caption.empty() && caption != m_owner.Status().Caption()) SetCaption(caption);
-    }
+    RefreshCaption(param);
     const int serverFrameRate = param.serverFrameRate.Get();
     const FrameRates rates = m_frameRateMeter.Pass(GetTickCount(), param.TakeFrameCounts());
     if (util::Switches().fps) LogFrameRates(rates);

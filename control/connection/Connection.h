@@ -82,6 +82,7 @@ class Connection {
     EConnectStatus Interpret(EConnectStatus reported) const;
     void ShowStatus(EConnectStatus status);
     void SetCaption(const std::wstring& caption);
+    void RefreshCaption(const CCtrlParam& param);
     void LogFrameRates(const FrameRates& rates) const;
     void WatchDisk();
 
@@ -89,6 +90,7 @@ class Connection {
     EConnectStatus m_status = ecsDisconnect;
     bool m_active = false;         // connecting or connected
     bool m_disconnecting = false;  // inside FinishDisconnect
+    bool m_obstacleShown = false;  // the caption says why there are no pictures
     bool m_refused = false;        // the camera did not accept the sign-in of this attempt's commands
     unsigned m_attempts = 0;       // connections begun: tells an outer Connect that it has been overtaken
     std::shared_ptr<Reception> m_reception;  // of the connection that is there

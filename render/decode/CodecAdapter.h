@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "codec/Picture.h"
 #include "media/MediaTypes.h"
@@ -16,6 +17,10 @@ class DecodeHost {
     /// False once the loop is to end.
     virtual bool IsRunning() const = 0;
 
+    /// Whether pictures of this size may be decoded at all. Asked before a codec takes memory for them; a
+    /// refusal is told to the host's user.
+    virtual bool Admits(PixelSize size) = 0;
+
     /// The stream's pictures have this size from now on: the presenter is rebuilt for it. False when it
     /// cannot show such pictures, now or ever.
     virtual bool PrepareFor(PixelSize size) = 0;
@@ -24,7 +29,8 @@ class DecodeHost {
     virtual bool IsReady() const = 0;
 
     /// Where a picture of that size goes, in the presenter's format: the work buffer, whose picture is
-    /// queued, and a second one for filters. The data is null where there is no memory.
+    /// queued, and a second one for filters. The data is null while no size is known, and where there is no
+    /// memory.
     virtual codec::OutputPicture Work() = 0;
     virtual codec::OutputPicture Scratch() = 0;
     virtual void SwapWorkAndScratch() = 0;
@@ -37,14 +43,22 @@ class DecodeHost {
     ~DecodeHost() = default;
 };
 
+/// One frame as it was received. The data is the caller's.
+struct CompressedFrame {
+    const std::uint8_t* data = nullptr;
+    std::size_t size = 0;
+    codec::UnitInfo info;
+};
+
 /// Decodes one kind of stream. Decode thread only.
 class CodecAdapter {
   public:
     virtual ~CodecAdapter() = default;
 
-    /// Decodes one compressed frame. True when its picture, or one that it completes, is in the work buffer.
-    /// A frame that cannot be decoded gives false; the next one is tried as if nothing had been.
-    virtual bool Decode(const std::uint8_t* data, std::size_t size, DecodeHost& host) = 0;
+    /// Decodes one compressed frame. When a picture is in the work buffer afterwards, its own or one that
+    /// it releases, the result is the tag of that picture's frame. A frame that cannot be decoded gives
+    /// nothing; the next one is tried as if nothing had been.
+    virtual std::optional<std::int64_t> Decode(const CompressedFrame& frame, DecodeHost& host) = 0;
 };
 
 /// Null for a kind that nothing here decodes.

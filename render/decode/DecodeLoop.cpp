@@ -1,5 +1,6 @@
 #include "render/decode/DecodeLoop.h"
 
+#include <string>
 #include <utility>
 
 #include "util/Log.h"
@@ -19,8 +20,7 @@ void DecodeLoop::Step() {
     if (m_param->GetFilledVideoFrame(&record) != kResultOk) return;
 
     AdoptOfferedSink();
-    const bool wanted = !m_param->iFrameOnly.Get() || record->frameType == kKeyFrame;
-    if (wanted && m_param->decodeAV.Get() && EnsureBuffer(m_work)) {
+    if (IsWanted(*record)) {
         DecodeRecord(*record);
         m_param->CountFrame(FrameCounters::kDecoded);
     }
@@ -29,11 +29,30 @@ void DecodeLoop::Step() {
     m_param->PutEmptyVideoFrame(record);
 }
 
+bool DecodeLoop::IsWanted(const VideoFrameRecord& record) {
+    const bool keyFrame = record.frameType == kKeyFrame || m_pipeline.kind == VideoCodec::Mjpeg;
+    if (!m_param->decodeAV.Get() || (m_param->iFrameOnly.Get() && record.frameType != kKeyFrame)) {
+        m_leftOut = true;
+        return false;
+    }
+    if (!m_leftOut || keyFrame) return true;
+    // It refers to frames that were left out.
+    m_param->WishKeyFrame();
+    return false;
+}
+
 void DecodeLoop::DecodeRecord(const VideoFrameRecord& record) {
-    const bool picture = !m_adapter || m_adapter->Decode(record.data.get(), record.payloadLength, *this);
+    CompressedFrame frame{
+        record.data.get(), record.payloadLength, {m_underWay.Add(record), record.damagedBefore}};
+    // While key frames alone are decoded, nothing that they need is missing between them.
+    if (m_leftOut && !m_param->iFrameOnly.Get()) {
+        m_leftOut = false;
+        frame.info.damagedBefore = true;
+    }
+    const std::optional<std::int64_t> picture = m_adapter ? m_adapter->Decode(frame, *this) : frame.info.tag;
     // Here rather than behind the queue, where the display thread may already be ahead of it.
     m_param->Trace().Record(record.pts, FrameTimingTrace::kDecoded, platform::Ticks100ns());
-    if (picture) PushBackToDisplayQueue(record);
+    if (picture) PushBackToDisplayQueue(m_underWay.Of(*picture));
     if (m_pipeline.kind == VideoCodec::Mjpeg) SaveJpegOnRequest(record);
 }
 
@@ -45,19 +64,46 @@ void DecodeLoop::SaveJpegOnRequest(const VideoFrameRecord& record) {
     }
 }
 
-bool DecodeLoop::EnsureBuffer(PictureBuffer& buffer) const {
-    if (!buffer) buffer = PictureBuffer(m_pipeline.settings.displayBufferSize);
-    return static_cast<bool>(buffer);
-}
-
-codec::OutputPicture DecodeLoop::Describe(const PictureBuffer& buffer) const {
+// A buffer gets its memory when it is about to be written, so that no more of them have any than there are
+// pictures on their way.
+codec::OutputPicture DecodeLoop::Describe(PictureBuffer& buffer) const {
     const codec::PixelFormat format = m_pipeline.sink->Format();
+    const std::size_t bytes = Fits(m_size) ? PictureSizeBytes(format, m_size) : 0;
+    if (buffer.Capacity() != bytes) {
+        buffer = PictureBuffer();
+        if (bytes != 0) buffer = PictureBuffer(bytes);
+    }
     return {format, buffer.Data(), buffer.Capacity(), PictureStride(format, m_size.width)};
 }
 
-codec::OutputPicture DecodeLoop::Scratch() {
-    EnsureBuffer(m_scratch);
-    return Describe(m_scratch);
+bool DecodeLoop::Fits(PixelSize size) const {
+    return size.width <= codec::kMaxDimension && size.height <= codec::kMaxDimension &&
+           PictureSizeBytes(m_pipeline.sink->Format(), size) <= LargestPicture(m_pipeline.settings);
+}
+
+bool DecodeLoop::Admits(PixelSize size) {
+    if (Fits(size)) {
+        if (!m_refused.IsEmpty()) m_param->obstacle.Set({});
+        m_refused = {};
+        return true;
+    }
+    m_ready = false;
+    if (size == m_refused) return false;
+    m_refused = size;
+    m_param->SetPictureSize(size.width, size.height);
+    const auto limit = static_cast<unsigned>(LargestPicture(m_pipeline.settings));
+    NORIX_LOG("CDecoder::DecThread", 1,
+              "a picture of %d x %d takes %u bytes, more than DisplayBufferSize = %u", size.width,
+              size.height, static_cast<unsigned>(PictureSizeBytes(m_pipeline.sink->Format(), size)), limit);
+    m_param->obstacle.Set(std::to_wstring(size.width) + L" x " + std::to_wstring(size.height) +
+                          L": too large to be shown");
+    return false;
+}
+
+// The display thread is held: all frames are in the pool.
+void DecodeLoop::ReleasePictures() {
+    m_pipeline.pool.ReleaseAllDisplayable();
+    m_pipeline.pool.FreeBuffers();
 }
 
 void DecodeLoop::AdoptOfferedSink() {
@@ -65,7 +111,7 @@ void DecodeLoop::AdoptOfferedSink() {
     if (!offered) return;
     const PauseGate::Pause pause(m_pipeline.gate);
     if (!pause) return;
-    m_pipeline.pool.ReleaseAllDisplayable();  // they are in the old one's format
+    ReleasePictures();  // they are in the old one's format
     m_pipeline.sink = std::move(offered);
     if (!m_size.IsEmpty()) m_ready = PrepareSink();
 }
@@ -74,21 +120,16 @@ bool DecodeLoop::PrepareFor(PixelSize size) {
     m_size = size;
     m_ready = false;
     m_param->SetPictureSize(size.width, size.height);
+    if (!Admits(size)) return false;
     const PauseGate::Pause pause(m_pipeline.gate);
     if (!pause) return false;
-    m_pipeline.pool.ReleaseAllDisplayable();  // they have the old size
+    ReleasePictures();  // they have the old size
     m_ready = PrepareSink();
     return m_ready;
 }
 
 bool DecodeLoop::PrepareSink() {
-    const std::size_t bytes = PictureSizeBytes(m_pipeline.sink->Format(), m_size);
-    if (bytes > m_pipeline.settings.displayBufferSize) {
-        NORIX_LOG("CDecoder::DecThread", 1,
-                  "a picture of %d x %d takes %u bytes, more than DisplayBufferSize = %u", m_size.width,
-                  m_size.height, static_cast<unsigned>(bytes), m_pipeline.settings.displayBufferSize);
-        return false;
-    }
+    if (!Admits(m_size)) return false;
     m_pipeline.view->SetPictureSize(m_size);
     return m_pipeline.sink->Prepare(m_size);
 }
@@ -105,17 +146,17 @@ DisplayFrame* DecodeLoop::WaitForFreeFrame(std::uint32_t pts) {
     return frame;
 }
 
-void DecodeLoop::PushBackToDisplayQueue(const VideoFrameRecord& record) {
-    DisplayFrame* const frame = WaitForFreeFrame(record.pts);
+void DecodeLoop::PushBackToDisplayQueue(const FramesUnderWay::Frame& source) {
+    DisplayFrame* const frame = WaitForFreeFrame(source.pts);
     if (!frame) return;
     frame->picture.Swap(m_work);
-    frame->pts = record.pts;
+    frame->pts = source.pts;
     frame->size = m_size;
     frame->format = m_pipeline.sink->Format();
 
-    const PixelSize reference{record.info.ReferenceWidth(), record.info.ReferenceHeight()};
+    const PixelSize reference{source.info.ReferenceWidth(), source.info.ReferenceHeight()};
     for (std::size_t i = 0; i < kRegionCount; ++i) {
-        const RegionRecord& region = record.info.regions[i];
+        const RegionRecord& region = source.info.regions[i];
         const bool enabled = region.enabled == 1;
         frame->alarms[i] = region.InAlarm();
         if (!enabled) continue;

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "render/decode/CodecAdapter.h"
+#include "render/decode/FramesUnderWay.h"
 #include "render/decode/Pipeline.h"
 
 namespace norix {
@@ -22,33 +23,39 @@ class DecodeLoop final : private DecodeHost {
 
   private:
     bool IsRunning() const override { return m_pipeline.decodeRunning.load(); }
+    bool Admits(PixelSize size) override;
     bool PrepareFor(PixelSize size) override;
     PixelSize Size() const override { return m_size; }
     bool IsReady() const override { return m_ready; }
     codec::OutputPicture Work() override { return Describe(m_work); }
-    codec::OutputPicture Scratch() override;
+    codec::OutputPicture Scratch() override { return Describe(m_scratch); }
     void SwapWorkAndScratch() override { m_work.Swap(m_scratch); }
     bool DeInterlace() const override { return m_param->deInterlace.Get(); }
     bool SuppressDeinterlace() const override { return m_param->suppressDeinterlace.Get(); }
     int DecodeSpeed() const override { return m_param->decodeSpeed.Get(); }
 
-    codec::OutputPicture Describe(const PictureBuffer& buffer) const;
-    bool EnsureBuffer(PictureBuffer& buffer) const;
+    codec::OutputPicture Describe(PictureBuffer& buffer) const;
+    bool Fits(PixelSize size) const;
+    void ReleasePictures();
+    bool IsWanted(const VideoFrameRecord& record);
     void AdoptOfferedSink();
     bool PrepareSink();
     void DecodeRecord(const VideoFrameRecord& record);
     void SaveJpegOnRequest(const VideoFrameRecord& record);
     DisplayFrame* WaitForFreeFrame(std::uint32_t pts);
-    void PushBackToDisplayQueue(const VideoFrameRecord& record);
+    void PushBackToDisplayQueue(const FramesUnderWay::Frame& source);
     void ReportRegionsOnce();
 
     Pipeline& m_pipeline;
     CCtrlParam* const m_param;
     const std::unique_ptr<CodecAdapter> m_adapter;  // null: frames are passed on undecoded
-    PictureBuffer m_work;                           // the codec writes here; swapped with a display frame's
-    PictureBuffer m_scratch;                        // for filters; made when first needed
+    FramesUnderWay m_underWay;
+    PictureBuffer m_work;     // the codec writes here; swapped with a display frame's
+    PictureBuffer m_scratch;  // for filters
     PixelSize m_size;
-    bool m_ready = false;  // the sink is prepared for m_size
+    bool m_ready = false;    // the sink is prepared for m_size
+    bool m_leftOut = false;  // frames were, since the last key frame
+    PixelSize m_refused;     // the size that was refused last, since one was admitted
     bool m_regionsReported = false;
 };
 

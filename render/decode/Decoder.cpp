@@ -65,9 +65,10 @@ CDecoder::CDecoder(std::uint32_t kind) : CDecoder(kind, ReadSettings()) {}
 CDecoder::CDecoder(std::uint32_t kind, const DecoderSettings& settings)
     : m_kind(kind),
       m_settings(ApplyZeroRules(settings)),
-      m_snapshots(std::make_shared<SnapshotThread>(m_settings.displayBufferSize)) {
+      m_snapshots(std::make_shared<SnapshotThread>(LargestPicture(m_settings))) {
     NORIX_LOG("CDecoder::CDecoder", 0, "DisplayBufferNum = %u, DisplayBufferSize = %u (KB)",
-              m_settings.displayBufferNum, m_settings.displayBufferSize >> 10);
+              m_settings.displayBufferNum,
+              m_settings.displayBufferSize.value_or(kDefaultDisplayBufferSize) >> 10);
     m_pipeline = std::make_shared<Pipeline>(static_cast<VideoCodec>(kind), m_settings);
     m_pipeline->sink = std::make_shared<NoSink>();
     m_pipeline->snapshots = m_snapshots;

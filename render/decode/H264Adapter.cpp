@@ -2,16 +2,27 @@
 
 namespace norix {
 
-bool H264Adapter::Open(const std::uint8_t* data, std::size_t size, DecodeHost& host) {
-    if (m_decoder.Initialise(data, size) != codec::Status::kOk) return false;
+// Pictures that can't be shown are not decoded either: the decoder takes its memory with the first one.
+bool H264Adapter::IsAdmitted(const CompressedFrame& frame, DecodeHost& host) {
+    PixelSize announced;
+    const codec::Status status =
+        codec::H264Decoder::Announced(frame.data, frame.size, &announced.width, &announced.height);
+    if (status != codec::Status::kOk && status != codec::Status::kUnsupported) return !m_refused;
+    m_refused = !host.Admits(announced);
+    if (m_refused) m_decoder.Close();
+    return !m_refused;
+}
+
+bool H264Adapter::Open(const CompressedFrame& frame, DecodeHost& host) {
+    if (m_decoder.Initialise(frame.data, frame.size) != codec::Status::kOk) return false;
     m_decoder.SetSpeed(m_speed);
     return host.PrepareFor({m_decoder.Width(), m_decoder.Height()});
 }
 
 // Asks once with the frame and, where that gives nothing, once more for a picture that is already due. A new
 // size prepares the presenter first and then asks for the picture that brought it.
-bool H264Adapter::GetPicture(const std::uint8_t* data, std::size_t size, DecodeHost& host) {
-    codec::Status status = m_decoder.Decode(data, size, host.Work());
+bool H264Adapter::GetPicture(const CompressedFrame& frame, DecodeHost& host) {
+    codec::Status status = m_decoder.Decode(frame.data, frame.size, host.Work(), frame.info);
     if (status == codec::Status::kSizeChanged) {
         if (!host.PrepareFor({m_decoder.Width(), m_decoder.Height()})) return false;
     }
@@ -19,20 +30,21 @@ bool H264Adapter::GetPicture(const std::uint8_t* data, std::size_t size, DecodeH
     return status == codec::Status::kOk;
 }
 
-bool H264Adapter::Decode(const std::uint8_t* data, std::size_t size, DecodeHost& host) {
-    if (!host.IsRunning()) return false;
+std::optional<std::int64_t> H264Adapter::Decode(const CompressedFrame& frame, DecodeHost& host) {
+    if (!host.IsRunning()) return std::nullopt;
     if (host.DecodeSpeed() != m_speed) {
         m_decoder.Close();
         m_speed = host.DecodeSpeed();
     }
+    if (!IsAdmitted(frame, host)) return std::nullopt;
     // It also closes itself when memory runs out.
-    if (!m_decoder.IsInitialised() && !Open(data, size, host)) return false;
-    if (!GetPicture(data, size, host)) return false;
+    if (!m_decoder.IsInitialised() && !Open(frame, host)) return std::nullopt;
+    if (!GetPicture(frame, host)) return std::nullopt;
     if (host.DeInterlace() && !host.SuppressDeinterlace() &&
         FilterInterlaced(host.Work(), host.Scratch(), host.Size())) {
         host.SwapWorkAndScratch();
     }
-    return true;
+    return m_decoder.Info().tag;
 }
 
 }  // namespace norix

@@ -7,14 +7,16 @@ namespace norix {
 
 class H264Adapter final : public CodecAdapter {
   public:
-    bool Decode(const std::uint8_t* data, std::size_t size, DecodeHost& host) override;
+    std::optional<std::int64_t> Decode(const CompressedFrame& frame, DecodeHost& host) override;
 
   private:
-    bool Open(const std::uint8_t* data, std::size_t size, DecodeHost& host);
-    bool GetPicture(const std::uint8_t* data, std::size_t size, DecodeHost& host);
+    bool IsAdmitted(const CompressedFrame& frame, DecodeHost& host);
+    bool Open(const CompressedFrame& frame, DecodeHost& host);
+    bool GetPicture(const CompressedFrame& frame, DecodeHost& host);
 
     codec::H264Decoder m_decoder;
-    int m_speed = 0;  // last given to the decoder
+    int m_speed = 0;         // last given to the decoder
+    bool m_refused = false;  // the stream's pictures are too large, until it announces other ones
 };
 
 }  // namespace norix

@@ -4,26 +4,29 @@
 
 namespace norix {
 
-bool MjpegAdapter::Decode(const std::uint8_t* data, std::size_t size, DecodeHost& host) {
-    if (!host.IsRunning()) return false;
+std::optional<std::int64_t> MjpegAdapter::Decode(const CompressedFrame& frame, DecodeHost& host) {
+    if (!host.IsRunning()) return std::nullopt;
     codec::JpegInfo info;
-    if (const codec::Status status = m_decoder.ReadHeader(data, size, &info); status != codec::Status::kOk) {
+    if (const codec::Status status = m_decoder.ReadHeader(frame.data, frame.size, &info);
+        status != codec::Status::kOk) {
         NORIX_LOG("CDecoder::DecodeFromJPEGBuffer", 0, "ijlRead(IJL_JBUFF_READPARAMS), failed = %d",
                   static_cast<int>(status));
-        return false;
+        return std::nullopt;
     }
     const PixelSize announced{info.width, info.height};
     if (!(announced == host.Size()) || !host.IsReady()) {
-        if (!host.PrepareFor(announced)) return false;
+        if (!host.PrepareFor(announced)) return std::nullopt;
     }
     const bool filter = host.DeInterlace() && host.Scratch().data;
     const codec::OutputPicture target = filter ? host.Scratch() : host.Work();
-    if (const codec::Status status = m_decoder.Decode(data, size, target); status != codec::Status::kOk) {
+    if (const codec::Status status = m_decoder.Decode(frame.data, frame.size, target);
+        status != codec::Status::kOk) {
         NORIX_LOG("CDecoder::DecodeFromJPEGBuffer", 0, "ijlRead(IJL_JBUFF_READWHOLEIMAGE), failed = %d",
                   static_cast<int>(status));
-        return false;
+        return std::nullopt;
     }
-    return !filter || FilterInterlaced(target, host.Work(), announced);
+    if (filter && !FilterInterlaced(target, host.Work(), announced)) return std::nullopt;
+    return frame.info.tag;
 }
 
 }  // namespace norix

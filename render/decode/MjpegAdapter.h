@@ -7,7 +7,7 @@ namespace norix {
 
 class MjpegAdapter final : public CodecAdapter {
   public:
-    bool Decode(const std::uint8_t* data, std::size_t size, DecodeHost& host) override;
+    std::optional<std::int64_t> Decode(const CompressedFrame& frame, DecodeHost& host) override;
 
   private:
     codec::JpegDecoder m_decoder;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "render/decode/CodecAdapter.h"
 
 namespace norix {
@@ -12,14 +14,17 @@ class Mpeg4Adapter final : public CodecAdapter {
     Mpeg4Adapter(const Mpeg4Adapter&) = delete;
     Mpeg4Adapter& operator=(const Mpeg4Adapter&) = delete;
 
-    bool Decode(const std::uint8_t* data, std::size_t size, DecodeHost& host) override;
+    std::optional<std::int64_t> Decode(const CompressedFrame& frame, DecodeHost& host) override;
 
   private:
-    bool Open();
     void Close();
-    bool DecodePacket(const std::uint8_t* data, std::size_t size, DecodeHost& host);
+    bool Open(DecodeHost& host);
+    std::optional<std::int64_t> DecodePacket(const CompressedFrame& packet, DecodeHost& host);
+    void KeepHeaders(const std::uint8_t* data, std::size_t size);
 
     void* m_decoder = nullptr;
+    // The stream's last headers, which a camera may send only once: every new decoder gets them.
+    std::vector<std::uint8_t> m_headers;
 };
 
 }  // namespace norix

@@ -1,27 +1,16 @@
 #include "render/present/DisplayPool.h"
 
-#include <utility>
-
 namespace norix {
 namespace {
 
-std::vector<DisplayFrame> MakeFrames(const DecoderSettings& settings) {
-    std::vector<DisplayFrame> frames;
-    if (settings.displayBufferSize == 0) return frames;
-    frames.reserve(settings.displayBufferNum);
-    for (std::uint32_t i = 0; i < settings.displayBufferNum; ++i) {
-        DisplayFrame frame;
-        frame.picture = PictureBuffer(settings.displayBufferSize);
-        if (!frame.picture) break;
-        frames.push_back(std::move(frame));
-    }
-    return frames;
+std::size_t FrameCount(const DecoderSettings& settings) {
+    return settings.displayBufferSize == 0u ? 0 : settings.displayBufferNum;
 }
 
 }  // namespace
 
 DisplayPool::DisplayPool(const DecoderSettings& settings)
-    : m_frames(MakeFrames(settings)), m_free(m_frames.size()), m_queue(m_frames.size()) {
+    : m_frames(FrameCount(settings)), m_free(m_frames.size()), m_queue(m_frames.size()) {
     for (DisplayFrame& frame : m_frames)
         m_free.PutTail(&frame);
 }
@@ -29,6 +18,16 @@ DisplayPool::DisplayPool(const DecoderSettings& settings)
 void DisplayPool::ReleaseAllDisplayable() {
     while (DisplayFrame* const frame = m_queue.Take(0))
         m_free.PutTail(frame);
+}
+
+void DisplayPool::FreeBuffers() {
+    std::size_t count = m_free.Size();
+    for (; count != 0; --count) {
+        DisplayFrame* const frame = m_free.Take(0);
+        if (!frame) return;
+        frame->picture = PictureBuffer();
+        m_free.PutTail(frame);
+    }
 }
 
 Result DisplayPool::Take(Queue& queue, DisplayFrame** frame) {

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <deque>
+#include <set>
 #include <thread>
 
+#include "codec/H264Decoder.h"
 #include "codec/Jpeg.h"
 #include "tests/native/media/FrameBytes.h"
 #include "tests/native/render/Rig.h"
@@ -89,20 +92,121 @@ TEST(DecodeLoop, PixelsAreWhereTheyBelong) {
     }
 }
 
-TEST(DecodeLoop, SwapsBuffersInsteadOfCopying) {
-    Rig rig(VideoCodec::Mjpeg);
+TEST(DecodeLoop, SwapsAsFewBuffersAsThereArePicturesOnTheirWay) {
     const Bytes jpeg = LoadPackets("jpeg_420_64x48")[0];
-    std::vector<const std::uint8_t*> seen;
-    for (int i = 0; i < 20; ++i) {
-        rig.Decode(jpeg);
-        DisplayFrame* frame = nullptr;
-        ASSERT_EQ(rig.pipeline.pool.TakeDisplayable(&frame), kResultOk);
-        seen.push_back(frame->picture.Data());
-        rig.pipeline.pool.Release(frame);
+    for (std::size_t waiting : {1, 3, 6}) {
+        Rig rig(VideoCodec::Mjpeg);
+        std::set<const std::uint8_t*> seen;
+        std::deque<DisplayFrame*> taken;
+        for (int i = 0; i < 20; ++i) {
+            rig.Decode(jpeg);
+            DisplayFrame* frame = nullptr;
+            ASSERT_EQ(rig.pipeline.pool.TakeDisplayable(&frame), kResultOk);
+            EXPECT_EQ(frame->picture.Capacity(), PictureSizeBytes(PixelFormat::kYuy2, {64, 48}));
+            seen.insert(frame->picture.Data());
+            taken.push_back(frame);
+            if (taken.size() < waiting) continue;
+            rig.pipeline.pool.Release(taken.front());
+            taken.pop_front();
+        }
+        EXPECT_EQ(seen.size(), waiting + 1);
+        for (DisplayFrame* frame : taken)
+            rig.pipeline.pool.Release(frame);
     }
-    std::sort(seen.begin(), seen.end());
-    // The frames' buffers and the work buffer go round.
-    EXPECT_EQ(std::unique(seen.begin(), seen.end()) - seen.begin(), 7);
+}
+
+TEST(DecodeLoop, PicturesOfEverySizeShowWhileNoLimitIsSet) {
+    for (const auto& [kind, clip] : {std::pair{VideoCodec::H264, "h264_high_3840x2160"},
+                                     {VideoCodec::Mpeg4, "mpeg4_simple_3840x2160"},
+                                     {VideoCodec::Mjpeg, "jpeg_420_3840x2160"}}) {
+        DecoderSettings settings;
+        settings.enableTimeSync = false;
+        Rig rig(kind, PixelFormat::kBgr24, settings);
+        const std::vector<Bytes> packets = LoadPackets(clip);
+        for (std::size_t i = 0; i < packets.size(); ++i)
+            rig.Play(packets[i], 40, i == 0 ? 0 : 1);
+        EXPECT_EQ(rig.sink->Shown().size(), packets.size()) << clip;
+    }
+}
+
+// The pictures come out in the order in which they are shown, each with what came with its own frame.
+TEST(DecodeLoop, PicturesThatWaitForTheirTurnKeepTheirTimesAndRegions) {
+    const std::vector<Bytes> packets = LoadPackets("h264_main_b_352x288");
+    Rig rig(VideoCodec::H264);
+    codec::H264Decoder reference;
+    ASSERT_EQ(reference.Initialise(packets[0].data(), packets[0].size()), codec::Status::kOk);
+    bool reordered = false;
+    std::uint32_t last = 0;
+    for (std::uint32_t i = 0; i < packets.size(); ++i) {
+        Bytes frame = packets[i];
+        test::Section section;
+        section.referenceWidth = 352;
+        section.referenceHeight = 288;
+        const Bytes sei = test::SeiNal(section.Region(0, 1, i, 0, 200, 200, 0, 1).Build());
+        frame.insert(frame.begin() + 6, sei.begin(), sei.end());  // behind the delimiter
+        rig.Decode(frame, 1000 + i, i % 20 == 0 ? 0 : 1);
+        codec::PlanarPicture picture;
+        const bool expected = reference.DecodePlanar(packets[i].data(), packets[i].size(), &picture,
+                                                     {static_cast<int>(i)}) == codec::Status::kOk;
+        DisplayFrame* shown = nullptr;
+        ASSERT_EQ(rig.pipeline.pool.TakeDisplayable(&shown) == kResultOk, expected) << i;
+        if (!expected) continue;
+        EXPECT_EQ(shown->pts, 1000u + reference.Info().tag);
+        EXPECT_EQ(shown->regions[0].left, reference.Info().tag);
+        reordered = reordered || shown->pts < last;
+        last = shown->pts;
+        rig.pipeline.pool.Release(shown);
+    }
+    EXPECT_TRUE(reordered);
+}
+
+// A camera that sends its parameters once: nothing that makes the decoder begin anew may need them again.
+TEST(DecodeLoop, ParametersThatCameOnceOutliveEverything) {
+    const std::vector<Bytes> h264 = LoadPackets("h264_baseline_64x48");  // a key frame every 8
+    Rig rig(VideoCodec::H264);
+    for (std::uint32_t i = 0; i < 48; ++i) {
+        const Bytes& packet = h264[i % h264.size()];
+        const Bytes sent = i == 0 ? packet : codec::test::WithoutParameterSets(packet);
+        if (i == 11) rig.param.decodeSpeed.Set(3);
+        rig.param.InsertFrameToVideoBuffer(sent.data(), sent.size(), i, i % 8 == 0 ? 0 : 1, i == 19);
+        rig.decode->Step();
+        if (i == 27) {  // a frame that no decoder gets over
+            const Bytes broken = {0, 0, 0, 1, 0x41, 0xff, 0xff};
+            rig.Decode(broken, 0, 1);
+        }
+        rig.display->Step();
+        // Pictures again from the key frame behind each of them on.
+        if (i % 8 == 0) EXPECT_EQ(rig.sink->Shown().back().pts, i);
+    }
+    EXPECT_EQ(rig.sink->Shown().back().pts, 47u);
+
+    const std::vector<Bytes> mpeg4 = LoadPackets("mpeg4_simple_176x144");  // a key frame every 8
+    Rig other(VideoCodec::Mpeg4);
+    for (std::uint32_t i = 0; i < 24; ++i) {
+        const Bytes sent = i == 0 ? mpeg4[i] : codec::test::WithoutVolHeader(mpeg4[i]);
+        if (i == 3) other.pipeline.OfferSink(std::make_shared<test::FakeSink>(PixelFormat::kYuy2, true));
+        if (i == 5) other.pipeline.OfferSink(other.sink);
+        other.Play(sent, i, i % 8 == 0 ? 0 : 1);
+        if (i >= 8) EXPECT_EQ(other.sink->Shown().back().pts, i);
+    }
+}
+
+TEST(DecodeLoop, GoesOnWithAKeyFrameAfterFramesWereLeftOut) {
+    for (const auto& [kind, clip] :
+         {std::pair{VideoCodec::H264, "h264_baseline_64x48"}, {VideoCodec::Mpeg4, "mpeg4_simple_176x144"}}) {
+        const std::vector<Bytes> packets = LoadPackets(clip);  // a key frame every 8
+        Rig rig(kind);
+        std::vector<std::uint32_t> shown;
+        for (std::uint32_t i = 0; i < packets.size(); ++i) {
+            rig.param.decodeAV.Set(i < 3 || i > 4);
+            rig.param.iFrameOnly.Set(i > 12 && i < 19);
+            rig.Play(packets[i], i, i % 8 == 0 ? 0 : 1);
+            if (i == 5) EXPECT_TRUE(rig.param.TakeKeyFrameWish());
+        }
+        for (const test::ShownPicture& picture : rig.sink->Shown())
+            shown.push_back(picture.pts);
+        EXPECT_EQ(shown, (std::vector<std::uint32_t>{0, 1, 2, 8, 9, 10, 11, 12, 16})) << clip;
+    }
 }
 
 TEST(DecodeLoop, LeavesOutWhatIsNotWanted) {
@@ -228,6 +332,42 @@ TEST(DecodeLoop, PicturesThatDoNotFitAreNotDecoded) {
         EXPECT_TRUE(rig.sink->prepared.empty());
     }
     EXPECT_TRUE(log.Contains("a picture of 98 x 66 takes 12936 bytes, more than DisplayBufferSize = 12935"));
+}
+
+// What is too large is refused before anything takes memory for it; the user is told, once, and the next
+// stream that fits is shown.
+TEST(DecodeLoop, PicturesThatAreTooLargeAreToldOfAndMakeRoomForSmallerOnes) {
+    struct Stream {
+        VideoCodec kind;
+        const char* large;
+        const char* small;
+        const char* size;
+    };
+    for (const Stream& stream :
+         {Stream{VideoCodec::H264, "h264_high_1920x1080", "h264_baseline_64x48", "1920 x 1080"},
+          {VideoCodec::Mpeg4, "mpeg4_simple_3840x2160", "mpeg4_odd_99x67", "3840 x 2160"},
+          {VideoCodec::Mjpeg, "jpeg_420_3840x2160", "jpeg_420_64x48", "3840 x 2160"}}) {
+        const util::LogCapture log;
+        Rig rig(stream.kind);
+        const std::vector<Bytes> large = LoadPackets(stream.large);
+        for (int i = 0; i < 3; ++i)
+            rig.Play(large[0]);
+        for (const Bytes& packet : large)
+            rig.Play(packet, 0, 1);
+        EXPECT_TRUE(rig.sink->prepared.empty());
+        const std::string told = std::string(stream.size) + ": too large to be shown";
+        EXPECT_EQ(rig.param.obstacle.Get(), std::wstring(told.begin(), told.end()));
+        const std::vector<std::string> lines = log.Lines();
+        EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                                [](const std::string& line) {
+                                    return line.find("more than DisplayBufferSize") != std::string::npos;
+                                }),
+                  1);
+        for (const Bytes& packet : LoadPackets(stream.small))
+            rig.Play(packet);
+        EXPECT_EQ(rig.sink->Shown().size(), LoadPackets(stream.small).size());
+        EXPECT_EQ(rig.param.obstacle.Get(), L"");
+    }
 }
 
 TEST(DecodeLoop, ANewDecodeSpeedStartsOverAtAKeyFrame) {

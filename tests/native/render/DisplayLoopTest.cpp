@@ -83,6 +83,7 @@ TEST(DisplayLoop, DrawsRegionsInAlarmThatAreSwitchedOn) {
         frame->size = {8, 8};
         frame->format = codec::PixelFormat::kYuy2;
         frame->alarms = {true, true, false};
+        frame->picture = PictureBuffer(128);
         std::fill_n(frame->picture.Data(), 128, std::uint8_t{0});
         rig.pipeline.pool.PutDisplayable(frame, 1);
         rig.display->Step();

@@ -26,7 +26,7 @@ struct ShownPicture {
 
 class FakeSink final : public PictureSink {
   public:
-    explicit FakeSink(codec::PixelFormat format) : m_format(format) {}
+    explicit FakeSink(codec::PixelFormat format, bool refuses = false) : refuse(refuses), m_format(format) {}
 
     codec::PixelFormat Format() const override { return m_format; }
     bool Prepare(PixelSize size) override {

@@ -103,7 +103,8 @@ class SessionTest : public testing::Test {
         live_test::ScriptedServer server(script);
         Notes notes;
         MediaSettings small;
-        small.videoBufferSize = small.audioBufferSize = 4096;
+        small.videoBufferSize = 4096;
+        small.audioBufferSize = 4096;
         const auto param = std::make_shared<CCtrlParam>(small);
         param->mediaType.Set(script.media == "video"   ? MediaType::Video
                              : script.media == "audio" ? MediaType::Audio

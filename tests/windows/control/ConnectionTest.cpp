@@ -254,6 +254,14 @@ TEST_F(Connecting, ShowsTheStreamsCaption) {
     Put(L"CaptionInfo", eciTime);
     Tick(kTimerStatistics);
     EXPECT_EQ(Caption(), L"Entrance 12:00");
+
+    Put(L"CaptionInfo", eciAll & ~eciTime);
+    Control().Session().param.obstacle.Set(L"8192 x 8192: too large to be shown");
+    Tick(kTimerStatistics);
+    EXPECT_EQ(Caption(), L"8192 x 8192: too large to be shown");
+    Control().Session().param.obstacle.Set(L"");
+    Tick(kTimerStatistics);
+    EXPECT_EQ(Caption(), L"Connected!");
 }
 
 TEST_F(Connecting, LogsFrameRatesWhenAsked) {
