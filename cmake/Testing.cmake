@@ -1,11 +1,12 @@
 # Tests, benchmarks and fuzz targets.
 #
 #   norix_add_test(NAME util_tests SOURCES LogTest.cpp ... LIBS util
-#                  [NATIVE | WINDOWS | BOTH] [LABELS ...] [TIMEOUT seconds] [ARGS ...] [NEEDS_DISPLAY])
+#                  [NATIVE | WINDOWS | BOTH] [LABELS ...] [TIMEOUT seconds] [ARGS ...] [NEEDS_DISPLAY] [SLOW])
 #     One GoogleTest program per area, which is one ctest entry. NATIVE programs are built on the build machine with
 #     the sanitizers, WINDOWS ones are cross-built and run under Wine; BOTH (the default) is both. Where the kind of
 #     build does not fit, the call does nothing, so it needs no if() around it. NEEDS_DISPLAY: opens windows, which is
-#     why only one such program runs at a time.
+#     why only one such program runs at a time. SLOW: takes more than a second. What is neither has the label `quick`
+#     (ctest -L quick). One that hangs tells the stacks of its threads; see tests/support/Watchdog.cpp.
 #   norix_add_benchmark(NAME codec_bench SOURCES ... LIBS ... [NATIVE | WINDOWS | BOTH])
 #     A Google Benchmark program. ctest runs it once with the shortest possible run, to keep it alive; figures come
 #     from running it by hand. Builds with sanitizers leave bench/ out.
@@ -18,6 +19,17 @@ set(NORIX_TEST_TIMEOUT 120 CACHE STRING "Seconds after which a test program is e
 
 find_package(GTest REQUIRED)
 find_package(benchmark REQUIRED)
+
+add_library(norix_watchdog OBJECT ${PROJECT_SOURCE_DIR}/tests/support/Watchdog.cpp)
+
+# Everything that can go wrong once in a thousand times, until it does: cmake --build --preset ... --target stress
+add_custom_target(stress
+    COMMAND ${CMAKE_COMMAND} -E env GTEST_SHUFFLE=1 ${CMAKE_CTEST_COMMAND} --output-on-failure --repeat until-fail:1000000
+            -LE "bench|fuzz"
+    WORKING_DIRECTORY ${CMAKE_BINARY_DIR}
+    USES_TERMINAL
+    COMMENT "Testing until something fails"
+    VERBATIM)
 
 # Sets `result` to whether something of this kind belongs into the current build.
 function(norix_kind_fits result native windows both)
@@ -33,14 +45,16 @@ endfunction()
 
 # What the sanitizers have to be told, and the root folder, from where test data is found.
 function(norix_set_test_properties name timeout labels)
+    # A program that hangs gets some seconds to say where.
+    math(EXPR seconds "${timeout} - 15")
     set_tests_properties(${name} PROPERTIES TIMEOUT ${timeout} LABELS "${labels}" WORKING_DIRECTORY
                                                                                   ${PROJECT_SOURCE_DIR})
     set_tests_properties(
-        ${name} PROPERTIES ENVIRONMENT "UBSAN_OPTIONS=print_stacktrace=1;TSAN_OPTIONS=halt_on_error=1 second_deadlock_stack=1")
+        ${name} PROPERTIES ENVIRONMENT "NORIX_TEST_SECONDS=${seconds};UBSAN_OPTIONS=print_stacktrace=1;TSAN_OPTIONS=halt_on_error=1 second_deadlock_stack=1")
 endfunction()
 
 function(norix_add_test)
-    cmake_parse_arguments(arg "NATIVE;WINDOWS;BOTH;NEEDS_DISPLAY" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ARGS" ${ARGN})
+    cmake_parse_arguments(arg "NATIVE;WINDOWS;BOTH;NEEDS_DISPLAY;SLOW" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ARGS" ${ARGN})
     if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SOURCES)
         message(FATAL_ERROR "norix_add_test: bad arguments: ${ARGN}")
     endif()
@@ -52,7 +66,13 @@ function(norix_add_test)
         set(arg_TIMEOUT ${NORIX_TEST_TIMEOUT})
     endif()
 
-    add_executable(${arg_NAME} ${arg_SOURCES})
+    if(arg_SLOW)
+        list(APPEND arg_LABELS slow)
+    elseif(NOT arg_NEEDS_DISPLAY)
+        list(APPEND arg_LABELS quick)
+    endif()
+
+    add_executable(${arg_NAME} ${arg_SOURCES} $<TARGET_OBJECTS:norix_watchdog>)
     target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBS} GTest::gmock)
     # From a static library: an area that needs a set-up of its own simply has its own main.
     target_link_libraries(${arg_NAME} PRIVATE GTest::gtest_main)

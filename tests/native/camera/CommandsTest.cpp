@@ -177,19 +177,5 @@ TEST_F(CameraCommandsTest, KeepsPortsThatCannotBe) {
     EXPECT_EQ(commands.access.httpsPort, 4443);
 }
 
-TEST_F(CameraCommandsTest, AsksForTheModelUntilItKnows) {
-    replies = {Answer("Error"), Answer("system_modelname=Not Exist\n"), Answer("system_modelname=A=1\r\nx")};
-    EXPECT_EQ(commands.ServerModelType(), L"");
-    EXPECT_EQ(commands.ServerModelType(), L"");
-    EXPECT_EQ(commands.ServerModelType(), L"A=1");
-    EXPECT_EQ(commands.ServerModelType(), L"A=1");
-    EXPECT_EQ(requests.size(), 3u);
-}
-
-TEST_F(CameraCommandsTest, AsksForKeyFramesWithoutCaring) {
-    EXPECT_EQ(commands.RequestIFrame(2, 1), kResultOk);
-    EXPECT_EQ(requests.back().path, "/kest-cgi/forcei.cgi?channel=2&stream=1");
-}
-
 }  // namespace
 }  // namespace norix

@@ -95,17 +95,5 @@ TEST(DisplayLoop, DrawsRegionsInAlarmThatAreSwitchedOn) {
     EXPECT_EQ(show(), (std::array<bool, 3>{true, false, false}));
 }
 
-TEST(DisplayLoop, LogsTheClockOnlyOnRequest) {
-    const util::LogCapture log;
-    Rig rig(VideoCodec::Mjpeg);
-    const Bytes jpeg = LoadPackets("jpeg_420_64x48")[0];
-    rig.Play(jpeg, 1234);
-    EXPECT_FALSE(log.Contains("DisplayVideo"));
-    util::Switches().timeSync.Set(1);
-    rig.Play(jpeg, 1274);
-    util::Switches().timeSync.Set(0);
-    EXPECT_TRUE(log.Contains("DisplayVideo(pts=1274) sys_time = 1274, cur_diff = 0, prev_diff = 0 (ms)"));
-}
-
 }  // namespace
 }  // namespace norix

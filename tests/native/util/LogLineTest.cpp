@@ -86,31 +86,5 @@ TEST(LogLine, CutsTextsAndLocationsButNeverTheLineEnd) {
 
 using Bytes = std::vector<uint8_t>;
 
-TEST(LogRecord, PrefixGrowsWithTheLength) {
-    struct Case {
-        uint32_t length;
-        Bytes narrow;
-    };
-    const Case cases[] = {
-        {0, {0}},
-        {254, {254}},
-        {255, {0xFF, 0xFF, 0x00}},
-        {0x1234, {0xFF, 0x34, 0x12}},
-        {0xFFFD, {0xFF, 0xFD, 0xFF}},
-        {0xFFFE, {0xFF, 0xFF, 0xFF, 0xFE, 0xFF, 0x00, 0x00}},
-        {0xFFFF, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x00}},
-        {0x12345678, {0xFF, 0xFF, 0xFF, 0x78, 0x56, 0x34, 0x12}},
-    };
-    for (const Case& c : cases) {
-        const LogRecordPrefix narrow(c.length, false);
-        EXPECT_EQ(Bytes(narrow.bytes.begin(), narrow.bytes.begin() + narrow.size), c.narrow) << c.length;
-
-        Bytes marked = {0xFF, 0xFE, 0xFF};
-        marked.insert(marked.end(), c.narrow.begin(), c.narrow.end());
-        const LogRecordPrefix wide(c.length, true);
-        EXPECT_EQ(Bytes(wide.bytes.begin(), wide.bytes.begin() + wide.size), marked) << c.length;
-    }
-}
-
 }  // namespace
 }  // namespace util

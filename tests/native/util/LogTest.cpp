@@ -24,17 +24,6 @@ TEST(Log, DoesNotEvaluateArgumentsWhileOff) {
     EXPECT_EQ(capture.Lines(), (std::vector<std::string>{"1", "2"}));
 }
 
-TEST(Log, PrintsWhereACallStandsWhenAsked) {
-    const LogCapture capture;
-    const int line = __LINE__ + 1;
-    NORIX_LOG("C::M", 1, "%s at %d%%", "x", 50);
-    NORIX_LOGW(L"C::W", 1, L"%ls and %hs", L"wide", "narrow");
-    EXPECT_EQ(
-        capture.Lines(),
-        (std::vector<std::string>{"x at 50% [LogTest.cpp(" + std::to_string(line) + ") C::M()]",
-                                  "wide and narrow [LogTest.cpp(" + std::to_string(line + 1) + ") C::W()]"}));
-}
-
 TEST(Log, LeavesTheSystemErrorAsItWas) {
     const LogCapture capture;
     errno = ENOENT;

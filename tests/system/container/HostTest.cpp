@@ -54,20 +54,6 @@ std::future<HostRun> Start(std::vector<std::wstring> arguments) {
     return std::async(std::launch::async, [arguments = std::move(arguments)] { return RunHost(arguments); });
 }
 
-TEST(HostTest, ListsWhatTheTypeLibrarySays) {
-    const auto run = RunHostWithoutLog({L"--list"});
-    EXPECT_EQ(run.exitCode, 0);
-    for (const char* line : {"Properties of _DNorixSDK\n", "\tstring ServerIP\n",
-                             "\tshort ConnectStatus (read-only)\n", "\tlong Connect()\n",
-                             "\tvoid SaveSnapShot(string lpszSavePath, string lpszSaveFileName, "
-                             "bool bAuto)\n",
-                             "Events of _DNorixSDKEvents\n", "\tvoid OnConnStatus(short iConnectionStatus)\n",
-                             "\tvoid OnRequestFileName(variant* pvTime)\n", "Enumeration EConnectStatus\n",
-                             "  3\tecsConnectFail\n"}) {
-        EXPECT_THAT(run.output, HasSubstr(line));
-    }
-}
-
 TEST(HostTest, AnswersWithItsExitCode) {
     EXPECT_EQ(RunHostWithoutLog({L"--help"}).exitCode, 0);
     const auto unknown = RunHostWithoutLog({L"--frobnicate"});
@@ -87,31 +73,6 @@ TEST(HostTest, AnswersWithItsExitCode) {
     EXPECT_EQ(inTime.get().exitCode, 0);
     EXPECT_EQ(missing.get().exitCode, 4);
     EXPECT_EQ(waiting.get().exitCode, 4);
-}
-
-TEST(HostTest, ReadsAndWritesProperties) {
-    const auto run = RunHost({L"--run-seconds", kLimit,
-                              L"--set",         L"ServerIP=192.0.2.7",
-                              L"--get",         L"serverip",
-                              L"--set",         L"ConnectionTimeout=10",
-                              L"--get",         L"ConnectionTimeout",
-                              L"--set",         L"username=007",
-                              L"--get",         L"username",
-                              L"--set",         L"ConnectStatus=1",
-                              L"--set",         L"HttpPort='eighty'",
-                              L"--call",        L"SetVideoSize(1)",
-                              L"--call",        L"NoSuchMethod",
-                              L"--exit"});
-    EXPECT_EQ(run.exitCode, 3);
-    EXPECT_THAT(run.Of("get"),
-                ElementsAre("serverip = \"192.0.2.7\"", "ConnectionTimeout = 1000", "username = \"007\""));
-    const auto errors = run.Of("error");
-    ASSERT_EQ(errors.size(), 4u);
-    EXPECT_THAT(errors[0], HasSubstr("0x800A017F"));
-    EXPECT_THAT(errors[1], HasSubstr("0x80020005"));
-    EXPECT_THAT(errors[2], HasSubstr("0x8002000E"));
-    EXPECT_THAT(errors[3], HasSubstr("no such member"));
-    EXPECT_EQ(run.log.back(), "control closed");
 }
 
 TEST(HostTest, NeverTellsThePassword) {
@@ -151,29 +112,6 @@ TEST(HostTest, TakesTheAddressBarApart) {
     }
     for (size_t i = 0; i < runs.size(); ++i)
         EXPECT_EQ(runs[i].get().Of("get"), cases[i].expected);
-}
-
-// A port where nobody listens: the connection cannot come about, on any machine and without a network.
-TEST(HostTest, ReportsAFailedConnectionAndActsInsideItsEvents) {
-    const auto run = RunHost({L"--run-seconds", kLimit,
-                              L"--set",         L"ServerIP=127.0.0.1",
-                              L"--set",         L"HttpPort=9",
-                              L"--set",         L"ConnectionTimeout=1000",
-                              L"--on",          L"OnConnStatus:0=username=inside",
-                              L"--call",        L"Connect",
-                              L"--wait",        L"OnConnStatus:3",
-                              L"--get",         L"ConnectStatus",
-                              L"--get",         L"username",
-                              L"--on",          L"OnConnStatus:2=close",
-                              L"--exit-on",     L"OnConnStatus:2",
-                              L"--call",        L"Disconnect"});
-    EXPECT_EQ(run.exitCode, 0);
-    EXPECT_THAT(run.Of("event"),
-                ElementsAre("OnConnStatus(iConnectionStatus=0)", "OnConnStatus(iConnectionStatus=3)",
-                            "OnConnStatus(iConnectionStatus=2)"));
-    EXPECT_THAT(run.Of("get"), ElementsAre("ConnectStatus = 3", "username = \"inside\""));
-    EXPECT_THAT(run.Of("error"), IsEmpty());
-    EXPECT_THAT(run.log, testing::Contains("control closed"));
 }
 
 }  // namespace

@@ -91,13 +91,4 @@ TEST_F(AtlContainerTest, ShowsTheControlInItsWindow) {
     EXPECT_EQ(actual.bottom - actual.top, 100);
 }
 
-TEST_F(AtlContainerTest, MayDestroyItsWindowInsideAnEvent) {
-    EventRecorder recorder;
-    ASSERT_EQ(recorder.Advise(control.Get()), S_OK);
-    recorder.inHandler = [&] { DestroyWindow(holder); };
-    FireEvent(Automation());
-    EXPECT_FALSE(IsWindow(holder));
-    EXPECT_THAT(recorder.events, testing::ElementsAre(kDisconnectEvent));
-}
-
 }  // namespace

@@ -65,19 +65,6 @@ void LiveOnce(const ControlModule& module, HWND window) {
     EXPECT_EQ(object.Reset(), 0u);
 }
 
-TEST(EnduranceTest, ManyControlsInOneProcess) {
-    const ControlModule module;
-    ASSERT_TRUE(module);
-    const HostWindow& window = HostWindow::Shared();
-    for (int round = 0; round < kWarmUpRounds; ++round)
-        ASSERT_NO_FATAL_FAILURE(LiveOnce(module, window.Get()));
-    const auto before = ResourceUse::Now();
-    for (int round = 0; round < kControlRounds; ++round)
-        ASSERT_NO_FATAL_FAILURE(LiveOnce(module, window.Get()));
-    ExpectNoGrowth(before, ResourceUse::Now());
-    EXPECT_EQ(module.CanUnloadNow(), S_OK);
-}
-
 TEST(EnduranceTest, ManyModulesInOneProcess) {
     const HostWindow& window = HostWindow::Shared();
     // The system's libraries stay, so that only our module comes and goes: loading Wine's winmm costs twelve

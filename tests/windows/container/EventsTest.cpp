@@ -36,14 +36,6 @@ TEST_F(EventsTest, TellNothingOfTheUserWhileTheContainerSaysSo) {
     EXPECT_THAT(host.events, testing::ElementsAre("OnMouseMove(3,4)"));
 }
 
-TEST_F(EventsTest, HandlerMayDeactivateAndClose) {
-    host.inHandler = [&] { CloseControl(); };
-    FireEvent(Automation());
-    EXPECT_EQ(ControlWindow(), nullptr);
-    EXPECT_EQ(site.References(), 0);
-    IgnoreCalls();
-}
-
 TEST_F(EventsTest, HandlerMayDestroyTheContainersWindow) {
     host.inHandler = [&] { window.Destroy(); };
     FireEvent(Automation());

@@ -61,21 +61,6 @@ TEST_F(IdentityTest, IsOneObjectBehindAllInterfaces) {
     identity.Reset();
 }
 
-TEST_F(IdentityTest, NamesItsClass) {
-    Create();
-    CLSID clsid{};
-    EXPECT_EQ(object->GetUserClassID(&clsid), S_OK);
-    EXPECT_EQ(clsid, ControlModule::ControlClass());
-    EXPECT_EQ(Query<IPersist>()->GetClassID(&clsid), S_OK);
-    EXPECT_EQ(clsid, ControlModule::ControlClass());
-    for (const DWORD form : {USERCLASSTYPE_FULL, USERCLASSTYPE_SHORT, USERCLASSTYPE_APPNAME}) {
-        LPOLESTR name = nullptr;
-        ASSERT_EQ(object->GetUserType(form, &name), S_OK);
-        EXPECT_GT(wcslen(name), 0u);
-        CoTaskMemFree(name);
-    }
-}
-
 TEST_F(IdentityTest, TellsItsEventInterface) {
     Create();
     const auto info = Query<IProvideClassInfo2>();
@@ -89,22 +74,6 @@ TEST_F(IdentityTest, TellsItsEventInterface) {
     EXPECT_EQ(described.events.iid, ControlModule::EventInterface());
     EXPECT_EQ(described.automation.iid, ControlModule::AutomationInterface());
     EXPECT_EQ(info->GetClassInfo(nullptr), E_POINTER);
-}
-
-TEST_F(IdentityTest, DeclinesWhatALiveViewDoesNotDo) {
-    Create();
-    ComPtr<IMoniker> moniker;
-    EXPECT_HRESULT_FAILED(object->GetMoniker(OLEGETMONIKER_ONLYIFTHERE, OLEWHICHMK_OBJFULL, &moniker));
-    ComPtr<IDataObject> data;
-    EXPECT_HRESULT_FAILED(object->GetClipboardData(0, &data));
-    EXPECT_HRESULT_FAILED(object->InitFromData(nullptr, TRUE, 0));
-    EXPECT_HRESULT_FAILED(object->SetColorScheme(nullptr));
-    EXPECT_EQ(object->Update(), S_OK);
-    EXPECT_EQ(object->IsUpToDate(), S_OK);
-    CONTROLINFO keys{};
-    keys.cb = sizeof(keys);
-    EXPECT_EQ(Query<IOleControl>()->GetControlInfo(&keys), S_OK);
-    EXPECT_EQ(keys.cAccel, 0);
 }
 
 }  // namespace

@@ -224,35 +224,4 @@ TEST_F(PersistenceTest, NeverStoresThePassword) {
     EXPECT_EQ(std::search(bytes.begin(), bytes.end(), narrow.begin(), narrow.end()), bytes.end());
 }
 
-TEST_F(PersistenceTest, KnowsWhetherItHasChanged) {
-    Create();
-    InitNew();
-    const auto persist = Query<IPersistStreamInit>();
-    SetProperty(Automation(), L"ServerIP", L"192.0.2.1");
-    EXPECT_EQ(persist->IsDirty(), S_OK);
-    const auto stream = MemoryStream();
-    EXPECT_EQ(persist->Save(stream.Get(), FALSE), S_OK);
-    EXPECT_EQ(persist->IsDirty(), S_OK);
-    EXPECT_EQ(persist->Save(stream.Get(), TRUE), S_OK);
-    EXPECT_EQ(persist->IsDirty(), S_FALSE);
-    SetProperty(Automation(), L"username", L"operator");
-    EXPECT_EQ(persist->IsDirty(), S_OK);
-}
-
-TEST_F(PersistenceTest, RejectsDamagedStreamsAndLivesOn) {
-    Create();
-    ApplySettings();
-    const auto good = Saved();
-    const auto load = [&](const std::vector<BYTE>& bytes) {
-        return Query<IPersistStreamInit>()->Load(MemoryStream(bytes).Get());
-    };
-    EXPECT_HRESULT_FAILED(load({}));
-    EXPECT_HRESULT_FAILED(load({good.begin(), good.end() - 1}));
-    EXPECT_HRESULT_FAILED(load(std::vector<BYTE>(4096, 0xFF)));
-    EXPECT_HRESULT_FAILED(Query<IPersistStreamInit>()->Load(nullptr));
-    EXPECT_HRESULT_FAILED(Query<IPersistStreamInit>()->Save(nullptr, TRUE));
-    EXPECT_EQ(load(good), S_OK);
-    ExpectSettings();
-}
-
 }  // namespace

@@ -156,15 +156,6 @@ TEST_F(ViewTest, DrawsIntoMetafiles) {
     DeleteEnhMetaFile(recorded);
 }
 
-TEST_F(ViewTest, RefusesWhatItCannotDraw) {
-    Create();
-    Canvas canvas(160, 120);
-    EXPECT_EQ(Draw(canvas.Dc(), {50, 50, 50, 50}), S_OK);  // nothing to draw
-    EXPECT_EQ(Draw(canvas.Dc(), kArea, DVASPECT_ICON), DV_E_DVASPECT);
-    EXPECT_HRESULT_FAILED(Draw(nullptr, kArea));
-    EXPECT_EQ(canvas.Spilt({0, 0, 0, 0}), 0);
-}
-
 TEST_F(ViewTest, TellsWhenThePictureChanges) {
     Create();
     const auto view = Query<IViewObject2>();
@@ -194,23 +185,6 @@ TEST_F(ViewTest, TellsWhenThePictureChanges) {
 
     ASSERT_EQ(view->SetAdvise(DVASPECT_CONTENT, 0, &sink), S_OK);
     EXPECT_EQ(view->SetAdvise(0, 0, nullptr), S_OK);
-    EXPECT_EQ(sink.References(), 0);
-}
-
-TEST_F(ViewTest, TellsWhenItIsSavedAndClosed) {
-    CreateInSite();
-    AdviseSink sink;
-    DWORD connection = 0;
-    ASSERT_EQ(object->Advise(&sink, &connection), S_OK);
-    ComPtr<IEnumSTATDATA> advises;
-    EXPECT_EQ(object->EnumAdvise(&advises), S_OK);
-    EXPECT_NE(advises, nullptr);
-    advises.Reset();
-    EXPECT_EQ(Query<IPersistStorage>()->SaveCompleted(nullptr), S_OK);
-    EXPECT_EQ(object->Close(OLECLOSE_NOSAVE), S_OK);
-    EXPECT_THAT(sink.news, ElementsAre("save", "close"));
-    EXPECT_EQ(object->Unadvise(connection), S_OK);
-    EXPECT_HRESULT_FAILED(object->Unadvise(connection));
     EXPECT_EQ(sink.References(), 0);
 }
 

@@ -264,32 +264,6 @@ TEST_F(Connecting, ShowsTheStreamsCaption) {
     EXPECT_EQ(Caption(), L"Connected!");
 }
 
-TEST_F(Connecting, LogsFrameRatesWhenAsked) {
-    EnableLog();
-    hives.Store(HKEY_LOCAL_MACHINE, kKey, L"TargetPTSDiff", 40);
-    Create();
-    CCtrlParam& param = Control().Session().param;
-    const auto linesWith = [&](int received, int serverRate) {
-        for (int i = 0; i < received; ++i)
-            param.CountFrame(FrameCounters::kReceived);
-        param.CountFrame(FrameCounters::kDecoded);
-        param.serverFrameRate.Set(serverRate);
-        log.Clear();
-        Tick(kTimerStatistics);
-        return log.Messages();
-    };
-    EXPECT_EQ(linesWith(3, 30), Texts());
-    util::Switches().fps.Set(1);
-    EXPECT_EQ(linesWith(25, 30),
-              (Texts{"fps(received) = 25, fps(decoded) = 1, fps(displayed) = 0, fps(average) = 0",
-                     "fps(received) <= target_fps (25.00 / 40 ms)", "fps(received) <= server_fps (30)"}));
-    EXPECT_EQ(linesWith(26, 26),
-              Texts{"fps(received) = 26, fps(decoded) = 1, fps(displayed) = 0, fps(average) = 0"});
-    EXPECT_EQ(linesWith(26, 27),
-              (Texts{"fps(received) = 26, fps(decoded) = 1, fps(displayed) = 0, fps(average) = 0",
-                     "fps(received) <= server_fps (27)"}));
-}
-
 TEST_F(Connecting, WatchesTheDiskWhileRecording) {
     constexpr unsigned long long kMiB = 1ull << 20;
     EXPECT_TRUE(IsAlmostFull(0));
@@ -328,63 +302,6 @@ TEST_F(Connecting, WatchesTheDiskWhileRecording) {
 }
 
 // ---- The log
-
-TEST_F(Connecting, IsToldInTheLog) {
-    EnableLog();
-    Create();
-    Put(L"ServerIP", L"127.0.0.1");
-    Put(L"HttpPort", kClosedPort);
-    const Texts beginning = log.Messages();
-    EXPECT_EQ(beginning.front(),
-              "CNorixSDKCtrl() constructor begins, file version = " + Get(L"VersionInfo").substr(1, 7));
-    EXPECT_EQ(beginning.back(), "CNorixSDKCtrl::OnCreate()");
-
-    log.Clear();
-    Control().Connect();
-    Control().Disconnect();
-    char window[16];
-    std::snprintf(window, sizeof window, "0x%08x",
-                  static_cast<unsigned>(reinterpret_cast<UINT_PTR>(Window())));
-    Texts messages = log.Messages();
-    for (std::string& message : messages)
-        if (message.starts_with("[TimeDiff]")) message = message.substr(0, message.find(" ="));
-    const Texts expected = {"CNorixSDKCtrl::Connect(127.0.0.1) begins",
-                            "OnConnectStatus(eConnecting)",
-                            "OnConnectStatus(0), eConnecting",
-                            "[TimeDiff] CNorixSDKCtrl::GetUserAuthentication()",
-                            "[TimeDiff] CNorixSDKCtrl::Connect() SendCGICommand",
-                            "[TimeDiff] CNorixSDKCtrl::SetUserAuthentication()",
-                            "CNorixSDKCtrl::Connect(127.0.0.1) ends",
-                            "[TimeDiff] CNorixSDKCtrl::Connect()",
-                            "CNorixSDKCtrl::Disconnect(127.0.0.1) begins",
-                            std::string("SendMessage(") + window + ", WM_OnConnectStatus, eDisconnect)",
-                            "OnConnectStatus(2), eDisconnect",
-                            "[TimeDiff] CNorixSDKCtrl::FinishDisconnect()",
-                            "CNorixSDKCtrl::Disconnect(127.0.0.1) ends"};
-    Texts contract;
-    std::copy_if(messages.begin(), messages.end(), std::back_inserter(contract), [&](const std::string& m) {
-        return std::find(expected.begin(), expected.end(), m) != expected.end();
-    });
-    EXPECT_EQ(contract, expected);  // in this order, among others
-
-    log.Clear();
-    PostMessageW(Window(), WM_OnDisConnect, 0, 0);
-    PumpMessages();
-    EXPECT_EQ(log.Messages().front(),
-              "CNorixSDKCtrl::OnDisconnect() begins, received WM_OnDisConnect message");
-    log.Clear();
-    Control().DestroyWindow();
-    EXPECT_EQ(log.Messages(), Texts{"CNorixSDKCtrl::OnDestroy()"});
-}
-
-TEST_F(Connecting, SaysGoodbyeInTheLog) {
-    EnableLog();
-    auto* control = new CNorixSDKCtrl();
-    log.Clear();
-    EXPECT_EQ(control->Release(), 0u);
-    ASSERT_FALSE(log.Messages().empty());
-    EXPECT_EQ(log.Messages().front(), "CNorixSDKCtrl() destructor begins");
-}
 
 }  // namespace
 }  // namespace norix::test

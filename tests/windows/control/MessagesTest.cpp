@@ -176,44 +176,6 @@ TEST_F(Messages, ControlMayGoInsideTheHandler) {
 
 // ---- The session driver's callback
 
-std::string WindowText(HWND window) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%08x", static_cast<unsigned>(reinterpret_cast<UINT_PTR>(window)));
-    return text;
-}
-
-TEST_F(Messages, SessionCallbackPostsAndLogs) {
-    EnableLog();
-    Create();
-    Put(L"CHIndex", 3);
-    Put(L"StreamIndex", 2);
-    const struct {
-        int code;
-        unsigned value;
-        UINT message;  // 0: none
-        WPARAM wParam;
-        LPARAM lParam;
-        std::string log;
-    } cases[] = {
-        {1, ecsConnectFail, WM_OnConnectStatus, ecsConnectFail, 0,
-         "PostMessage(" + WindowText(Window()) + ", WM_OnConnectStatus, 3)"},
-        {2, 0, WM_OnForceI, 3, 2, "PostMessage(" + WindowText(Window()) + ", WM_OnForceI)"},
-        {0, 1, 0, 0, 0, ""},
-        {3, 1, 0, 0, 0, ""},
-        {-1, 1, 0, 0, 0, ""},
-    };
-    for (const auto& c : cases) {
-        log.Clear();
-        EXPECT_EQ(RTSPCallback(c.code, c.value, &Control()), c.code);
-        MSG posted = {};
-        const bool any = PeekMessageW(&posted, Window(), WM_APP, 0xBFFF, PM_REMOVE) != FALSE;
-        EXPECT_EQ(any ? posted.message : 0, c.message);
-        EXPECT_EQ(posted.wParam, c.wParam);
-        EXPECT_EQ(posted.lParam, c.lParam);
-        EXPECT_EQ(log.Messages(), c.log.empty() ? Texts() : Texts{c.log});
-    }
-}
-
 TEST_F(Messages, SessionCallbackSurvivesWithoutControlOrWindow) {
     EnableLog();
     Create(false);

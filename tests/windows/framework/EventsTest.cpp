@@ -114,20 +114,6 @@ TEST_F(Events, AdviseRefusesWhatCannotListen) {
     EXPECT_EQ(point->Unadvise(1), CONNECT_E_NOCONNECTION);
 }
 
-// A second Unadvise that comes late must not cut somebody else off.
-TEST_F(Events, CookiesAreNotUsedAgain) {
-    const ComPtr<IConnectionPoint> point = Point(IID_IPropertyNotifySink);
-    PropertySink sink;
-    DWORD earlier = 0;
-    DWORD later = 0;
-    ASSERT_EQ(point->Advise(&sink, &earlier), S_OK);
-    ASSERT_EQ(point->Unadvise(earlier), S_OK);
-    ASSERT_EQ(point->Advise(&sink, &later), S_OK);
-    EXPECT_NE(earlier, later);
-    EXPECT_EQ(point->Unadvise(earlier), CONNECT_E_NOCONNECTION);
-    EXPECT_EQ(point->Unadvise(later), S_OK);
-}
-
 TEST(EventsOfNobody, PointKeepsItsControlAliveAndLetsGoOfItsSinks) {
     auto* control = new Thermometer();
     PropertySink sink;
@@ -140,63 +126,6 @@ TEST(EventsOfNobody, PointKeepsItsControlAliveAndLetsGoOfItsSinks) {
     EXPECT_GT(control->Release(), 0u);
     EXPECT_EQ(point->Advise(&sink, &cookie), S_OK);
     EXPECT_EQ(point->Release(), 0u);
-}
-
-TEST_F(Events, PointsKnowTheirPlace) {
-    ComPtr<IConnectionPointContainer> container;
-    ASSERT_EQ(m_control->QueryInterface(IID_PPV_ARGS(&container)), S_OK);
-    ComPtr<IConnectionPoint> none;
-    EXPECT_EQ(container->FindConnectionPoint(IID_IDispatch, &none), CONNECT_E_NOCONNECTION);
-    EXPECT_EQ(none.Get(), nullptr);
-    const ComPtr<IConnectionPoint> point = Point(kThermometerEvents);
-    IID iid = {};
-    EXPECT_EQ(point->GetConnectionInterface(&iid), S_OK);
-    EXPECT_TRUE(iid == kThermometerEvents);
-    ComPtr<IConnectionPointContainer> back;
-    EXPECT_EQ(point->GetConnectionPointContainer(&back), S_OK);
-    EXPECT_EQ(back.Get(), container.Get());
-    ComPtr<IConnectionPointContainer> notItsOwn;  // a connection point is an object of its own
-    EXPECT_EQ(point.Get()->QueryInterface(IID_PPV_ARGS(&notItsOwn)), E_NOINTERFACE);
-}
-
-TEST_F(Events, EnumeratesPointsAndConnections) {
-    ComPtr<IConnectionPointContainer> container;
-    ASSERT_EQ(m_control->QueryInterface(IID_PPV_ARGS(&container)), S_OK);
-    ComPtr<IEnumConnectionPoints> points;
-    ASSERT_EQ(container->EnumConnectionPoints(&points), S_OK);
-    IConnectionPoint* found[3] = {};
-    ULONG fetched = 99;
-    EXPECT_EQ(points->Next(3, found, &fetched), S_FALSE);
-    ASSERT_EQ(fetched, 2u);
-    EXPECT_EQ(found[0], Point(kThermometerEvents).Get());
-    EXPECT_EQ(found[1], Point(IID_IPropertyNotifySink).Get());
-    found[0]->Release();
-    found[1]->Release();
-    EXPECT_EQ(points->Next(1, found, nullptr), S_FALSE);
-    EXPECT_EQ(points->Reset(), S_OK);
-    EXPECT_EQ(points->Next(2, found, nullptr), E_POINTER);  // only one may go uncounted
-    EXPECT_EQ(points->Skip(1), S_OK);
-    ComPtr<IEnumConnectionPoints> copy;
-    ASSERT_EQ(points->Clone(&copy), S_OK);
-    EXPECT_EQ(points->Skip(2), S_FALSE);
-    ASSERT_EQ(copy->Next(1, found, &fetched), S_OK);  // where the original was
-    EXPECT_EQ(found[0], Point(IID_IPropertyNotifySink).Get());
-    found[0]->Release();
-
-    // Connections are those of the call, whatever happens to them later.
-    ComPtr<IEnumConnections> connections;
-    {
-        EventRecorder sink(*m_control, kThermometerEvents, events::kAll);
-        ASSERT_EQ(Point(kThermometerEvents)->EnumConnections(&connections), S_OK);
-        sink.StopListening();
-        CONNECTDATA data[2] = {};
-        EXPECT_EQ(connections->Next(2, data, &fetched), S_FALSE);
-        ASSERT_EQ(fetched, 1u);
-        EXPECT_EQ(data[0].pUnk, static_cast<IUnknown*>(&sink));
-        EXPECT_NE(data[0].dwCookie, 0u);
-        data[0].pUnk->Release();
-        connections = nullptr;
-    }
 }
 
 TEST_F(Events, TellOfPropertiesThatChange) {
@@ -238,24 +167,6 @@ TEST_F(Events, FrozenOnesComeInOrderAfterTheLastThaw) {
     EXPECT_EQ(sink.Take(), Texts());
     Freeze(false);
     EXPECT_EQ(sink.Take(), Texts{"Changed(4)"});
-}
-
-TEST_F(Events, MayBeFrozenAgainInsideTheThaw) {
-    EventRecorder sink(*m_control, kThermometerEvents, events::kAll);
-    Freeze(true);
-    for (long i = 1; i <= 3; ++i)
-        FireChanged(i);
-    sink.onEvent = [&](DISPID, DISPPARAMS&) {
-        if (sink.Events().size() == 1) {
-            Freeze(true);
-            FireChanged(4);
-        }
-    };
-    Freeze(false);
-    EXPECT_EQ(sink.Take(), Texts{"Changed(1)"});
-    sink.onEvent = nullptr;
-    Freeze(false);
-    EXPECT_EQ(sink.Take(), (Texts{"Changed(2)", "Changed(3)", "Changed(4)"}));
 }
 
 // An event that a handler causes while older ones still wait has to come after them.

@@ -20,30 +20,6 @@ IClassFactory* GetFactory() {
     return factory;
 }
 
-TEST(Factory, CreatesObjectsThatKeepTheModuleLoaded) {
-    ASSERT_TRUE(COleControlModule::Get().CanUnload());
-    IClassFactory* factory = GetFactory();
-    EXPECT_FALSE(COleControlModule::Get().CanUnload());
-    IDispatch* control = nullptr;
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&control)), S_OK);
-    factory->Release();
-    EXPECT_FALSE(COleControlModule::Get().CanUnload());
-    EXPECT_EQ(control->Release(), 0u);
-    EXPECT_EQ(Thermometer::Living(), 0);
-    EXPECT_TRUE(COleControlModule::Get().CanUnload());
-}
-
-TEST(Factory, LocksNest) {
-    IClassFactory* factory = GetFactory();
-    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
-    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
-    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
-    factory->Release();
-    EXPECT_FALSE(COleControlModule::Get().CanUnload());
-    Factory().LockServer(FALSE);
-    EXPECT_TRUE(COleControlModule::Get().CanUnload());
-}
-
 TEST(Factory, RefusesWithoutLeavingAnythingBehind) {
     IClassFactory* factory = GetFactory();
     IClassFactory* outer = factory;
@@ -127,11 +103,6 @@ TEST(Registration, WritesWhatContainersLookForAndTakesItAwayAgain) {
     EXPECT_FALSE(KeyExists(L"FrameworkTests.Thermometer"));
     EXPECT_FALSE(KeyExists(L"FrameworkTests.Thermometer.1"));
     EXPECT_EQ(COleObjectFactory::UpdateRegistryAll(false), S_OK);  // nothing there is no error
-}
-
-TEST(Registration, SaysWhenThereIsNoTypeLibrary) {
-    EXPECT_TRUE(FAILED(RegisterTypeLibrary()));  // this program has none
-    EXPECT_EQ(UnregisterTypeLibrary(kThermometerInterface, 1, 0), S_OK);
 }
 
 // ---- The window class

@@ -4,7 +4,6 @@
 #include <stdexcept>
 
 #include "framework/EntryPoint.h"
-#include "tests/windows/framework/resource.h"
 
 namespace framework::test {
 
@@ -124,13 +123,6 @@ IUnknown* ThermometerFactory::CreateObject() {
 
 ThermometerFactory& Factory() {
     return g_factory;
-}
-
-ThermometerPage::ThermometerPage() : COlePropertyPage(IDD_THERMOMETER, L"Scale") {}
-
-void ThermometerPage::OnShowObject(HWND dialog, IUnknown& object) {
-    shown.push_back(&object);
-    SetDlgItemTextW(dialog, IDC_SCALE, L"Celsius");
 }
 
 }  // namespace framework::test

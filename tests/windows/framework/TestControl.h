@@ -8,7 +8,6 @@
 
 #include "framework/ObjectFactory.h"
 #include "framework/OleControl.h"
-#include "framework/OlePropertyPage.h"
 
 namespace framework::test {
 
@@ -108,14 +107,5 @@ class ThermometerFactory final : public COleObjectFactory {
     IUnknown* CreateObject() override;
 };
 ThermometerFactory& Factory();
-
-class ThermometerPage final : public COlePropertyPage {
-  public:
-    ThermometerPage();
-    std::vector<IUnknown*> shown;
-
-  protected:
-    void OnShowObject(HWND dialog, IUnknown& object) override;
-};
 
 }  // namespace framework::test

@@ -149,28 +149,6 @@ TEST_F(HttpReceiverTest, PicturesComeThroughSignInAndRedirection) {
     EXPECT_TRUE(Statuses().empty());
 }
 
-TEST_F(HttpReceiverTest, SoundComesInBlocksUnderTheVideosCookie) {
-    const std::string blocks = SoundBlock(1024) + SoundBlock(1024);
-    const ScriptedServer server({{"HTTP/1.0 200 OK\r\nContent-Type: audio/pcmu\r\n\r\n" + blocks, kHold}});
-    const auto receiver = Receiver(Kind::Audio);
-    auto request = Request(server);
-    request.headers = "x-sessioncookie: c0ffee\r\n";
-    ASSERT_TRUE(receiver->Start(request));
-    AudioFrameRecord* record = nullptr;
-    for (std::uint32_t i = 0, first = 0; i < 2; ++i) {
-        for (int tries = 0; tries < 300 && m_param->GetFilledAudioFrame(&record) != kResultOk; ++tries) {
-        }
-        ASSERT_TRUE(record);
-        EXPECT_EQ(record->storedLength, 1056u);
-        if (i == 0) first = record->pts;
-        EXPECT_EQ(record->pts - first, i * 128);
-        m_param->PutEmptyAudioFrame(record);
-    }
-    const std::string sent = server.Requests().at(0);
-    EXPECT_EQ(sent.find("x-sessioncookie: c0ffee"), sent.rfind("x-sessioncookie"));
-    EXPECT_EQ(m_param->audioCodec.Get(), AudioCodec::Pcmu);
-}
-
 TEST_F(HttpReceiverTest, AStartThatFailsReportsNothingButItself) {
     const test::LogCapture log;
     const std::string denied = "HTTP/1.1 401 No\r\nWWW-Authenticate: Basic realm=\"r\"\r\n\r\n";
@@ -230,20 +208,6 @@ TEST_F(HttpReceiverTest, AStreamThatFailsIsReportedOnce) {
         EXPECT_TRUE(Statuses().empty());
         m_param->ResetForNewStream();
     }
-}
-
-TEST_F(HttpReceiverTest, LongPicturesAreDroppedByTheConfiguredSize) {
-    m_hives.Store(HKEY_LOCAL_MACHINE, util::kMachineKey, L"JpegBufferSize", 8192);
-    const test::LogCapture log;
-    const std::string small = Jpeg(8000);
-    const ScriptedServer server({{kOk + kPart + "--foo\r\n\r\n" + small + "\r\n--foo\r\n", kHold}});
-    const auto receiver = Receiver();
-    const auto sound = Receiver(Kind::Audio);
-    EXPECT_TRUE(log.Has("JpegBufferSize = 8 (KB)"));
-    EXPECT_TRUE(log.Has("ULawBufferSize = 8 (KB)"));
-    ASSERT_TRUE(receiver->Start(Request(server)));
-    EXPECT_TRUE(NextPicture() == small);
-    EXPECT_TRUE(log.Has("A picture is longer than 8192 bytes, dropped"));
 }
 
 // A thread that doesn't end is waited for again and again, with a line each time; a busy machine brings few.

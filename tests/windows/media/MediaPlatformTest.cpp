@@ -78,19 +78,5 @@ TEST_F(ControlWindowTest, ReportsANewPictureSizeByAPostedMessage) {
     m_param.SetPictureSize(320, 240);  // nobody to tell
 }
 
-TEST(CountingSemaphore, CountsToItsMaximumAndWaitsNoLongerThanAsked) {
-    CountingSemaphore semaphore(2);
-    EXPECT_FALSE(semaphore.Acquire(0));
-    const std::uint32_t begin = platform::TimerMs();
-    EXPECT_FALSE(semaphore.Acquire(kQueueWaitMs));
-    EXPECT_GE(platform::TimerMs() - begin + 1, kQueueWaitMs);
-    EXPECT_TRUE(semaphore.Release());
-    EXPECT_TRUE(semaphore.Release());
-    EXPECT_FALSE(semaphore.Release());
-    EXPECT_TRUE(semaphore.Acquire(0));
-    EXPECT_TRUE(semaphore.Acquire(0));
-    EXPECT_FALSE(semaphore.Acquire(0));
-}
-
 }  // namespace
 }  // namespace norix

@@ -6,7 +6,7 @@
 #include <functional>
 
 #include "render/present/NullPresenter.h"
-#include "tests/native/render/DamagedStream.h"
+#include "tests/native/codec/Corpus.h"
 #include "util/Handles.h"
 
 namespace norix {
@@ -100,23 +100,6 @@ class DecoderTest : public testing::Test {
     std::unique_ptr<CDecoder> m_decoder;
 };
 
-TEST_F(DecoderTest, PresentsOnAThreadOfHighestPriority) {
-    std::atomic<int> presented{0};
-    std::atomic<int> priority{-99};
-    Start(std::make_shared<CallingPresenter>([&] {
-        priority = GetThreadPriority(GetCurrentThread());
-        ++presented;
-    }));
-    EXPECT_EQ(m_decoder->CreateDisplayThread(), kResultOk);  // both again: nothing happens
-    EXPECT_EQ(m_decoder->StartDecThread(m_param), kResultOk);
-    EXPECT_EQ(m_decoder->StartDecThread(nullptr), kResultInvalidArgument);
-    InsertFrames(24);
-    EXPECT_TRUE(WaitFor([&] { return presented == 24; })) << presented;
-    EXPECT_EQ(priority, THREAD_PRIORITY_HIGHEST);
-    EXPECT_EQ(m_param->GetFrameCount(FrameCounters::kDisplayed), 24u);
-    m_decoder.reset();
-}
-
 TEST_F(DecoderTest, ComesAndGoesWithoutLeaving) {
     const auto once = [&](int i) {
         Make(i % 2 ? 4 : 1);
@@ -138,21 +121,6 @@ TEST_F(DecoderTest, ComesAndGoesWithoutLeaving) {
     }
     EXPECT_LE(HandleCount(), handles);
     EXPECT_LT(PrivateBytes(), bytes + (1u << 20));
-}
-
-TEST_F(DecoderTest, AnotherPresenterTakesOverWhileRunning) {
-    const auto first = std::make_shared<NullPresenter>(codec::PixelFormat::kYuy2);
-    Start(first);
-    InsertFrames(8);
-    ASSERT_TRUE(WaitFor([&] { return first->presented == 8; }));
-    const auto second = std::make_shared<NullPresenter>(codec::PixelFormat::kBgr24);
-    m_decoder->SetPresenter(second);
-    InsertFrames(8);
-    EXPECT_TRUE(WaitFor([&] { return second->presented == 8; }));
-    EXPECT_EQ(second->width, 64);
-    EXPECT_EQ(first->presented, 8);
-    EXPECT_EQ(first.use_count(), 1);
-    m_decoder.reset();
 }
 
 int s_received = 0;
@@ -214,36 +182,6 @@ TEST_F(DecoderTest, AThreadThatHangsIsAbandonedAndDoesNoHarmLater) {
     // The thread finishes its picture with all that it shares, and lets go of everything.
     EXPECT_TRUE(WaitFor([&] { return watched.expired() && param.expired(); }));
 }
-
-class DamagedStreamTest : public testing::TestWithParam<test::DamagedStream> {};
-
-TEST_P(DamagedStreamTest, GivesPicturesAgainAndLeaksNothing) {
-    MediaSettings media;
-    media.enableDecodeFrameDrop = false;  // every frame reaches the decoder
-    const auto shared = std::make_shared<CCtrlParam>(media);
-    CCtrlParam& param = *shared;
-    param.videoCodec.Set(GetParam().kind);
-    const auto presenter = std::make_shared<NullPresenter>(codec::PixelFormat::kYuy2);
-    CDecoder decoder(static_cast<std::uint32_t>(GetParam().kind), SmallSettings());
-    decoder.SetPresenter(presenter);
-    decoder.CreateDisplayThread();
-    decoder.StartDecThread(shared);
-
-    test::InsertDamaged(param, GetParam(), 500, 1);
-    const std::size_t bytes = PrivateBytes();
-    const DWORD handles = HandleCount();
-    test::InsertDamaged(param, GetParam(), 2000, 2);
-    // What the codec keeps for the largest picture announced so far may still grow a little.
-    EXPECT_LT(PrivateBytes(), bytes + (16u << 20));
-    EXPECT_LE(HandleCount(), handles + 8);
-    const int before = presenter->presented;
-    test::InsertSound(param, GetParam());
-    EXPECT_TRUE(WaitFor([&] { return presenter->presented > before; }));
-    EXPECT_GT(before, 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(Kinds, DamagedStreamTest, testing::ValuesIn(test::DamagedStreams()),
-                         [](const auto& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace norix

@@ -260,58 +260,6 @@ TEST_P(PresenterTest, SurvivesAChangeOfDisplay) {
     EXPECT_THAT(Differences(Pixels::OfScreen(kPlace), other), IsEmpty());
 }
 
-// Runs the test below in this program once more, on a desktop in a window of its own, whose mode can be
-// changed.
-TEST(DisplayChange, OnADesktopOfItsOwn) {
-    // As large as the screen, because the system believes in one display mode for all desktops.
-    const std::wstring size = std::to_wstring(GetSystemMetrics(SM_CXSCREEN)) + L"x" +
-                              std::to_wstring(GetSystemMetrics(SM_CYSCREEN));
-    RegSetKeyValueW(HKEY_CURRENT_USER, L"Software\\Wine\\Explorer\\Desktops", L"presenter", REG_SZ,
-                    size.c_str(), static_cast<DWORD>((size.size() + 1) * sizeof(wchar_t)));
-    wchar_t path[MAX_PATH];
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    std::wstring command = L"\"" + std::wstring(path) +
-                           L"\" --gtest_also_run_disabled_tests --gtest_filter=*DISABLED_FollowsARealChange*";
-    std::wstring desktop = L"presenter";
-    STARTUPINFOW start = {};
-    start.cb = sizeof(start);
-    start.lpDesktop = desktop.data();
-    PROCESS_INFORMATION process = {};
-    ASSERT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start,
-                               &process));
-    const util::UniqueHandle thread(process.hThread);
-    const util::UniqueHandle handle(process.hProcess);
-    EXPECT_EQ(WaitForSingleObject(handle.Get(), 60000), WAIT_OBJECT_0);
-    DWORD failed = 1;
-    EXPECT_TRUE(GetExitCodeProcess(handle.Get(), &failed));
-    EXPECT_EQ(failed, 0u);
-    TerminateProcess(handle.Get(), failed);  // if it still runs
-}
-
-TEST_P(PresenterTest, DISABLED_FollowsARealChange) {
-    EXPECT_EQ(Show(grid), S_OK);
-    Grid shown = grid;
-    const int fullWidth = GetSystemMetrics(SM_CXSCREEN);
-    const int fullHeight = GetSystemMetrics(SM_CYSCREEN);
-    for (const auto& [width, height, bits] :
-         {std::tuple{800, 600, 32}, {800, 600, 16}, {fullWidth, fullHeight, 32}}) {
-        DEVMODEW mode = {};
-        mode.dmSize = sizeof(mode);
-        mode.dmFields = DM_PELSWIDTH | DM_PELSHEIGHT | DM_BITSPERPEL;
-        mode.dmPelsWidth = static_cast<DWORD>(width);
-        mode.dmPelsHeight = static_cast<DWORD>(height);
-        mode.dmBitsPerPel = static_cast<DWORD>(bits);
-        ASSERT_EQ(ChangeDisplaySettingsW(&mode, 0), DISP_CHANGE_SUCCESSFUL) << width;
-        PumpMessages();
-        ASSERT_EQ(GetSystemMetrics(SM_CXSCREEN), width);
-        presenter->DisplayChanged();
-        shown = Turned(shown, Rotation::k180);
-        Show(shown);
-        EXPECT_EQ(Show(shown), S_OK) << width << ' ' << bits;
-        EXPECT_THAT(Differences(Pixels::OfScreen(kPlace), shown), IsEmpty()) << width << ' ' << bits;
-    }
-}
-
 TEST_P(PresenterTest, LeaksNoGdiObjects) {
     overlays = std::make_shared<CrossPainter>();
     const auto run = [&](int times) {

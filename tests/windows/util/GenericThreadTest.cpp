@@ -72,16 +72,6 @@ TEST(GenericThread, StopAnswersMessagesSentByTheThread) {
     DestroyWindow(window);
 }
 
-TEST(GenericThread, DestructorStops) {
-    bool ended = false;
-    {
-        GenericThread thread("Worker");
-        ASSERT_TRUE(
-            thread.Start(THREAD_PRIORITY_NORMAL, [&](StopToken& stop) { ended = stop.Wait(kDeadlineMs); }));
-    }
-    EXPECT_TRUE(ended);
-}
-
 TEST(GenericThread, LogsAnExceptionAndEnds) {
     const norix::test::LogCapture log;
     Switches().output.Set(1);
@@ -96,26 +86,6 @@ TEST(GenericThread, LogsAnExceptionAndEnds) {
                                          HasSubstr("Unknown thread ended by an exception")));
     Switches().output.Set(0);
     Switches().threadId.Set(1);
-}
-
-TEST(GenericThread, SaysWhatItWaitsFor) {
-    const norix::test::LogCapture log;
-    Switches().output.Set(1);
-    Switches().threadId.Set(0);
-    GenericThread thread("Decode");
-    thread.Start(THREAD_PRIORITY_NORMAL, [&](StopToken&) {
-        while (log.Lines().empty())
-            Sleep(1);
-    });
-    char expected[128];
-    snprintf(expected, sizeof expected,
-             "[NorixSDK][00] Wait for Decode thread (handle = 0x%08X, id = %d) to exit.",
-             static_cast<unsigned>(reinterpret_cast<uintptr_t>(thread.Handle())),
-             static_cast<int>(thread.Id()));
-    EXPECT_TRUE(thread.Stop());
-    Switches().output.Set(0);
-    Switches().threadId.Set(1);
-    EXPECT_THAT(log.Lines().front(), HasSubstr(expected));
 }
 
 TEST(GenericThread, AbandonsABodyThatDoesNotEnd) {

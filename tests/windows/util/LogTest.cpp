@@ -132,37 +132,6 @@ TEST_F(LogTest, FileHoldsOneRecordPerLine) {
                     Narrow(tag + L"100%s\r\n [LogTest.cpp(" + std::to_wstring(line) + L") C::M()]\r\n")));
 }
 
-TEST_F(LogTest, LineThatOpensTheFileIsNotInIt) {
-    Switches().file.Set(1);
-    OpenLogFile(m_path.c_str());
-    NORIX_LOG("F", 0, "lost with the file that is started anew");
-    CloseLogFile();
-    Switches().file.Set(1);
-    NORIX_LOG("F", 0, "opens");
-    EXPECT_THAT(Records(m_path), IsEmpty());
-    NORIX_LOG("F", 0, "first");
-    EXPECT_THAT(Records(m_path), ElementsAre(Narrow(L"[NorixSDK]first\r\n")));
-    Switches().file.Set(0);
-    Switches().output.Set(1);
-    NORIX_LOG("F", 0, "for the debugger only");
-    EXPECT_EQ(Records(m_path).size(), 1u);
-}
-
-TEST_F(LogTest, OpeningAgainStartsAnEmptyFile) {
-    Switches().file.Set(1);
-    const std::wstring other = m_path + L".2";
-    OpenLogFile(m_path.c_str());
-    NORIX_LOG("F", 0, "old");
-    OpenLogFile(m_path.c_str());
-    NORIX_LOG("F", 0, "new");
-    OpenLogFile(other.c_str());
-    NORIX_LOG("F", 0, "other");
-    EXPECT_THAT(Records(m_path), ElementsAre(Narrow(L"[NorixSDK]new\r\n")));
-    EXPECT_THAT(Records(other), ElementsAre(Narrow(L"[NorixSDK]other\r\n")));
-    CloseLogFile();
-    EXPECT_TRUE(DeleteFileW(other.c_str()));
-}
-
 TEST_F(LogTest, LosesLinesItCannotWriteAndNothingElse) {
     Switches().file.Set(1);
     for (const std::wstring& path : {std::wstring(), std::wstring(L"Q:\\no\\such\\folder.log"),
@@ -227,19 +196,6 @@ TEST_F(LogTest, DebuggerOutputShowsLinesWithEitherSwitch) {
     EXPECT_THAT(log.Lines(), ElementsAre("[NorixSDK]narrow\r\n", "[NorixSDK]wide\r\n", withThread));
 }
 
-TEST_F(LogTest, TimeDiffLogsHowLongAScopeTook) {
-    const norix::test::LogCapture log;
-    Switches().output.Set(1);
-    { const CTimeDiff timing("CNorixSDKCtrl::Connect()"); }
-    Switches().timeDiff.Set(0);
-    { const CTimeDiff timing("off"); }
-    Switches().timeDiff.Set(1);
-    EXPECT_THAT(
-        log.Lines(),
-        ElementsAre(MatchesRegex(
-            "\\[NorixSDK\\]\\[TimeDiff\\] CNorixSDKCtrl::Connect\\(\\) = \\d+\\.\\d\\d \\(ms\\)\r\n")));
-}
-
 class LogSetupTest : public LogTest {
   protected:
     void Store(const wchar_t* name, DWORD value) {
@@ -260,36 +216,6 @@ TEST_F(LogSetupTest, AnEmptyRegistryLeavesTheLogOff) {
     EXPECT_TRUE(Switches().threadId);
     EXPECT_TRUE(Switches().timeDiff);
     EXPECT_FALSE(FileExists());
-}
-
-TEST_F(LogSetupTest, OutputBringsTheDetailsAlong) {
-    for (const wchar_t* name :
-         {L"EnableDebugOutput", L"ShowFPS", L"ShowPTSDiff", L"ShowFrameTimeInfo", L"ShowTimeSync"}) {
-        Store(name, 1);
-    }
-    Store(L"ShowThreadId", 0);
-    Store(L"ShowTimeDiff", 0);
-    StorePath();
-    Switches().threadId.Set(1);
-    ReadLogSwitches();
-    EXPECT_FALSE(Switches().fps);
-    ReadLogDetails();
-    EXPECT_TRUE(Switches().output);
-    for (const LogSwitch* on : DetailSwitches())
-        EXPECT_TRUE(*on);
-    EXPECT_FALSE(Switches().file || Switches().threadId || Switches().timeDiff);
-    EXPECT_FALSE(FileExists());
-}
-
-TEST_F(LogSetupTest, FileAloneTakesThePathAndNoDetails) {
-    Store(L"EnableDebugLogFile", 1);
-    Store(L"ShowFPS", 1);
-    StorePath();
-    ReadLogSwitches();
-    ReadLogDetails();
-    EXPECT_FALSE(Switches().fps);
-    NORIX_LOG("F", 0, "line");
-    EXPECT_THAT(Records(m_path), ElementsAre(Narrow(L"[NorixSDK]line\r\n")));
 }
 
 }  // namespace

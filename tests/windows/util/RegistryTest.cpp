@@ -79,68 +79,6 @@ TEST_F(RegistryTest, StringRegCreatesItsKeyOnlyWhenAsked) {
     EXPECT_EQ(StringReg(HKEY_CURRENT_USER, kKey, L"value").Value(), L"text");
 }
 
-TEST_F(RegistryTest, CRegistryExOpensOneKeyAfterTheOther) {
-    CRegistryEx key;
-    EXPECT_FALSE(key.ReadDword(L"n"));
-    EXPECT_FALSE(key.WriteString(L"s", L"closed"));
-
-    key.Open(HKEY_CURRENT_USER, kKey);
-    EXPECT_FALSE(key.ReadString(L"s"));
-    EXPECT_TRUE(key.WriteString(L"s", L"text"));
-    EXPECT_EQ(key.ReadString(L"s"), L"text");
-
-    m_hives.Store(HKEY_CURRENT_USER, L"Software\\Other", L"n", 7);
-    key.Open(HKEY_CURRENT_USER, L"Software\\Other");
-    EXPECT_EQ(key.ReadDword(L"n"), 7u);
-    key.Close();
-    EXPECT_FALSE(key.ReadDword(L"n"));
-}
-
-TEST_F(RegistryTest, CRegistryExThrowsWhenItCannotCreate) {
-    CRegistryEx key;
-    key.Open(HKEY_CURRENT_USER, kKey);
-    try {
-        key.Open(HKEY_CURRENT_USER, std::wstring(300, L'x').c_str());
-        FAIL();
-    } catch (const CRegistryError& error) {
-        EXPECT_STREQ(error.what(), "Error! Cannot create registry key!");
-    }
-    EXPECT_FALSE(key.ReadString(L"s"));
-}
-
-TEST_F(SettingsTest, EachReadSeesWhatIsStoredThen) {
-    const auto store = [this](const wchar_t* name, DWORD value) {
-        m_hives.Store(HKEY_LOCAL_MACHINE, kMachineKey, name, value);
-    };
-    store(L"VideoBufferNum", 0);
-    EXPECT_EQ(Settings::VideoBufferNum(), 10u);
-    store(L"VideoBufferNum", 40);
-    EXPECT_EQ(Settings::VideoBufferNum(), 40u);
-    store(L"VideoBufferNum", 0xFFFFFFFF);
-    store(L"VideoBufferSize", 0xFFFFFFFF);
-    EXPECT_EQ(Settings::VideoBufferSize(), 32u << 20);
-    EXPECT_EQ(Settings::VideoBufferNum(), 16u);
-    store(L"EnableDecodeFrameDrop", 0);
-    EXPECT_FALSE(Settings::EnableDecodeFrameDrop());
-    store(L"DisplayBufferSize", 0);
-    EXPECT_EQ(Settings::DisplayBufferSize(), 0u);
-    store(L"TargetPTSDiff", 0);
-    EXPECT_EQ(Settings::TargetPTSDiff(25), 1u);
-    m_hives.Store(HKEY_LOCAL_MACHINE, kMachineKey, L"DebugLogFilePath", std::wstring(L"C:\\x.log"));
-    EXPECT_EQ(Settings::DebugLogFilePath(), L"C:\\x.log");
-}
-
-TEST_F(SettingsTest, ClientOptionsAreZeroUntilStored) {
-    const ClientOptions none = ReadClientOptions();
-    EXPECT_EQ(none.video, 0u);
-    EXPECT_EQ(none.protocol, 0u);
-    m_hives.Store(HKEY_CURRENT_USER, kClientSettingKey, L"VideoOption", 3);
-    m_hives.Store(HKEY_CURRENT_USER, kClientSettingKey, L"ProtocolOption", 2);
-    const ClientOptions stored = ReadClientOptions();
-    EXPECT_EQ(stored.video, 3u);
-    EXPECT_EQ(stored.protocol, 2u);
-}
-
 TEST_F(SettingsTest, ClientValuesBelongToAModelAndAChannel) {
     EXPECT_TRUE(SetClientValue(L"NX-100", 1, L"volume", L"80"));
     EXPECT_EQ(GetClientValue(L"NX-100", 1, L"volume", L"50"), L"80");

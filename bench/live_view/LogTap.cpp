@@ -1,4 +1,4 @@
-#include "tests/system/endurance/LogTap.h"
+#include "bench/live_view/LogTap.h"
 
 #include "tests/system/endurance/LiveView.h"
 #include "util/Settings.h"

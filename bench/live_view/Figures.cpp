@@ -12,8 +12,8 @@
 #include <memory>
 #include <optional>
 
+#include "bench/live_view/LogTap.h"
 #include "tests/system/endurance/LiveView.h"
-#include "tests/system/endurance/LogTap.h"
 #include "tests/system/endurance/Measure.h"
 #include "util/Handles.h"
 

@@ -1,4 +1,0 @@
-#pragma once
-
-#define IDD_THERMOMETER 100
-#define IDC_SCALE 101
