@@ -70,6 +70,15 @@ int systemPoll(pollfd* entries, std::size_t count, int timeoutMilliseconds) {
 }
 }  // namespace
 
+void ignoreUnreachable(int socket) {
+    // <mswsock.h> has it in newer SDKs only (KB263823).
+    constexpr DWORD kUdpConnReset = _WSAIOW(IOC_VENDOR, 12);
+    BOOL report = FALSE;
+    DWORD returned = 0;
+    ::WSAIoctl(static_cast<SOCKET>(socket), kUdpConnReset, &report, sizeof report, nullptr, 0, &returned,
+               nullptr, nullptr);
+}
+
 void receiveJoinedGroupsOnly(int) {}
 bool canBindToGroup() {
     return false;
@@ -107,6 +116,8 @@ int systemPoll(pollfd* entries, std::size_t count, int timeoutMilliseconds) {
     return ::poll(entries, count, timeoutMilliseconds);
 }
 }  // namespace
+
+void ignoreUnreachable(int) {}
 
 void receiveJoinedGroupsOnly(int socket) {
 #ifdef IP_MULTICAST_ALL

@@ -42,6 +42,10 @@ std::ptrdiff_t sendTo(int socket, const void* from, std::size_t size, const sock
 /// 0 or an error code: how a pending connect ended.
 int connectResult(int socket);
 
+/// A datagram that nobody took at its destination must not make the socket's next receive fail; nothing to do
+/// where the system doesn't tell sockets that are not connected.
+void ignoreUnreachable(int socket);
+
 /// Restricts a bound socket to its own group's datagrams; nothing to do where the system does so anyway.
 void receiveJoinedGroupsOnly(int socket);
 /// Whether a socket that is bound to a group's address sees only that group's datagrams.

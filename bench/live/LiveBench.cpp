@@ -67,8 +67,9 @@ void BM_PacketsToFrames(benchmark::State& state) {
     const std::unique_ptr<TaskScheduler> scheduler(BasicTaskScheduler::createNew());
     UsageEnvironment* const env = BasicUsageEnvironment::createNew(*scheduler);
     Connection connection;
-    auto* const source = new live::rtp::RtpFrameSource(*env, nullptr, 96, 90000,
-                                                       std::make_unique<live::rtp::H264Depacketizer>());
+    live::rtp::SessionTimeline timeline;
+    auto* const source = new live::rtp::RtpFrameSource(
+        *env, nullptr, 96, 90000, std::make_unique<live::rtp::H264Depacketizer>(), timeline);
     source->receiveInterleaved(connection, 0);
     auto* const sink = new Sink(*env);
     sink->startPlaying(*source, nullptr, nullptr);

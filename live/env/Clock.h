@@ -29,6 +29,13 @@ inline timeval toTimeval(int64_t microseconds) {
     return t;
 }
 
+/// From `a` to `b`; also right where seconds have 32 bits and have wrapped, as from 2038 on.
+inline int64_t microsecondsBetween(const timeval& a, const timeval& b) {
+    const auto seconds = static_cast<std::int32_t>(static_cast<std::uint32_t>(b.tv_sec) -
+                                                   static_cast<std::uint32_t>(a.tv_sec));
+    return seconds * kMicrosecondsPerSecond + b.tv_usec - a.tv_usec;
+}
+
 inline int64_t toMicroseconds(const timeval& t) {
     return static_cast<int64_t>(t.tv_sec) * kMicrosecondsPerSecond + t.tv_usec;
 }

@@ -79,6 +79,7 @@ std::unique_ptr<Groupsock> Groupsock::open(UsageEnvironment& env, ipv4AddressBit
         env.setResultErrMsg("unable to create datagram socket: ");
         return nullptr;
     }
+    net::ignoreUnreachable(socket);
     // Several receivers of one group on one machine are usual; of a unicast port they would be a mistake.
     if (multicast) setOption(socket, SOL_SOCKET, SO_REUSEADDR, 1);
     auto local = socketAddress(multicast && net::canBindToGroup() ? group : INADDR_ANY, port);
@@ -119,11 +120,17 @@ void Groupsock::setDestination(ipv4AddressBits address, portNumBits port) {
 }
 
 bool Groupsock::send(std::span<const unsigned char> datagram) {
-    if (m_destination == 0 || m_destinationPort == 0) return false;
-    return net::sendTo(socketNum(), datagram.data(), datagram.size(),
-                       socketAddress(m_destination, m_destinationPort)) >= 0;
+    return hasDestination() && sendTo(m_destination, m_destinationPort, datagram);
 }
 
-std::ptrdiff_t Groupsock::receive(std::span<unsigned char> to) {
-    return net::receive(socketNum(), to.data(), to.size());
+bool Groupsock::sendTo(ipv4AddressBits address, portNumBits port, std::span<const unsigned char> datagram) {
+    return net::sendTo(socketNum(), datagram.data(), datagram.size(), socketAddress(address, port)) >= 0;
+}
+
+std::ptrdiff_t Groupsock::receive(std::span<unsigned char> to, ipv4AddressBits& from, portNumBits& port) {
+    sockaddr_in sender{};
+    const std::ptrdiff_t size = net::receiveFrom(socketNum(), to.data(), to.size(), sender);
+    from = sender.sin_addr.s_addr;
+    port = ntohs(sender.sin_port);
+    return size;
 }

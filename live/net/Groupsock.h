@@ -26,9 +26,11 @@ class Groupsock {
     ipv4AddressBits groupAddress() const { return m_group; }
 
     void setDestination(ipv4AddressBits address, portNumBits port);
+    bool hasDestination() const { return m_destination != 0 && m_destinationPort != 0; }
     bool send(std::span<const unsigned char> datagram);
-    /// The datagram's size, or -1 when none is waiting.
-    std::ptrdiff_t receive(std::span<unsigned char> to);
+    bool sendTo(ipv4AddressBits address, portNumBits port, std::span<const unsigned char> datagram);
+    /// The datagram's size and sender (port in host byte order), or -1 when none is waiting.
+    std::ptrdiff_t receive(std::span<unsigned char> to, ipv4AddressBits& from, portNumBits& port);
 
   private:
     Groupsock(UsageEnvironment& env, ipv4AddressBits group);

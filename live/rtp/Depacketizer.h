@@ -14,8 +14,8 @@ class Depacketizer {
   public:
     virtual ~Depacketizer() = default;
 
-    /// Packets come in order; `afterLoss`: some are missing before this one. A frame that lacks any of its
-    /// packets is not delivered.
+    /// Packets come in order; `afterLoss`: some are missing before this one, which the queue has been told. A
+    /// frame that lacks any of its packets is not delivered.
     virtual void onPacket(const RtpPacket& packet, bool afterLoss, FrameQueue& frames) = 0;
 
     /// A new sender: what was begun is forgotten.
@@ -23,7 +23,7 @@ class Depacketizer {
 
   protected:
     static FrameInfo infoOf(const RtpPacket& packet) {
-        return {packet.timestamp, packet.sequence, packet.marker, 0};
+        return {packet.timestamp, packet.sequence, packet.marker, 0, false};
     }
 };
 

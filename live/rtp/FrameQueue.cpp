@@ -11,6 +11,7 @@ void FrameQueue::append(Bytes bytes) {
 }
 
 void FrameQueue::discard() {
+    if (openSize() > 0 || m_overflow) m_missing = true;
     m_bytes.resize(m_openStart);
     m_overflow = false;
 }
@@ -20,13 +21,18 @@ void FrameQueue::commit(const FrameInfo& info) {
         discard();
         return;
     }
-    m_frames.push_back({m_openStart, openSize(), info});
-    m_openStart = m_bytes.size();
+    add(openSize(), info);
 }
 
-void FrameQueue::commitFront(std::size_t size, const FrameInfo& info) {
-    if (m_overflow || size == 0 || size > openSize() || m_frames.size() == kMaxFrames) return;
+bool FrameQueue::commitFront(std::size_t size, const FrameInfo& info) {
+    if (m_overflow || size == 0 || size > openSize() || m_frames.size() == kMaxFrames) return false;
+    add(size, info);
+    return true;
+}
+
+void FrameQueue::add(std::size_t size, const FrameInfo& info) {
     m_frames.push_back({m_openStart, size, info});
+    m_frames.back().info.damagedBefore = std::exchange(m_missing, false);
     m_openStart += size;
 }
 
@@ -52,7 +58,7 @@ void FrameQueue::clear() {
     m_bytes.clear();
     m_frames.clear();
     m_firstFrame = m_openStart = 0;
-    m_overflow = false;
+    m_overflow = m_missing = false;
 }
 
 }  // namespace live::rtp

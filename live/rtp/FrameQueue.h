@@ -3,6 +3,7 @@
 // Frames on their way from a depacketiser to the consumer: one is being put together, finished ones wait to
 // be fetched. Usually there is none or one. One buffer holds all of them and is reused; it is bounded.
 
+#include <utility>
 #include <vector>
 
 #include "live/rtp/ByteReader.h"
@@ -14,6 +15,7 @@ struct FrameInfo {
     std::uint16_t sequence = 0;  // of the last packet
     bool marker = false;         // of the last packet
     std::uint32_t duration = 0;  // in ticks of the clock rate; 0: not known
+    bool damagedBefore = false;  // something is missing between the frame before and this one
 };
 
 class FrameQueue {
@@ -28,8 +30,12 @@ class FrameQueue {
     Bytes open() const { return Bytes(m_bytes).subspan(m_openStart); }
     void discard();
     void commit(const FrameInfo& info);
-    /// The first `size` bytes of the open frame are a frame; the rest stays open.
-    void commitFront(std::size_t size, const FrameInfo& info);
+    /// The first `size` bytes of the open frame are a frame; the rest stays open. False when there is no room
+    /// for one more: nothing has changed then.
+    bool commitFront(std::size_t size, const FrameInfo& info);
+    /// Something that was sent is not here. The next frame that is committed says so; what is discarded or
+    /// does not fit is missing without being told.
+    void noteMissing() { m_missing = true; }
 
     struct Frame {
         Bytes bytes;  // valid until the next call that changes the queue
@@ -46,6 +52,7 @@ class FrameQueue {
         std::size_t size;
         FrameInfo info;
     };
+    void add(std::size_t size, const FrameInfo& info);
     void dropFetched();
 
     std::vector<unsigned char> m_bytes;
@@ -53,6 +60,7 @@ class FrameQueue {
     std::size_t m_firstFrame = 0;
     std::size_t m_openStart = 0;
     bool m_overflow = false;
+    bool m_missing = false;
 };
 
 }  // namespace live::rtp

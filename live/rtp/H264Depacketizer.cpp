@@ -24,15 +24,20 @@ void H264Depacketizer::onPacket(const RtpPacket& packet, bool afterLoss, FrameQu
     } else if (type >= 1 && type <= kLastSingle) {
         frames.append(packet.payload);
         frames.commit(infoOf(packet));
+    } else {
+        // The interleaved mode, which is never agreed on, or undefined.
+        frames.noteMissing();
     }
-    // What is left belongs to the interleaved mode, which is never agreed on, or is undefined.
 }
 
 void H264Depacketizer::onAggregate(const RtpPacket& packet, FrameQueue& frames) {
     ByteReader reader(packet.payload.subspan(1));
     while (reader.left() > 0) {
         const Bytes unit = reader.take(reader.u16());
-        if (!reader.ok()) return;
+        if (!reader.ok()) {
+            frames.noteMissing();
+            return;
+        }
         frames.append(unit);
         frames.commit(infoOf(packet));
     }
@@ -54,6 +59,7 @@ void H264Depacketizer::onFragment(const RtpPacket& packet, FrameQueue& frames) {
         frames.append(static_cast<unsigned char>((indicator & ~kTypeMask) | type));
     } else if (!m_fragmented || m_timestamp != packet.timestamp || m_type != type) {
         drop(frames);
+        frames.noteMissing();
         return;
     }
     frames.append(packet.payload.subspan(2));

@@ -40,8 +40,7 @@ void Mpeg4VideoDepacketizer::finish(FrameQueue& frames) {
     // Only what fits into one packet is ever put together.
     for (; m_packets == 1; ++m_pictures, info.timestamp += step) {
         const std::size_t end = endOfFirstPicture(frames.open());
-        if (end == frames.openSize()) break;
-        frames.commitFront(end, info);
+        if (end == frames.openSize() || !frames.commitFront(end, info)) break;
     }
     frames.commit(info);
 }

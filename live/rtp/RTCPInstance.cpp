@@ -84,8 +84,11 @@ void RTCPInstance::readFrom(Groupsock* groupsock) {
 void RTCPInstance::onReadable() {
     const live::LifeFlag::Watch alive(m_life);
     for (int i = 0; i < kMaxBatch; ++i) {
-        const std::ptrdiff_t size = m_groupsock->receive(m_datagram);
+        ipv4AddressBits from = 0;
+        portNumBits port = 0;
+        const std::ptrdiff_t size = m_groupsock->receive(m_datagram, from, port);
         if (size < 0) return;
+        if (!m_source.acceptsControlFrom(from)) continue;
         onInterleaved(rtp::Bytes(m_datagram).first(static_cast<std::size_t>(size)));
         if (!alive) return;
     }

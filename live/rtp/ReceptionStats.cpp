@@ -8,7 +8,9 @@
 namespace live::rtp {
 
 void ReceptionStats::reset(std::uint32_t ssrc) {
+    const std::uint64_t foreign = m_foreign;
     *this = ReceptionStats(m_clockRate);
+    m_foreign = foreign;
     m_ssrc = ssrc;
 }
 

@@ -21,6 +21,9 @@ class ReceptionStats {
     std::uint32_t ssrc() const { return m_ssrc; }
     std::uint64_t received() const { return m_received; }
     std::int64_t lost() const;
+    /// Datagrams from others than the session's sender.
+    void onForeign() { ++m_foreign; }
+    std::uint64_t foreign() const { return m_foreign; }
     double jitterSeconds() const { return m_jitter / m_clockRate; }
 
     /// Starts the next interval of "fraction lost".
@@ -38,6 +41,7 @@ class ReceptionStats {
     std::uint64_t m_receivedPrior = 0;
     std::uint32_t m_lastTimestamp = 0;
     std::int64_t m_lastArrival = 0;
+    std::uint64_t m_foreign = 0;
     double m_jitter = 0;  // in ticks of the clock rate
     std::uint32_t m_lastReport = 0;
     std::int64_t m_lastReportArrival = 0;

@@ -1,21 +1,23 @@
 #include "live/rtp/ReorderBuffer.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "live/rtp/RtpPacket.h"
 
 namespace live::rtp {
 namespace {
-constexpr int kMaxLate = 100;  // further back than this is a restart, not a late packet
-}
+constexpr int kMaxLate = 1000;       // further back than this is a restart, not a late packet
+constexpr unsigned kMaxBehind = 64;  // so many in a row, nothing else between them, are a restart as well
+}  // namespace
 
 ReorderBuffer::ReorderBuffer() : m_slots(kSlots) {}
 
 void ReorderBuffer::push(std::uint16_t sequence, Bytes packet, std::int64_t now, OrderedReceiver& out) {
+    m_now = now;
     if (!m_started) {
         m_started = true;
         m_next = sequence;
+        m_window.start(now);
     }
     const int ahead = sequenceDistance(sequence, m_next);
     if (ahead < -kMaxLate || ahead >= static_cast<int>(kSlots)) {
@@ -27,9 +29,14 @@ void ReorderBuffer::push(std::uint16_t sequence, Bytes packet, std::int64_t now,
         return;
     }
     m_restartCandidate.reset();
-    if (ahead < 0) return;
+    if (ahead < 0) {
+        onBehind(sequence, packet, out);
+        return;
+    }
+    m_behindRun = 0;
     if (ahead > 0 && slot(sequence).used) return;
     if (ahead == 0) {
+        if (m_waiting > 0) m_window.onLate(now - slot(firstWaiting()).arrival, now);
         ++m_next;
         out.onOrderedPacket(packet, std::exchange(m_gap, false));
         releaseRun(out);
@@ -41,19 +48,32 @@ void ReorderBuffer::push(std::uint16_t sequence, Bytes packet, std::int64_t now,
         // Making room may have gone past this packet.
         const int stillAhead = sequenceDistance(sequence, m_next);
         if (stillAhead < 0) return;
-        store(sequence, packet, now);
+        store(sequence, packet);
         if (stillAhead == 0) releaseRun(out);
     }
     expire(now, out);
 }
 
-std::optional<std::int64_t> ReorderBuffer::deadline() const {
+void ReorderBuffer::onBehind(std::uint16_t sequence, Bytes packet, OrderedReceiver& out) {
+    Slot& s = slot(sequence);
+    if (s.givenUp && s.sequence == sequence) {
+        s.givenUp = false;
+        ++m_late;
+        m_window.onLate(m_now - s.arrival, m_now);
+    }
+    m_behindRun = m_behindRun > 0 && sequence == m_behindNext ? m_behindRun + 1 : 1;
+    m_behindNext = static_cast<std::uint16_t>(sequence + 1);
+    if (m_behindRun == kMaxBehind) restart(sequence, packet, out);
+}
+
+std::optional<std::int64_t> ReorderBuffer::deadline() {
     if (m_waiting == 0) return std::nullopt;
-    return oldestArrival() + m_threshold;
+    return slot(firstWaiting()).arrival + m_window.at(m_now);
 }
 
 void ReorderBuffer::expire(std::int64_t now, OrderedReceiver& out) {
-    while (m_waiting > 0 && oldestArrival() + m_threshold <= now) {
+    m_now = now;
+    while (m_waiting > 0 && slot(firstWaiting()).arrival + m_window.at(now) <= now) {
         skipToNextWaiting();
         releaseRun(out);
     }
@@ -61,18 +81,21 @@ void ReorderBuffer::expire(std::int64_t now, OrderedReceiver& out) {
 
 void ReorderBuffer::reset() {
     for (Slot& s : m_slots)
-        s.used = false;
+        s.used = s.givenUp = false;
     m_waiting = 0;
     m_waitingBytes = 0;
     m_started = false;
     m_gap = false;
+    m_behindRun = 0;
     m_restartCandidate.reset();
 }
 
-void ReorderBuffer::store(std::uint16_t sequence, Bytes packet, std::int64_t now) {
+void ReorderBuffer::store(std::uint16_t sequence, Bytes packet) {
     Slot& s = slot(sequence);
     s.used = true;
-    s.arrival = now;
+    s.givenUp = false;
+    s.sequence = sequence;
+    s.arrival = m_now;
     s.bytes.assign(packet.begin(), packet.end());
     ++m_waiting;
     m_waitingBytes += packet.size();
@@ -83,6 +106,7 @@ void ReorderBuffer::release(std::uint16_t sequence, OrderedReceiver& out) {
     s.used = false;
     --m_waiting;
     m_waitingBytes -= s.bytes.size();
+    m_held.add(m_now - s.arrival, m_now);
     out.onOrderedPacket(s.bytes, std::exchange(m_gap, false));
     // A few giant packets must not make every slot a giant for ever.
     constexpr std::size_t kUsualPacket = 4096;
@@ -94,10 +118,23 @@ void ReorderBuffer::releaseRun(OrderedReceiver& out) {
         release(m_next++, out);
 }
 
+// The head of what waits. Only called while packets do.
+std::uint16_t ReorderBuffer::firstWaiting() {
+    std::uint16_t sequence = m_next;
+    while (!slot(sequence).used)
+        ++sequence;
+    return sequence;
+}
+
 // Only called while packets wait.
 void ReorderBuffer::skipToNextWaiting() {
-    while (!slot(m_next).used)
-        ++m_next;
+    const std::int64_t arrival = slot(firstWaiting()).arrival;
+    for (; !slot(m_next).used; ++m_next) {
+        Slot& lost = slot(m_next);
+        lost.givenUp = true;
+        lost.sequence = m_next;
+        lost.arrival = arrival;
+    }
     m_gap = true;
 }
 
@@ -107,21 +144,10 @@ void ReorderBuffer::restart(std::uint16_t sequence, Bytes packet, OrderedReceive
         releaseRun(out);
     }
     m_restartCandidate.reset();
+    m_behindRun = 0;
     m_next = static_cast<std::uint16_t>(sequence + 1);
     m_gap = false;
     out.onOrderedPacket(packet, true);
-}
-
-// The packets at the front have usually waited longest, but a late one may stand before them.
-std::int64_t ReorderBuffer::oldestArrival() const {
-    std::int64_t oldest = INT64_MAX;
-    std::size_t left = m_waiting;
-    for (std::uint16_t sequence = m_next; left > 0; ++sequence) {
-        if (!slot(sequence).used) continue;
-        oldest = std::min(oldest, slot(sequence).arrival);
-        --left;
-    }
-    return oldest;
 }
 
 }  // namespace live::rtp

@@ -10,14 +10,17 @@ namespace {
 constexpr std::size_t kMaxDatagram = 65536;
 // A socket that never runs dry must not keep the others waiting.
 constexpr int kMaxBatch = 256;
+constexpr std::int64_t kLeastWindow = 10'000;  // microseconds
+constexpr std::int64_t kMostWindow = 300'000;
 }  // namespace
 
 RtpFrameSource::RtpFrameSource(UsageEnvironment& env, Groupsock* groupsock, unsigned char payloadType,
-                               unsigned clockRate, std::unique_ptr<Depacketizer> depacketizer)
+                               unsigned clockRate, std::unique_ptr<Depacketizer> depacketizer,
+                               SessionTimeline& timeline)
     : RTPSource(env, groupsock, payloadType, clockRate),
       m_depacketizer(std::move(depacketizer)),
       m_stats(clockRate),
-      m_clock(clockRate),
+      m_timeline(timeline, clockRate),
       m_datagram(kMaxDatagram) {
     setPacketReorderingThresholdTime(m_thresholdMicroseconds);
 }
@@ -35,7 +38,7 @@ bool RtpFrameSource::receiveInterleaved(InterleavedConnection& connection, unsig
     if (m_reading && m_groupsock) envir().taskScheduler().disableBackgroundHandling(m_groupsock->socketNum());
     m_connection = &connection;
     // The connection keeps the order: what is missing has not been sent.
-    m_reorder.setThreshold(0);
+    m_reorder.setWindow(ReorderWindow(0));
     return true;
 }
 
@@ -48,7 +51,9 @@ void RtpFrameSource::replaceGroupsock(Groupsock* groupsock) {
 
 void RtpFrameSource::setPacketReorderingThresholdTime(unsigned microseconds) {
     m_thresholdMicroseconds = microseconds;
-    if (!m_connection) m_reorder.setThreshold(microseconds);
+    if (m_connection) return;
+    m_reorder.setWindow(microseconds == 0 ? ReorderWindow(0)
+                                          : ReorderWindow(microseconds, kLeastWindow, kMostWindow));
 }
 
 void RtpFrameSource::doGetNextFrame() {
@@ -85,9 +90,11 @@ void RtpFrameSource::onReadable() {
     m_now = steadyMicroseconds();
     m_wallNow = wallMicroseconds();
     for (int i = 0; i < kMaxBatch && m_reading; ++i) {
-        const std::ptrdiff_t size = m_groupsock->receive(m_datagram);
+        ipv4AddressBits from = 0;
+        portNumBits port = 0;
+        const std::ptrdiff_t size = m_groupsock->receive(m_datagram, from, port);
         if (size < 0) break;
-        onPacket(Bytes(m_datagram).first(static_cast<std::size_t>(size)));
+        takeDatagram(Bytes(m_datagram).first(static_cast<std::size_t>(size)), from, port);
         if (!alive) return;
     }
     armReorderTimer();
@@ -98,7 +105,8 @@ void RtpFrameSource::onInterleaved(Bytes packet) {
     const LifeFlag::Watch alive(m_life);
     m_now = steadyMicroseconds();
     m_wallNow = wallMicroseconds();
-    onPacket(packet);
+    if (const auto parsed = parseRtpPacket(packet); parsed && parsed->payloadType == rtpPayloadFormat())
+        onPacket(*parsed, packet);
     if (alive) armReorderTimer();
 }
 
@@ -113,26 +121,49 @@ void RtpFrameSource::leaveConnection() {
     m_connection = nullptr;
 }
 
-void RtpFrameSource::onPacket(Bytes bytes) {
+void RtpFrameSource::takeDatagram(Bytes bytes, ipv4AddressBits from, portNumBits port) {
     const auto packet = parseRtpPacket(bytes);
-    if (!packet || packet->payloadType != rtpPayloadFormat()) return;
-    if (m_senders == 0) {
-        switchSender(packet->ssrc);
-    } else if (packet->ssrc != m_stats.ssrc()) {
-        const bool second = !m_candidate.empty() && m_candidateSsrc == packet->ssrc &&
-                            static_cast<std::uint16_t>(m_candidateSequence + 1) == packet->sequence;
+    const bool valid = packet && packet->payloadType == rtpPayloadFormat();
+    if (!m_filter.accepts(from, valid, m_now)) {
+        m_stats.onForeign();
+        return;
+    }
+    if (!valid) return;
+    if (m_onFirstDatagram && m_senders == 0) m_onFirstDatagram(from, port);
+    onPacket(*packet, bytes);
+}
+
+bool RtpFrameSource::acceptsControlFrom(ipv4AddressBits from) {
+    if (m_filter.accepts(from, false, steadyMicroseconds())) return true;
+    m_stats.onForeign();
+    return false;
+}
+
+RtpFrameSource::Delay RtpFrameSource::reorderDelay() {
+    const std::int64_t now = steadyMicroseconds();
+    return {m_reorder.window(now), m_reorder.held(now)};
+}
+
+void RtpFrameSource::onPacket(const RtpPacket& packet, Bytes bytes) {
+    const bool known = m_senders > 0 && packet.ssrc == m_stats.ssrc();
+    const bool expected = m_expectedSsrc ? packet.ssrc == *m_expectedSsrc : m_senders == 0;
+    if (!known && expected) {
+        switchSender(packet.ssrc);
+    } else if (!known) {
+        const bool second = !m_candidate.empty() && m_candidateSsrc == packet.ssrc &&
+                            static_cast<std::uint16_t>(m_candidateSequence + 1) == packet.sequence;
         if (!second) {
             m_candidate.assign(bytes.begin(), bytes.end());
-            m_candidateSsrc = packet->ssrc;
-            m_candidateSequence = packet->sequence;
+            m_candidateSsrc = packet.ssrc;
+            m_candidateSequence = packet.sequence;
             return;
         }
-        switchSender(packet->ssrc);
+        switchSender(packet.ssrc);
         if (const auto first = parseRtpPacket(m_candidate)) m_stats.onPacket(*first, m_now);
         m_reorder.push(m_candidateSequence, m_candidate, m_now, *this);
     }
     m_candidate.clear();
-    acceptPacket(*packet, bytes);
+    acceptPacket(packet, bytes);
 }
 
 void RtpFrameSource::acceptPacket(const RtpPacket& packet, Bytes bytes) {
@@ -145,17 +176,19 @@ void RtpFrameSource::switchSender(std::uint32_t ssrc) {
     ++m_senders;
     m_stats.reset(ssrc);
     m_reorder.reset();
-    m_clock.reset();
+    m_timeline.onNewSender();
     m_depacketizer->reset();
     m_frames.discard();
+    if (m_senders > 1) m_frames.noteMissing();
     if (m_earlyReport && m_earlyReport->ssrc == ssrc) {
-        m_clock.onSenderReport(*m_earlyReport);
+        m_timeline.onSenderReport(*m_earlyReport);
         m_stats.onSenderReport(*m_earlyReport, m_now);
     }
     m_earlyReport.reset();
 }
 
 void RtpFrameSource::onOrderedPacket(Bytes bytes, bool afterLoss) {
+    if (afterLoss) m_frames.noteMissing();
     if (const auto packet = parseRtpPacket(bytes)) m_depacketizer->onPacket(*packet, afterLoss, m_frames);
 }
 
@@ -187,12 +220,12 @@ void RtpFrameSource::deliverFrames() {
         const std::size_t truncated = frame.bytes.size() - size;
         std::memcpy(frameTo(), frame.bytes.data(), size);
         m_current = frame.info;
-        m_currentTime = m_clock.at(frame.info.timestamp, m_wallNow);
+        m_currentTime = m_timeline.at(frame.info.timestamp, m_now, m_wallNow);
         m_frames.pop();
         const auto duration =
             std::int64_t{m_current.duration} * kMicrosecondsPerSecond / timestampFrequency();
-        deliver(static_cast<unsigned>(size), static_cast<unsigned>(truncated),
-                toTimeval(m_currentTime.microseconds), static_cast<unsigned>(duration));
+        deliver(static_cast<unsigned>(size), static_cast<unsigned>(truncated), toTimeval(m_currentTime.wall),
+                static_cast<unsigned>(duration));
         if (!alive) return;
     }
     m_delivering = false;
@@ -203,7 +236,7 @@ void RtpFrameSource::onSenderReport(const SenderReport& report) {
         m_earlyReport = report;
         return;
     }
-    m_clock.onSenderReport(report);
+    m_timeline.onSenderReport(report);
     m_stats.onSenderReport(report, steadyMicroseconds());
 }
 

@@ -3,24 +3,28 @@
 // The RTP source: packets from a datagram socket or an RTSP connection, put in order, made into frames,
 // timed.
 
+#include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "live/env/LifeFlag.h"
 #include "live/rtp/Depacketizer.h"
 #include "live/rtp/Interleaved.h"
-#include "live/rtp/PresentationClock.h"
 #include "live/rtp/RTPSource.h"
 #include "live/rtp/ReceptionStats.h"
 #include "live/rtp/ReorderBuffer.h"
+#include "live/rtp/SenderFilter.h"
+#include "live/rtp/Timeline.h"
 
 namespace live::rtp {
 
 class RtpFrameSource final : public RTPSource, private InterleavedReceiver, private OrderedReceiver {
   public:
+    /// The session's timeline lives longer.
     RtpFrameSource(UsageEnvironment& env, Groupsock* groupsock, unsigned char payloadType, unsigned clockRate,
-                   std::unique_ptr<Depacketizer> depacketizer);
+                   std::unique_ptr<Depacketizer> depacketizer, SessionTimeline& timeline);
     ~RtpFrameSource() override;
 
     /// Packets come from here instead of the socket. False when the channel is taken.
@@ -28,19 +32,42 @@ class RtpFrameSource final : public RTPSource, private InterleavedReceiver, priv
     /// Packets come from this socket from now on.
     void replaceGroupsock(Groupsock* groupsock);
 
+    /// Whose datagrams are taken: see SenderFilter. Another SSRC than the stated one has to prove itself.
+    void expectSender(ipv4AddressBits stated, ipv4AddressBits server, std::optional<std::uint32_t> ssrc) {
+        m_filter.expect(stated, server);
+        m_expectedSsrc = ssrc;
+    }
+    /// Called once, with where the first packet has come from.
+    void onFirstDatagram(std::function<void(ipv4AddressBits, portNumBits)> told) {
+        m_onFirstDatagram = std::move(told);
+    }
+    /// Whether a control packet from there is the stream's; if not, it is counted.
+    bool acceptsControlFrom(ipv4AddressBits from);
+
+    /// To begin with; then the window follows how late packets are, from 10 to 300 ms. 0: never wait.
     void setPacketReorderingThresholdTime(unsigned microseconds) override;
     Boolean curPacketMarkerBit() const override { return m_current.marker; }
     u_int16_t curPacketRTPSeqNum() const override { return m_current.sequence; }
     u_int32_t curPacketRTPTimestamp() const override { return m_current.timestamp; }
-    Boolean hasBeenSynchronizedUsingRTCP() override { return m_clock.synchronized(); }
+    Boolean hasBeenSynchronizedUsingRTCP() override { return m_timeline.synchronized(); }
     ReceptionStats const& receptionStats() const override { return m_stats; }
 
     void onSenderReport(const SenderReport& report);
     std::optional<ReceptionReport> takeReceptionReport();
     bool isSender(std::uint32_t ssrc) const { return m_stats.hasPackets() && m_stats.ssrc() == ssrc; }
+    bool hasPackets() const { return m_senders > 0; }
 
+    StreamTimeline& timeline() { return m_timeline; }
     /// Of the frame delivered last.
-    const PresentationClock::Time& currentTime() const { return m_currentTime; }
+    const StreamTimeline::Time& currentTime() const { return m_currentTime; }
+    /// Whether something is missing between the frame before it and the frame delivered last.
+    bool damagedBefore() const { return m_current.damagedBefore; }
+    /// How long packets that are missing are waited for, and how long packets have lately waited at most.
+    struct Delay {
+        std::int64_t window = 0;  // microseconds
+        std::int64_t held = 0;
+    };
+    Delay reorderDelay();
     /// One more for every sender that took over: its timestamps have nothing to do with those before.
     unsigned senders() const { return m_senders; }
 
@@ -49,7 +76,8 @@ class RtpFrameSource final : public RTPSource, private InterleavedReceiver, priv
     void doStopGettingFrames() override;
 
     void onReadable();
-    void onPacket(Bytes bytes);
+    void takeDatagram(Bytes bytes, ipv4AddressBits from, portNumBits port);
+    void onPacket(const RtpPacket& packet, Bytes bytes);
     void acceptPacket(const RtpPacket& packet, Bytes bytes);
     void switchSender(std::uint32_t ssrc);
     void onInterleaved(Bytes packet) override;
@@ -66,7 +94,10 @@ class RtpFrameSource final : public RTPSource, private InterleavedReceiver, priv
     ReorderBuffer m_reorder;
     FrameQueue m_frames;
     ReceptionStats m_stats;
-    PresentationClock m_clock;
+    StreamTimeline m_timeline;
+    SenderFilter m_filter;
+    std::optional<std::uint32_t> m_expectedSsrc;
+    std::function<void(ipv4AddressBits, portNumBits)> m_onFirstDatagram;
     InterleavedConnection* m_connection = nullptr;
     std::vector<unsigned char> m_datagram;
     std::int64_t m_now = 0;  // of the batch of packets at hand
@@ -86,7 +117,7 @@ class RtpFrameSource final : public RTPSource, private InterleavedReceiver, priv
     std::uint16_t m_candidateSequence = 0;
 
     FrameInfo m_current;
-    PresentationClock::Time m_currentTime;
+    StreamTimeline::Time m_currentTime;
 };
 
 }  // namespace live::rtp

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <tuple>
 #include <utility>
 
 #include "live/env/Random.h"
@@ -423,6 +424,11 @@ bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Tran
         why = "The server does not stream over the RTSP connection";
         return false;
     }
+    MediaSubsession::Peer peer;
+    peer.stated = net::numericAddress(transport.source);
+    peer.server = m_connection.address();
+    if (transport.serverPort) std::tie(peer.rtpPort, peer.rtcpPort) = *transport.serverPort;
+    peer.ssrc = transport.ssrc;
     const ipv4AddressBits destination = net::numericAddress(transport.destination);
     const ipv4AddressBits group =
         IsMulticastAddress(destination) ? destination : subsession.connectionEndpointAddress();
@@ -433,16 +439,11 @@ bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Tran
         }
         const auto ports = transport.port ? transport.port : transport.clientPort;
         const portNumBits port = ports ? ports->first : subsession.clientPortNum();
-        if (port != 0 && subsession.moveToGroup(group, port, subsession.sourceFilterAddress())) return true;
+        if (port != 0 && subsession.moveToGroup(group, port, peer)) return true;
         why = port == 0 ? "The server names no multicast port" : env().getResultMsg();
         return false;
     }
-    if (transport.serverPort) {
-        const ipv4AddressBits source = net::numericAddress(transport.source);
-        // Reports go to nobody else than where the packets come from.
-        subsession.setRtcpDestination(source != 0 ? source : m_connection.address(),
-                                      transport.serverPort->second);
-    }
+    subsession.setPeer(peer);
     return true;
 }
 
@@ -469,9 +470,7 @@ void RTSPClient::Engine::applyPlay(const Request& request, const Message& reply)
         if (entry == entries.end() && position < entries.size())
             entry = entries.begin() + static_cast<long>(position);
         ++position;
-        live::sdp::RtpInfo info;
-        if (entry != entries.end()) info = {entry->sequence, entry->timestamp};
-        subsession->setRtpInfo(info);
+        subsession->setRtpInfo(entry != entries.end() ? entry->timestamp : std::nullopt);
     }
 }
 

@@ -24,6 +24,7 @@ struct Transport {
     std::optional<PortPair> clientPort;
     std::optional<PortPair> port;  // multicast
     std::optional<ChannelPair> interleaved;
+    std::optional<std::uint32_t> ssrc;
 };
 
 /// The first transport of the header; nothing when it isn't RTP or a number is out of range.

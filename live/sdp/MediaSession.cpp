@@ -6,6 +6,7 @@
 #include "live/net/GroupsockHelper.h"
 #include "live/rtp/PayloadFormats.h"
 #include "live/rtp/RtpFrameSource.h"
+#include "live/rtp/WayOpener.h"
 #include "net/Lookup.h"
 #include "net/Sockets.h"
 #include "protocol/Text.h"
@@ -43,7 +44,7 @@ Boolean MediaSession::initializeWithSDP(char const* sdpDescription) {
             }
         }
     }
-    m_playTimeOrigin.start = m_range.start;
+    m_timeline.setStart(m_range.start);
     return True;
 }
 
@@ -56,11 +57,8 @@ char const* MediaSession::absEndTime() const {
 }
 
 void MediaSession::setPlayed(const sdp::PlayRange* range, float scale) {
-    if (range) m_playTimeOrigin.start = range->start;
     m_scale = scale;
-    m_playTimeOrigin.scale = scale;
-    ++m_playTimeOrigin.generation;
-    m_playTimeOrigin.firstFrame.reset();
+    m_timeline.play(range ? range->start : m_timeline.start(), scale);
 }
 
 MediaSubsession* MediaSubsessionIterator::next() {
@@ -95,6 +93,10 @@ RTPSource* MediaSubsession::rtpSource() const {
 
 Boolean MediaSubsession::initiate(int) {
     if (m_source) return True;
+    if (!m_media.problem.empty()) {
+        env().setResultMsg(m_media.problem.c_str());
+        return False;
+    }
     if (m_media.protocol != "RTP") {
         env().setResultMsg("Unsupported protocol: ", protocolName());
         return False;
@@ -113,6 +115,7 @@ Boolean MediaSubsession::initiate(int) {
 }
 
 void MediaSubsession::deInitiate() {
+    m_wayOpener.reset();
     Medium::close(m_rtcp);
     m_rtcp = nullptr;
     Medium::close(m_source);
@@ -151,6 +154,13 @@ bool MediaSubsession::openGroupSockets(ipv4AddressBits group, portNumBits port, 
     auto rtp = Groupsock::open(env(), group, port, source);
     auto rtcp = rtp ? Groupsock::open(env(), group, rtcpPort, source) : nullptr;
     if (!rtcp) return false;
+    // Whoever enlarged the receive buffer meant the stream's, not that socket's.
+    if (m_rtpSocket) {
+        const unsigned size = getReceiveBufferSize(env(), m_rtpSocket->socketNum());
+        if (getReceiveBufferSize(env(), rtp->socketNum()) < size)
+            setReceiveBufferTo(env(), rtp->socketNum(), size);
+    }
+    m_wayOpener.reset();
     rtcp->setDestination(group, rtcpPort);
     if (m_source) m_source->replaceGroupsock(rtp.get());
     if (m_rtcp) m_rtcp->replaceGroupsock(rtcp.get());
@@ -168,7 +178,7 @@ bool MediaSubsession::createSource() {
         return false;
     }
     m_source = new live::rtp::RtpFrameSource(env(), m_rtpSocket.get(), rtpPayloadFormat(), m_media.clockRate,
-                                             std::move(depacketizer));
+                                             std::move(depacketizer), m_parent.timeline());
     m_rtcp = RTCPInstance::createNew(env(), m_rtcpSocket.get(), *m_source);
     return true;
 }
@@ -181,13 +191,25 @@ ipv4AddressBits MediaSubsession::sourceFilterAddress() const {
     return net::numericAddress(m_media.source);
 }
 
-void MediaSubsession::setRtcpDestination(ipv4AddressBits address, portNumBits rtcpPort) {
-    if (m_rtcpSocket) m_rtcpSocket->setDestination(address, rtcpPort);
+void MediaSubsession::setPeer(const Peer& peer) {
+    if (!m_source || !m_rtpSocket || !m_rtcpSocket) return;
+    m_source->expectSender(peer.stated, peer.server, peer.ssrc);
+    if (peer.rtcpPort != 0)
+        m_rtcpSocket->setDestination(peer.stated != 0 ? peer.stated : peer.server, peer.rtcpPort);
+    // Whoever really sends gets the reports: behind a router, a camera names an address that leads nowhere.
+    m_source->onFirstDatagram([this, stated = peer.rtcpPort](ipv4AddressBits from, portNumBits port) {
+        m_rtcpSocket->setDestination(from, stated != 0 ? stated : static_cast<portNumBits>(port + 1));
+    });
+    if (peer.rtpPort == 0 || peer.rtcpPort == 0) return;
+    if (!m_wayOpener)
+        m_wayOpener = std::make_unique<live::rtp::WayOpener>(env(), *m_rtpSocket, *m_rtcpSocket, *m_source);
+    m_wayOpener->start(peer.stated, peer.server, peer.rtpPort, peer.rtcpPort);
 }
 
-bool MediaSubsession::moveToGroup(ipv4AddressBits group, portNumBits rtpPort, ipv4AddressBits source) {
+bool MediaSubsession::moveToGroup(ipv4AddressBits group, portNumBits rtpPort, const Peer& peer) {
+    if (m_source) m_source->expectSender(peer.stated, peer.server, peer.ssrc);
     if (m_rtpSocket && m_rtpSocket->groupAddress() == group && m_rtpSocket->port() == rtpPort) return true;
-    return openGroupSockets(group, rtpPort, source);
+    return openGroupSockets(group, rtpPort, sourceFilterAddress());
 }
 
 bool MediaSubsession::receiveInterleaved(live::rtp::InterleavedConnection& connection, unsigned rtpChannel,
@@ -196,12 +218,14 @@ bool MediaSubsession::receiveInterleaved(live::rtp::InterleavedConnection& conne
     return rtcpChannel == rtpChannel || !m_rtcp || m_rtcp->useInterleaved(connection, rtcpChannel);
 }
 
+void MediaSubsession::setRtpInfo(std::optional<std::uint32_t> timestamp) {
+    if (m_source) m_source->timeline().setRtpInfo(timestamp);
+}
+
 double MediaSubsession::getNormalPlayTime(struct timeval const& presentationTime) {
     if (!m_source) return 0;
     const auto& current = m_source->currentTime();
-    const double position = m_playTime.at(current.extended, m_media.clockRate, m_source->senders(),
-                                          live::steadyMicroseconds(), m_parent.playTimeOrigin());
+    const std::int64_t distance = live::microsecondsBetween(live::toTimeval(current.wall), presentationTime);
     constexpr double kMicro = 1e-6;
-    const auto distance = static_cast<double>(live::toMicroseconds(presentationTime) - current.microseconds);
-    return std::max(position + distance * kMicro, 0.0);
+    return std::max(static_cast<double>(current.position + distance) * kMicro, 0.0);
 }

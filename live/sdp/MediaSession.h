@@ -3,6 +3,7 @@
 // A described session: what can be received, and, once it is being received, with what.
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,14 +12,15 @@
 #include "live/net/Groupsock.h"
 #include "live/rtp/RTCPInstance.h"
 #include "live/rtp/RTPSource.h"
-#include "live/sdp/NormalPlayTime.h"
+#include "live/rtp/Timeline.h"
 #include "live/sdp/SdpDescription.h"
 
 class MediaSubsession;
 
 namespace live::rtp {
 class RtpFrameSource;
-}
+class WayOpener;
+}  // namespace live::rtp
 
 class MediaSession : public Medium {
   public:
@@ -40,7 +42,7 @@ class MediaSession : public Medium {
 
     /// What the reply to PLAY said; not for users.
     void setPlayed(const live::sdp::PlayRange* range, float scale);
-    live::sdp::PlayTimeOrigin& playTimeOrigin() { return m_playTimeOrigin; }
+    live::rtp::SessionTimeline& timeline() { return m_timeline; }
 
   protected:
     explicit MediaSession(UsageEnvironment& env);
@@ -53,7 +55,7 @@ class MediaSession : public Medium {
     live::sdp::Description m_description;
     live::sdp::PlayRange m_range;
     float m_scale = 1.0f;
-    live::sdp::PlayTimeOrigin m_playTimeOrigin;
+    live::rtp::SessionTimeline m_timeline;
     std::vector<std::unique_ptr<MediaSubsession>> m_subsessions;
 };
 
@@ -104,8 +106,8 @@ class MediaSubsession {
     RTPSource* rtpSource() const;
     RTCPInstance* rtcpInstance() const { return m_rtcp; }
 
-    /// Seconds of the session at which a delivered frame plays: from what the reply to PLAY said, otherwise
-    /// from the first frame on. Continuous, also where presentation times change to the sender's clock.
+    /// Seconds of the session at which a delivered frame plays (live/rtp/Timeline.h). Goes on also where
+    /// presentation times change to the sender's clock.
     double getNormalPlayTime(struct timeval const& presentationTime);
 
     char const* sessionId() const { return m_sessionId.c_str(); }
@@ -118,13 +120,21 @@ class MediaSubsession {
     void setSessionId(std::string id) { m_sessionId = std::move(id); }
     ipv4AddressBits connectionEndpointAddress() const;
     ipv4AddressBits sourceFilterAddress() const;
-    /// Unicast: reports go to this address and port.
-    void setRtcpDestination(ipv4AddressBits address, portNumBits rtcpPort);
+    /// Unicast: where the server says that it sends from (0: it doesn't), and its own address; ports 0 where
+    /// it states none. Reports go there, and the way for its packets is opened.
+    struct Peer {
+        ipv4AddressBits stated = 0;
+        ipv4AddressBits server = 0;
+        portNumBits rtpPort = 0;
+        portNumBits rtcpPort = 0;
+        std::optional<std::uint32_t> ssrc;
+    };
+    void setPeer(const Peer& peer);
     /// Multicast as the server's reply says; makes the sockets anew when they are bound to something else.
-    bool moveToGroup(ipv4AddressBits group, portNumBits rtpPort, ipv4AddressBits source);
+    bool moveToGroup(ipv4AddressBits group, portNumBits rtpPort, const Peer& peer);
     bool receiveInterleaved(live::rtp::InterleavedConnection& connection, unsigned rtpChannel,
                             unsigned rtcpChannel);
-    void setRtpInfo(const live::sdp::RtpInfo& info) { m_playTime.setRtpInfo(info); }
+    void setRtpInfo(std::optional<std::uint32_t> timestamp);
 
   private:
     bool openUnicastSockets();
@@ -140,5 +150,5 @@ class MediaSubsession {
     std::unique_ptr<Groupsock> m_rtcpSocket;
     live::rtp::RtpFrameSource* m_source = nullptr;  // ended with Medium::close
     RTCPInstance* m_rtcp = nullptr;                 // the same, before the source
-    live::sdp::NormalPlayTime m_playTime;
+    std::unique_ptr<live::rtp::WayOpener> m_wayOpener;
 };

@@ -70,6 +70,16 @@ void setSize(std::string_view width, std::string_view height, Media& media) {
     if (w && h) media.width = *w, media.height = *h;
 }
 
+// "incl IN IP4 group source"; nothing unless it names a source.
+std::string parseSourceFilter(std::string_view value) {
+    value = trim(value);
+    const bool included = equalsIgnoringCase(take(value, ' '), "incl");
+    take(value, ' ');
+    const bool ip4 = equalsIgnoringCase(take(value, ' '), "IP4");
+    take(value, ' ');
+    return included && ip4 ? std::string(trim(take(value, ' '))) : std::string();
+}
+
 void parseMediaAttribute(std::string_view name, std::string_view value, Media& media) {
     if (equalsIgnoringCase(name, "rtpmap")) {
         parseRtpMap(value, media);
@@ -89,18 +99,18 @@ void parseMediaAttribute(std::string_view name, std::string_view value, Media& m
     } else if (equalsIgnoringCase(name, "framerate") || equalsIgnoringCase(name, "x-framerate")) {
         media.framesPerSecond = std::min(parseSeconds(trim(value)).value_or(0), kMaxFrameRate);
     } else if (equalsIgnoringCase(name, "source-filter")) {
-        // "incl IN IP4 group source"
-        value = trim(value);
-        const bool included = equalsIgnoringCase(take(value, ' '), "incl");
-        take(value, ' ');
-        const bool ip4 = equalsIgnoringCase(take(value, ' '), "IP4");
-        take(value, ' ');
-        if (included && ip4) media.source = trim(take(value, ' '));
+        media.source = parseSourceFilter(value);
+    } else if (equalsIgnoringCase(name, "sendonly") || equalsIgnoringCase(name, "inactive")) {
+        // The other way (a camera's loudspeaker), or none at all.
+        if (media.problem.empty()) media.problem = "Nothing is to be received (a=" + toLower(name) + ")";
     }
 }
 
-void parseSessionAttribute(std::string_view name, std::string_view value, Description& session) {
-    if (equalsIgnoringCase(name, "control")) {
+void parseSessionAttribute(std::string_view name, std::string_view value, Description& session,
+                           std::string& source) {
+    if (equalsIgnoringCase(name, "source-filter")) {
+        source = parseSourceFilter(value);
+    } else if (equalsIgnoringCase(name, "control")) {
         session.control = trim(value);
     } else if (equalsIgnoringCase(name, "range")) {
         session.range = parseRange(value);
@@ -119,7 +129,11 @@ bool parseMedia(std::string_view value, Media& media) {
     const std::string_view format = take(value, ' ');
     if (media.medium.empty() || !number || protocol.empty()) return false;
     media.port = static_cast<std::uint16_t>(*number);
-    const bool rtp = startsWithIgnoringCase(protocol, "RTP/");
+    // RFC 3551 and 4585, also with "/TCP" or "/UDP"; what is encrypted is another protocol.
+    std::string_view rest = protocol;
+    const bool rtp =
+        equalsIgnoringCase(take(rest, '/'), "RTP") &&
+        (equalsIgnoringCase(take(rest, '/'), "AVP") || startsWithIgnoringCase(protocol, "RTP/AVPF"));
     media.protocol = rtp ? "RTP" : std::string(protocol);
     const auto payloadType = parseNumber(format, 127);
     if (rtp && !payloadType) return false;
@@ -168,11 +182,13 @@ std::optional<Description> parseSdp(std::string_view text, std::string& error) {
     }
     Description session;
     std::string connection;
+    std::string source;
     bool sawLine = false;
     while (!text.empty()) {
         const std::string_view line = takeLine(text);
         if (trim(line).empty()) continue;
         if (line.size() < 2 || line[1] != '=') {
+            if (sawLine) continue;
             error = "Invalid SDP line: " + std::string(line.substr(0, 80));
             return std::nullopt;
         }
@@ -187,10 +203,9 @@ std::optional<Description> parseSdp(std::string_view text, std::string& error) {
                 }
                 session.media.emplace_back();
                 session.media.back().connection = connection;
-                if (!parseMedia(value, session.media.back())) {
-                    error = "Bad SDP \"m=\" line: " + std::string(line.substr(0, 80));
-                    return std::nullopt;
-                }
+                session.media.back().source = source;
+                if (!parseMedia(value, session.media.back()))
+                    session.media.back().problem = "Bad SDP \"m=\" line: " + std::string(line.substr(0, 80));
                 break;
             case 'c':
                 (media ? media->connection : connection) = parseConnection(value);
@@ -203,7 +218,7 @@ std::optional<Description> parseSdp(std::string_view text, std::string& error) {
                 if (media) {
                     parseMediaAttribute(name, value, *media);
                 } else {
-                    parseSessionAttribute(name, value, session);
+                    parseSessionAttribute(name, value, session, source);
                 }
                 break;
             }

@@ -24,9 +24,11 @@ struct PlayRange {
 std::optional<PlayRange> parseRange(std::string_view text);
 
 struct Media {
+    std::string
+        problem;  // why it can't be received, whatever else it says; "" when nothing is known against it
     std::string medium;  // "video", "audio", ...
     std::uint16_t port = 0;
-    std::string protocol;  // "RTP" for all of RTP/AVP, otherwise as written
+    std::string protocol;  // "RTP" for RTP/AVP and RTP/AVPF, otherwise as written
     unsigned payloadType = 0;
     std::string codec;  // in capitals; empty when nobody says
     unsigned clockRate = 0;
@@ -52,7 +54,8 @@ struct Description {
 inline constexpr std::size_t kMaxMedia = 32;
 inline constexpr std::size_t kMaxAttributes = 64;
 
-/// Nothing when the text is no session description or is out of bounds; `error` then says why.
+/// Nothing when the text is no session description or is out of bounds; `error` then says why. What is wrong
+/// with a medium costs that medium only; lines that can't be read are left out.
 std::optional<Description> parseSdp(std::string_view text, std::string& error);
 
 }  // namespace live::sdp

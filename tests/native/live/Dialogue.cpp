@@ -98,6 +98,12 @@ ScriptedServer::ScriptedServer(const Script& script) : m_script(script) {
         net::closeSocket(std::exchange(m_listener, -1));
         return;
     }
+    m_datagrams = static_cast<int>(::socket(AF_INET, SOCK_DGRAM, 0));
+    address.sin_port = 0;
+    ::bind(m_datagrams, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    ::getsockname(m_datagrams, reinterpret_cast<sockaddr*>(&address), &length);
+    m_datagramPort = ntohs(address.sin_port);
+    net::makeNonBlocking(m_datagrams);
     ::listen(m_listener, 8);
     net::makeNonBlocking(m_listener);
     m_thread = std::thread([this] { run(); });
@@ -113,7 +119,7 @@ void ScriptedServer::finish() {
     }
     m_stop = true;
     if (m_thread.joinable()) m_thread.join();
-    for (int* socket : {&m_socket, &m_held, &m_listener}) {
+    for (int* socket : {&m_socket, &m_held, &m_listener, &m_datagrams}) {
         if (*socket >= 0) net::closeSocket(std::exchange(*socket, -1));
     }
 }
@@ -121,6 +127,7 @@ void ScriptedServer::finish() {
 std::string ScriptedServer::filled(std::string text) const {
     replaceAll(text, "{host}", "127.0.0.1:" + std::to_string(m_port));
     replaceAll(text, "{port}", std::to_string(m_port));
+    replaceAll(text, "{udp}", std::to_string(m_datagramPort));
     replaceAll(text, "{cseq}", m_sequence);
     return text;
 }
@@ -178,10 +185,12 @@ bool ScriptedServer::step(const std::string& line, std::size_t& next) {
                                    static_cast<char>(packet.size())};
         return send(frame + packet);
     }
-    if (key == "udp") {
+    if (key == "udp" || key == "foreign") {
         const int number = std::stoi(word(in));
-        return sendDatagram(rtpPacket(number, rest(in))), true;
+        const std::uint32_t from = INADDR_LOOPBACK + (key == "udp" ? 0 : 1);
+        return sendDatagram(rtpPacket(number, rest(in)), from), true;
     }
+    if (key == "way") return awaitDatagrams(std::stoi(word(in)));
     if (key == "fill") {
         const std::size_t count = std::stoul(word(in));
         const std::string text(count, rest(in)[0]);
@@ -307,13 +316,26 @@ bool ScriptedServer::send(const std::string& bytes) {
     return true;
 }
 
-void ScriptedServer::sendDatagram(const std::string& bytes) {
+void ScriptedServer::sendDatagram(const std::string& bytes, std::uint32_t from) {
     const net::SocketHandle socket(static_cast<int>(::socket(AF_INET, SOCK_DGRAM, 0)));
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    to.sin_port = htons(m_clientPort);
-    net::sendTo(socket.get(), bytes.data(), bytes.size(), to);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(from);
+    ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(m_clientPort);
+    net::sendTo(socket.get(), bytes.data(), bytes.size(), address);
+}
+
+bool ScriptedServer::awaitDatagrams(int count) {
+    while (count > 0 && !m_stop) {
+        char bytes[100];
+        if (net::receive(m_datagrams, bytes, sizeof bytes) >= 0)
+            --count;
+        else
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return count == 0;
 }
 
 void ScriptedServer::sendBody(const std::string& body) {

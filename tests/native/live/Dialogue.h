@@ -26,6 +26,8 @@
 //   raw 24 00 ...         sends bytes
 //   rtp CHANNEL SEQ text  sends an interleaved H.264 packet (one NAL unit, a key frame: 'e' and the text)
 //   udp SEQ text          the same as a datagram, to the client_port that the last SETUP named
+//   foreign SEQ text      the same from another address than the server's
+//   way N                 waits until N datagrams have come to the port {udp}
 //   fill N c              sends N times the character
 //   accept                takes the next connection (the first one is taken by itself)
 //   hold                  like accept, but keeps the old one open
@@ -82,7 +84,8 @@ class ScriptedServer {
     void answer(const std::string& method, const std::string& more);
     void take(const std::string& received);
     bool send(const std::string& bytes);
-    void sendDatagram(const std::string& bytes);
+    void sendDatagram(const std::string& bytes, std::uint32_t from);
+    bool awaitDatagrams(int count);
     void sendBody(const std::string& body);
     void closeCurrent(bool reset);
 
@@ -94,6 +97,8 @@ class ScriptedServer {
     bool m_base64 = false;
     int m_channel = 0;  // of the next SETUP
     unsigned short m_clientPort = 0;
+    int m_datagrams = -1;
+    unsigned short m_datagramPort = 0;
     std::string m_received;
     std::string m_sequence = "0";
     std::string m_complaint;

@@ -6,11 +6,10 @@
 #include <random>
 
 #include "Packetizer.h"
-#include "live/rtp/PresentationClock.h"
 #include "live/rtp/ReceptionStats.h"
 #include "live/rtp/ReorderBuffer.h"
 #include "live/rtp/RtcpPacket.h"
-#include "live/sdp/NormalPlayTime.h"
+#include "live/rtp/SenderFilter.h"
 
 namespace live_test {
 namespace {
@@ -72,7 +71,7 @@ void push(ReorderBuffer& buffer, int number, std::int64_t now, Ordered& out) {
 std::vector<int> order(const std::vector<int>& arrivals, std::int64_t threshold = 50, std::int64_t step = 1) {
     ReorderBuffer buffer;
     Ordered out;
-    buffer.setThreshold(threshold);
+    buffer.setWindow(ReorderWindow(threshold));
     std::int64_t now = 0;
     for (const int number : arrivals)
         push(buffer, number, now += step, out);
@@ -93,7 +92,14 @@ TEST(ReorderBuffer, Orders) {
     EXPECT_EQ(order({1, 3, 4}, 0), (V{1, -3, 4})) << "nothing is waited for";
     EXPECT_EQ(order({100, 30'000, 101, 102}), (V{100, 101, 102})) << "one stray";
     EXPECT_EQ(order({100, 30'000, 30'001, 30'002}), (V{100, -30'001, 30'002})) << "the sender restarted";
-    EXPECT_EQ(order({5000, 4000, 4001}), (V{5000, -4001})) << "backwards, too";
+    EXPECT_EQ(order({5000, 3000, 3001}), (V{5000, -3001})) << "backwards, too";
+    V again;  // a little backwards: late at first sight
+    for (int i = 0; i < 100; ++i)
+        again.push_back(500 + i);
+    again.insert(again.begin(), 1000);
+    const V restarted = order(again);
+    EXPECT_EQ(restarted.size(), 1u + 37u);
+    EXPECT_EQ(restarted[1], -563);
 }
 
 TEST(ReorderBuffer, AnyOrderWithinTheWindowIsRestored) {
@@ -106,7 +112,7 @@ TEST(ReorderBuffer, AnyOrderWithinTheWindowIsRestored) {
         arrivals[0].first = -1;
         std::sort(arrivals.begin(), arrivals.end());
         ReorderBuffer buffer;
-        buffer.setThreshold(1000);
+        buffer.setWindow(ReorderWindow(1000));
         Ordered out;
         for (const auto& [when, number] : arrivals)
             push(buffer, number % 65536, when, out);
@@ -116,10 +122,64 @@ TEST(ReorderBuffer, AnyOrderWithinTheWindowIsRestored) {
     }
 }
 
+// Pictures of sixteen packets, 25 a second, each packet delayed by anything up to `jitter`. How many of the
+// last 300 come whole; and how long the buffer waits, during it and after ten calm seconds.
+struct Jittered {
+    int whole = 0;
+    std::int64_t window = 0;
+    std::int64_t held = 0;
+    std::int64_t calmWindow = 0;
+};
+
+Jittered overJitter(int jitterMilliseconds) {
+    constexpr int kPerPicture = 16, kPictures = 400, kCounted = 300;
+    constexpr std::int64_t kPicture = 40'000, kInitial = 50'000, kLeast = 10'000, kMost = 300'000;
+    std::minstd_rand random(7);
+    std::vector<std::pair<std::int64_t, int>> arrivals;
+    for (int i = 0; i < kPictures * kPerPicture; ++i) {
+        const std::int64_t sent = i / kPerPicture * kPicture + i % kPerPicture * 500;
+        arrivals.emplace_back(sent + random() % static_cast<unsigned>(jitterMilliseconds * 1000 + 1), i);
+    }
+    std::stable_sort(arrivals.begin(), arrivals.end());
+    ReorderBuffer buffer;
+    buffer.setWindow(ReorderWindow(kInitial, kLeast, kMost));
+    Ordered out;
+    for (const auto& [when, number] : arrivals) {
+        while (buffer.deadline() && *buffer.deadline() <= when)
+            buffer.expire(*buffer.deadline(), out);
+        push(buffer, number, when, out);
+    }
+    Jittered result;
+    std::int64_t now = arrivals.back().first;
+    result.window = buffer.window(now);
+    result.held = buffer.held(now);
+    buffer.expire(now + kMost, out);
+    std::vector<int> received(kPictures);
+    for (const int number : out.numbers)
+        ++received[static_cast<std::size_t>(std::abs(number) / kPerPicture)];
+    result.whole = static_cast<int>(std::count(received.end() - kCounted, received.end(), kPerPicture));
+    for (int i = 0; i < 25 * 11; ++i)
+        push(buffer, kPictures * kPerPicture + i, now += kPicture, out);
+    result.calmWindow = buffer.window(now);
+    return result;
+}
+
+TEST(ReorderBuffer, TheWindowFollowsTheJitterAndGoesBack) {
+    for (const int jitter : {0, 20, 100, 200}) {
+        const Jittered result = overJitter(jitter);
+        EXPECT_GE(result.whole, 300 * 95 / 100) << jitter;
+        EXPECT_LE(result.window, std::max(jitter * 1300, 10'000)) << jitter;
+        EXPECT_LE(result.held, jitter * 1000 * 2) << jitter;
+        EXPECT_EQ(result.calmWindow, 10'000) << jitter;
+        RecordProperty("whole_" + std::to_string(jitter), result.whole);
+        RecordProperty("held_" + std::to_string(jitter), static_cast<int>(result.held));
+    }
+}
+
 TEST(ReorderBuffer, GiantPacketsThatWaitAreBounded) {
     ReorderBuffer buffer;
     Ordered out;
-    buffer.setThreshold(1'000'000'000);
+    buffer.setWindow(ReorderWindow(1'000'000'000));
     push(buffer, 0, 0, out);
     const Buffer giant(65000, 1);
     for (std::uint16_t number = 2; number < 400; ++number)
@@ -197,47 +257,26 @@ TEST(ReceptionStats, CountsLossAcrossAWrap) {
     EXPECT_EQ(stats.takeReport(2'000'000).fractionLost, 0) << "nothing was lost since";
 }
 
-TEST(PresentationClock, GoesOnFromArrivalThenByTheSendersClock) {
-    PresentationClock clock(90000);
-    constexpr std::int64_t kArrival = 1'700'000'000'000'000;
-    constexpr std::uint32_t kNearWrap = 0xFFFFFF00;
-    EXPECT_EQ(clock.at(kNearWrap, kArrival).microseconds, kArrival);
-    EXPECT_EQ(clock.at(kNearWrap + 90000, kArrival + 5).microseconds, kArrival + 1'000'000)
-        << "arrival counts once";
-    SenderReport none;
-    clock.onSenderReport(none);
-    EXPECT_FALSE(clock.synchronized());
-    SenderReport report;
-    report.ntpTime = (2'208'988'800ull + 1000) << 32 | 0x8000'0000u;
-    report.rtpTimestamp = kNearWrap + 90000;
-    clock.onSenderReport(report);
-    EXPECT_TRUE(clock.synchronized());
-    const auto time = clock.at(kNearWrap + 180000, kArrival);
-    EXPECT_EQ(time.microseconds, 1'001'500'000);
-    EXPECT_EQ(time.extended, std::int64_t{kNearWrap} + 180000) << "over the wrap";
-}
+TEST(SenderFilter, KeepsToTheSessionsSender) {
+    constexpr std::int64_t kSecond = 1'000'000;
+    SenderFilter first;  // nobody said anything
+    EXPECT_TRUE(first.accepts(9, false, 1)) << "a control packet before the stream";
+    EXPECT_TRUE(first.accepts(5, true, 2));
+    EXPECT_FALSE(first.accepts(6, true, 3));
+    EXPECT_FALSE(first.accepts(9, false, 3));
+    EXPECT_TRUE(first.accepts(5, false, 2 * kSecond));
+    EXPECT_FALSE(first.accepts(6, true, 4 * kSecond));
+    EXPECT_TRUE(first.accepts(6, true, 6 * kSecond)) << "the stream has moved";
+    EXPECT_FALSE(first.accepts(5, true, 6 * kSecond));
 
-TEST(NormalPlayTime, FollowsRtpInfoOrTheFirstFrame) {
-    using live::sdp::NormalPlayTime;
-    using live::sdp::PlayTimeOrigin;
-    PlayTimeOrigin origin;
-    origin.start = 20;
-    NormalPlayTime told;
-    told.setRtpInfo({{}, 1000});
-    EXPECT_NEAR(told.at(1000 + 45000, 90000, 1, 0, origin), 20.5, 1e-9);
-    EXPECT_NEAR(told.at(1000 + 90000, 90000, 1, 9, origin), 21, 1e-9);
-
-    NormalPlayTime lying;  // a random timestamp base against rtptime=0
-    lying.setRtpInfo({{}, 0});
-    EXPECT_NEAR(lying.at(123'456'789, 90000, 1, 250'000, origin), 20.25, 1e-9) << "by when it arrived";
-    EXPECT_NEAR(lying.at(123'456'789 + 9000, 90000, 1, 0, origin), 20.35, 1e-9);
-    EXPECT_NEAR(lying.at(5, 90000, 2, 1'000'000, origin), 21.35, 1e-9) << "another sender carries on";
-
-    ++origin.generation;
-    origin.start = 3;
-    origin.firstFrame.reset();
-    lying.setRtpInfo({});
-    EXPECT_NEAR(lying.at(90005, 90000, 2, 7, origin), 3, 1e-9) << "played anew";
+    SenderFilter stated;
+    stated.expect(10, 20);
+    EXPECT_FALSE(stated.accepts(5, true, 1));
+    EXPECT_TRUE(stated.accepts(10, true, 2));
+    EXPECT_TRUE(stated.accepts(20, true, 3)) << "a camera behind a router names its inner address";
+    EXPECT_FALSE(stated.accepts(5, true, 4));
+    EXPECT_FALSE(stated.accepts(5, false, 9 * kSecond));
+    EXPECT_TRUE(stated.accepts(5, true, 9 * kSecond)) << "nobody else has sent for long";
 }
 
 }  // namespace

@@ -51,14 +51,29 @@ TEST(Sdp, RefusesWhatIsNone) {
     std::string many = "v=0\n";
     for (int i = 0; i < 100; ++i)
         many += "m=video 0 RTP/AVP 96\n";
-    for (const std::string& text :
-         {std::string(), std::string("\r\n\r\n"), std::string("hello"), std::string("<html>"), many,
-          std::string("v=0\nm=video\n"), std::string("m=video 99999 RTP/AVP 96\n"),
-          std::string("m=video 0 RTP/AVP 300\n"), std::string("m=video 0 RTP/AVP x\n"),
-          std::string(1 << 20, 'a')}) {
+    for (const std::string& text : {std::string(), std::string("\r\n\r\n"), std::string("hello"),
+                                    std::string("<html>"), many, std::string(1 << 20, 'a')}) {
         std::string error;
         EXPECT_FALSE(parseSdp(text, error)) << text.substr(0, 40);
         EXPECT_FALSE(error.empty());
+    }
+}
+
+// What can't be received says why, and nothing else suffers from it.
+TEST(Sdp, AMediumsFaultCostsThatMedium) {
+    for (const char* medium :
+         {"m=video", "m=video 99999 RTP/AVP 96", "m=video 0 RTP/AVP 300", "m=video 0 RTP/AVP smart/1/90000",
+          "m=audio -1 RTP/AVP 0", "m=audio 0 RTP/AVP 0\na=sendonly", "m=audio 0 RTP/AVP 0\na=inactive"}) {
+        std::string error;
+        const auto session = parseSdp("v=0\na=source-filter: incl IN IP4 * 10.0.0.7\nno line\n" +
+                                          std::string(medium) + "\nm=video 0 RTP/AVP 26\n",
+                                      error);
+        ASSERT_TRUE(session) << medium;
+        ASSERT_EQ(session->media.size(), 2u) << medium;
+        EXPECT_NE(session->media[0].problem, "") << medium;
+        EXPECT_EQ(session->media[1].problem, "") << medium;
+        EXPECT_EQ(session->media[1].codec, "JPEG") << medium;
+        EXPECT_EQ(session->media[1].source, "10.0.0.7") << "the session's";
     }
 }
 
@@ -104,11 +119,13 @@ TEST(MediaSession, InitiatesWhatItKnows) {
         "v=0\r\nm=video 0 RTP/AVP 96\r\na=rtpmap:96 H264/90000\r\na=fmtp:96 sprop-parameter-sets=Z0IA\r\n"
         "m=audio 0 RTP/AVP 0\r\na=range:npt=0-12\r\nm=audio 0 RTP/AVP 97\r\nm=video 0 UDP 33\r\n"
         "m=audio 0 RTP/AVP 98\r\na=rtpmap:98 MPEG4-GENERIC/8000\r\na=fmtp:98 sizelength=99\r\n"
-        "m=video 0 RTP/AVP 34\r\na=rtpmap:34 H263/90000\r\n");
+        "m=video 0 RTP/AVP 34\r\na=rtpmap:34 H263/90000\r\n"
+        "m=video 0 RTP/SAVP 96\r\na=rtpmap:96 H264/90000\r\nm=audio -1 RTP/AVP 0\r\n"
+        "m=audio 0 RTP/AVPF/UDP 0\r\n");
     ASSERT_NE(session, nullptr);
     EXPECT_DOUBLE_EQ(session->playEndTime(), 12) << "the longest medium's";
     MediaSubsessionIterator subsessions(*session);
-    for (const bool known : {true, true, false, false, false, false}) {
+    for (const bool known : {true, true, false, false, false, false, false, false, true}) {
         MediaSubsession* const subsession = subsessions.next();
         ASSERT_NE(subsession, nullptr);
         EXPECT_EQ(subsession->initiate(), known) << subsession->codecName() << env->getResultMsg();

@@ -66,8 +66,9 @@ struct Source : testing::Test {
     std::unique_ptr<BasicTaskScheduler> scheduler{BasicTaskScheduler::createNew()};
     UsageEnvironment* env = BasicUsageEnvironment::createNew(*scheduler);
     FakeConnection connection;
+    SessionTimeline timeline;
     RtpFrameSource* source =
-        new RtpFrameSource(*env, nullptr, 96, 90000, std::make_unique<H264Depacketizer>());
+        new RtpFrameSource(*env, nullptr, 96, 90000, std::make_unique<H264Depacketizer>(), timeline);
     Consumer* consumer = new Consumer(*env);
     bool closed = false;
     std::uint16_t next = 0;
@@ -150,6 +151,25 @@ TEST_F(Source, ANewSenderIsBelievedWithItsSecondPacket) {
     EXPECT_EQ(source->receptionStats().lost(), 0);
 }
 
+TEST_F(Source, SaysWhatIsMissingWithTheFrameBehindIt) {
+    std::vector<bool> damaged;
+    play();
+    const auto take = [&] { damaged.push_back(source->damagedBefore()); };
+    receive(unit(1)), take();
+    ++next;  // lost
+    receive(unit(2)), take();
+    receive(unit(3)), take();
+    Packet cut;
+    cut.payload = {0x7C, 0x85, 1};  // begins a fragmented unit whose end never comes
+    receive(cut);
+    receive(unit(4)), take();
+    next = 7000;
+    receive(unit(5), 2), receive(unit(6), 2), take();
+    receive(unit(7), 2), take();
+    EXPECT_EQ(consumer->frames, units({1, 2, 3, 4, 5, 6, 7}));
+    EXPECT_EQ(damaged, (std::vector<bool>{false, true, false, true, false, false}));
+}
+
 TEST_F(Source, ClosesWhenItsConnectionIsLost) {
     play();
     connection.receiver->onConnectionEnded(false);
@@ -169,7 +189,7 @@ TEST_F(Source, TakesTheSendersClockFromAReportThatComesFirst) {
     play();
     receive(unit(1), 1);
     EXPECT_TRUE(source->hasBeenSynchronizedUsingRTCP());
-    EXPECT_EQ(source->currentTime().microseconds, (3'000'000'000 - 2'208'988'800) * 1'000'000);
+    EXPECT_EQ(source->currentTime().wall, (3'000'000'000 - 2'208'988'800) * 1'000'000);
 }
 
 // Two receivers of one group on one machine, as two controls that show one camera; the description is all

@@ -1,0 +1,42 @@
+#pragma once
+
+// Routers let a camera's packets in once something has been sent to it from where they are to arrive. After
+// SETUP both sockets of a stream send a little, and again until its first packet has come.
+
+#include <vector>
+
+#include "live/env/UsageEnvironment.h"
+#include "live/net/Groupsock.h"
+
+namespace live::rtp {
+
+class RtpFrameSource;
+
+class WayOpener {
+  public:
+    /// Neither is owned.
+    WayOpener(UsageEnvironment& env, Groupsock& rtp, Groupsock& rtcp, const RtpFrameSource& source);
+    ~WayOpener();
+    WayOpener(const WayOpener&) = delete;
+    WayOpener& operator=(const WayOpener&) = delete;
+
+    /// To each of the addresses that isn't 0; network byte order.
+    void start(ipv4AddressBits stated, ipv4AddressBits server, portNumBits rtpPort, portNumBits rtcpPort);
+
+  private:
+    void send();
+
+    UsageEnvironment& m_env;
+    Groupsock& m_rtp;
+    Groupsock& m_rtcp;
+    const RtpFrameSource& m_source;
+    std::vector<unsigned char> m_rtpPacket;
+    std::vector<unsigned char> m_rtcpPacket;
+    ipv4AddressBits m_addresses[2] = {};
+    portNumBits m_rtpPort = 0;
+    portNumBits m_rtcpPort = 0;
+    int m_left = 0;
+    TaskToken m_task = nullptr;
+};
+
+}  // namespace live::rtp
