@@ -7,6 +7,7 @@
 #include "live/media/MediaSink.h"
 #include "live/rtp/RTCPInstance.h"
 #include "live/rtp/RTPSource.h"
+#include "live/rtp/ReceptionStats.h"
 #include "live/rtsp/Authenticator.h"
 #include "live/rtsp/RTSPClient.h"
 #include "live/sdp/MediaSession.h"

@@ -73,6 +73,7 @@ void CCtrlParam::ResetForNewStream() {
     audioCodec.Set(AudioCodec::None);
     audioSampleRate.Set(0);
     aacConfig.Set({});
+    streamProblem.Set({});
     soundPlayed.Set(true);
     streamForm.Set(StreamForm::Unknown);
     for (auto& level : regionLevel)

@@ -93,6 +93,9 @@ class CCtrlParam {
 
     Shared<bool> soundPlayed{true};  // false: nobody takes sound out of the queue, so none is put in
 
+    /// What was asked for and can't be shown or played, by name, for the user; "" when there is nothing.
+    Guarded<std::string> streamProblem;
+
     Shared<StreamForm> streamForm{StreamForm::Unknown};
 
     // Written by the decode thread

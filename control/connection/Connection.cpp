@@ -344,7 +344,14 @@ void Connection::ShowStatus(EConnectStatus status) {
         default:
             break;
     }
-    SetCaption(caption);
+    SetCaption(WithProblem(caption));
+}
+
+/// What was asked for and can't be shown is named where the user looks.
+std::wstring Connection::WithProblem(std::wstring caption) const {
+    const std::string problem = m_owner.Session().param.streamProblem.Get();
+    if (!problem.empty()) caption += L" (" + util::Utf8ToWide(problem) + L")";
+    return caption;
 }
 
 void Connection::SetCaption(const std::wstring& caption) {
@@ -407,6 +414,7 @@ void Connection::RefreshCaption(const CCtrlParam& param) {
     }
     if (caption.empty() && (m_owner.Properties().captionInfo & eciTime) != 0)
         caption = param.captionText.Get();
+    if (!caption.empty() && !m_obstacleShown) caption = WithProblem(std::move(caption));
     if (!caption.empty() && caption != m_owner.Status().Caption()) SetCaption(caption);
 }
 

@@ -83,6 +83,7 @@ class Connection {
     void ShowStatus(EConnectStatus status);
     void SetCaption(const std::wstring& caption);
     void RefreshCaption(const CCtrlParam& param);
+    std::wstring WithProblem(std::wstring caption) const;
     void LogFrameRates(const FrameRates& rates) const;
     void WatchDisk();
 

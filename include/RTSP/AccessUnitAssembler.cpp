@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <optional>
 #include <utility>
 
 namespace norix {
@@ -11,64 +10,87 @@ namespace {
 
 constexpr std::array<std::uint8_t, 4> kStartCode{0, 0, 0, 1};
 
-// ITU-T H.264, table 7-1.
-constexpr unsigned kTypeMask = 0x1F;
-constexpr unsigned kNonIdrSlice = 1;
-constexpr unsigned kIdrSlice = 5;
-constexpr unsigned kSei = 6;
-
-// Some cameras send message and slice as one unit: the slice's type is behind the start code inside.
-std::optional<unsigned> TypeBehindSei(ByteView nal) {
-    constexpr std::size_t kSearched = 100;
-    if (nal.size() <= kStartCode.size()) return std::nullopt;
-    const std::size_t end = std::min(kSearched, nal.size() - kStartCode.size());
-    for (std::size_t i = 0; i < end; ++i) {
-        if (std::memcmp(&nal[i], kStartCode.data(), kStartCode.size()) == 0)
-            return nal[i + kStartCode.size()] & kTypeMask;
-    }
-    return std::nullopt;
-}
-
 }  // namespace
 
 AccessUnitAssembler::AccessUnitAssembler(std::size_t capacity)
     : m_capacity(capacity), m_buffer(std::make_unique_for_overwrite<std::uint8_t[]>(capacity)) {}
 
-AccessUnitAssembler::Outcome AccessUnitAssembler::Append(ByteView nal) {
-    if (nal.empty()) return Outcome::Waiting;
-    if (std::exchange(m_delivered, false)) m_length = 0;
-    const std::size_t size = nal.size() + kStartCode.size();
-    bool overflow = false;
-    if (size > m_capacity - m_length) {
-        Drop();
-        m_skipToKeyFrame = overflow = true;
-        if (size > m_capacity - m_length) return Outcome::Overflow;
-    }
-    std::memcpy(m_buffer.get() + m_length, kStartCode.data(), kStartCode.size());
-    std::memcpy(m_buffer.get() + m_length + kStartCode.size(), nal.data(), nal.size());
-    m_length += size;
+void AccessUnitAssembler::Begin() {
+    m_length = m_delimiterEnd = 0;
+    m_sps = m_pps = m_recoveryPoint = false;
+}
 
-    unsigned type = nal[0] & kTypeMask;
-    if (type == kSei) type = TypeBehindSei(nal).value_or(type);
-    if (type == kIdrSlice) {
+void AccessUnitAssembler::Note(const NalContents& contents) {
+    m_sps = m_sps || contents.sps;
+    m_pps = m_pps || contents.pps;
+    if (contents.recoveryPoint) {
+        m_recoveryPoint = true;
+        m_recoveryFrames = contents.recoveryFrames;
+    }
+}
+
+// Intra refresh has no other beginning than its recovery points; where all is said to be there at once, the
+// picture has to be one that can.
+bool AccessUnitAssembler::IsKey(const NalContents& contents) const {
+    return contents.idr || (m_recoveryPoint && (m_recoveryFrames > 0 || contents.intra));
+}
+
+// Behind the delimiter, which has to be the first.
+void AccessUnitAssembler::InsertHeader() {
+    std::uint8_t* const at = m_buffer.get() + m_delimiterEnd;
+    std::memmove(at + m_header.size(), at, m_length - m_delimiterEnd);
+    std::copy(m_header.begin(), m_header.end(), at);
+    m_length += m_header.size();
+}
+
+AccessUnitAssembler::Outcome AccessUnitAssembler::Append(ByteView nal) {
+    nal = nal.subspan(StartCodeLength(nal));
+    if (nal.empty()) return Outcome::Waiting;
+    if (std::exchange(m_delivered, false)) Begin();
+    const NalContents contents = ContentsOf(nal);
+    Note(contents);
+    const bool firstSlice = contents.slice && contents.firstSlice;
+    if (firstSlice) m_keyPicture = IsKey(contents);
+    // Without its first slice, a picture may be another one than that which was key.
+    const bool key =
+        contents.slice && (firstSlice ? m_keyPicture : contents.idr || (m_keyPicture && contents.intra));
+    const auto header = [&] { return firstSlice && key && !(m_sps && m_pps) ? m_header.size() : 0; };
+    const auto needed = [&] { return nal.size() + kStartCode.size() + header(); };
+
+    bool overflow = false;
+    if (!Fits(needed())) {
+        Begin();
+        Note(contents);
+        m_skipToKeyFrame = overflow = true;
+        if (!Fits(needed())) return Outcome::Overflow;
+    }
+    if (header() > 0) InsertHeader();
+    std::uint8_t* const at = m_buffer.get() + m_length;
+    std::memcpy(at, kStartCode.data(), kStartCode.size());
+    std::memcpy(at + kStartCode.size(), nal.data(), nal.size());
+    if (contents.onlyDelimiter && m_length == 0) m_delimiterEnd = nal.size() + kStartCode.size();
+    if (contents.parameterSets > 0) {
+        const std::size_t end = m_length + kStartCode.size() + contents.parameterSets;
+        // What the stream itself says counts from now on, as long as it is no novel.
+        constexpr std::size_t kLongestHeader = 16 * 1024;
+        if (m_sps && m_pps && end - m_delimiterEnd <= kLongestHeader)
+            m_header.assign(m_buffer.get() + m_delimiterEnd, m_buffer.get() + end);
+    }
+    m_length += nal.size() + kStartCode.size();
+
+    if (!contents.slice) return overflow ? Outcome::Overflow : Outcome::Waiting;
+    if (key) {
         m_skipToKeyFrame = false;
-    } else if (type != kNonIdrSlice) {
-        return overflow ? Outcome::Overflow : Outcome::Waiting;
     } else if (m_skipToKeyFrame) {
-        Drop();
+        Begin();
         return overflow ? Outcome::Overflow : Outcome::Skipped;
     }
     m_delivered = true;
-    return type == kIdrSlice ? Outcome::KeyFrame : Outcome::OtherFrame;
+    return key ? Outcome::KeyFrame : Outcome::OtherFrame;
 }
 
 void AccessUnitAssembler::RememberAsHeader() {
     m_header.assign(m_buffer.get(), m_buffer.get() + m_length);
-}
-
-void AccessUnitAssembler::Drop() {
-    std::copy(m_header.begin(), m_header.end(), m_buffer.get());
-    m_length = m_header.size();
 }
 
 }  // namespace norix

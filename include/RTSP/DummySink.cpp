@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "media/CtrlParam.h"
 #include "util/Log.h"
@@ -75,17 +76,28 @@ Boolean DummySink::continuePlaying() {
     return True;
 }
 
-void DummySink::afterGettingFrame(void* clientData, unsigned frameSize, unsigned,
+void DummySink::afterGettingFrame(void* clientData, unsigned frameSize, unsigned truncated,
                                   struct timeval presentationTime, unsigned) {
     auto* const sink = static_cast<DummySink*>(clientData);
-    sink->afterGettingFrame(frameSize,
+    sink->afterGettingFrame(frameSize, truncated,
                             PtsFromSeconds(sink->m_subsession.getNormalPlayTime(presentationTime)));
 }
 
-void DummySink::afterGettingFrame(unsigned frameSize, std::uint32_t pts) {
+void DummySink::afterGettingFrame(unsigned frameSize, unsigned truncated, std::uint32_t pts) {
     m_connected = 1;
     ++m_frames;
     m_bytes += frameSize;
+    if (RTPSource* const source = m_subsession.rtpSource(); source && DamagedBefore(*source))
+        m_damaged = true;
+    if (truncated != 0) {
+        NORIX_LOG("DummySink::afterGettingFrame", 0,
+                  "DummySink::afterGettingFrame(pts=%u) drop a frame of %u bytes, more than %u", pts,
+                  frameSize + truncated, m_bufferSize);
+        m_damaged = true;
+        m_param.WishKeyFrame();
+        continuePlaying();
+        return;
+    }
     const ByteView frame(m_buffer.get() + m_header.size(), frameSize);
     switch (m_kind) {
         case Kind::H264:
@@ -130,11 +142,31 @@ void DummySink::TakeNalUnit(ByteView nal, std::uint32_t pts) {
                 "DummySink::afterGettingFrame", 0,
                 "DummySink::afterGettingFrame(pts=%u) drop NAL units beyond %u bytes, skip to key frame", pts,
                 m_bufferSize);
+            [[fallthrough]];
+        case AccessUnitAssembler::Outcome::Skipped:
+            m_damaged = true;
+            m_param.WishKeyFrame();
             break;
         case AccessUnitAssembler::Outcome::Waiting:
-        case AccessUnitAssembler::Outcome::Skipped:
             break;
     }
+}
+
+void DummySink::LogLink() {
+    RTPSource* const source = m_subsession.rtpSource();
+    if (!source) return;
+    constexpr double kNotable = 20;  // milliseconds of waiting
+    const LinkFacts now = LinkFactsOf(*source);
+    const bool quiet = now.lost <= m_logged.lost && now.foreign == m_logged.foreign && now.heldMs < kNotable;
+    // The first quiet time after a notable one says so, too.
+    if (quiet && m_logged.heldMs < kNotable) return;
+    NORIX_LOG("DummySink::LogLink", 0,
+              "DummySink::LogLink(%s) %llu packets, %lld lost, %llu of others, jitter %.0f ms, late ones "
+              "waited for %.0f ms, held up to %.0f ms",
+              m_subsession.mediumName(), static_cast<unsigned long long>(now.packets),
+              static_cast<long long>(now.lost), static_cast<unsigned long long>(now.foreign), now.jitterMs,
+              now.windowMs, now.heldMs);
+    m_logged = now;
 }
 
 void DummySink::FillAacConfig() {
@@ -145,7 +177,9 @@ void DummySink::FillAacConfig() {
 }
 
 void DummySink::InsertVideo(ByteView frame, std::uint32_t pts, int frameType) {
-    if (m_stop == 0) m_param.InsertFrameToVideoBuffer(frame.data(), frame.size(), pts, frameType);
+    if (m_stop != 0) return;
+    m_param.InsertFrameToVideoBuffer(frame.data(), frame.size(), pts, frameType,
+                                     std::exchange(m_damaged, false));
 }
 
 }  // namespace norix

@@ -8,6 +8,7 @@
 #include "liveMedia.hh"
 
 #include "include/RTSP/AccessUnitAssembler.h"
+#include "include/RTSP/LinkFacts.h"
 
 namespace norix {
 
@@ -32,6 +33,9 @@ class DummySink : public MediaSink {
     std::uint64_t Frames() const { return m_frames; }
     std::uint64_t Bytes() const { return m_bytes; }
 
+    /// Logs what the link did, when it did anything worth it since the last time.
+    void LogLink();
+
   protected:
     DummySink(UsageEnvironment& env, MediaSubsession& subsession, unsigned receiveBufferSize,
               CCtrlParam& param, EventLoopWatchVariable const& stop);
@@ -43,7 +47,7 @@ class DummySink : public MediaSink {
     static Kind KindOf(char const* codecName);
     static void afterGettingFrame(void* clientData, unsigned frameSize, unsigned numTruncatedBytes,
                                   struct timeval presentationTime, unsigned durationInMicroseconds);
-    void afterGettingFrame(unsigned frameSize, std::uint32_t pts);
+    void afterGettingFrame(unsigned frameSize, unsigned truncated, std::uint32_t pts);
     Boolean continuePlaying() override;
 
     void PrependParameterSets();
@@ -62,6 +66,8 @@ class DummySink : public MediaSink {
     AccessUnitAssembler m_assembler;                 // H.264 only: without memory for others
     int m_connected = 0;
     bool m_aacConfigFilled = false;
+    bool m_damaged = false;  // since the video frame that was inserted last
+    LinkFacts m_logged;
     std::uint64_t m_frames = 0;
     std::uint64_t m_bytes = 0;
 };

@@ -1,5 +1,6 @@
 #include "include/RTSP/RTSPClientCustom.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "include/RTSP/DummySink.h"
@@ -19,6 +20,8 @@ RTSPClientCustom::RTSPClientCustom(RTSPSession& owner, UsageEnvironment& env, ch
                                    portNumBits tunnelOverHTTPPortNum)
     : RTSPClient(env, rtspURL, verbosityLevel, applicationName, tunnelOverHTTPPortNum, -1),
       m_owner(owner),
+      m_sinceKeyFrameRequest(owner.Periods().keyFrameRequest),
+      m_keyFrameInterval(owner.Periods().keyFrameRequest),
       m_keepAlivePeriod(owner.Periods().keepAlive) {}
 
 RTSPClientCustom::~RTSPClientCustom() {
@@ -27,6 +30,7 @@ RTSPClientCustom::~RTSPClientCustom() {
     scheduler.unscheduleDelayedTask(m_connectCheckTask);
     scheduler.unscheduleDelayedTask(m_disconnectCheckTask);
     scheduler.unscheduleDelayedTask(m_nextTryTask);
+    scheduler.unscheduleDelayedTask(m_keyFrameTask);
 }
 
 void RTSPClientCustom::startNextTry() {
@@ -39,6 +43,26 @@ void RTSPClientCustom::startNextTry() {
             client.m_owner.SendOptions(client);
         },
         this);
+}
+
+void RTSPClientCustom::startKeyFrameRequests() {
+    m_keyFrameTask = envir().taskScheduler().scheduleDelayedTask(
+        m_owner.Periods().keyFrameCheck,
+        [](void* self) { static_cast<RTSPClientCustom*>(self)->checkKeyFrameWish(); }, this);
+}
+
+void RTSPClientCustom::checkKeyFrameWish() {
+    constexpr std::int64_t kSeldom = 30;  // times the period: a camera that does not listen
+    const SessionPeriods& periods = m_owner.Periods();
+    m_keyFrameTask = nullptr;
+    m_sinceKeyFrameRequest += periods.keyFrameCheck;
+    if (m_sinceKeyFrameRequest >= m_keyFrameInterval && m_owner.AskForKeyFrame()) {
+        const bool again = m_sinceKeyFrameRequest < 2 * m_keyFrameInterval;
+        m_keyFrameInterval = again ? std::min(2 * m_keyFrameInterval, kSeldom * periods.keyFrameRequest)
+                                   : periods.keyFrameRequest;
+        m_sinceKeyFrameRequest = 0;
+    }
+    startKeyFrameRequests();
 }
 
 void RTSPClientCustom::startConnectCheck() {
@@ -81,6 +105,7 @@ bool RTSPClientCustom::isStillConnected() {
         if (std::strcmp(medium, "video") != 0 && std::strcmp(medium, "audio") != 0) continue;
         auto* const sink = static_cast<DummySink*>(subsession->sink);
         if (!sink) continue;
+        sink->LogLink();
         NORIX_LOG("RTSPClientCustom::checkDisconnectHandler", 0,
                   "RTSPClientCustom::checkDisconnectHandler(%s) isConnected() = %d", medium,
                   sink->isConnected());

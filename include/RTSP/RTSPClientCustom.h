@@ -31,6 +31,9 @@ class RTSPClientCustom : public RTSPClient {
     /// failure it reports.
     void startDisconnectCheck();
     void startKeepAlive();
+    /// Whenever somebody wishes a key frame, the owner asks for one: once a second, less often while it keeps
+    /// being wished.
+    void startKeyFrameRequests();
 
     StreamClientState state;
     std::string optionsReply;  // the methods that the server says it knows
@@ -43,6 +46,7 @@ class RTSPClientCustom : public RTSPClient {
   private:
     void checkConnectHandler();
     void checkDisconnectHandler();
+    void checkKeyFrameWish();
     void keepAliveHandler();
     bool isStillConnected();
 
@@ -51,7 +55,10 @@ class RTSPClientCustom : public RTSPClient {
     TaskToken m_connectCheckTask = nullptr;
     TaskToken m_disconnectCheckTask = nullptr;
     TaskToken m_nextTryTask = nullptr;
-    std::int64_t m_keepAlivePeriod;  // microseconds
+    TaskToken m_keyFrameTask = nullptr;
+    std::int64_t m_sinceKeyFrameRequest = 0;  // microseconds
+    std::int64_t m_keyFrameInterval;          // microseconds
+    std::int64_t m_keepAlivePeriod;           // microseconds
 };
 
 }  // namespace norix

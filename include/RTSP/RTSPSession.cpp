@@ -49,6 +49,14 @@ bool IsMedium(const MediaSubsession& subsession, std::string_view medium) {
     return medium == subsession.mediumName();
 }
 
+constexpr int kVideo = 0;
+constexpr int kSound = 1;
+
+// Of which a session shows and plays one each; -1: neither.
+int KindOf(const MediaSubsession& subsession) {
+    return IsMedium(subsession, "video") ? kVideo : IsMedium(subsession, "audio") ? kSound : -1;
+}
+
 }  // namespace
 
 RTSPSession::RTSPSession(SessionSettings settings, std::shared_ptr<CCtrlParam> param,
@@ -63,6 +71,13 @@ void RTSPSession::RequestStop() noexcept {
 void RTSPSession::Report(int code, unsigned value) {
     if (m_settings.callback && !m_silenced && !m_endReported)
         m_settings.callback(code, value, m_settings.userData);
+}
+
+bool RTSPSession::AskForKeyFrame() {
+    if (!m_param->TakeKeyFrameWish()) return false;
+    NORIX_LOG("RTSPCoumm::AskForKeyFrame", 0, "RTSPCoumm::AskForKeyFrame() skipping up to the next one");
+    Report(kCallbackForceKeyFrame, 0);
+    return true;
 }
 
 void RTSPSession::ReportStatus(ConnectStatus status) {
@@ -249,7 +264,18 @@ void RTSPSession::setupNext(RTSPClientCustom& client) {
     StreamClientState& state = client.state;
     while ((state.subsession = state.iterator->next()) != nullptr) {
         MediaSubsession& subsession = *state.subsession;
-        if (!isWanted(subsession) || !initiate(subsession)) continue;
+        if (!isWanted(subsession)) continue;
+        if (hasSinkOfKind(client, subsession)) {
+            NORIX_LOG("RTSPCoumm::setupNextSubsession", 0,
+                      "RTSPCoumm::setupNextSubsession() Left out the \"%s/%s\" subssesion: there is one of "
+                      "its kind already",
+                      subsession.mediumName(), subsession.codecName());
+            continue;
+        }
+        if (!initiate(subsession)) {
+            noteUnsupported(subsession);
+            continue;
+        }
         if (IsPush()) {
             continueAfterSETUP(&client, 0, nullptr);  // comes back to here for the next one
         } else {
@@ -261,6 +287,51 @@ void RTSPSession::setupNext(RTSPClientCustom& client) {
         return;
     }
     play(client);
+}
+
+bool RTSPSession::hasSinkOfKind(const RTSPClientCustom& client, const MediaSubsession& subsession) const {
+    if (KindOf(subsession) < 0) return false;
+    MediaSubsessionIterator others(*client.state.session);
+    while (const MediaSubsession* const other = others.next()) {
+        if (other->sink && KindOf(*other) == KindOf(subsession)) return true;
+    }
+    return false;
+}
+
+void RTSPSession::noteUnsupported(const MediaSubsession& subsession) {
+    const int kind = KindOf(subsession);
+    if (kind < 0) return;
+    const std::string_view protocol = subsession.protocolName();
+    const std::string_view codec = subsession.codecName();
+    std::string name(protocol == "RTP" ? "" : protocol);
+    if (!name.empty() && !codec.empty()) name += ' ';
+    name += codec;
+    if (m_unsupported[kind].empty()) m_unsupported[kind] = name;
+}
+
+// At once and by name, instead of a picture that never comes.
+void RTSPSession::tellWhatIsMissing(const RTSPClientCustom& client) {
+    bool set[2] = {};
+    MediaSubsessionIterator subsessions(*client.state.session);
+    while (const MediaSubsession* const subsession = subsessions.next()) {
+        if (const int kind = KindOf(*subsession); kind >= 0 && subsession->sink) set[kind] = true;
+    }
+    std::string problem;
+    for (const int kind : {kVideo, kSound}) {
+        if (set[kind] || m_unsupported[kind].empty()) continue;
+        if (!problem.empty()) problem += ", ";
+        problem += (kind == kVideo ? "video " : "sound ") + m_unsupported[kind];
+    }
+    if (!problem.empty()) {
+        problem = "not supported: " + problem;
+        NORIX_LOG("RTSPCoumm::setupNextSubsession", 0, "RTSPCoumm::setupNextSubsession() %s",
+                  problem.c_str());
+    }
+    if (m_stop != 0) return;
+    m_param->streamProblem.Set(problem);
+    // What the camera's settings said before is not what comes.
+    if (!set[kVideo]) m_param->videoCodec.Set(VideoCodec::None);
+    if (!set[kSound]) m_param->audioCodec.Set(AudioCodec::None);
 }
 
 bool RTSPSession::initiate(MediaSubsession& subsession) {
@@ -286,6 +357,7 @@ bool RTSPSession::initiate(MediaSubsession& subsession) {
 }
 
 void RTSPSession::play(RTSPClientCustom& client) {
+    tellWhatIsMissing(client);
     if (m_players && m_stop == 0) m_players->Start();
     if (IsPush()) {
         continueAfterPLAY(&client, 0, nullptr);
@@ -381,6 +453,7 @@ void RTSPSession::afterPLAY(RTSPClientCustom& client, int resultCode, const std:
     client.stopConnectCheck();
     if (!IsPush()) client.startDisconnectCheck();
     client.startKeepAlive();
+    client.startKeyFrameRequests();
     NORIX_LOG("RTSPCoumm::setupNextSubsession", 0,
               "RTSPCoumm::setupNextSubsession() SetConnectStatus(eConnected)");
     ReportStatus(ConnectStatus::Connected);

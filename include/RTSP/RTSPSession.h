@@ -52,6 +52,8 @@ class RTSPSession {
     const SessionPeriods& Periods() const { return m_settings.periods; }
     ConnectProtocol Protocol() const { return m_settings.protocol; }
 
+    /// False when nobody wishes a key frame.
+    bool AskForKeyFrame();
     void ReportStatus(ConnectStatus status);
     /// The event loop ends after it, and nothing else is reported: one cause may be noticed in several
     /// places.
@@ -85,6 +87,9 @@ class RTSPSession {
     void afterPLAY(RTSPClientCustom& client, int resultCode, const std::string& result);
     void setupNext(RTSPClientCustom& client);
     bool initiate(MediaSubsession& subsession);
+    bool hasSinkOfKind(const RTSPClientCustom& client, const MediaSubsession& subsession) const;
+    void noteUnsupported(const MediaSubsession& subsession);
+    void tellWhatIsMissing(const RTSPClientCustom& client);
     bool isWanted(const MediaSubsession& subsession) const;
     void play(RTSPClientCustom& client);
     void chooseReceivingInterface(RTSPClientCustom& client) const;
@@ -107,6 +112,7 @@ class RTSPSession {
     // RTSPStart's thread only
     Authenticator* m_authenticator = nullptr;  // RTSPStart's
     bool m_endReported = false;
+    std::string m_unsupported[2];  // names of video and sound that can't be received
 };
 
 }  // namespace norix

@@ -28,6 +28,15 @@ class RTPSource : public FramedSource {
     unsigned timestampFrequency() const { return m_timestampFrequency; }
     virtual live::rtp::ReceptionStats const& receptionStats() const = 0;
 
+    /// Whether something is missing between the frame before it and the frame delivered last.
+    virtual bool damagedBefore() const = 0;
+    /// How long packets that are missing are waited for, and how long packets have lately waited at most.
+    struct ReorderDelay {
+        int64_t window = 0;  // microseconds
+        int64_t held = 0;
+    };
+    virtual ReorderDelay reorderDelay() const = 0;
+
   protected:
     RTPSource(UsageEnvironment& env, Groupsock* groupsock, unsigned char payloadFormat, unsigned frequency)
         : FramedSource(env),

@@ -139,7 +139,7 @@ bool RtpFrameSource::acceptsControlFrom(ipv4AddressBits from) {
     return false;
 }
 
-RtpFrameSource::Delay RtpFrameSource::reorderDelay() {
+RTPSource::ReorderDelay RtpFrameSource::reorderDelay() const {
     const std::int64_t now = steadyMicroseconds();
     return {m_reorder.window(now), m_reorder.held(now)};
 }

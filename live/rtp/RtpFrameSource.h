@@ -60,14 +60,8 @@ class RtpFrameSource final : public RTPSource, private InterleavedReceiver, priv
     StreamTimeline& timeline() { return m_timeline; }
     /// Of the frame delivered last.
     const StreamTimeline::Time& currentTime() const { return m_currentTime; }
-    /// Whether something is missing between the frame before it and the frame delivered last.
-    bool damagedBefore() const { return m_current.damagedBefore; }
-    /// How long packets that are missing are waited for, and how long packets have lately waited at most.
-    struct Delay {
-        std::int64_t window = 0;  // microseconds
-        std::int64_t held = 0;
-    };
-    Delay reorderDelay();
+    bool damagedBefore() const override { return m_current.damagedBefore; }
+    ReorderDelay reorderDelay() const override;
     /// One more for every sender that took over: its timestamps have nothing to do with those before.
     unsigned senders() const { return m_senders; }
 

@@ -35,46 +35,96 @@ TEST(AccessUnit, IsAllUpToASlice) {
     EXPECT_THAT(assembler.Unit(), ElementsAreArray(Concat({kStart, kSlice})));
 }
 
-TEST(AccessUnit, ASliceBehindAMessageCounts) {
-    // The start code may begin at any of the first hundred bytes, and a byte has to follow it.
-    const auto sei = [](std::size_t before, const Bytes& rest) {
-        Bytes nal(before, 0xFF);
-        nal[0] = 0x06;
-        return Concat({nal, rest});
-    };
+// Slice headers: the first bit says whether it is the picture's first slice, then comes the slice's kind.
+const Bytes kFirstI{0x65, 0x88}, kSecondI{0x65, 0x40}, kFirstP{0x41, 0x9A}, kFirstIntra{0x41, 0xB0};
+const Bytes kMessage{0x06, 5, 1, 9, 0x80};                  // of another kind
+const Bytes kRecoveryNow{0x06, 5, 1, 9, 6, 1, 0xC4, 0x80};  // ... and that all is there at once
+const Bytes kRecoveryLater{0x06, 6, 2, 0x08, 0x44, 0x80};   // in 15 pictures
+const Bytes kShort{0, 0, 1};
+
+TEST(AccessUnit, IsKeyWhereverDecodingMayBegin) {
     struct Case {
-        Bytes nal;
+        const char* what;
+        std::vector<Bytes> units;
         Outcome outcome;
     };
-    const Case cases[] = {{sei(20, Concat({kStart, kIdr})), Outcome::KeyFrame},
-                          {sei(99, Concat({kStart, kSlice})), Outcome::OtherFrame},
-                          {sei(100, Concat({kStart, kIdr})), Outcome::Waiting},
-                          {sei(20, kStart), Outcome::Waiting},
-                          {{0x06, 0, 0, 1}, Outcome::Waiting},
-                          {{0x06}, Outcome::Waiting},
-                          {sei(1, Concat({kStart, kSps})), Outcome::Waiting}};
+    const Case cases[] = {
+        {"behind delimiter and message", {{0x09, 0xF0}, kMessage, kFirstI}, Outcome::KeyFrame},
+        {"all in one unit", {Concat({kSps, kStart, kPps, kStart, kFirstI})}, Outcome::KeyFrame},
+        {"short start codes", {Concat({kSps, kShort, kPps, kShort, kFirstI})}, Outcome::KeyFrame},
+        {"a start code in front", {Concat({kStart, kFirstI})}, Outcome::KeyFrame},
+        {"start codes in front of all",
+         {Concat({kShort, kSps, kShort, kPps, kShort, kFirstP})},
+         Outcome::OtherFrame},
+        {"a slice far behind a message", {Concat({Bytes(300, 0x06), kStart, kFirstI})}, Outcome::KeyFrame},
+        {"a message alone", {kMessage}, Outcome::Waiting},
+        {"cut off behind the start code", {Concat({kMessage, kStart})}, Outcome::Waiting},
+        {"a message of another kind", {kMessage, kFirstIntra}, Outcome::OtherFrame},
+        {"a recovery point", {kRecoveryNow, kFirstIntra}, Outcome::KeyFrame},
+        {"a recovery point that can't be one", {kRecoveryNow, kFirstP}, Outcome::OtherFrame},
+        {"recovery by and by", {kRecoveryLater, kFirstP}, Outcome::KeyFrame},
+        {"message and slice in one unit", {Concat({kRecoveryLater, kStart, kFirstP})}, Outcome::KeyFrame},
+    };
     for (const Case& c : cases) {
         AccessUnitAssembler assembler(1000);
-        EXPECT_EQ(assembler.Append(c.nal), c.outcome) << testing::PrintToString(c.nal);
+        Outcome outcome = Outcome::Waiting;
+        for (const Bytes& unit : c.units)
+            outcome = assembler.Append(unit);
+        EXPECT_EQ(outcome, c.outcome) << c.what;
+        EXPECT_EQ(assembler.Append(kFirstP), Outcome::OtherFrame) << "the next one: " << c.what;
     }
+}
+
+TEST(AccessUnit, EachKeyFrameBringsParameterSets) {
+    const Bytes sets = Concat({kStart, kSps, kStart, kPps});
+    AccessUnitAssembler assembler(1000);
+    assembler.Append(kSps);
+    assembler.Append(kPps);
+    assembler.RememberAsHeader();
+    ASSERT_EQ(assembler.Append(kFirstP), Outcome::OtherFrame);
+    EXPECT_THAT(assembler.Unit(), ElementsAreArray(Concat({sets, kStart, kFirstP}))) << "whatever is first";
+    const Bytes delimiter{0x09, 0xF0};
+    for (int i = 0; i < 2; ++i) {
+        assembler.Append(delimiter);
+        assembler.Append(kMessage);
+        ASSERT_EQ(assembler.Append(kFirstI), Outcome::KeyFrame);
+        EXPECT_THAT(assembler.Unit(),
+                    ElementsAreArray(Concat({kStart, delimiter, sets, kStart, kMessage, kStart, kFirstI})));
+        ASSERT_EQ(assembler.Append(kSecondI), Outcome::KeyFrame);
+        EXPECT_THAT(assembler.Unit(), ElementsAreArray(Concat({kStart, kSecondI}))) << "not amid a picture";
+        ASSERT_EQ(assembler.Append(kFirstP), Outcome::OtherFrame);
+        EXPECT_THAT(assembler.Unit(), ElementsAreArray(Concat({kStart, kFirstP})));
+    }
+    // The stream's own count from then on, also from inside a larger unit.
+    const Bytes own{0x67, 9}, ownPps{0x68, 8};
+    assembler.Append(Concat({own, kStart, ownPps, kStart, kFirstI}));
+    EXPECT_THAT(assembler.Unit(), ElementsAreArray(Concat({kStart, own, kStart, ownPps, kStart, kFirstI})));
+    assembler.Append(kFirstI);
+    EXPECT_THAT(assembler.Unit(),
+                ElementsAreArray(Concat({kStart, own, kStart, ownPps, Bytes{0}, kStart, kFirstI})));
+    assembler.Append(kPps);
+    assembler.Append(kFirstI);
+    EXPECT_EQ(assembler.Unit().size(), 3u * 4 + 3 * 2 + 1 + 4 + 2) << "one of the two is not enough";
 }
 
 TEST(AccessUnit, WhatDoesNotFitIsDroppedUpToTheNextKeyFrame) {
     AccessUnitAssembler assembler(40);
     assembler.Append(kSps);
     assembler.RememberAsHeader();
-    ASSERT_EQ(assembler.Append(kIdr), Outcome::KeyFrame);
-    EXPECT_EQ(assembler.Append(Bytes(20, 0x06)), Outcome::Waiting);
-    EXPECT_EQ(assembler.Append(Bytes(20, 0x06)), Outcome::Overflow);
-    EXPECT_EQ(assembler.Append(kSlice), Outcome::Skipped);
+    ASSERT_EQ(assembler.Append(kFirstI), Outcome::KeyFrame);
+    EXPECT_EQ(assembler.Append(Bytes(20, 0x0C)), Outcome::Waiting);
+    EXPECT_EQ(assembler.Append(Bytes(20, 0x0C)), Outcome::Overflow);
+    EXPECT_EQ(assembler.Append(kFirstP), Outcome::Skipped);
     EXPECT_EQ(assembler.Append(Bytes(500, 0x65)), Outcome::Overflow);  // a key frame that never fits
-    EXPECT_EQ(assembler.Append(kSlice), Outcome::Skipped);
-    ASSERT_EQ(assembler.Append(kIdr), Outcome::KeyFrame);
-    EXPECT_THAT(assembler.Unit(), ElementsAreArray(Concat({kStart, kSps, kStart, kIdr})));
-    EXPECT_EQ(assembler.Append(kSlice), Outcome::OtherFrame);
+    EXPECT_EQ(assembler.Append(kFirstP), Outcome::Skipped);
+    ASSERT_EQ(assembler.Append(kFirstI), Outcome::KeyFrame);
+    EXPECT_THAT(assembler.Unit(), ElementsAreArray(Concat({kStart, kSps, kStart, kFirstI})));
+    EXPECT_EQ(assembler.Append(kFirstP), Outcome::OtherFrame);
     // The unit that doesn't fit beside what waits may itself be the key frame.
-    EXPECT_EQ(assembler.Append(Bytes(30, 0x06)), Outcome::Waiting);
-    EXPECT_EQ(assembler.Append(Bytes(20, 0x65)), Outcome::KeyFrame);
+    EXPECT_EQ(assembler.Append(Bytes(30, 0x0C)), Outcome::Waiting);
+    Bytes large(20, 0x55);
+    large[0] = 0x65, large[1] = 0x88;
+    EXPECT_EQ(assembler.Append(large), Outcome::KeyFrame);
 }
 
 TEST(FrameRules, FindTheFirstPicturesCodingType) {

@@ -28,9 +28,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (outcome == AccessUnitAssembler::Outcome::KeyFrame) overflowed = false;
         // Nothing that builds on what was dropped, and each unit is given out whole.
         if (outcome == AccessUnitAssembler::Outcome::OtherFrame && overflowed) std::abort();
-        if (outcome <= AccessUnitAssembler::Outcome::OtherFrame && !unit.empty() &&
-            !std::equal(unit.rbegin(), unit.rend(), whole.rbegin()))
+        const ByteView nal = unit.subspan(StartCodeLength(unit));
+        if (outcome <= AccessUnitAssembler::Outcome::OtherFrame && !nal.empty() &&
+            (nal.size() > whole.size() || !std::equal(nal.rbegin(), nal.rend(), whole.rbegin())))
             std::abort();
+        if (const NalContents contents = ContentsOf(unit); contents.parameterSets > unit.size()) std::abort();
         if (outcome == AccessUnitAssembler::Outcome::Waiting && assembler.Header().empty())
             assembler.RememberAsHeader();
     }
