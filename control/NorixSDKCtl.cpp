@@ -208,7 +208,7 @@ LRESULT CNorixSDKCtrl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
             OnTimer(wParam);
             return 0;
         case WM_SIZE:
-            m_audioPanel.Place();
+            OnSize();
             break;
         case WM_DISPLAYCHANGE:
             m_session->param.displayChanged.Set(true);
@@ -220,6 +220,21 @@ LRESULT CNorixSDKCtrl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
             if (!m_userInterfaceDead && m_mouse.OnMessage(message, wParam, lParam)) return 0;
     }
     return COleControl::OnMessage(message, wParam, lParam);
+}
+
+HWND CNorixSDKCtrl::ViewWindow() const {
+    return HasWindow() ? Handle() : nullptr;
+}
+
+void CNorixSDKCtrl::OnSize() {
+    m_audioPanel.Place();
+    RECT client = {};
+    GetClientRect(Handle(), &client);
+    const PixelSize size{static_cast<int>(client.right), static_cast<int>(client.bottom)};
+    // Stretched to nothing, objects could never be stretched back.
+    if (size.IsEmpty()) return;
+    const PixelSize before = std::exchange(m_windowSize, size);
+    if (before != size) m_drawingCommands.Resize(before, size);
 }
 
 void CNorixSDKCtrl::OnTimer(UINT_PTR id) {

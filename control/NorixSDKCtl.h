@@ -15,6 +15,7 @@
 #include "control/connection/Connection.h"
 #include "control/connection/Playback.h"
 #include "control/connection/SessionContext.h"
+#include "control/view/DrawingCommands.h"
 #include "control/view/MouseEvents.h"
 #include "control/view/StatusView.h"
 #include "control/view/ViewCommands.h"
@@ -46,7 +47,10 @@ int RTSPCallback(int code, unsigned value, void* control);
 /// A façade. It owns the parts that do the work and is where they meet: automation methods forward to them,
 /// messages of worker threads arrive here and become events. Everything runs on the thread that created it;
 /// worker threads reach it only through the private window messages of media/ControlMessages.h.
-class CNorixSDKCtrl final : public framework::COleControl, private DropSink, private AudioPanelSink {
+class CNorixSDKCtrl final : public framework::COleControl,
+                            private ViewHost,
+                            private DropSink,
+                            private AudioPanelSink {
   public:
     class CNorixSDKCtrlFactory final : public framework::COleObjectFactory {
       public:
@@ -196,6 +200,9 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     void OnIVAEvent(long index, long functionType);
     void OnShowAuthDialog();
     void OnTextDropped(const std::wstring& text) override;
+    HWND ViewWindow() const override;
+    std::shared_ptr<CDecoder> Decoder() const override { return m_connection.Decoder(); }
+    void OnSize();
     void SetMute(bool mute) override;
     void SetVolume(int volume) override;
     /// Shows or hides it, and shows in it what the properties say.
@@ -217,6 +224,8 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     StatusView m_statusView;
     MouseEvents m_mouse;
     ViewCommands m_viewCommands;
+    DrawingCommands m_drawingCommands{*this, m_viewCommands};
+    PixelSize m_windowSize;  // the last one at which there was something to see
     AudioPanel m_audioPanel{*this};
     Connection m_connection;
     DeliveryGate m_dioStatusDelivery;

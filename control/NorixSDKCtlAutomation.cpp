@@ -285,31 +285,32 @@ Text CNorixSDKCtrl::GetOverlappedWindowInJSON(long) {
 }
 
 long CNorixSDKCtrl::RemoveAllGraphicObjs() {
-    return E_POINTER;
+    return m_drawingCommands.RemoveAll();
 }
-long CNorixSDKCtrl::RemoveGraphicObj(long) {
-    return E_POINTER;
+long CNorixSDKCtrl::RemoveGraphicObj(long handle) {
+    return m_drawingCommands.Remove(handle);
 }
-long CNorixSDKCtrl::CreatePen(short, short, short, short, short) {
-    return E_POINTER;
+long CNorixSDKCtrl::CreatePen(short red, short green, short blue, short lineWidth, short style) {
+    return m_drawingCommands.CreatePen({red, green, blue}, lineWidth, style);
 }
-long CNorixSDKCtrl::CreateBrush(short, short, short) {
-    return E_POINTER;
+long CNorixSDKCtrl::CreateBrush(short red, short green, short blue) {
+    return m_drawingCommands.CreateBrush({red, green, blue});
 }
-long CNorixSDKCtrl::CreateFont(short, short, short, long, const Text&) {
-    return E_POINTER;
+long CNorixSDKCtrl::CreateFont(short red, short green, short blue, long pointSize, const Text& face) {
+    return m_drawingCommands.CreateFont({red, green, blue}, pointSize, face);
 }
-long CNorixSDKCtrl::DrawLine(long, long, long, long, long) {
-    return E_POINTER;
+long CNorixSDKCtrl::DrawLine(long beginX, long beginY, long endX, long endY, long pen) {
+    return m_drawingCommands.DrawLine({beginX, beginY}, {endX, endY}, pen);
 }
-long CNorixSDKCtrl::DrawRectangle(long, long, long, long, long, long) {
-    return E_POINTER;
+long CNorixSDKCtrl::DrawRectangle(long left, long top, long width, long height, long pen, long brush) {
+    return m_drawingCommands.DrawRectangle({{left, top}, {width, height}}, pen, brush);
 }
-long CNorixSDKCtrl::DrawEllipse(long, long, long, long, long, long) {
-    return E_POINTER;
+long CNorixSDKCtrl::DrawEllipse(long left, long top, long width, long height, long pen, long brush) {
+    return m_drawingCommands.DrawEllipse({{left, top}, {width, height}}, pen, brush);
 }
-long CNorixSDKCtrl::DrawText(const Text&, long, long, long, long, short, long, long) {
-    return E_POINTER;
+long CNorixSDKCtrl::DrawText(const Text& text, long left, long top, long width, long height, short format,
+                             long font, long brush) {
+    return m_drawingCommands.DrawText(text, {{left, top}, {width, height}}, format, font, brush);
 }
 
 }  // namespace norix

@@ -311,8 +311,8 @@ void Connection::OnWindowDestroyed() {
 
 // ---- The picture
 
-bool Connection::HasDecoder() const {
-    return m_reception && m_reception->Players().HasDecoder();
+std::shared_ptr<CDecoder> Connection::Decoder() const {
+    return m_reception ? m_reception->Players().Decoder() : nullptr;
 }
 void Connection::SetView(const ViewState& view) {
     if (m_reception) m_reception->Players().SetView(view);

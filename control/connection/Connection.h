@@ -13,6 +13,7 @@
 
 namespace norix {
 
+class CDecoder;
 class CNorixSDKCtrl;
 
 /// The connection of a control: starting, ending, and the status that the host hears. Window thread; workers
@@ -48,7 +49,8 @@ class Connection {
     void OnWindowDestroyed();
 
     // ---- The picture of the connection; nothing happens while there is none
-    bool HasDecoder() const;
+    /// Null while no connection has one.
+    std::shared_ptr<CDecoder> Decoder() const;
     void SetView(const ViewState& view);
     void ChangePresenter();
     bool DrawLastPicture(HDC dc, const RECT& bounds) const;

@@ -5,6 +5,7 @@
 #include "audio/AudioControl.h"
 #include "media/CtrlParam.h"
 #include "render/decode/Decoder.h"
+#include "render/overlay/GraphicObjects.h"
 #include "render/present/DisplayChoice.h"
 
 namespace norix {
@@ -52,6 +53,7 @@ std::shared_ptr<Presenter> Playback::MakePresenter(CDecoder& decoder) {
     config.videoWindow = window;
     config.notifyWindow = window;
     config.view = decoder.View();
+    config.overlays = decoder.Overlays();
     config.decoderKind = decoder.Kind();
     config.waitForVerticalBlank = decoder.Settings().enableVSync;
     return CreatePresenter(choice.mode, config);

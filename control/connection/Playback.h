@@ -52,12 +52,12 @@ class Playback final : public MediaPlayers {
     void SetView(const ViewState& view);
     /// Shows the pictures by GDI or DirectDraw, as the parameter block says now.
     void ChangePresenter();
-    bool HasDecoder() const { return Decoder() != nullptr; }
+    /// Null while there is none.
+    std::shared_ptr<CDecoder> Decoder() const;
     /// Draws the last picture into any device context; false when there is none.
     bool DrawLast(HDC dc, const RECT& target) const;
 
   private:
-    std::shared_ptr<CDecoder> Decoder() const;
     bool IsEnding() const;  // with m_lock held
     void StartDecoder();
     void StartAudio();

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "control/NorixSDKCtl.h"
+#include "render/decode/Decoder.h"
 #include "util/Log.h"
 
 namespace norix {
@@ -30,18 +31,31 @@ ViewSize ViewCommands::WindowSize() const {
     return {client.right, client.bottom};
 }
 
+ViewMapping ViewCommands::Mapping() const {
+    ViewMapping mapping{VideoSize(), WindowSize()};
+    if (const auto decoder = m_owner.ConnectionState().Decoder()) {
+        const PictureView::Layout layout = decoder->View()->CurrentLayout();
+        mapping.picture = layout.picture;
+        mapping.source = layout.source;
+        mapping.rotation = layout.rotation;
+    }
+    return mapping;
+}
+
+std::optional<ViewPoint> ViewCommands::ToWindow(ViewPoint point) const {
+    return VideoToWindow(point, Mapping());
+}
+
 std::wstring ViewCommands::ConvertCoordinateInJSON(long x, long y, bool videoToWindow) const {
-    const ViewSize video = VideoSize();
-    const ViewSize window = WindowSize();
     const std::optional<ViewPoint> point =
-        videoToWindow ? ConvertPoint({x, y}, video, window) : ConvertPoint({x, y}, window, video);
+        videoToWindow ? VideoToWindow(ViewPoint{x, y}, Mapping()) : WindowToVideo(ViewPoint{x, y}, Mapping());
     return point ? PointToJson(*point) : std::wstring();
 }
 
 long ViewCommands::RotateVideo(long angle) {
     Rotation rotation = Rotation::k0;
     if (!RotationFromDegrees(angle, rotation)) return E_INVALIDARG;
-    if (!m_owner.ConnectionState().HasDecoder()) return E_POINTER;
+    if (!m_owner.ConnectionState().Decoder()) return E_POINTER;
     m_rotation = rotation;
     m_owner.Properties().forceGDI = true;
     m_owner.OnForceGDIChanged();
@@ -50,7 +64,7 @@ long ViewCommands::RotateVideo(long angle) {
 }
 
 long ViewCommands::ChangeDecodeSpeed(long speed) {
-    if (!m_owner.ConnectionState().HasDecoder()) return E_POINTER;
+    if (!m_owner.ConnectionState().Decoder()) return E_POINTER;
     m_owner.Session().param.decodeSpeed.Set(std::clamp(speed, kSlowestDecodeSpeed, kFastestDecodeSpeed));
     return S_OK;
 }

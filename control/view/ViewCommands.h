@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 
 #include "control/view/ViewCoordinates.h"
@@ -30,6 +31,9 @@ class ViewCommands {
     void EnableDigitalPTZ(bool enable);
     void PreviewFullScreen(bool full);
 
+    /// From pixels of the video to those of the window; nothing when either size is not known.
+    std::optional<ViewPoint> ToWindow(ViewPoint point) const;
+
     /// What of this a new connection's decoder starts with.
     Rotation CurrentRotation() const { return m_rotation; }
     bool IsDigitalPtzEnabled() const { return m_digitalPtz; }
@@ -40,6 +44,7 @@ class ViewCommands {
   private:
     ViewSize VideoSize() const;
     ViewSize WindowSize() const;
+    ViewMapping Mapping() const;
 
     CNorixSDKCtrl& m_owner;
     ViewSize m_configuredSize;

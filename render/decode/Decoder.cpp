@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "render/decode/DecodeLoop.h"
+#include "render/overlay/GraphicObjects.h"
 #include "render/present/DisplayLoop.h"
 #include "render/snapshot/SnapshotThread.h"
 #include "util/Log.h"
@@ -65,6 +66,7 @@ CDecoder::CDecoder(std::uint32_t kind) : CDecoder(kind, ReadSettings()) {}
 CDecoder::CDecoder(std::uint32_t kind, const DecoderSettings& settings)
     : m_kind(kind),
       m_settings(ApplyZeroRules(settings)),
+      m_overlays(std::make_shared<GraphicObjects>()),
       m_snapshots(std::make_shared<SnapshotThread>(LargestPicture(m_settings))) {
     NORIX_LOG("CDecoder::CDecoder", 0, "DisplayBufferNum = %u, DisplayBufferSize = %u (KB)",
               m_settings.displayBufferNum,

@@ -13,6 +13,7 @@
 
 namespace norix {
 
+class GraphicObjects;
 class SnapshotThread;
 struct Pipeline;
 
@@ -45,6 +46,9 @@ class CDecoder {
     /// Source rectangle, rotation, caption and border, for the host to set; goes into PresenterConfig.
     const std::shared_ptr<PictureView>& View() const;
 
+    /// What the host draws over the pictures; goes into PresenterConfig.
+    const std::shared_ptr<GraphicObjects>& Overlays() const { return m_overlays; }
+
     /// Draws the last picture into any device context; false when there is none.
     bool DrawLast(HDC dc, const RECT& target);
 
@@ -68,6 +72,7 @@ class CDecoder {
     HWND m_window = nullptr;
     std::shared_ptr<Presenter> m_presenter;  // the latest one
     std::shared_ptr<Pipeline> m_pipeline;    // shared with both threads
+    const std::shared_ptr<GraphicObjects> m_overlays;
     const std::shared_ptr<SnapshotThread> m_snapshots;
     util::GenericThread m_decodeThread{"Decode"};
     util::GenericThread m_displayThread{"Display"};

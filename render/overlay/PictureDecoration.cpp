@@ -88,7 +88,7 @@ void DrawGDIRect(HDC dc, const PixelRect& rect, HWND window) {
 }
 
 bool HasDecoration(const Picture& picture, const PictureView::Settings& settings, OverlayPainter* overlays) {
-    return overlays || settings.caption || settings.border ||
+    return (overlays && overlays->HasOverlays()) || settings.caption || settings.border ||
            std::any_of(picture.regions.begin(), picture.regions.end(),
                        [](const Picture::Region& region) { return region.drawn; });
 }
@@ -100,7 +100,7 @@ void DrawOverPicture(HDC dc, PixelSize area, const Picture& picture, const Pictu
         DrawGDIRect(dc, PictureToWindow(region.rect, settings.source, picture.size, settings.rotation, area),
                     window);
     }
-    if (overlays) {
+    if (overlays && overlays->HasOverlays()) {
         const SavedDc saved(dc);
         try {
             overlays->PaintOverlays(dc);

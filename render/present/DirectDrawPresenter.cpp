@@ -7,6 +7,7 @@
 
 #include "codec/ColorConvert.h"
 #include "render/overlay/PictureDecoration.h"
+#include "render/present/DibCanvas.h"
 #include "render/present/PictureBlit.h"
 #include "util/Handles.h"
 #include "util/Log.h"
@@ -85,17 +86,26 @@ bool DirectDrawPresenter::DrawLast(HDC dc, const RECT& target) try {
                                   m_pictureSize.width, m_pictureSize.height, bgr.data(), stride);
     m_picture->Unlock(nullptr);
     const PixelRect source = m_lastSource;
-    const int pictureWidth = m_pictureSize.width;
+    const PixelSize size = m_pictureSize;
     lock.unlock();
+    if (converted != codec::Status::kOk) return false;
 
-    return converted == codec::Status::kOk &&
-           StretchBgr(dc,
-                      {static_cast<int>(target.left), static_cast<int>(target.top),
-                       static_cast<int>(target.right), static_cast<int>(target.bottom)},
-                      {bgr.data() + static_cast<std::size_t>(source.top) * stride,
-                       pictureWidth,
+    // As the window shows it: at its size, with what lies over the picture.
+    RECT client;
+    if (!GetClientRect(m_config.videoWindow, &client) || IsRectEmpty(&client)) return false;
+    const PixelSize window{static_cast<int>(client.right), static_cast<int>(client.bottom)};
+    const DibCanvas canvas(window);
+    const BgrPart part{bgr.data() + static_cast<std::size_t>(source.top) * stride,
+                       size.width,
                        source.left,
-                       {source.Width(), source.Height()}});
+                       {source.Width(), source.Height()}};
+    if (!canvas || !StretchBgr(canvas.Dc(), Whole(window), part)) return false;
+    Picture picture;
+    picture.size = size;
+    PictureView::Settings settings = m_config.view->Current(size);
+    settings.rotation = Rotation::k0;
+    DrawOverPicture(canvas.Dc(), window, picture, settings, m_config.overlays.get(), m_config.videoWindow);
+    return canvas.CopyTo(dc, target);
 } catch (const std::bad_alloc&) {
     return false;
 }

@@ -5,6 +5,7 @@
 
 #include "codec/Rotate.h"
 #include "render/overlay/PictureDecoration.h"
+#include "render/present/DibCanvas.h"
 #include "render/present/PictureBlit.h"
 #include "util/Handles.h"
 
@@ -77,23 +78,9 @@ bool GdiPresenter::DrawLast(HDC dc, const RECT& target) {
     if (!m_front) return false;
     const PixelSize size = m_front->Size();
 
-    // Printers and metafiles need not take a bitmap made for the screen, but they all take bits.
-    BITMAPINFO info = {};
-    info.bmiHeader.biSize = sizeof(info.bmiHeader);
-    info.bmiHeader.biWidth = size.width;
-    info.bmiHeader.biHeight = size.height;
-    info.bmiHeader.biPlanes = 1;
-    info.bmiHeader.biBitCount = 24;
-    const util::UniqueMemoryDc copyDc(CreateCompatibleDC(nullptr));
-    void* bits = nullptr;
-    const util::UniqueBitmap copy(CreateDIBSection(copyDc.Get(), &info, DIB_RGB_COLORS, &bits, nullptr, 0));
-    if (!copyDc || !copy) return false;
-    const util::SelectGuard selected(copyDc.Get(), copy.Get());
-    if (!BitBlt(copyDc.Get(), 0, 0, size.width, size.height, m_front->Dc(), 0, 0, SRCCOPY)) return false;
-    GdiFlush();
-    SetStretchBltMode(dc, COLORONCOLOR);
-    return StretchDIBits(dc, target.left, target.top, target.right - target.left, target.bottom - target.top,
-                         0, 0, size.width, size.height, bits, &info, DIB_RGB_COLORS, SRCCOPY) > 0;
+    const DibCanvas copy(size);
+    return copy && BitBlt(copy.Dc(), 0, 0, size.width, size.height, m_front->Dc(), 0, 0, SRCCOPY) &&
+           copy.CopyTo(dc, target);
 }
 
 GdiPresenter::Canvas* GdiPresenter::PrepareBack(HDC windowDc, PixelSize window) {

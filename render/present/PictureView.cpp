@@ -34,6 +34,12 @@ bool PictureView::IsDigitalPtzEnabled() const {
     return m_digitalPtz;
 }
 
+PictureView::Layout PictureView::CurrentLayout() const {
+    const std::lock_guard lock(m_lock);
+    const bool whole = !m_digitalPtz || m_source == PixelRect{};
+    return {m_picture, whole ? Whole(m_picture) : UsableSource(m_source, m_picture), m_rotation};
+}
+
 void PictureView::SetRotation(Rotation rotation) {
     const std::lock_guard lock(m_lock);
     m_rotation = rotation;

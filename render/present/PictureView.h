@@ -34,6 +34,14 @@ class PictureView {
     void EnableDigitalPtz(bool enable);
     bool IsDigitalPtzEnabled() const;
 
+    /// How the last picture lies in the window.
+    struct Layout {
+        PixelSize picture;  // empty before the first one
+        PixelRect source;   // the part of it that fills the window
+        Rotation rotation = Rotation::k0;
+    };
+    Layout CurrentLayout() const;
+
     void SetRotation(Rotation rotation);
 
     /// An empty text shows no caption.

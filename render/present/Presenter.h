@@ -54,6 +54,8 @@ class OverlayPainter {
   public:
     virtual ~OverlayPainter() = default;
     virtual void PaintOverlays(HDC dc) = 0;
+    /// False while there is nothing to paint, so that no device context need be had for it.
+    virtual bool HasOverlays() const { return true; }
 };
 
 /// Constant for the life of a presenter.

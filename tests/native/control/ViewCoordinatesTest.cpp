@@ -19,6 +19,13 @@ namespace {
 constexpr long kMax = std::numeric_limits<std::int32_t>::max();
 constexpr long kMin = std::numeric_limits<std::int32_t>::min();
 
+std::optional<ViewPoint> ConvertPoint(ViewPoint point, ViewSize video, ViewSize window) {
+    const std::optional<ViewPoint> there = VideoToWindow(point, {video, window});
+    // The way back scales the same way.
+    EXPECT_EQ(WindowToVideo(point, {window, video}), there);
+    return there;
+}
+
 TEST(ViewCoordinates, ScalesEachAxisToTheNearestPixel) {
     const struct {
         ViewPoint point;
@@ -53,6 +60,40 @@ TEST(ViewCoordinates, HasNoAnswerWithoutSizesOrBeyondTheNumbers) {
     EXPECT_FALSE(ConvertPoint({0, kMin}, {1, 1}, {1, 2}));
     EXPECT_FALSE(ConvertPoint({kMax, 0}, {1, 1}, {kMax, 1}));
     EXPECT_TRUE(ConvertPoint({kMin / 2, 0}, {1, 1}, {2, 1}));  // exactly the smallest number
+}
+
+// The video has four pixels for each of the picture's, the window shows a quarter of the picture.
+TEST(ViewCoordinates, FollowsRotationAndSourceRectangle) {
+    const struct {
+        Rotation rotation;
+        ViewPoint upperLeft;  // of the video in the window
+        ViewPoint centre;     // of the part that is shown
+    } cases[] = {
+        {Rotation::k0, {-400, -200}, {400, 300}},
+        {Rotation::k90, {1067, -300}, {400, 300}},
+        {Rotation::k180, {1200, 800}, {400, 300}},
+        {Rotation::k270, {-267, 900}, {400, 300}},
+    };
+    for (const auto& c : cases) {
+        const ViewMapping mapping{{1280, 960}, {800, 600}, {320, 240}, {80, 40, 240, 160}, c.rotation};
+        EXPECT_EQ(VideoToWindow(ViewPoint{640, 400}, mapping), c.centre) << static_cast<int>(c.rotation);
+        EXPECT_EQ(VideoToWindow(ViewPoint{0, 0}, mapping), c.upperLeft) << static_cast<int>(c.rotation);
+    }
+}
+
+TEST(ViewCoordinates, WhatOneWayGivesTheOtherTakesBack) {
+    for (const Rotation rotation : {Rotation::k0, Rotation::k90, Rotation::k180, Rotation::k270}) {
+        for (const PixelRect source : {PixelRect{0, 0, 1920, 1080}, PixelRect{100, 50, 580, 1010}}) {
+            const ViewMapping mapping{{1920, 1080}, {480, 270}, {1920, 1080}, source, rotation};
+            for (const ViewPoint clicked : {ViewPoint{0, 0}, {479, 269}, {17, 200}, {300, 3}})
+                EXPECT_EQ(VideoToWindow(WindowToVideo(clicked, mapping).value(), mapping), clicked);
+            const ViewBox box{{40, 30}, {100, 60}};
+            const ViewBox back = VideoToWindow(WindowToVideo(box, mapping).value(), mapping).value();
+            EXPECT_EQ(back.corner, box.corner);
+            EXPECT_EQ(back.size.width, box.size.width);
+            EXPECT_EQ(back.size.height, box.size.height);
+        }
+    }
 }
 
 TEST(ViewCoordinates, WritesPointsAsJson) {

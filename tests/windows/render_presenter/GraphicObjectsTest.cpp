@@ -1,0 +1,241 @@
+// What the host draws, read back from the screen.
+
+#include "render/overlay/GraphicObjects.h"
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "render/present/DibCanvas.h"
+
+#include "tests/windows/container/ResourceUse.h"
+#include "tests/windows/render_presenter/Screen.h"
+
+namespace norix {
+namespace {
+
+constexpr COLORREF kPaper = RGB(255, 255, 255);
+constexpr COLORREF kInk = RGB(200, 0, 0);
+constexpr COLORREF kPaint = RGB(0, 0, 200);
+constexpr PixelSize kPicture{320, 240};
+constexpr PixelRect kPlace{200, 150, 600, 450};
+constexpr PixelRect kLarge{100, 100, 900, 700};  // twice the size
+
+struct View {
+    DisplayMode mode;
+    Rotation rotation = Rotation::k0;
+    PixelRect source{0, 0, 320, 240};
+};
+
+class GraphicObjectsTest : public testing::TestWithParam<View> {
+  protected:
+    GraphicObjectsTest() {
+        config.videoWindow = config.notifyWindow = window.Handle();
+        config.view = std::make_shared<PictureView>();
+        config.overlays = objects;
+        config.view->SetRotation(GetParam().rotation);
+        config.view->EnableDigitalPtz(true);
+        config.view->SetPictureSize(kPicture);
+        const PixelRect& source = GetParam().source;
+        config.view->SetSourceRect(source.left, source.top, source.right, source.bottom);
+        presenter = CreatePresenter(GetParam().mode, config);
+        presenter->Initialize(kPicture.width, kPicture.height);
+        pen = objects->CreatePen(PS_SOLID, 5, kInk);
+        brush = objects->CreateBrush(kPaint);
+    }
+    void Show() {
+        const GridPicture paper({{kPaper}}, kPicture, presenter->Format());
+        ASSERT_EQ(presenter->Present(paper.Get()), S_OK);
+    }
+    void Stretch(const PixelRect& from, const PixelRect& to) {
+        window.Move(to);
+        objects->Resize({from.Width(), from.Height()}, {to.Width(), to.Height()});
+    }
+    // Compares points of the window; the expectation is in the coordinates of the window before any change.
+    void Expect(const char* what, const std::function<COLORREF(int, int)>& expected) {
+        for (const int scale : {1, 2}) {
+            const PixelRect place = scale == 1 ? kPlace : kLarge;
+            if (scale == 2) Stretch(kPlace, kLarge);
+            Show();
+            const Pixels seen = Pixels::OfScreen(place);
+            for (int y = 5; y < 300; y += 10)
+                for (int x = 5; x < 400; x += 10) {
+                    const COLORREF is = seen.At(x * scale, y * scale);
+                    EXPECT_TRUE(Alike(is, expected(x, y)))
+                        << what << " at " << x << ',' << y << " x " << scale << " is " << std::hex << is;
+                }
+        }
+        Stretch(kLarge, kPlace);
+        objects->RemoveAll();
+    }
+
+    TestWindow window{kPlace, RGB(255, 0, 255)};
+    const std::shared_ptr<GraphicObjects> objects = std::make_shared<GraphicObjects>();
+    PresenterConfig config;
+    std::unique_ptr<Presenter> presenter;
+    long pen = 0;
+    long brush = 0;
+};
+
+std::string Name(const testing::TestParamInfo<View>& info) {
+    return std::string(info.param.mode == DisplayMode::Gdi ? "Gdi" : "DirectDraw") +
+           std::to_string(static_cast<int>(info.param.rotation)) +
+           (info.param.source.Width() == kPicture.width ? ""
+                                                        : "Zoomed" + std::to_string(info.param.source.left));
+}
+
+constexpr PixelRect kHalf{80, 60, 240, 180};
+constexpr PixelRect kSixteenth{10, 20, 30, 35};
+INSTANTIATE_TEST_SUITE_P(
+    Views, GraphicObjectsTest,
+    testing::Values(View{DisplayMode::DirectDraw}, View{DisplayMode::DirectDraw, Rotation::k0, kHalf},
+                    View{DisplayMode::DirectDraw, Rotation::k0, kSixteenth}, View{DisplayMode::Gdi},
+                    View{DisplayMode::Gdi, Rotation::k90}, View{DisplayMode::Gdi, Rotation::k180},
+                    View{DisplayMode::Gdi, Rotation::k270}, View{DisplayMode::Gdi, Rotation::k90, kHalf},
+                    View{DisplayMode::Gdi, Rotation::k180, kSixteenth}),
+    Name);
+
+// Within `reach` of the line between two values, with two pixels for what is neither inside nor outside.
+bool Near(int value, int edge) {
+    return value >= edge - 2 && value <= edge + 2;
+}
+
+TEST_P(GraphicObjectsTest, ShowsLinesAndFrames) {
+    objects->DrawLine({0, 105}, {400, 105}, pen);
+    Expect("line", [](int, int y) { return Near(y, 105) ? kInk : kPaper; });
+
+    pen = objects->CreatePen(PS_SOLID, 5, kInk);
+    objects->DrawRectangle({55, 45, 205, 155}, pen, 12345);  // no such brush
+    Expect("frame", [](int x, int y) {
+        const bool within = x >= 53 && x <= 207 && y >= 43 && y <= 157;
+        return within && (Near(x, 55) || Near(x, 205) || Near(y, 45) || Near(y, 155)) ? kInk : kPaper;
+    });
+}
+
+TEST_P(GraphicObjectsTest, FillsWithABrushOnly) {
+    objects->DrawRectangle({50, 40, 210, 160}, pen, brush);
+    Expect("rectangle", [](int x, int y) {
+        if (x < 47 || x > 213 || y < 37 || y > 163) return kPaper;
+        return x > 53 && x < 207 && y > 43 && y < 157 ? kPaint : kInk;
+    });
+
+    // Points of an ellipse well inside and well outside; on its outline only at the ends of the axes.
+    for (const bool filled : {true, false}) {
+        pen = objects->CreatePen(PS_SOLID, 5, kInk);
+        brush = objects->CreateBrush(kPaint);
+        objects->DrawEllipse({55, 45, 255, 145}, pen, filled ? brush : 0);
+        Show();
+        const Pixels seen = Pixels::OfScreen(kPlace);
+        for (const auto& [x, y] : {std::pair(155, 95), {100, 95}, {200, 110}})
+            EXPECT_TRUE(Alike(seen.At(x, y), filled ? kPaint : kPaper)) << x << ',' << y << filled;
+        for (const auto& [x, y] : {std::pair(56, 46), {253, 143}, {155, 30}})
+            EXPECT_TRUE(Alike(seen.At(x, y), kPaper)) << x << ',' << y << filled;
+        for (const auto& [x, y] : {std::pair(55, 95), {254, 95}, {155, 45}, {155, 144}})
+            EXPECT_TRUE(Alike(seen.At(x, y), kInk)) << x << ',' << y << filled;
+        objects->RemoveAll();
+    }
+}
+
+TEST_P(GraphicObjectsTest, WritesTextOverPictureOrBrush) {
+    const long font = objects->CreateFont(240, L"Tahoma", kInk, window.Handle());
+    ASSERT_NE(font, 0);
+    // The flags that would write into the text lie beyond 16 bits.
+    objects->DrawText(L"HHHHHHHHHH", {20, 20, 220, 80},
+                      static_cast<std::uint16_t>(short(DT_WORD_ELLIPSIS >> 3)), font, 0);
+    objects->DrawText(L"HHHHHHHHHH", {20, 120, 220, 180}, DT_END_ELLIPSIS | DT_SINGLELINE | DT_VCENTER, font,
+                      brush);
+    Show();
+    const Pixels seen = Pixels::OfScreen(kPlace);
+    int ink[2] = {};
+    int paint[2] = {};
+    for (int y = 20; y < 180; ++y)
+        for (int x = 20; x < 220; ++x) {
+            const std::size_t which = y < 100 ? 0 : 1;
+            ink[which] += Alike(seen.At(x, y), kInk);
+            paint[which] += Alike(seen.At(x, y), kPaint);
+        }
+    EXPECT_GT(ink[0], 200);
+    EXPECT_EQ(paint[0], 0);
+    EXPECT_GT(ink[1], 200);
+    EXPECT_GT(paint[1], 200 * 60 / 2);
+    EXPECT_TRUE(Alike(seen.At(300, 150), kPaper));
+}
+
+TEST_P(GraphicObjectsTest, KeepsPensInUseAliveAndNewerOnTop) {
+    objects->DrawRectangle({50, 50, 150, 150}, pen, brush);
+    EXPECT_EQ(objects->Remove(pen), S_OK);
+    EXPECT_EQ(objects->Remove(brush), S_OK);
+    EXPECT_EQ(objects->Remove(pen), E_FAIL);
+    const long other = objects->CreateBrush(kInk);
+    const long above = objects->DrawRectangle({100, 100, 200, 200}, 0, other);
+    Show();
+    Pixels seen = Pixels::OfScreen(kPlace);
+    EXPECT_TRUE(Alike(seen.At(75, 75), kPaint));
+    EXPECT_TRUE(Alike(seen.At(125, 125), kInk));
+    EXPECT_EQ(objects->Remove(above), S_OK);
+    Show();
+    seen = Pixels::OfScreen(kPlace);
+    EXPECT_TRUE(Alike(seen.At(125, 125), kPaint));
+    EXPECT_TRUE(Alike(seen.At(175, 175), kPaper));
+}
+
+TEST_P(GraphicObjectsTest, RepaintsShowThem) {
+    objects->DrawRectangle({100, 75, 300, 225}, pen, brush);
+    Show();
+    const PixelRect printed{0, 0, 200, 150};
+    const util::WindowDc screen(nullptr);
+    const util::UniqueMemoryDc dc(CreateCompatibleDC(screen.Get()));
+    const util::UniqueBitmap bitmap(CreateCompatibleBitmap(screen.Get(), 200, 150));
+    const util::SelectGuard selected(dc.Get(), bitmap.Get());
+    ASSERT_TRUE(presenter->DrawLast(dc.Get(), {0, 0, 200, 150}));
+    const Pixels seen = Pixels::Of(dc.Get(), printed);
+    EXPECT_TRUE(Alike(seen.At(100, 75), kPaint));
+    EXPECT_TRUE(Alike(seen.At(25, 20), kPaper));
+}
+
+TEST(GraphicObjectList, NumbersShapesThroughTheProcessAndBoundsThem) {
+    GraphicObjects one;
+    GraphicObjects two;
+    const long first = one.DrawLine({0, 0}, {1, 1}, 0);
+    EXPECT_EQ(two.DrawEllipse({}, 0, 0), first + 1);
+    EXPECT_EQ(two.Remove(first), E_FAIL);
+    EXPECT_EQ(one.Remove(first), S_OK);
+    EXPECT_EQ(one.DrawLine({0, 0}, {1, 1}, 0), first + 2);
+
+    for (std::size_t i = 1; i < GraphicObjects::kMostShapes; ++i)
+        EXPECT_GE(one.DrawLine({0, 0}, {1, 1}, 0), 0);
+    EXPECT_EQ(one.DrawText(L"", {}, 0, 0, 0), E_OUTOFMEMORY);
+    for (std::size_t i = 0; i < GraphicObjects::kMostTools; ++i)
+        EXPECT_NE(one.CreateBrush(RGB(i, 0, 0)), 0);
+    EXPECT_EQ(one.CreatePen(PS_SOLID, 1, 0), 0);
+    one.RemoveAll();
+    EXPECT_NE(one.CreatePen(PS_SOLID, 1, 0), 0);
+}
+
+TEST(GraphicObjectList, LeaksNothingOverTenThousandRounds) {
+    const std::unique_ptr<DibCanvas> canvas = std::make_unique<DibCanvas>(PixelSize{64, 64});
+    GraphicObjects lists[2];
+    const auto round = [&](GraphicObjects& objects) {
+        const long pen = objects.CreatePen(PS_DASH, 1, kInk);
+        const long font = objects.CreateFont(80, L"Tahoma", kInk, nullptr);
+        const long line = objects.DrawLine({0, 0}, {60, 60}, pen);
+        const long text = objects.DrawText(L"x", {0, 0, 60, 60}, 0, font, 0);
+        objects.PaintOverlays(canvas->Dc());
+        for (const long handle : {pen, line, text, font})
+            ASSERT_EQ(objects.Remove(handle), S_OK);
+    };
+    round(lists[0]);  // what the system keeps for itself
+    const ResourceUse before = ResourceUse::Now();
+    for (int i = 0; i < 5000; ++i)
+        for (GraphicObjects& objects : lists)
+            round(objects);
+    const ResourceUse after = ResourceUse::Now();
+    EXPECT_EQ(after.gdiSlots, before.gdiSlots) << after;
+    EXPECT_EQ(after.userSlots, before.userSlots) << after;
+}
+
+}  // namespace
+}  // namespace norix
