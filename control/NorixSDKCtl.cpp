@@ -139,6 +139,7 @@ void CNorixSDKCtrl::OnDestroy() {
     m_connection.OnWindowDestroyed();
     if (m_dropTarget != nullptr) std::exchange(m_dropTarget, nullptr)->Revoke();
     m_mouse.Forget();
+    m_overlapped.Clear();
     // The system gives window handles out again: no worker may post to this one any more.
     m_session->param.window.Set(nullptr);
 }
@@ -185,6 +186,7 @@ ViewState CNorixSDKCtrl::CurrentView() const {
 
 void CNorixSDKCtrl::ViewChanged() {
     m_connection.SetView(CurrentView());
+    m_overlapped.Follow();
     InvalidateControl();
 }
 
@@ -222,7 +224,7 @@ LRESULT CNorixSDKCtrl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     return COleControl::OnMessage(message, wParam, lParam);
 }
 
-HWND CNorixSDKCtrl::ViewWindow() const {
+HWND CNorixSDKCtrl::Window() const {
     return HasWindow() ? Handle() : nullptr;
 }
 
@@ -234,7 +236,9 @@ void CNorixSDKCtrl::OnSize() {
     // Stretched to nothing, objects could never be stretched back.
     if (size.IsEmpty()) return;
     const PixelSize before = std::exchange(m_windowSize, size);
-    if (before != size) m_drawingCommands.Resize(before, size);
+    if (before == size) return;
+    m_drawingCommands.Resize(before, size);
+    m_overlapped.Follow();
 }
 
 void CNorixSDKCtrl::OnTimer(UINT_PTR id) {

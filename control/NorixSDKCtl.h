@@ -17,6 +17,7 @@
 #include "control/connection/SessionContext.h"
 #include "control/view/DrawingCommands.h"
 #include "control/view/MouseEvents.h"
+#include "control/view/OverlappedWindows.h"
 #include "control/view/StatusView.h"
 #include "control/view/ViewCommands.h"
 #include "framework/ObjectFactory.h"
@@ -200,8 +201,8 @@ class CNorixSDKCtrl final : public framework::COleControl,
     void OnIVAEvent(long index, long functionType);
     void OnShowAuthDialog();
     void OnTextDropped(const std::wstring& text) override;
-    HWND ViewWindow() const override;
-    std::shared_ptr<CDecoder> Decoder() const override { return m_connection.Decoder(); }
+    HWND Window() const override;
+    std::shared_ptr<CDecoder> Decoder() override { return m_connection.Decoder(); }
     void OnSize();
     void SetMute(bool mute) override;
     void SetVolume(int volume) override;
@@ -225,6 +226,7 @@ class CNorixSDKCtrl final : public framework::COleControl,
     MouseEvents m_mouse;
     ViewCommands m_viewCommands;
     DrawingCommands m_drawingCommands{*this, m_viewCommands};
+    OverlappedWindows m_overlapped{*this, m_viewCommands};
     PixelSize m_windowSize;  // the last one at which there was something to see
     AudioPanel m_audioPanel{*this};
     Connection m_connection;

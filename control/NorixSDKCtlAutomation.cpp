@@ -272,16 +272,17 @@ void CNorixSDKCtrl::EnableDigitalPTZ(bool enable) {
     m_viewCommands.EnableDigitalPTZ(enable);
 }
 
-// ---- Overlays: they belong to a connection's decoder
+// ---- Over the picture
 
-long CNorixSDKCtrl::CreateOverlappedWindow(long, long, long, long, long, bool, bool, const Text&) {
-    return E_POINTER;
+long CNorixSDKCtrl::CreateOverlappedWindow(long index, long left, long top, long width, long height,
+                                           bool show, bool resizable, const Text& caption) {
+    return m_overlapped.Create(index, {{left, top}, {width, height}}, show, resizable, caption);
 }
-long CNorixSDKCtrl::DeleteOverlappedWindow(long) {
-    return E_FAIL;
+long CNorixSDKCtrl::DeleteOverlappedWindow(long index) {
+    return m_overlapped.Delete(index);
 }
-Text CNorixSDKCtrl::GetOverlappedWindowInJSON(long) {
-    return {};
+Text CNorixSDKCtrl::GetOverlappedWindowInJSON(long index) {
+    return m_overlapped.InJson(index);
 }
 
 long CNorixSDKCtrl::RemoveAllGraphicObjs() {

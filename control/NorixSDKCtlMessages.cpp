@@ -36,6 +36,7 @@ bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam)
             FireEvent(events::OnRecordStatus, first);
             return true;
         case WM_OnResolutionChanged:
+            m_overlapped.Follow();
             FireEvent(events::OnResolutionChanged, first, second);
             return true;
         case WM_OnMDAlert:

@@ -33,7 +33,8 @@ long DrawingCommands::InBox(const ViewBox& box, Draw&& draw) const {
     const auto objects = Objects();
     if (!objects) return E_POINTER;
     const auto begin = m_view.ToWindow(box.corner);
-    const auto end = m_view.ToWindow({End(box.corner.x, box.size.width), End(box.corner.y, box.size.height)});
+    const auto end =
+        m_view.ToWindow(ViewPoint{End(box.corner.x, box.size.width), End(box.corner.y, box.size.height)});
     if (!begin || !end) return E_FAIL;
     // Turned, what was the upper left corner is another one.
     const auto [left, right] = std::minmax(begin->x, end->x);
@@ -54,7 +55,7 @@ long DrawingCommands::CreateBrush(Colour colour) {
 
 long DrawingCommands::CreateFont(Colour colour, long tenthsOfPoint, const std::wstring& face) {
     const auto objects = Objects();
-    return objects ? objects->CreateFont(tenthsOfPoint, face, ToColorRef(colour), m_host.ViewWindow())
+    return objects ? objects->CreateFont(tenthsOfPoint, face, ToColorRef(colour), m_host.Window())
                    : E_POINTER;
 }
 

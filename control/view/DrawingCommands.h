@@ -18,7 +18,7 @@ class ViewCommands;
 /// answer E_POINTER while there is none. Coordinates are the video's. Window thread.
 class DrawingCommands {
   public:
-    DrawingCommands(const ViewHost& host, const ViewCommands& view) : m_host(host), m_view(view) {}
+    DrawingCommands(ViewHost& host, const ViewCommands& view) : m_host(host), m_view(view) {}
 
     /// Of each value the low byte counts.
     struct Colour {
@@ -50,7 +50,7 @@ class DrawingCommands {
     template <class Draw>
     long InBox(const ViewBox& box, Draw&& draw) const;
 
-    const ViewHost& m_host;
+    ViewHost& m_host;
     const ViewCommands& m_view;
 };
 

@@ -46,6 +46,14 @@ std::optional<ViewPoint> ViewCommands::ToWindow(ViewPoint point) const {
     return VideoToWindow(point, Mapping());
 }
 
+std::optional<ViewBox> ViewCommands::ToWindow(const ViewBox& box) const {
+    return VideoToWindow(box, Mapping());
+}
+
+std::optional<ViewBox> ViewCommands::ToVideo(const ViewBox& box) const {
+    return WindowToVideo(box, Mapping());
+}
+
 std::wstring ViewCommands::ConvertCoordinateInJSON(long x, long y, bool videoToWindow) const {
     const std::optional<ViewPoint> point =
         videoToWindow ? VideoToWindow(ViewPoint{x, y}, Mapping()) : WindowToVideo(ViewPoint{x, y}, Mapping());

@@ -33,6 +33,10 @@ class ViewCommands {
 
     /// From pixels of the video to those of the window; nothing when either size is not known.
     std::optional<ViewPoint> ToWindow(ViewPoint point) const;
+    std::optional<ViewBox> ToWindow(const ViewBox& box) const;
+    std::optional<ViewBox> ToVideo(const ViewBox& box) const;
+    /// As the host has fixed it, else the picture's.
+    ViewSize VideoSize() const;
 
     /// What of this a new connection's decoder starts with.
     Rotation CurrentRotation() const { return m_rotation; }
@@ -42,7 +46,6 @@ class ViewCommands {
     void OnDeferredViewTimer();
 
   private:
-    ViewSize VideoSize() const;
     ViewSize WindowSize() const;
     ViewMapping Mapping() const;
 

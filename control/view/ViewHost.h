@@ -12,9 +12,9 @@ class CDecoder;
 class ViewHost {
   public:
     /// The window that shows the pictures; null while there is none.
-    virtual HWND ViewWindow() const = 0;
+    virtual HWND Window() const = 0;
     /// The connection's decoder; null while there is none.
-    virtual std::shared_ptr<CDecoder> Decoder() const = 0;
+    virtual std::shared_ptr<CDecoder> Decoder() = 0;
 
   protected:
     ~ViewHost() = default;

@@ -149,6 +149,10 @@ constexpr Option kOptions[] = {
      }},
     {L"--verb", L"N", L"step: perform an OLE verb (0 primary, -1 show, -3 hide, -4 UI-activate, ...)",
      [](Options& o, const std::wstring& a) { o.script.push_back(Verb(a)); }},
+    {L"--command", L"NAME", L"step: run a menu command: \"Save Snapshot\", \"Demo Drawing\", Rotate ...",
+     [](Options& o, const std::wstring& a) {
+         o.script.push_back({.kind = Action::Kind::Command, .name = a});
+     }},
     {L"--properties", nullptr, L"step: show the control's property pages",
      [](Options& o, const std::wstring&) { o.script.push_back({.kind = Action::Kind::Properties}); }},
     {L"--resize", L"WxH", L"step: give the video area this size",

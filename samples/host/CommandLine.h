@@ -10,10 +10,10 @@
 
 /// Something the host does to the control: one step of a script, or the reaction to an event.
 struct Action {
-    enum class Kind { Set, Get, Call, Connect, Wait, Pause, Verb, Properties, Resize, Close, Exit };
+    enum class Kind { Set, Get, Call, Connect, Wait, Pause, Verb, Command, Properties, Resize, Close, Exit };
 
     Kind kind = Kind::Call;
-    std::wstring name{};                    // of the property, the method or the awaited event
+    std::wstring name{};                    // of the property, the method, the awaited event or the command
     std::wstring value{};                   // to set; of Wait: what the event's arguments begin with
     std::vector<std::wstring> arguments{};  // of Call, as written
     long verb = 0;

@@ -77,6 +77,17 @@ std::span<const MainWindow::Command> MainWindow::Commands() {
         {L"&Control", L"&Connect\tF5", L"Connect", 0, VK_F5, &MainWindow::Connect},
         {L"&Control", L"&Disconnect\tShift+F5", L"Disconnect", FSHIFT, VK_F5, &MainWindow::Disconnect},
         {L"&Control", L"&Properties...\tAlt+Enter", nullptr, FALT, VK_RETURN, &MainWindow::ShowProperties},
+        {L"&Picture", L"Save &Snapshot\tF6", nullptr, 0, VK_F6,
+         &MainWindow::OnPicture<&PictureCommands::SaveSnapshot>},
+        {L"&Picture", L"&Copy Picture\tShift+F6", nullptr, FSHIFT, VK_F6,
+         &MainWindow::OnPicture<&PictureCommands::CopyPicture>},
+        {L"&Picture", L"&Demo Drawing\tF7", nullptr, 0, VK_F7,
+         &MainWindow::OnPicture<&PictureCommands::DrawDemo>},
+        {L"&Picture", L"&Rotate\tF8", nullptr, 0, VK_F8, &MainWindow::OnPicture<&PictureCommands::Rotate>},
+        {L"&Picture", L"&Zoom by Mouse\tF9", nullptr, 0, VK_F9,
+         &MainWindow::OnPicture<&PictureCommands::Zoom>},
+        {L"&Picture", L"&Full Screen\tF11", nullptr, 0, VK_F11,
+         &MainWindow::OnPicture<&PictureCommands::FullScreen>},
     };
     return kCommands;
 }
@@ -264,6 +275,7 @@ void MainWindow::CloseControl() {
     if (const auto sink = std::exchange(sink_, nullptr)) sink->Unadvise();
     if (const auto container = std::exchange(container_, nullptr)) {
         container->Close();
+        picture_.Forget();
         log_.Write(L"control", L"closed");
     }
 }
@@ -439,6 +451,7 @@ void MainWindow::OnEvent(const Event& event) {
     }
     log_.Write(L"event", name + L"(" + event.Arguments(true) + L")");
     ShowStatus(event);
+    picture_.OnEvent(event);
 
     const std::wstring arguments = event.Arguments(false);
     const auto matches = [&](const EventFilter& filter) { return filter.Matches(name, arguments); };
@@ -526,6 +539,8 @@ void MainWindow::Perform(const Action& action) try {
             if (FAILED(result)) throw AutomationError(result, L"verb " + std::to_wstring(action.verb));
             return log_.Write(L"verb", std::to_wstring(action.verb));
         }
+        case Action::Kind::Command:
+            return RunCommand(action.name);
         case Action::Kind::Properties:
             return ShowProperties();
         case Action::Kind::Resize:
@@ -552,20 +567,49 @@ void MainWindow::Set(const std::wstring& property, const std::wstring& value) {
     SetProperty(container_ ? container_->Automation() : nullptr, property, parsed);
 }
 
+// Without shortcut and underline: "Save Snapshot".
+static std::wstring PlainText(const wchar_t* menuText) {
+    std::wstring text(menuText);
+    text = text.substr(0, text.find(L'\t'));
+    std::erase(text, L'&');
+    return text;
+}
+
+void MainWindow::RunCommand(const std::wstring& text) {
+    const auto commands = Commands();
+    const auto command = std::ranges::find_if(commands, [&](const Command& candidate) {
+        return lstrcmpiW(PlainText(candidate.text).c_str(), text.c_str()) == 0;
+    });
+    if (command == commands.end()) return Fail(L"no such command: " + text);
+    (this->*command->run)();
+}
+
+template <void (PictureCommands::*Run)()>
+void MainWindow::OnPicture() try {
+    (picture_.*Run)();
+} catch (const AutomationError& error) {
+    Fail(error.Message());
+}
+
+_variant_t MainWindow::CallLogged(const std::wstring& method, std::vector<_variant_t> values) {
+    std::wstring shown;
+    for (const _variant_t& value : values)
+        shown += (shown.empty() ? L"" : L", ") + Describe(value);
+    log_.Write(L"call", method + L"(" + shown + L")");
+    auto result = CallMethod(container_ ? container_->Automation() : nullptr, method, std::move(values));
+    if (window_ && result.vt != VT_EMPTY) log_.Write(L"result", method + L" = " + Describe(result));
+    return result;
+}
+
 void MainWindow::Call(const std::wstring& method, const std::vector<std::wstring>& arguments) {
     const Member* member = info_.automation.Find(method);
     std::vector<_variant_t> values;
-    std::wstring shown;
     for (const std::wstring& argument : arguments) {
         const bool declared = member && values.size() < member->parameters.size();
         values.push_back(ParseValue(
             argument, declared ? member->parameters[values.size()].type : static_cast<VARTYPE>(VT_EMPTY)));
-        shown += (shown.empty() ? L"" : L", ") + Describe(values.back());
     }
-    log_.Write(L"call", method + L"(" + shown + L")");
-    const auto result =
-        CallMethod(container_ ? container_->Automation() : nullptr, method, std::move(values));
-    if (window_ && result.vt != VT_EMPTY) log_.Write(L"result", method + L" = " + Describe(result));
+    CallLogged(method, std::move(values));
 }
 
 void MainWindow::Fail(const std::wstring& what) {

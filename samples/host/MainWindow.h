@@ -16,6 +16,7 @@
 #include "Container.h"
 #include "EventSink.h"
 #include "Log.h"
+#include "PictureCommands.h"
 #include "TypeInfo.h"
 
 /// The program's exit codes.
@@ -82,6 +83,8 @@ class MainWindow {
     void Await(const EventFilter& filter);
     void Set(const std::wstring& property, const std::wstring& value);
     void Call(const std::wstring& method, const std::vector<std::wstring>& arguments);
+    _variant_t CallLogged(const std::wstring& method, std::vector<_variant_t> values);
+    void RunCommand(const std::wstring& text);
     void Fail(const std::wstring& what);
     void LeaveWith(ExitCode code);
 
@@ -90,6 +93,8 @@ class MainWindow {
     void Connect();
     void Disconnect();
     void ShowProperties();
+    template <void (PictureCommands::*Run)()>
+    void OnPicture();
 
     const Options& options_;
     Log& log_;
@@ -115,6 +120,11 @@ class MainWindow {
     ControlInfo info_;
     Microsoft::WRL::ComPtr<Container> container_;
     Microsoft::WRL::ComPtr<EventSink> sink_;
+
+    PictureCommands picture_{[this](const std::wstring& method, std::vector<_variant_t> arguments) {
+                                 return CallLogged(method, std::move(arguments));
+                             },
+                             [this](const std::wstring& text) { ShowMessage(text); }};
 
     std::deque<Log::Entry> entries_;
     std::deque<Action> script_;
