@@ -26,6 +26,8 @@ constexpr unsigned kSchedulerGranularity = 10'000;  // microseconds
 constexpr unsigned kReorderingThreshold = 50'000;   // microseconds
 constexpr unsigned kReceiveBuffer = 2'048'000;      // bytes, the system's and the sink's
 constexpr int kUnauthorized = 401;
+constexpr int kMethodNotAllowed = 405;
+constexpr int kNotImplemented = 501;
 constexpr char kApplicationName[] = "Norix Media Agent";
 
 struct CloseMedium {
@@ -184,16 +186,19 @@ void RTSPSession::setupNextSubsession(RTSPClient* client) {
 }
 
 void RTSPSession::afterOPTIONS(RTSPClientCustom& client, int resultCode, const std::string& result) {
-    if (resultCode != 0) {
-        // The connection check reports it.
+    const bool unknownMethod = resultCode == kMethodNotAllowed || resultCode == kNotImplemented;
+    if (resultCode != 0 && !unknownMethod) {
+        // Else the connection check reports it.
         NORIX_LOG("RTSPCoumm::continueAfterOPTIONS", 0,
                   "RTSPCoumm::continueAfterOPTIONS() Failed to get RTSP options: %s",
                   util::RedactSecrets(result).c_str());
+        // Told once: asking again with the same credentials locks accounts.
+        if (resultCode == kUnauthorized) ReportStatusAndStop(ConnectStatus::UserAuthenticationFail);
         // A camera that starts up may be there in a moment.
         if (resultCode < 0) client.startNextTry();
         return;
     }
-    client.optionsReply = result;
+    if (!unknownMethod) client.optionsReply = result;
     client.sendDescribeCommand(continueAfterDESCRIBE, m_authenticator);
 }
 

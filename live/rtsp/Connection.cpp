@@ -16,7 +16,13 @@ constexpr std::size_t kMaxUnsent = 1024 * 1024;
 constexpr std::size_t kMaxUnsentPackets = 16 * 1024;
 constexpr std::size_t kMaxSkipped = 256 * 1024;
 constexpr int kMaxReads = 16;
+// Only has to be some length; a POST that has carried it is renewed.
+constexpr std::size_t kPostLength = 32767;
 constexpr std::int64_t kLookupInterval = 10'000;  // microseconds
+
+std::size_t encodedSize(std::size_t size) {
+    return (size + 2) / 3 * 4;
+}
 
 }  // namespace
 
@@ -134,7 +140,8 @@ void Connection::close() {
     m_input.reset();
     m_output.reset();
     m_state = State::Closed;
-    m_begin = m_end = m_skipped = 0;
+    m_begin = m_end = m_skipped = m_posted = 0;
+    m_postEnded = false;
     m_unsent.clear();
     m_waiting.clear();
 }
@@ -149,10 +156,12 @@ void Connection::socketReady(void* self, int mask) {
     if (mask & SOCKET_READABLE) connection->onReadable();
 }
 
-void Connection::outputReady(void* self, int) {
+void Connection::outputReady(void* self, int mask) {
     auto* const connection = static_cast<Connection*>(self);
     if (connection->m_state == State::TunnelPosting) {
         connection->onPostConnected();
+    } else if (mask & SOCKET_READABLE) {
+        connection->onOutputReadable();  // and again, if there is also something to be sent
     } else if (!connection->flush()) {
         connection->lose(net::lastError(), "The tunnel's POST connection is lost");
     }
@@ -198,9 +207,9 @@ std::string Connection::tunnelRequest(std::string_view method) {
     if (method == "GET") {
         request += "Accept: application/x-rtsp-tunnelled\r\n";
     } else {
-        // The length only has to be some length: the connection carries requests until it is closed.
         request +=
-            "Content-Type: application/x-rtsp-tunnelled\r\nContent-Length: 32767\r\n"
+            "Content-Type: application/x-rtsp-tunnelled\r\nContent-Length: " + std::to_string(kPostLength) +
+            "\r\n"
             "Expires: Sun, 9 Jan 1972 00:00:00 GMT\r\n";
     }
     return request + "Pragma: no-cache\r\nCache-Control: no-cache\r\n\r\n";
@@ -223,7 +232,7 @@ void Connection::onTunnelReply(const Message& reply) {
             return;
         }
     }
-    lose(0, why);
+    lose(0, why, reply.status);
 }
 
 void Connection::onPostConnected() {
@@ -231,8 +240,10 @@ void Connection::onPostConnected() {
         lose(error, "Failed to connect to the server: " + net::errorText(error));
         return;
     }
-    m_env.taskScheduler().disableBackgroundHandling(m_output.get());
     m_unsent = tunnelRequest("POST");
+    m_posted = 0;
+    m_postEnded = false;
+    m_postReply.clear();
     becomeOpen();
 }
 
@@ -247,6 +258,15 @@ void Connection::becomeOpen() {
 bool Connection::send(std::string_view bytes) {
     if (m_state == State::Closed || m_unsent.size() + m_waiting.size() + bytes.size() > kMaxUnsent)
         return false;
+    const LifeFlag::Watch alive(m_life);
+    // The server may have closed it behind the last request; the event loop need not have got to it.
+    if (m_state == State::Open && m_endpoint.tunnel && m_output) onOutputReadable();
+    if (!alive || m_state == State::Closed) return false;
+    if (m_state == State::Open && m_endpoint.tunnel &&
+        (m_postEnded || m_posted + encodedSize(bytes.size()) > kPostLength)) {
+        renewPost();
+        if (m_state == State::Closed) return false;
+    }
     if (m_state != State::Open) {
         m_waiting += bytes;
         return true;
@@ -255,9 +275,46 @@ bool Connection::send(std::string_view bytes) {
     return flush();
 }
 
+// The same tunnel goes on with another POST: the cookie joins them.
+void Connection::renewPost() {
+    flush();  // what doesn't go out now is lost with the connection
+    m_env.taskScheduler().disableBackgroundHandling(m_output.get());
+    m_output.reset();
+    m_unsent.clear();
+    m_state = State::TunnelPosting;
+    if (!connectTo(m_output, outputReady)) close();
+}
+
+void Connection::watchOutput() {
+    const int writing = m_unsent.empty() ? 0 : SOCKET_WRITABLE | SOCKET_EXCEPTION;
+    m_env.taskScheduler().setBackgroundHandling(m_output.get(), SOCKET_READABLE | writing, outputReady, this);
+}
+
+// The server has nothing to say there but that it refuses, or that it has had enough.
+void Connection::onOutputReadable() {
+    char bytes[512];
+    const std::ptrdiff_t size = net::receive(m_output.get(), bytes, sizeof bytes);
+    if (size < 0 && net::wouldBlock(net::lastError())) return;
+    if (size <= 0) {
+        m_env.taskScheduler().disableBackgroundHandling(m_output.get());
+        m_output.reset();
+        m_postEnded = true;
+        return;
+    }
+    constexpr std::size_t kStatusLine = 12;  // "HTTP/1.1 401"
+    if (m_postReply.size() >= kStatusLine) return;
+    m_postReply.append(bytes, std::min<std::size_t>(static_cast<std::size_t>(size), kStatusLine));
+    if (m_postReply.size() < kStatusLine || !m_postReply.starts_with("HTTP/")) return;
+    const auto status = protocol::parseNumber(std::string_view(m_postReply).substr(9, 3), 999);
+    constexpr unsigned kRefused = 400;
+    if (status && *status >= kRefused)
+        lose(0, "The server refuses the tunnel's POST: " + std::to_string(*status), *status);
+}
+
 void Connection::queue(std::string_view bytes) {
     if (m_endpoint.tunnel) {
         m_unsent += protocol::encodeBase64(bytes);
+        m_posted += encodedSize(bytes.size());
     } else {
         m_unsent += bytes;
     }
@@ -281,11 +338,8 @@ bool Connection::flush() {
     m_unsent.erase(0, sent);
     if (!m_endpoint.tunnel) {
         if (sent > 0 || !m_unsent.empty()) watchInput();
-    } else if (m_unsent.empty()) {
-        m_env.taskScheduler().disableBackgroundHandling(m_output.get());
-    } else {
-        m_env.taskScheduler().setBackgroundHandling(m_output.get(), SOCKET_WRITABLE | SOCKET_EXCEPTION,
-                                                    outputReady, this);
+    } else if (m_output) {
+        watchOutput();
     }
     return true;
 }
@@ -368,15 +422,19 @@ bool Connection::parse() {
     return true;
 }
 
-void Connection::lose(int error, const std::string& why) {
+void Connection::lose(int error, const std::string& why, unsigned status) {
     const LifeFlag::Watch alive(m_life);
     close();
-    m_user.onConnectionLost(error, why);
+    m_user.onConnectionLost(error, status, why);
     if (alive) endReceivers(true);
 }
 
 bool Connection::sendInterleaved(unsigned channel, rtp::Bytes packet) {
     if (m_state != State::Open || m_unsent.size() > kMaxUnsentPackets) return false;
+    // Reports do not use up what requests need.
+    if (m_endpoint.tunnel && (m_postEnded || m_posted + encodedSize(packet.size() + 4) > kPostLength))
+        renewPost();
+    if (m_state != State::Open) return false;
     m_packet.assign(1, '$');
     m_packet += static_cast<char>(channel);
     m_packet += static_cast<char>(packet.size() >> 8);

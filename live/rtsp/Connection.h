@@ -22,8 +22,8 @@ class ConnectionUser {
   public:
     virtual void onMessage(const Message& message) = 0;
     /// The connection has ended or could not be made. `error`: of the system, 0 when the server closed or
-    /// sent nonsense.
-    virtual void onConnectionLost(int error, const std::string& why) = 0;
+    /// sent nonsense. `status`: of HTTP, with which it refused a tunnel, else 0.
+    virtual void onConnectionLost(int error, unsigned status, const std::string& why) = 0;
     /// A tunnel is being made: the HTTP request's header lines that authorise it, each with its line end.
     virtual std::string tunnelAuthorization(std::string_view method) = 0;
     /// The tunnel's request was refused with 401. True: try once more.
@@ -91,7 +91,10 @@ class Connection final : public rtp::InterleavedConnection {
     void queue(std::string_view bytes);
     void onReadable();
     bool parse();
-    void lose(int error, const std::string& why);
+    void lose(int error, const std::string& why, unsigned status = 0);
+    void watchOutput();
+    void onOutputReadable();
+    void renewPost();
     void endReceivers(bool lost);
     net::SocketHandle& output() { return m_endpoint.tunnel ? m_output : m_input; }
     std::string tunnelRequest(std::string_view method);
@@ -108,7 +111,10 @@ class Connection final : public rtp::InterleavedConnection {
     net::SocketHandle m_output;  // a tunnel's POST
     std::string m_cookie;
     bool m_tunnelRetried = false;
-    unsigned m_openings = 0;  // tells a handler's connection from one that was opened meanwhile
+    std::size_t m_posted = 0;  // bytes of the POST's body, sent or waiting to be
+    bool m_postEnded = false;  // the server has closed it: the next request opens another one
+    std::string m_postReply;   // the beginning of what the server says on it
+    unsigned m_openings = 0;   // tells a handler's connection from one that was opened meanwhile
 
     std::vector<unsigned char> m_received;
     std::size_t m_begin = 0;  // what has not been looked at

@@ -28,6 +28,16 @@ bool isSuccess(unsigned status) {
     return status >= 200 && status < 300;
 }
 
+// RFC 7616, 3.3: the user is right, only the nonce has run out.
+bool saysStale(const rtsp::Message& reply) {
+    for (const auto& [name, value] : reply.headers) {
+        if (!protocol::equalsIgnoringCase(name, "WWW-Authenticate")) continue;
+        const std::string text = protocol::toLower(value);
+        if (text.find("stale=true") != text.npos || text.find("stale=\"true\"") != text.npos) return true;
+    }
+    return false;
+}
+
 // What a description says goes into request lines: nothing in it may end a line.
 std::string withoutControls(std::string url) {
     std::erase_if(url, [](char c) { return static_cast<unsigned char>(c) <= ' ' || c == 0x7F; });
@@ -172,7 +182,14 @@ unsigned RTSPClient::Engine::submit(Request request, const Authenticator* who) {
     // meant by who signs in, with whichever request.
     if (who && *who->username() && !m_elsewhere && (!m_who || !(*m_who == *who))) {
         m_who = *who;
+        m_welcome = false;
         m_challenge.reset();
+    }
+    // What nobody waits for makes room: keep-alives that a server never answers must not stop the others.
+    if (m_requests.size() >= kMaxWaiting) {
+        const auto idle = std::find_if(m_requests.begin(), m_requests.end(),
+                                       [](const Request& waiting) { return !waiting.handler; });
+        if (idle != m_requests.end()) m_requests.erase(idle);
     }
     if (m_requests.size() >= kMaxWaiting) {
         failLater(std::move(request), -EBUSY, "Too many requests wait for the server's reply");
@@ -187,6 +204,7 @@ unsigned RTSPClient::Engine::submit(Request request, const Authenticator* who) {
 // False, with the reason in the environment, when it can't be sent.
 bool RTSPClient::Engine::transmit(Request& request) {
     request.sequence = ++m_sequence;
+    request.signedIn = m_who && m_challenge;
     if (!m_connection.isOpen() && !connect()) return false;
     if (m_connection.send(compose(request))) return true;
     // A connection that broke shows it by reading: what was sent on it is answered from there.
@@ -271,6 +289,7 @@ bool RTSPClient::Engine::followRedirect(const Message& reply) {
     m_sessionId.clear();
     m_challenge.reset();
     m_told.reset();
+    m_welcome = false;
     m_elsewhere = to->origin != m_home;
     if (m_url && m_url->hasCredentials) {
         m_who.emplace(m_url->user.c_str(), m_url->password.c_str());
@@ -314,10 +333,18 @@ void RTSPClient::Engine::onReply(const Message& reply) {
         const auto kind = std::exchange(m_told, m_challenge->kind);
         if (kind != m_challenge->kind) net::KnownServers::get().accepted(server(), m_challenge->kind);
     }
-    if (reply.status == kUnauthorized && request.challenges == 0 && acceptChallenge(reply)) {
-        ++request.challenges;
-        retry(std::move(request));
-        return;
+    if (isSuccess(reply.status) && request.signedIn) m_welcome = true;
+    if (reply.status == kUnauthorized && request.challenges == 0) {
+        // Credentials that have never been good would be refused again, and each time counts where accounts
+        // are locked; what ran out in mid-session, or is said to, is worth another try.
+        const bool again = !request.signedIn || m_welcome || saysStale(reply);
+        if (again && acceptChallenge(reply)) {
+            ++request.challenges;
+            if (protocol::equalsIgnoringCase(protocol::trim(reply.header("Connection")), "close"))
+                closeQuietly();
+            retry(std::move(request));
+            return;
+        }
     }
     if (request.followsBase && followRedirect(reply)) {
         // Others that wait were meant for the old connection.
@@ -390,7 +417,10 @@ bool RTSPClient::Engine::applyDescribe(const Message& reply, std::string& result
 }
 
 bool RTSPClient::Engine::applySetup(const Request& request, const Message& reply, std::string& why) {
-    const auto session = rtsp::parseSession(reply.header("Session"));
+    auto session = rtsp::parseSession(reply.header("Session"));
+    // Some servers name it with the first stream only.
+    if (!session && !m_sessionId.empty() && protocol::trim(reply.header("Session")).empty())
+        session = rtsp::SessionHeader{m_sessionId, 0};
     if (!session) {
         why = "Missing or bad \"Session:\" header in the reply to SETUP";
         return false;
@@ -474,15 +504,28 @@ void RTSPClient::Engine::applyPlay(const Request& request, const Message& reply)
     }
 }
 
-void RTSPClient::Engine::onConnectionLost(int error, const std::string& why) {
+void RTSPClient::Engine::onConnectionLost(int error, unsigned status, const std::string& why) {
     const live::LifeFlag::Watch alive(m_life);
     std::deque<Request> waiting = std::exchange(m_requests, {});
-    const int code = error != 0 ? -error : -ECONNRESET;
-    for (const Request& request : waiting) {
+    const int code = status != 0 ? static_cast<int>(status) : error != 0 ? -error : -ECONNRESET;
+    for (Request& request : waiting) {
+        // Servers that close behind their challenge: nothing of the answer to it has come.
+        if (status == 0 && request.challenges > 0 && !request.reconnected) {
+            request.reconnected = true;
+            if (transmit(request)) {
+                m_requests.push_back(std::move(request));
+                continue;
+            }
+        }
         env().setResultMsg(why.c_str());
         answer(request, code, why);
         if (!alive) return;
     }
+}
+
+// To be opened again by the next request.
+void RTSPClient::Engine::closeQuietly() {
+    if (!m_connection.hasReceivers()) m_connection.close();
 }
 
 void RTSPClient::Engine::answer(const Request& request, int code, const std::string& result) {

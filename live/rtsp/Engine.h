@@ -59,7 +59,8 @@ class RTSPClient::Engine final : private live::rtsp::ConnectionUser {
     std::string authorization(std::string_view method, const std::string& uri);
 
     void onMessage(const Message& message) override;
-    void onConnectionLost(int error, const std::string& why) override;
+    void onConnectionLost(int error, unsigned status, const std::string& why) override;
+    void closeQuietly();
     std::string tunnelAuthorization(std::string_view method) override;
     bool onTunnelChallenge(const Message& reply) override;
     void onReply(const Message& reply);
@@ -100,6 +101,7 @@ class RTSPClient::Engine final : private live::rtsp::ConnectionUser {
     unsigned m_nonceCount = 0;
     unsigned m_sequence = 0;
     unsigned m_redirects = 0;
+    bool m_welcome = false;  // the server has accepted our credentials
     std::string m_sessionId;
     unsigned m_sessionTimeout = 0;
     unsigned m_nextChannel = 0;

@@ -24,6 +24,8 @@ struct Request {
     MediaSubsession* subsession = nullptr;
     unsigned sequence = 0;
     unsigned challenges = 0;   // how often the server answered 401
+    bool signedIn = false;     // was sent with credentials
+    bool reconnected = false;  // was sent once more on a new connection
     bool followsBase = false;  // addresses what the client's URL is, also after a redirect
     bool interleaved = false;  // SETUP: what was asked for
     unsigned channel = 0;

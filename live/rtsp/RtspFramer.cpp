@@ -22,6 +22,15 @@ bool isToken(std::string_view text) {
     });
 }
 
+// Whether a reply may begin here, as far as it has arrived.
+bool beginsLikeReply(std::string_view text) {
+    for (const std::string_view protocol : {std::string_view("RTSP/"), std::string_view("HTTP/")}) {
+        const std::size_t size = std::min(text.size(), protocol.size());
+        if (text.substr(0, size) == protocol.substr(0, size)) return true;
+    }
+    return false;
+}
+
 // Whether what has arrived of a first line can become one.
 bool canBeStartLine(std::string_view text) {
     std::string_view word = text.substr(0, text.find(' '));
@@ -65,6 +74,20 @@ Framer::Item Framer::next(rtp::Bytes received) {
     return item == Item::Packet ? packetAt(received, m_offset) : item;
 }
 
+// Neither packet nor message begins at `start`: up to where one may. A request has to begin a line; replies
+// and packets may stand behind anything.
+Framer::Item Framer::garbage(std::string_view text, std::size_t start) {
+    std::size_t at = start + 1;
+    for (; at < text.size(); ++at) {
+        const char c = text[at];
+        if (c == kPacketMark || text[at - 1] == '\n') break;
+        if ((c == 'R' || c == 'H') && beginsLikeReply(text.substr(at))) break;
+    }
+    m_offset = 0;
+    m_size = at;
+    return Item::Garbage;
+}
+
 Framer::Item Framer::packetAt(rtp::Bytes received, std::size_t at) {
     rtp::ByteReader reader(received.subspan(at));
     reader.skip(1);
@@ -83,13 +106,12 @@ Framer::Item Framer::messageAt(std::string_view text, std::size_t start) {
     while (true) {
         m_offset = at;
         if (!first && at < text.size() && text[at] == kPacketMark) return Item::Packet;
-        const std::size_t end = text.find('\n', at);
+        // A start line is not looked for beyond its longest: what is behind it would be looked at again.
+        const std::size_t end =
+            first ? text.substr(0, start + kMaxStartLine + 1).find('\n', at) : text.find('\n', at);
         if (end == std::string_view::npos) {
-            if (first && (text.size() - at > kMaxStartLine || !canBeStartLine(text.substr(at)))) {
-                m_offset = 0;
-                m_size = start + 1;
-                return Item::Garbage;
-            }
+            if (first && (text.size() - at > kMaxStartLine || !canBeStartLine(text.substr(at))))
+                return garbage(text, start);
             return text.size() - start > m_maxMessage ? tooLong() : Item::NeedMore;
         }
         std::string_view line = text.substr(at, end - at);
@@ -97,11 +119,7 @@ Framer::Item Framer::messageAt(std::string_view text, std::size_t start) {
         at = end + 1;
         if (at - start > m_maxMessage) return tooLong();
         if (first) {
-            if (!parseStartLine(line)) {
-                m_offset = 0;
-                m_size = start + 1;
-                return Item::Garbage;
-            }
+            if (!parseStartLine(line)) return garbage(text, start);
             first = false;
             continue;
         }

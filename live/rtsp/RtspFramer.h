@@ -56,6 +56,7 @@ class Framer {
     const std::string& error() const { return m_error; }
 
   private:
+    Item garbage(std::string_view text, std::size_t start);
     Item packetAt(rtp::Bytes received, std::size_t at);
     Item messageAt(std::string_view text, std::size_t at);
     bool parseStartLine(std::string_view line);

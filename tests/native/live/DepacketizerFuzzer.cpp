@@ -1,5 +1,7 @@
 // RTP packets of every payload format, in any order, through the reordering buffer. The input: a byte that
-// chooses the format, then packets, each behind its length (2 bytes).
+// chooses the format, then packets, each behind its length (2 bytes) and a byte that says how often its
+// payload is repeated up to a datagram's size: what loops shows in what is long. A packet may give no more
+// frames than it has bytes, nor more bytes than came.
 
 #include <cstdint>
 #include <cstdlib>
@@ -17,9 +19,11 @@ struct Receiver : OrderedReceiver {
     void onOrderedPacket(Bytes bytes, bool afterLoss) override {
         const auto packet = parseRtpPacket(bytes);
         if (!packet) return;
+        if (afterLoss) frames.noteMissing();
         depacketizer->onPacket(*packet, afterLoss, frames);
+        std::size_t steps = 0;
         for (; !frames.empty(); frames.pop()) {
-            if (frames.front().bytes.empty()) std::abort();
+            if (frames.front().bytes.empty() || ++steps > bytes.size() + 2) std::abort();
         }
     }
 };
@@ -49,9 +53,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::int64_t now = 0;
     while (reader.left() > 0) {
         const std::size_t length = reader.u16() % 2048;
+        const unsigned repeated = reader.u8();
         const Bytes bytes = reader.take(std::min(length, reader.left()));
-        if (const auto packet = parseRtpPacket(bytes))
-            reorder.push(packet->sequence, bytes, now += 10'000, receiver);
+        constexpr std::size_t kHeader = 12, kLongest = 65535;
+        static std::vector<unsigned char> packet;
+        packet.assign(bytes.begin(), bytes.end());
+        for (unsigned i = 0; i < repeated * repeated && bytes.size() > kHeader &&
+                             packet.size() + bytes.size() - kHeader <= kLongest;
+             ++i)
+            packet.insert(packet.end(), bytes.begin() + kHeader, bytes.end());
+        if (const auto parsed = parseRtpPacket(packet))
+            reorder.push(parsed->sequence, packet, now += 10'000, receiver);
     }
     reorder.expire(INT64_MAX, receiver);
     return 0;

@@ -71,6 +71,8 @@ Script readScript(const std::filesystem::path& file) {
             script.media = rest(words);
         else if (key == "watch")
             script.watchMilliseconds = std::stoi(rest(words));
+        else if (key == "keepalive")
+            script.keepAliveMilliseconds = std::stoi(rest(words));
         else if (key == "log")
             script.logged.push_back(rest(words));
         else if (key == "within")
@@ -150,6 +152,7 @@ bool ScriptedServer::step(const std::string& line, std::size_t& next) {
     std::istringstream in(line);
     const std::string key = word(in);
     if (key == ">") return awaitRequest(rest(in));
+    if (key == "until") return awaitRequest(rest(in), true);
     if (key == "<") return send(filled(line.size() > 2 ? line.substr(2) : "") + "\r\n"), true;
     if (key == "answer") {
         const std::string method = word(in);
@@ -162,6 +165,7 @@ bool ScriptedServer::step(const std::string& line, std::size_t& next) {
     if (key == "close") return closeCurrent(false), true;
     if (key == "reset") return closeCurrent(true), true;
     if (key == "base64") return m_base64 = true, take(std::exchange(m_received, {})), true;
+    if (key == "plain") return m_base64 = false, true;
     if (key == "body") {
         std::string body;
         while (next < m_script.steps.size() && m_script.steps[next] != "end")
@@ -220,7 +224,7 @@ bool ScriptedServer::acceptNext() {
     return false;
 }
 
-bool ScriptedServer::awaitRequest(const std::string& wanted) {
+bool ScriptedServer::awaitRequest(const std::string& wanted, bool skipOthers) {
     std::string request;
     while (request.empty() && !m_stop) {
         // Reports that the client sends meanwhile.
@@ -254,6 +258,7 @@ bool ScriptedServer::awaitRequest(const std::string& wanted) {
         m_complaint = "never came: " + wanted;
         return false;
     }
+    if (skipOthers && !request.starts_with(method + " ")) return awaitRequest(wanted, true);
     if (!request.starts_with(method + " ")) {
         m_complaint = "wanted " + wanted + ", got:\n" + request;
         return false;

@@ -11,6 +11,7 @@
 //   never BYE                              what no line may begin with
 //   within 2000                            milliseconds, default 5000
 //   media audio|video                      whole sessions only, as are the next two: what is received
+//   keepalive 5000                         milliseconds between keep-alives where the server states no time-out
 //   watch 300                              milliseconds of the checks
 //   log text                               what has to be logged
 //
@@ -21,6 +22,7 @@
 //   body                  sends the lines that follow up to "end", and, before that, their Content-Length and an
 //                         empty line
 //   sdp one|two           the same with a stock description: video, or video and audio
+//   until PLAY [text ...]  the same after any number of others, which nobody answers
 //   answer SETUP [text]   waits for the request and answers as a good server does; the text goes to the end of the
 //                         header that matters (DESCRIBE: names the stock description)
 //   raw 24 00 ...         sends bytes
@@ -33,6 +35,7 @@
 //   hold                  like accept, but keeps the old one open
 //   other                 talks on the connection before the last from here on
 //   base64                what comes from now on is base64 (a tunnel's POST)
+//   plain                 ... and from now on no more
 //   close | reset         ends the connection, in order or with a reset
 //   wait 100              milliseconds
 //
@@ -57,6 +60,7 @@ struct Script {
     // Of runs of a whole session: "media audio|video", "watch MILLISECONDS", "log text".
     std::string media;
     int watchMilliseconds = 300;
+    int keepAliveMilliseconds = 5000;
     std::vector<std::string> logged;
     std::vector<std::string> steps;
 };
@@ -80,7 +84,7 @@ class ScriptedServer {
     void run();
     bool step(const std::string& line, std::size_t& next);
     bool acceptNext();
-    bool awaitRequest(const std::string& wanted);
+    bool awaitRequest(const std::string& wanted, bool skipOthers = false);
     void answer(const std::string& method, const std::string& more);
     void take(const std::string& received);
     bool send(const std::string& bytes);

@@ -1,14 +1,22 @@
-// Whatever a connection carries, the framer goes forward and stays inside.
+// Whatever a connection carries, the framer goes forward and stays inside. The first byte says how often the
+// rest is repeated, up to what a connection holds: what is not linear shows there.
 
 #include <cstdint>
 #include <cstdlib>
+#include <vector>
 
 #include "live/rtsp/RtspFramer.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using live::rtsp::Framer;
-    Framer framer(4096);
-    live::rtp::Bytes rest(data, size);
+    if (size == 0) return 0;
+    constexpr std::size_t kLongest = 400'000;
+    static std::vector<unsigned char> all;
+    all.assign(data + 1, data + size);
+    for (unsigned i = 0; i < data[0] * data[0] && all.size() + size - 1 <= kLongest; ++i)
+        all.insert(all.end(), data + 1, data + size);
+    Framer framer(65536);
+    live::rtp::Bytes rest(all);
     while (!rest.empty()) {
         const Framer::Item item = framer.next(rest);
         if (item == Framer::Item::NeedMore || item == Framer::Item::Error) break;

@@ -87,6 +87,7 @@ SessionSettings SettingsOf(const Script& script, const live_test::ScriptedServer
     };
     settings.userData = &notes;
     settings.periods.connectCheck = settings.periods.disconnectCheck = script.watchMilliseconds * 1000LL;
+    settings.periods.keepAlive = script.keepAliveMilliseconds * 1000LL;
     settings.periods.durationMargin = 100'000;
     settings.periods.nextTry = 50'000;
     return settings;
