@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "Dialogue.h"
@@ -26,6 +27,11 @@ class DialogueTest : public testing::Test {
     explicit DialogueTest(fs::path file) : m_file(std::move(file)) {}
     void TestBody() override {
         const Script script = readScript(m_file);
+#ifdef _WIN32
+        // Wine sends from 127.0.0.1, whatever the socket is bound to.
+        const auto foreign = [](const std::string& step) { return step.starts_with("foreign"); };
+        if (std::any_of(script.steps.begin(), script.steps.end(), foreign)) GTEST_SKIP();
+#endif
         ASSERT_FALSE(script.expected.empty()) << m_file;
         ScriptedServer server(script);
         const auto notes = playClient(script, server.filled(script.url), server.port());
