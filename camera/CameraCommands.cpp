@@ -28,6 +28,16 @@ std::string_view UpToZero(std::string_view text) {
 
 }  // namespace
 
+void CameraCommands::TakeFacts(const CameraCommands& other) {
+    m_charset = other.m_charset;
+    m_system = other.m_system;
+    m_rtspPort = other.m_rtspPort;
+    m_codecs = other.m_codecs;
+    m_video = other.m_video;
+    m_motion = other.m_motion;
+    m_model = other.m_model;
+}
+
 void CameraCommands::Forget() {
     m_charset.clear();
     m_system = {};
@@ -70,7 +80,7 @@ CameraCommands::Reply CameraCommands::Request(std::string_view sendType, std::st
     request.user = access.username;
     request.password = access.password;
 
-    const HttpReply reply = m_transport.Send(request);
+    const HttpReply reply = m_transport->Send(request);
     m_unauthorized = reply.answered && reply.status == kUnauthorized;
     if (!reply.answered) return {std::string(kErrorReply), true};
     m_reached = true;

@@ -40,9 +40,15 @@ struct CameraAccess {
 class CameraCommands {
   public:
     /// The transport outlives this object.
-    explicit CameraCommands(HttpTransport& transport) : m_transport(transport) {}
-    CameraCommands(const CameraCommands&) = delete;
+    explicit CameraCommands(HttpTransport& transport) : m_transport(&transport) {}
+    /// Begins with all that `known` has been told.
+    CameraCommands(HttpTransport& transport, const CameraCommands& known) : CameraCommands(known) {
+        m_transport = &transport;
+    }
     CameraCommands& operator=(const CameraCommands&) = delete;
+
+    /// Takes over all that another conversation has been told, but not its `access`.
+    void TakeFacts(const CameraCommands& other);
 
     /// Set before each request from the control's properties. RequestPorts changes the ports and may switch
     /// HTTPS on: read them back after it.
@@ -115,7 +121,9 @@ class CameraCommands {
     void TakePorts(const CameraPorts& reported);
     KeyRules Rules(const StreamSelection& selection) const;
 
-    HttpTransport& m_transport;
+    CameraCommands(const CameraCommands&) = default;
+
+    HttpTransport* m_transport;
     std::string m_charset;
     SystemInformation m_system;
     std::int32_t m_rtspPort = kDefaultRtspPort;

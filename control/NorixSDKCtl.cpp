@@ -10,6 +10,7 @@
 #include "control/resource.h"
 #include "framework/EntryPoint.h"
 #include "media/ControlMessages.h"
+#include "render/decode/Decoder.h"
 #include "util/Log.h"
 #include "util/LogSetup.h"
 #include "util/Text.h"
@@ -48,10 +49,6 @@ constexpr framework::ClassRegistration kRegistration = {
 
 constexpr WORD kWinsockVersion = MAKEWORD(2, 2);
 
-unsigned WindowNumber(HWND window) {
-    return static_cast<unsigned>(reinterpret_cast<UINT_PTR>(window));
-}
-
 CNorixSDKCtrl::CNorixSDKCtrlFactory g_controlFactory;
 
 }  // namespace
@@ -64,13 +61,7 @@ IUnknown* CNorixSDKCtrl::CNorixSDKCtrlFactory::CreateObject() {
 
 // ---- Construction and destruction
 
-CNorixSDKCtrl::CNorixSDKCtrl()
-    : COleControl(kControl, Table()),
-      m_objectSafety(*this),
-      m_camera(*this),
-      m_mouse(*this),
-      m_viewCommands(*this),
-      m_connection(*this) {
+CNorixSDKCtrl::CNorixSDKCtrl() : COleControl(kControl, Table()), m_objectSafety(*this) {
     util::ReadLogSwitches();
     const std::string version = util::ModuleVersion(framework::COleControlModule::Get().Instance())
                                     .value_or(util::FileVersion())
@@ -78,7 +69,6 @@ CNorixSDKCtrl::CNorixSDKCtrl()
     m_properties.versionInfo = util::AnsiToWide(version);
     NORIX_LOG("CNorixSDKCtrl::CNorixSDKCtrl", 1, "CNorixSDKCtrl() constructor begins, file version = %s",
               version.c_str());
-    m_session = std::make_shared<SessionContext>();
     m_session->param.window.Set(Handle());
 
     WSADATA winsock;
@@ -169,23 +159,21 @@ bool CNorixSDKCtrl::WaitForWindowCreation() {
 }
 
 void CNorixSDKCtrl::OnDraw(HDC dc, const RECT& bounds) {
-    if (m_connection.DrawLastPicture(dc, bounds)) return;
-    const ViewState view = CurrentView();
-    m_statusView.Draw(dc, bounds, view.captionShown, view.borderShown);
+    if (const auto decoder = m_connection.Decoder(); decoder && decoder->DrawLast(dc, bounds)) return;
+    m_statusView.Draw(dc, bounds, IsCaptionShown(), !m_properties.ignoreBorder);
 }
 
-ViewState CNorixSDKCtrl::CurrentView() const {
-    ViewState view;
-    view.caption = m_statusView.Caption();
-    view.captionShown = !m_properties.ignoreCaption && m_properties.captionInfo != eciNone;
-    view.borderShown = !m_properties.ignoreBorder;
-    view.digitalPtz = m_viewCommands.IsDigitalPtzEnabled();
-    view.rotation = m_viewCommands.CurrentRotation();
-    return view;
+bool CNorixSDKCtrl::IsCaptionShown() const {
+    return !m_properties.ignoreCaption && m_properties.captionInfo != eciNone;
 }
 
 void CNorixSDKCtrl::ViewChanged() {
-    m_connection.SetView(CurrentView());
+    PictureView& view = *m_session->view;
+    view.SetCaption(m_statusView.Caption());
+    view.SetCaptionShown(IsCaptionShown());
+    view.SetBorderShown(!m_properties.ignoreBorder);
+    view.EnableDigitalPtz(m_viewCommands.IsDigitalPtzEnabled());
+    view.SetRotation(m_viewCommands.CurrentRotation());
     m_overlapped.Follow();
     InvalidateControl();
 }
@@ -224,10 +212,6 @@ LRESULT CNorixSDKCtrl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     return COleControl::OnMessage(message, wParam, lParam);
 }
 
-HWND CNorixSDKCtrl::Window() const {
-    return HasWindow() ? Handle() : nullptr;
-}
-
 void CNorixSDKCtrl::OnSize() {
     m_audioPanel.Place();
     RECT client = {};
@@ -243,6 +227,9 @@ void CNorixSDKCtrl::OnSize() {
 
 void CNorixSDKCtrl::OnTimer(UINT_PTR id) {
     switch (id) {
+        case kTimerReports:
+            m_connection.OnReportsTimer();
+            break;
         case kTimerStatistics:
             m_connection.OnStatisticsTimer();
             break;
@@ -258,27 +245,6 @@ void CNorixSDKCtrl::OnTimer(UINT_PTR id) {
         default:
             break;
     }
-}
-
-// ---- Reports of worker threads
-
-int RTSPCallback(int code, unsigned value, void* control) {
-    auto* owner = static_cast<CNorixSDKCtrl*>(control);
-    // The window handle is read where worker threads may read it, not from the control.
-    const HWND window = owner == nullptr ? nullptr : owner->Session().param.window.Get();
-    if (code == 1) {
-        if (window != nullptr) PostMessageW(window, WM_OnConnectStatus, value, 0);
-        NORIX_LOG("RTSPCallback", 1, "PostMessage(0x%08x, WM_OnConnectStatus, %d)", WindowNumber(window),
-                  value);
-    } else if (code == 2) {
-        if (window != nullptr) {
-            const SessionContext& session = owner->Session();
-            PostMessageW(window, WM_OnForceI, static_cast<WPARAM>(session.channel.Get()),
-                         session.stream.Get());
-        }
-        NORIX_LOG("RTSPCallback", 1, "PostMessage(0x%08x, WM_OnForceI)", WindowNumber(window));
-    }
-    return code;
 }
 
 void CNorixSDKCtrl::OpenDeliveries() {

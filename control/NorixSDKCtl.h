@@ -7,14 +7,15 @@
 #include <memory>
 #include <optional>
 
+#include "control/ControlHosts.h"
 #include "control/ControlProperties.h"
 #include "control/Delivery.h"
 #include "control/DropTarget.h"
 #include "control/HostPage.h"
 #include "control/connection/CameraLink.h"
 #include "control/connection/Connection.h"
-#include "control/connection/Playback.h"
 #include "control/connection/SessionContext.h"
+#include "control/connection/WindowsMeans.h"
 #include "control/view/DrawingCommands.h"
 #include "control/view/MouseEvents.h"
 #include "control/view/OverlappedWindows.h"
@@ -29,29 +30,22 @@
 
 namespace norix {
 
-/// Timers of the control's window, 1000 ms each.
+/// Timers of the control's window.
 enum ControlTimer : UINT_PTR {
-    kTimerStatistics = 3,
-    kTimerAutoConnect = 5,
-    kTimerReconnect = 9,
+    kTimerStatistics = static_cast<UINT_PTR>(ConnectionTimer::Statistics),
+    kTimerAutoConnect = static_cast<UINT_PTR>(ConnectionTimer::AutoConnect),
+    kTimerReconnect = static_cast<UINT_PTR>(ConnectionTimer::Reconnect),
     kTimerDeferredView = 11,
+    kTimerReports = static_cast<UINT_PTR>(ConnectionTimer::Reports),
 };
 inline constexpr UINT kTimerPeriod = 1000;
-
-/// What the RTSP session driver calls, on its thread. Code 1: the connection status `value` is reported.
-/// Code 2: a key frame is wanted. Both are posted to the control's window. Any other code does nothing.
-/// Returns the code. `control` is a CNorixSDKCtrl and may be null.
-int RTSPCallback(int code, unsigned value, void* control);
 
 /// The control: what a host creates by "NORIXSDK.NorixSDKCtrl.1".
 ///
 /// A façade. It owns the parts that do the work and is where they meet: automation methods forward to them,
 /// messages of worker threads arrive here and become events. Everything runs on the thread that created it;
 /// worker threads reach it only through the private window messages of media/ControlMessages.h.
-class CNorixSDKCtrl final : public framework::COleControl,
-                            private ViewHost,
-                            private DropSink,
-                            private AudioPanelSink {
+class CNorixSDKCtrl final : public framework::COleControl, private DropSink, private AudioPanelSink {
   public:
     class CNorixSDKCtrlFactory final : public framework::COleObjectFactory {
       public:
@@ -65,7 +59,6 @@ class CNorixSDKCtrl final : public framework::COleControl,
 
     ControlProperties& Properties() { return m_properties; }
     SessionContext& Session() { return *m_session; }
-    std::shared_ptr<SessionContext> SharedSession() { return m_session; }
     CameraLink& Camera() { return m_camera; }
     Connection& ConnectionState() { return m_connection; }
     StatusView& Status() { return m_statusView; }
@@ -73,10 +66,11 @@ class CNorixSDKCtrl final : public framework::COleControl,
     /// The page that holds the control; nothing in a host that is no browser.
     const std::optional<HostPage>& Page() const { return m_page; }
 
-    /// How the picture of a connection is to look now.
-    ViewState CurrentView() const;
-    /// Something of it has changed: shows it so.
+    /// How the picture is to look has changed: shows it so.
     void ViewChanged();
+
+    /// Ends a recording whose drive is almost full.
+    void WatchDisk();
 
     /// Opened when a connection starts, closed when it ends.
     void OpenDeliveries();
@@ -190,6 +184,7 @@ class CNorixSDKCtrl final : public framework::COleControl,
   private:
     HRESULT OnCreate();
     void OnDestroy();
+    bool IsCaptionShown() const;
     void OnTimer(UINT_PTR id);
     /// The private messages; false for any other message.
     bool OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam);
@@ -201,8 +196,6 @@ class CNorixSDKCtrl final : public framework::COleControl,
     void OnIVAEvent(long index, long functionType);
     void OnShowAuthDialog();
     void OnTextDropped(const std::wstring& text) override;
-    HWND Window() const override;
-    std::shared_ptr<CDecoder> Decoder() override { return m_connection.Decoder(); }
     void OnSize();
     void SetMute(bool mute) override;
     void SetVolume(int volume) override;
@@ -219,17 +212,21 @@ class CNorixSDKCtrl final : public framework::COleControl,
     ControlProperties m_properties;
     framework::ObjectSafety<CNorixSDKCtrl> m_objectSafety;
     util::Event m_windowCreated{util::Event::Kind::kManualReset};
-    std::shared_ptr<SessionContext> m_session;  // shared with the threads of connections
+    const std::shared_ptr<SessionContext> m_session =
+        std::make_shared<SessionContext>();  // its threads' as well
     std::optional<HostPage> m_page;
-    CameraLink m_camera;
+    ControlAsConnectionHost m_connectionHost{*this};
+    ControlAsViewHost m_viewHost{*this};
+    WindowsMeans m_means{m_session};
+    CameraLink m_camera{m_connectionHost, m_means};
     StatusView m_statusView;
-    MouseEvents m_mouse;
-    ViewCommands m_viewCommands;
-    DrawingCommands m_drawingCommands{*this, m_viewCommands};
-    OverlappedWindows m_overlapped{*this, m_viewCommands};
+    MouseEvents m_mouse{m_viewHost};
+    ViewCommands m_viewCommands{m_viewHost};
+    DrawingCommands m_drawingCommands{m_viewHost, m_viewCommands};
+    OverlappedWindows m_overlapped{m_viewHost, m_viewCommands};
     PixelSize m_windowSize;  // the last one at which there was something to see
     AudioPanel m_audioPanel{*this};
-    Connection m_connection;
+    Connection m_connection{m_connectionHost, m_means, m_camera, m_session};
     DeliveryGate m_dioStatusDelivery;
     DeliveryGate m_newFrameDelivery;
     DeliveryGate m_newPacketDelivery;

@@ -4,7 +4,12 @@
 #include <algorithm>
 #include <charconv>
 
+#include "control/DiskSpace.h"
+#include "control/Events.h"
 #include "control/NorixSDKCtl.h"
+#include "control/connection/Playback.h"
+#include "render/decode/Decoder.h"
+#include "render/present/Presenter.h"
 #include "render/snapshot/SnapshotName.h"
 #include "util/Log.h"
 #include "util/Settings.h"
@@ -56,7 +61,8 @@ void CNorixSDKCtrl::OnMagicCodeChanged() {
 // What the threads of a connection read from the parameter block, at once.
 void CNorixSDKCtrl::OnForceGDIChanged() {
     Pass(m_properties.forceGDI, m_session->param.forceGDI);
-    m_connection.ChangePresenter();
+    if (const auto decoder = m_connection.Decoder())
+        decoder->SetPresenter(MakePresenter(*decoder, m_session->param));
 }
 void CNorixSDKCtrl::OnNotifyVideoDataChanged() {
     Pass(m_properties.notifyVideoData, m_session->param.notifyVideoData);
@@ -158,7 +164,7 @@ void CNorixSDKCtrl::SetInterfaceAddress(const Text& address) {
 }
 
 short CNorixSDKCtrl::GetStreamType() const {
-    return static_cast<short>(m_session->param.videoCodec.Get());
+    return static_cast<short>(m_connection.StreamCodec());
 }
 
 // ---- Connection
@@ -168,6 +174,15 @@ long CNorixSDKCtrl::Connect() {
 }
 long CNorixSDKCtrl::Disconnect() {
     return m_connection.Disconnect();
+}
+
+void CNorixSDKCtrl::WatchDisk() {
+    const short status = m_properties.recordStatus;
+    if (status != ersRecordStart && status != ersRecording) return;
+    if (!IsDiskAlmostFull(m_properties.recordVideoPath)) return;
+    StopRecording(0);
+    m_properties.recordStatus = ersDiskFull;
+    FireEvent(events::OnRecordStatus, static_cast<long>(ersDiskFull));
 }
 
 void CNorixSDKCtrl::SetMulticastInfo(const Text& address, const Text& videoPort, const Text& audioPort) {

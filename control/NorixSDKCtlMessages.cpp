@@ -54,6 +54,9 @@ bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam)
         case WM_OnConnectStatus:
             m_connection.OnConnectStatus(static_cast<EConnectStatus>(first));
             return true;
+        case WM_OnConnectStep:
+            m_connection.OnStepDone(static_cast<unsigned>(wParam));
+            return true;
         case WM_OnDisConnect:
             NORIX_LOG("CNorixSDKCtrl::OnDisconnect", 1,
                       "CNorixSDKCtrl::OnDisconnect() begins, received WM_OnDisConnect message");
@@ -81,7 +84,7 @@ bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam)
 }
 
 void CNorixSDKCtrl::OnForceI(long channel, long stream) {
-    m_camera.Commands().RequestIFrame(channel, stream);
+    m_camera.RequestKeyFrame(channel, stream);
 }
 
 void CNorixSDKCtrl::OnNewFrame(const void* description, const void* bytes) {
@@ -151,7 +154,7 @@ void CNorixSDKCtrl::OnShowAuthDialog() {
     if (!entered) return;
     m_properties.username = entered->user;
     m_properties.password = entered->password;
-    if (HasWindow()) SetTimer(Handle(), kTimerReconnect, kTimerPeriod, nullptr);
+    m_connection.OnSignedIn();
 }
 
 }  // namespace norix

@@ -27,6 +27,7 @@ enum ControlMessage : std::uint32_t {
     WM_OnIVAEvent = kControlMessageBase + 15,           // analytics index      function type
     WM_OnGeneralEvent = kControlMessageBase + 16,       // event type           (index << 8) | status
     WM_OnShowAuthDialog = kControlMessageBase + 17,     // 0                    0
+    WM_OnConnectStep = kControlMessageBase + 18,        // number of the step   0
 };
 
 /// wParam of WM_OnNewFrame.

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
+#include <utility>
+#include <vector>
 
 #include "media/ControlMessages.h"
 #include "media/MediaPlatform.h"
@@ -19,6 +22,18 @@ class ControlWindow {
         platform::PostToWindow(Get(), message, wParam, lParam);
     }
 
+    /// Posts a connection's status, EConnectStatus. One that a full queue does not take is kept for the
+    /// window's thread, which looks for such while there is a connection.
+    void Report(std::uint32_t status) {
+        if (platform::PostToWindow(Get(), WM_OnConnectStatus, status, 0)) return;
+        std::lock_guard<std::mutex> lock(m_lock);
+        m_unposted.push_back(status);
+    }
+    std::vector<std::uint32_t> TakeUnposted() {
+        std::lock_guard<std::mutex> lock(m_lock);
+        return std::exchange(m_unposted, {});
+    }
+
     /// For messages that carry pointers: returns when the window thread has handled the message. Never called
     /// with a lock held. While that thread stops a worker it answers, so a worker may be inside a send then.
     void Send(ControlMessage message, const void* wParam, const void* lParam) const {
@@ -28,6 +43,8 @@ class ControlWindow {
 
   private:
     Shared<WindowHandle> m_window{nullptr};
+    std::mutex m_lock;
+    std::vector<std::uint32_t> m_unposted;  // guarded by m_lock
 };
 
 }  // namespace norix

@@ -76,6 +76,7 @@ void CCtrlParam::ResetForNewStream() {
     streamProblem.Set({});
     soundPlayed.Set(true);
     streamForm.Set(StreamForm::Unknown);
+    refusal.Set(0);
     for (auto& level : regionLevel)
         level.Set(0);
     m_pictureWidth.Set(0);

@@ -98,6 +98,9 @@ class CCtrlParam {
 
     Shared<StreamForm> streamForm{StreamForm::Unknown};
 
+    /// The status (RTSP, HTTP) with which the stream's server has refused it; 0: it has not.
+    Shared<std::int32_t> refusal{0};
+
     // Written by the decode thread
     // ---------------------------------------------------------------------------
 

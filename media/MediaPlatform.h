@@ -16,8 +16,9 @@ using WindowHandle = HWND__*;
 
 namespace platform {
 
-/// Both do nothing for a null window. Send waits until the window's thread has handled the message.
-void PostToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
+/// Both do nothing for a null window. Send waits until the window's thread has handled the message. Post
+/// returns false when the window's queue is full.
+bool PostToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
 void SendToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
 
 MediaSettings ReadMediaSettings() noexcept;

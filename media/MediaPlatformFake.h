@@ -32,6 +32,8 @@ class FakePlatform {
 
     /// Called on the sender's thread while pointers in the message are valid.
     std::function<void(const Message&)> onSend;
+    bool queueFull = false;       // nothing can be posted
+    std::uint32_t skippedMs = 0;  // by which the timer is ahead
     MediaSettings media;
     PtsSettings pts;
 };

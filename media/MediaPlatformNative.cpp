@@ -47,8 +47,13 @@ std::vector<FakePlatform::Message> FakePlatform::Messages() const {
     return g_messages;
 }
 
-void PostToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) {
+bool PostToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) {
+    {
+        std::lock_guard<std::mutex> lock(g_lock);
+        if (g_fake && g_fake->queueFull) return false;
+    }
     if (window) Keep(false, message, wParam, lParam);
+    return true;
 }
 
 void SendToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) {
@@ -71,7 +76,8 @@ std::uint64_t Ticks100ns() noexcept {
 }
 
 std::uint32_t TimerMs() noexcept {
-    return static_cast<std::uint32_t>(Ticks100ns() / 10'000);
+    std::lock_guard<std::mutex> lock(g_lock);
+    return static_cast<std::uint32_t>(Ticks100ns() / 10'000) + (g_fake ? g_fake->skippedMs : 0);
 }
 
 void SleepMs(std::uint32_t milliseconds) noexcept {

@@ -7,8 +7,8 @@
 
 namespace norix::platform {
 
-void PostToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) {
-    if (window) PostMessageW(window, message, wParam, lParam);
+bool PostToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) {
+    return !window || PostMessageW(window, message, wParam, lParam);
 }
 
 void SendToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) {

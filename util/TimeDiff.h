@@ -7,7 +7,7 @@
 // gives "[TimeDiff] CNorixSDKCtrl::Connect() = 12.34 (ms)" when the scope ends and the scope-timing switch is
 // on. A local object of one thread. Nothing throws.
 
-#include <cstdint>
+#include <chrono>
 
 namespace util {
 
@@ -20,9 +20,10 @@ class CTimeDiff {
     CTimeDiff& operator=(const CTimeDiff&) = delete;
 
   private:
+    using Clock = std::chrono::steady_clock;
+
     const char* m_label;
-    int64_t m_frequency;  // counts per second
-    int64_t m_start;      // counts
+    Clock::time_point m_start;
 };
 
 }  // namespace util

@@ -22,9 +22,11 @@ std::string StreamAddress(const char* stated, std::uint32_t protocol) {
 
 }  // namespace
 
-std::optional<OnvifStream> AskOnvif(IKsOnvifMedia& media, const OnvifQuestion& question) {
+std::optional<OnvifStream> AskOnvif(IKsOnvifMedia& media, const OnvifQuestion& question,
+                                    KsOnvifResult* code) {
     if (question.protocol < kKsOnvifUdp || question.protocol > kKsOnvifMulticast) return std::nullopt;
-    const auto failed = [](const char* step, KsOnvifResult result) {
+    const auto failed = [code](const char* step, KsOnvifResult result) {
+        if (code != nullptr) *code = result;
         NORIX_LOG("AskOnvif", 1, "%s failed: 0x%08x", step, static_cast<unsigned>(result));
         return std::nullopt;
     };

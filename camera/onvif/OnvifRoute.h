@@ -38,6 +38,8 @@ struct OnvifStream {
 /// Profile, stream address, frame-rate limit, in this order. Nothing when the camera has no answer that can
 /// be used; why is in the log. Blocks while the camera is asked, within the limits of OnvifMedia.h. Throws
 /// nothing but bad_alloc.
-std::optional<OnvifStream> AskOnvif(IKsOnvifMedia& media, const OnvifQuestion& question);
+/// `result`, where it is given, gets the code that ended the round.
+std::optional<OnvifStream> AskOnvif(IKsOnvifMedia& media, const OnvifQuestion& question,
+                                    KsOnvifResult* result = nullptr);
 
 }  // namespace norix

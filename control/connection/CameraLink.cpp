@@ -1,71 +1,77 @@
 #include "control/connection/CameraLink.h"
 
 #include <algorithm>
-#include <utility>
-
-#include "control/NorixSDKCtl.h"
-#include "util/Text.h"
 
 namespace norix {
 
 SignIn CameraLink::CurrentSignIn() const {
-    const ControlProperties& properties = m_owner.Properties();
-    if (properties.username.empty()) return m_fallback;
-    return {properties.username, properties.password};
+    const ConnectionSettings settings = m_host.Settings();
+    if (settings.username.empty()) return m_fallback;
+    return {settings.username, settings.password};
+}
+
+SignIn CameraLink::SignInFor(const protocol::Origin&) const {
+    return CurrentSignIn();
 }
 
 CameraCommands& CameraLink::Commands() {
-    const ControlProperties& properties = m_owner.Properties();
-    const SignIn signIn = CurrentSignIn();
+    const ConnectionSettings settings = m_host.Settings();
     CameraAccess& access = m_commands.access;
-    if (const std::string server = util::WideToUtf8(properties.serverIP); server != access.serverIP) {
-        access.serverIP = server;
+    if (settings.serverIP != access.serverIP) {
+        access.serverIP = settings.serverIP;
         m_https = false;
         m_httpsPort = kDefaultHttpsPort;
     }
-    access.httpPort = properties.httpPort;
+    access.httpPort = settings.httpPort;
     access.https = m_https;
     access.httpsPort = m_httpsPort;
-    if (m_owner.Page() && m_owner.Page()->isHttps) {
+    if (settings.pageIsHttps) {
         access.https = true;
-        access.httpsPort = m_owner.Page()->port;
+        access.httpsPort = settings.pagePort;
     }
-    access.username = util::WideToUtf8(signIn.user);
-    access.password = util::WideToUtf8(signIn.password);
-    access.ignoreCaption = properties.ignoreCaption;
-    access.captionInfo = properties.captionInfo;
+    const SignIn signIn = SignInFor(
+        protocol::makeOrigin(access.https ? "https" : "http", access.serverIP,
+                             static_cast<std::uint16_t>(access.https ? access.httpsPort : access.httpPort)));
+    access.username = signIn.user;
+    access.password = signIn.password;
+    access.ignoreCaption = settings.ignoreCaption;
+    access.captionInfo = settings.captionInfo;
     return m_commands;
 }
 
-CameraCommands::Outcome CameraLink::ReadCamera(StreamSelection& selection) {
+std::shared_ptr<CameraInquiry> CameraLink::Prepare(const StreamSelection& selection,
+                                                   EConnectProtocol protocol) {
     CameraCommands& commands = Commands();
-    const auto camera = [&] { return std::pair(commands.access.serverIP, commands.access.httpPort); };
-    if (camera() != m_known) commands.Forget();
-    const CameraCommands::Outcome outcome = commands.RequestCameraInformation(selection);
-    // While a camera is away, what it said before is still the best guess.
-    if (!outcome.reached && commands.Codecs()) selection = SelectStream(*commands.Codecs(), selection);
-    m_known = camera();
-    m_owner.Properties().httpPort = commands.access.httpPort;
-    m_https = commands.access.https;
-    m_httpsPort = commands.access.httpsPort;
-    return outcome;
+    const std::pair camera(commands.access.serverIP, commands.access.httpPort);
+    if (camera != m_known) commands.Forget();
+    m_known = camera;
+    const ConnectionSettings settings = m_host.Settings();
+    auto inquiry = std::make_shared<CameraInquiry>(m_means.MakeCameraServices(), commands);
+    inquiry->selection = selection;
+    inquiry->protocol = protocol;
+    inquiry->streamKnown = !settings.streamUri.empty();
+    inquiry->onvif.mediaServiceUri = settings.mediaServiceUri;
+    inquiry->onvif.profileToken = settings.profileToken;
+    inquiry->onvif.streamIndex = static_cast<std::uint32_t>(std::max(settings.stream, 1));
+    return inquiry;
 }
 
-std::optional<OnvifStream> CameraLink::AskOnvif(EConnectProtocol protocol) {
-    const CameraAccess& access = Commands().access;
-    const ControlProperties& properties = m_owner.Properties();
-    OnvifQuestion question;
-    question.host = access.serverIP;
-    question.port = static_cast<std::uint16_t>(access.https ? access.httpsPort : access.httpPort);
-    question.secure = access.https;
-    question.user = access.username;
-    question.password = access.password;
-    question.mediaServiceUri = util::WideToUtf8(properties.mediaServiceUri);
-    question.profileToken = util::WideToUtf8(properties.profileToken);
-    question.streamIndex = static_cast<std::uint32_t>(std::max(properties.streamIndex, 1L));
-    question.protocol = protocol;
-    if (!m_onvif) m_onvif = std::make_unique<OnvifProvider>(m_transport);
-    return norix::AskOnvif(m_onvif->Media(), question);
+void CameraLink::Take(const CameraInquiry& inquiry) {
+    const CameraAccess& access = inquiry.commands.access;
+    // The host may have named another camera meanwhile.
+    if (!inquiry.ran || m_host.Settings().serverIP != access.serverIP) return;
+    m_commands.TakeFacts(inquiry.commands);
+    m_known = {access.serverIP, access.httpPort};
+    m_host.SetHttpPort(access.httpPort);
+    m_commands.access.serverIP = access.serverIP;
+    m_https = access.https;
+    m_httpsPort = access.httpsPort;
+}
+
+void CameraLink::RequestKeyFrame(std::int32_t channel, std::int32_t stream) {
+    const auto services = m_means.MakeCameraServices();
+    const auto commands = std::make_shared<CameraCommands>(services->Transport(), Commands());
+    m_means.RunBeside([services, commands, channel, stream] { commands->RequestIFrame(channel, stream); });
 }
 
 }  // namespace norix

@@ -1,50 +1,55 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 
 #include "camera/CameraCommands.h"
-#include "camera/WinInetTransport.h"
-#include "camera/onvif/OnvifProvider.h"
-#include "control/Enumerations.h"
-#include "control/connection/SavedCredentials.h"
+#include "control/connection/CameraInquiry.h"
+#include "control/connection/ConnectionHost.h"
+#include "control/connection/ConnectionMeans.h"
+#include "control/connection/SignIn.h"
+#include "protocol/Origin.h"
 
 namespace norix {
 
-class CNorixSDKCtrl;
-
 /// The control's camera as its web server: commands, parameters and the ONVIF services, asked with what the
-/// control's properties say at the moment. Window thread; every request blocks it for a bounded time.
+/// control's properties say at the moment. Window thread; a request that is made here blocks it for a bounded
+/// time, an inquiry does not.
 class CameraLink {
   public:
-    explicit CameraLink(CNorixSDKCtrl& owner) : m_owner(owner) {}
+    CameraLink(CameraHost& host, ConnectionMeans& means)
+        : m_host(host),
+          m_means(means),
+          m_services(means.MakeCameraServices()),
+          m_commands(m_services->Transport()) {}
 
     /// The command channel, with the properties as they are now.
     CameraCommands& Commands();
 
-    /// Asks the camera for everything a connection wants to know of it and takes its ports over into the
-    /// properties. Fits `selection` to its streams.
-    CameraCommands::Outcome ReadCamera(StreamSelection& selection);
+    /// Questions that a worker may ask, with the properties as they are now and what is known of this camera.
+    std::shared_ptr<CameraInquiry> Prepare(const StreamSelection& selection, EConnectProtocol protocol);
+    /// Takes over what the camera has said, its ports into the properties.
+    void Take(const CameraInquiry& inquiry);
 
-    /// The ONVIF services' answer: the address of the stream that the properties name. Nothing when there is
-    /// none, which a camera that does not answer may take some seconds to show.
-    std::optional<OnvifStream> AskOnvif(EConnectProtocol protocol);
+    /// Asks the camera for a key frame beside the window's thread; nobody hears whether it did.
+    void RequestKeyFrame(std::int32_t channel, std::int32_t stream);
 
     /// Whom requests are signed by while the property `username` is empty.
     void SetFallbackSignIn(const SignIn& signIn) { m_fallback = signIn; }
-    /// Whom requests are signed by now.
+    /// Whom requests are signed by now, wherever they go.
     SignIn CurrentSignIn() const;
+    /// Whom a request to this place is signed by: the one place where that is decided.
+    SignIn SignInFor(const protocol::Origin& place) const;
 
   private:
     static constexpr std::int32_t kDefaultHttpsPort = 443;
 
-    CNorixSDKCtrl& m_owner;
+    CameraHost& m_host;
+    ConnectionMeans& m_means;
     SignIn m_fallback;
-    WinInetTransport m_transport;
-    CameraCommands m_commands{m_transport};
-    std::unique_ptr<OnvifProvider> m_onvif;        // made when first asked: it looks for the maker's library
+    const std::shared_ptr<CameraServices> m_services;
+    CameraCommands m_commands;
     std::pair<std::string, std::int32_t> m_known;  // host and port of the camera last read
     bool m_https = false;                          // as the camera at that server said
     std::int32_t m_httpsPort = kDefaultHttpsPort;

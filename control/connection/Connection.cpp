@@ -2,25 +2,26 @@
 
 #include <algorithm>
 #include <iterator>
+#include <random>
 #include <utility>
 
 #include "camera/FrameRateIndex.h"
-#include "control/DiskSpace.h"
-#include "control/Events.h"
-#include "control/NorixSDKCtl.h"
-#include "control/connection/SavedCredentials.h"
 #include "control/connection/StreamAddress.h"
-#include "media/ControlMessages.h"
+#include "media/MediaPlatform.h"
+#include "protocol/Url.h"
 #include "util/Log.h"
-#include "util/LogSetup.h"
 #include "util/Redact.h"
-#include "util/Settings.h"
-#include "util/Text.h"
+#include "util/StopRule.h"
 #include "util/TimeDiff.h"
 
 namespace norix {
 
 namespace {
+
+constexpr unsigned kSecondMs = 1000;
+constexpr unsigned kReportsMs = 500;
+/// Beyond all limits that a conversation with a camera keeps by itself.
+constexpr unsigned kStepLimitMs = 20000;
 
 /// How each status shows itself. A null caption leaves the caption and picture as they are.
 struct StatusAppearance {
@@ -49,6 +50,14 @@ VideoCodec PreferredCodec(std::uint32_t videoOption) {
     return codec == VideoCodec::Mpeg4 || codec == VideoCodec::Mjpeg ? codec : VideoCodec::H264;
 }
 
+/// Texts of our own and of protocols.
+std::wstring Widen(const std::string& ascii) {
+    std::wstring text;
+    for (const char c : ascii)
+        text += c > 0 && c < 0x7F ? static_cast<wchar_t>(c) : L'?';
+    return text;
+}
+
 /// 0 or less: not known.
 void SetServerFrameRate(CCtrlParam& param, std::int32_t framesPerSecond) {
     param.serverFrameRate.Set(std::max(framesPerSecond, 0));
@@ -57,176 +66,307 @@ void SetServerFrameRate(CCtrlParam& param, std::int32_t framesPerSecond) {
 
 }  // namespace
 
-Connection::Connection(CNorixSDKCtrl& owner) : m_owner(owner) {}
+Connection::Connection(ConnectionHost& host, ConnectionMeans& means, CameraLink& camera,
+                       std::shared_ptr<SessionContext> session)
+    : m_host(host), m_means(means), m_camera(camera), m_session(std::move(session)) {}
 Connection::~Connection() = default;
 
 // ---- Connecting
 
 long Connection::Connect() {
-    const std::string server = util::WideToUtf8(m_owner.Properties().serverIP);
-    NORIX_LOG("CNorixSDKCtrl::Connect", 1, "CNorixSDKCtrl::Connect(%s) begins", server.c_str());
+    NORIX_LOG("CNorixSDKCtrl::Connect", 1, "CNorixSDKCtrl::Connect(%s) begins",
+              m_host.Settings().serverIP.c_str());
     const util::CTimeDiff timing("CNorixSDKCtrl::Connect()");
-    if (!Begin()) return -1;
-    Attempt attempt;
-    attempt.number = m_attempts;
-    util::ReadLogDetails();
-    const util::ClientOptions options = util::ReadClientOptions();
-    attempt.protocol = ChooseProtocol(m_owner.Properties().videoProtocol, options.protocol);
-    attempt.media = ChooseMedia(m_owner.Properties().mediaType);
-    attempt.selection = {m_owner.Properties().chIndex, m_owner.Properties().streamIndex,
-                         PreferredCodec(options.video)};
+    // A window that was destroyed again leaves nowhere to report to.
+    if (!m_host.WaitForWindow() || !m_host.HasWindow() || !Begin()) return -1;
+    const unsigned number = m_attempts;
+    m_hostWaits = true;
+    Start();
+    WorkOn(number);
+    if (m_attempts == number) m_hostWaits = false;
+    // While a step is waited for, messages are answered: the host may have ended the attempt, and begun
+    // another.
+    return IsCurrent(number) ? m_attempt.result.value_or(-1) : -1;
+}
 
-    LocateCamera();
-    ReadCamera(attempt);
-    // Threads that did not end hold on to what they share; another connection must not share it with them.
-    if (!m_abandoned.expired()) {
-        NORIX_LOG("CNorixSDKCtrl::Connect", 1, "a thread of the previous connection has not ended yet");
-        return Fail();
+/// Waits for one step after the other.
+void Connection::WorkOn(unsigned number) {
+    while (IsCurrent(number) && !m_attempt.result && m_attempt.step != 0) {
+        const unsigned step = m_attempt.step;
+        const std::shared_ptr<StepSignal> signal = m_attempt.signal;
+        const bool done = m_means.Await(*signal, kStepLimitMs);
+        if (!IsCurrent(number)) return;
+        if (!done) return Fail();
+        OnStepDone(step);
     }
-    Prepare(attempt);
-    const bool overHttp = m_owner.Properties().streamUri.empty() && attempt.protocol == ecpHTTP &&
-                          attempt.selection.codec == VideoCodec::Mjpeg;
-    const bool started = overHttp ? StartHttp(attempt) : StartRtsp(attempt);
-    // While a stream is waited for, messages are answered: the host may have ended the attempt.
-    if (!IsCurrent(attempt.number)) return -1;
-    if (!started) return Fail();
-    if (overHttp) {
-        NORIX_LOG("CNorixSDKCtrl::Connect", 1, "OnConnectStatus(eConnected)");
-        OnConnectStatus(ecsConnected);
-        return IsCurrent(attempt.number) ? 0 : -1;
-    }
-    SaveSignIn();
-    NORIX_LOG("CNorixSDKCtrl::Connect", 1, "CNorixSDKCtrl::Connect(%s) ends",
-              util::WideToUtf8(m_owner.Properties().serverIP).c_str());
-    return 0;
+}
+
+void Connection::ConnectInBackground() {
+    if (!m_host.HasWindow()) return;
+    NORIX_LOG("CNorixSDKCtrl::Connect", 1, "CNorixSDKCtrl::Connect(%s) begins",
+              m_host.Settings().serverIP.c_str());
+    if (!Begin()) return;
+    m_hostWaits = false;
+    Start();
 }
 
 /// Takes the connection's place and tells the host; false when there is one already, or the host has ended
 /// it.
 bool Connection::Begin() {
-    // A window that was destroyed again leaves nowhere to report to.
-    if (!m_owner.WaitForWindowCreation() || !m_owner.HasWindow()) return false;
     // Also while a connection is there: the timer would tick for as long as that lasts.
-    KillTimer(m_owner.Handle(), kTimerAutoConnect);
+    m_host.StopTimer(ConnectionTimer::AutoConnect);
     if (m_active || m_disconnecting) return false;
     m_active = true;
+    m_failed = false;
     m_refused = false;
-    const unsigned attempt = ++m_attempts;
-    KillTimer(m_owner.Handle(), kTimerReconnect);
+    m_onvifDenied = false;
+    m_attempt = {};
+    const unsigned number = ++m_attempts;
+    m_host.StopTimer(ConnectionTimer::Reconnect);
+    m_host.StartTimer(ConnectionTimer::Reports, kReportsMs);
     NORIX_LOG("CNorixSDKCtrl::Connect", 1, "OnConnectStatus(eConnecting)");
-    OnConnectStatus(ecsConnecting);
+    HandleStatus(ecsConnecting);
     // Inside the event the host may have disconnected, even connected again.
-    return IsCurrent(attempt);
+    return IsCurrent(number);
 }
 
-/// Reports that nothing was started.
-long Connection::Fail() {
-    NORIX_LOG("CNorixSDKCtrl::Connect", 1, "OnConnectStatus(eConnectFail)");
-    OnConnectStatus(ecsConnectFail);
-    return -1;
+void Connection::Start() {
+    const UserChoices choices = m_host.ReadUserChoices();
+    LocateCamera();
+    const ConnectionSettings settings = m_host.Settings();
+    m_attempt.protocol = ChooseProtocol(settings.videoProtocol, choices.protocol);
+    m_attempt.media = ChooseMedia(settings.mediaType);
+    m_attempt.selection = {settings.channel, settings.stream, PreferredCodec(choices.video)};
+    if (!settings.serverIP.empty() && !m_host.MayReach(settings.serverIP)) return Fail();
+
+    const bool push = settings.onPage && m_attempt.protocol == ecpMulticastPush;
+    if (push) return StartStream();
+    if (Ask()) return;
+    StartStream();
 }
 
 /// An address that the host has set says where the camera is, unless a page does, and perhaps who asks.
 void Connection::LocateCamera() {
-    ControlProperties& properties = m_owner.Properties();
+    ConnectionSettings settings = m_host.Settings();
     SignIn signIn;
-    if (!m_owner.Page()) {
-        const auto location = norix::LocateCamera(util::WideToUtf8(properties.streamUri),
-                                                  util::WideToUtf8(properties.mediaServiceUri));
-        if (location) {
-            properties.serverIP = util::Utf8ToWide(location->host);
-            if (location->httpPort) properties.httpPort = *location->httpPort;
-            signIn = {util::Utf8ToWide(location->user), util::Utf8ToWide(location->password)};
+    if (!settings.onPage) {
+        if (const auto location = norix::LocateCamera(settings.streamUri, settings.mediaServiceUri)) {
+            settings.serverIP = location->host;
+            m_host.SetServerIP(location->host);
+            if (location->httpPort) m_host.SetHttpPort(*location->httpPort);
+            signIn = {location->user, location->password};
         }
     }
-    if (properties.username.empty() && signIn.user.empty()) {
+    if (settings.username.empty() && signIn.user.empty()) {
         const util::CTimeDiff timing("CNorixSDKCtrl::GetUserAuthentication()");
-        signIn = SavedCredentials::Load(properties.serverIP).value_or(SignIn());
+        signIn = m_means.LoadSignIn(settings.serverIP).value_or(SignIn());
     }
-    m_owner.Camera().SetFallbackSignIn(signIn);
+    m_camera.SetFallbackSignIn(signIn);
 }
 
 void Connection::SaveSignIn() {
     const util::CTimeDiff timing("CNorixSDKCtrl::SetUserAuthentication()");
-    const SignIn signIn = m_owner.Camera().CurrentSignIn();
-    if (!signIn.user.empty()) SavedCredentials::Save(m_owner.Properties().serverIP, signIn);
+    const SignIn signIn = m_camera.CurrentSignIn();
+    if (!signIn.user.empty()) m_means.SaveSignIn(m_host.Settings().serverIP, signIn);
 }
 
-void Connection::ReadCamera(Attempt& attempt) {
-    if (m_owner.Page() && attempt.protocol == ecpMulticastPush) return;
-    const util::CTimeDiff timing("CNorixSDKCtrl::Connect() SendCGICommand");
-    const CameraCommands::Outcome outcome = m_owner.Camera().ReadCamera(attempt.selection);
-    const CameraCommands& camera = m_owner.Camera().Commands();
-    const bool known = camera.Codecs() != nullptr;
-    m_refused = outcome.unauthorized;
-    attempt.askOnvif = !m_owner.Properties().mediaServiceUri.empty() ||
-                       (outcome.reached && (!known || camera.System().onvifSupport != 0));
+void Connection::NextStep() {
+    m_attempt.step = ++m_steps;
+    m_attempt.signal = m_means.MakeSignal(m_attempt.step);
 }
 
-/// The parameter block, the caption and the players, fresh for the streams to come.
-void Connection::Prepare(const Attempt& attempt) {
-    SessionContext& session = m_owner.Session();
-    CCtrlParam& param = session.param;
-    const VideoSettings& video = m_owner.Camera().Commands().Video();
+/// Has a worker ask the camera; true when the stream has to wait for that.
+bool Connection::Ask() {
+    auto inquiry = m_camera.Prepare(m_attempt.selection, m_attempt.protocol);
+    const auto runBeside = [&](std::shared_ptr<StepSignal> signal) {
+        return m_means.RunBeside([inquiry, signal] {
+            const util::CTimeDiff timing("CNorixSDKCtrl::Connect() SendCGICommand");
+            inquiry->Run();
+            signal->Done();
+        });
+    };
+    if (inquiry->streamKnown) {
+        m_besideStep = ++m_steps;
+        m_beside = inquiry;
+        runBeside(m_means.MakeSignal(m_besideStep));
+        return false;
+    }
+    NextStep();
+    m_attempt.inquiry = inquiry;
+    m_attempt.asked = true;
+    if (runBeside(m_attempt.signal)) return true;
+    m_attempt.step = 0;
+    m_attempt.inquiry.reset();
+    return false;
+}
+
+void Connection::OnStepDone(unsigned step) {
+    if (step == m_besideStep && m_beside) {
+        const auto inquiry = std::exchange(m_beside, nullptr);
+        m_camera.Take(*inquiry);
+        if (m_active && m_reception) DescribeStream();
+        return;
+    }
+    if (!m_active || step != m_attempt.step || step == 0) return;
+    m_attempt.step = 0;
+    if (const auto inquiry = std::exchange(m_attempt.inquiry, nullptr)) {
+        TakeInquiry(*inquiry);
+        return StartStream();
+    }
+    if (!m_reception) return;
+    switch (m_reception->TakeHttpAnswer()) {
+        case StreamReception::Answer::Streaming: {
+            const unsigned number = m_attempts;
+            NORIX_LOG("CNorixSDKCtrl::Connect", 1, "OnConnectStatus(eConnected)");
+            HandleStatus(ecsConnected);
+            if (IsCurrent(number)) End(0);
+            return;
+        }
+        case StreamReception::Answer::Refused:
+            return Fail(ecsUserAuthenticationFail);
+        case StreamReception::Answer::Failed:
+            return Fail();
+    }
+}
+
+void Connection::TakeInquiry(const CameraInquiry& inquiry) {
+    m_camera.Take(inquiry);
+    m_attempt.selection = inquiry.selection;
+    m_attempt.reached = inquiry.outcome.reached;
+    m_attempt.onvif = inquiry.stream;
+    m_refused = inquiry.outcome.unauthorized;
+    m_onvifDenied = inquiry.onvifDenied;
+}
+
+/// Whether no thread of an earlier connection uses the parameter block any more; waits for those that are
+/// about to end, where that is allowed.
+bool Connection::AwaitParam(bool wait) {
+    constexpr std::uint32_t kStepMs = 10;
+    constexpr std::uint32_t kLimitMs = util::kStopWaitMs * (util::kStopAttempts + 1);
+    const unsigned number = m_attempts;
+    for (;;) {
+        std::erase_if(m_leaving, [](const Leaving& leaving) { return leaving.users.expired(); });
+        if (m_leaving.empty()) return true;
+        const std::uint32_t now = platform::TimerMs();
+        const bool hopeless = std::any_of(m_leaving.begin(), m_leaving.end(), [&](const Leaving& leaving) {
+            return leaving.abandoned || now - leaving.sinceMs > kLimitMs;
+        });
+        if (!wait || hopeless) return false;
+        platform::AnswerSentMessages(kStepMs);
+        if (!IsCurrent(number)) return false;
+    }
+}
+
+void Connection::StartStream() {
+    const unsigned number = m_attempts;
+    // Threads that did not end hold on to what they share; another connection must not share it with them.
+    if (!AwaitParam(m_hostWaits)) {
+        if (!IsCurrent(number)) return;
+        NORIX_LOG("CNorixSDKCtrl::Connect", 1, "a thread of the previous connection has not ended yet");
+        return Fail();
+    }
+    Prepare();
+    const bool overHttp =
+        m_host.Settings().streamUri.empty() && StreamsOverHttp(m_attempt.protocol, m_attempt.selection.codec);
+    if (overHttp) {
+        // The stream comes from the same server and port that has just not answered.
+        if ((m_attempt.asked && !m_attempt.reached) || !StartHttp()) Fail();
+        return;
+    }
+    if (!StartRtsp()) return Fail();
+    SaveSignIn();
+    NORIX_LOG("CNorixSDKCtrl::Connect", 1, "CNorixSDKCtrl::Connect(%s) ends",
+              m_host.Settings().serverIP.c_str());
+    End(0);
+}
+
+void Connection::End(long result) {
+    m_attempt.result = result;
+    m_attempt.step = 0;
+}
+
+/// Reports that nothing was started.
+void Connection::Fail(EConnectStatus status) {
+    End(-1);
+    NORIX_LOG("CNorixSDKCtrl::Connect", 1, "OnConnectStatus(%s)", AppearanceOf(status).name);
+    HandleStatus(Interpret(status));
+}
+
+/// The parameter block and the players, fresh for the streams to come.
+void Connection::Prepare() {
+    CCtrlParam& param = m_session->param;
     param.ResetForNewStream();
-    param.mediaType.Set(attempt.media);
-    if (attempt.media != MediaType::Audio) param.videoCodec.Set(attempt.selection.codec);
-    session.channel.Set(attempt.selection.channel);
-    session.stream.Set(attempt.selection.stream);
+    param.mediaType.Set(m_attempt.media);
+    if (m_attempt.media != MediaType::Audio) param.videoCodec.Set(m_attempt.selection.codec);
+    m_session->channel.Set(m_attempt.selection.channel);
+    m_session->stream.Set(m_attempt.selection.stream);
+    m_session->param.window.TakeUnposted();
+    DescribeStream();
+    m_reception = m_means.MakeReception();
+    m_host.ConnectionBegins();
+}
+
+/// Caption and frame rate, as the camera has told them.
+void Connection::DescribeStream() {
+    CCtrlParam& param = m_session->param;
+    const VideoSettings& video = m_camera.Commands().Video();
     SetServerFrameRate(param,
                        FramesPerSecondOfIndex(video.standard, video.frameRateType, video.frameRateLimit)
                            .value_or(video.frameRateLimit));
-    param.captionText.Set(video.text +
-                          util::Utf8ToWide(ConnectionCaption("", attempt.media, attempt.protocol)));
-    m_owner.OpenDeliveries();
-    m_reception = std::make_shared<Reception>(m_owner.SharedSession());
-    m_reception->Players().SetView(m_owner.CurrentView());
+    param.captionText.Set(video.text + Widen(ConnectionCaption("", m_attempt.media, m_attempt.protocol)));
 }
 
-bool Connection::StartHttp(const Attempt& attempt) {
-    const CameraAccess& access = m_owner.Camera().Commands().access;
-    const std::string query = "?channel=" + std::to_string(attempt.selection.channel) +
-                              "&stream=" + std::to_string(attempt.selection.stream);
-    Reception::HttpSource source;
+bool Connection::StartHttp() {
+    const CameraAccess& access = m_camera.Commands().access;
+    const std::string query = "?channel=" + std::to_string(m_attempt.selection.channel) +
+                              "&stream=" + std::to_string(m_attempt.selection.stream);
+    HttpSource source;
     source.host = access.serverIP;
     source.port = static_cast<std::uint16_t>(access.httpPort);
-    source.user = access.username;
-    source.password = access.password;
-    if (attempt.media != MediaType::Audio) source.videoPath = "/kest-cgi/mjpeg.cgi" + query;
-    if (attempt.media != MediaType::Video) source.audioPath = "/kest-cgi/pcmu.cgi" + query;
-    source.timeoutMs = static_cast<unsigned>(m_owner.Properties().connectionTimeout);
-    const std::shared_ptr<Reception> reception = m_reception;  // the attempt may be ended meanwhile
-    return reception->StartHttp(source);
+    const SignIn signIn = m_camera.SignInFor(protocol::makeOrigin("http", source.host, source.port));
+    source.user = signIn.user;
+    source.password = signIn.password;
+    if (m_attempt.media != MediaType::Audio) source.videoPath = "/kest-cgi/mjpeg.cgi" + query;
+    if (m_attempt.media != MediaType::Video) source.audioPath = "/kest-cgi/pcmu.cgi" + query;
+    source.timeoutMs = m_host.Settings().timeoutMs;
+    NextStep();
+    return m_reception->BeginHttp(source, [signal = m_attempt.signal] { signal->Done(); });
 }
 
-bool Connection::StartRtsp(const Attempt& attempt) {
-    const CameraAccess& access = m_owner.Camera().Commands().access;
-    if (access.serverIP.empty() && attempt.protocol != ecpMulticastPush) return false;
-    Reception::RtspSource source;
-    source.uri = GetStreamUri(attempt);
-    if (source.uri.empty() && attempt.protocol != ecpMulticastPush) return false;
-    source.protocol = attempt.protocol;
-    source.user = access.username;
-    source.password = access.password;
-    source.tunnelPort = static_cast<unsigned>(access.httpPort);
-    source.timeoutMs = static_cast<unsigned>(m_owner.Properties().connectionTimeout);
+bool Connection::StartRtsp() {
+    const CameraAccess& access = m_camera.Commands().access;
+    const bool push = m_attempt.protocol == ecpMulticastPush;
+    if (access.serverIP.empty() && !push) return false;
+    SessionSettings source;
+    source.streamUri = GetStreamUri();
+    if (source.streamUri.empty() && !push) return false;
+    source.protocol = static_cast<ConnectProtocol>(m_attempt.protocol);
+    if (const auto url = protocol::parseUrl(source.streamUri)) {
+        if (!m_host.MayReach(url->host)) return false;
+        const SignIn signIn = m_camera.SignInFor(protocol::originOf(*url));
+        source.userName = signIn.user;
+        source.password = signIn.password;
+    } else {
+        source.userName = access.username;
+        source.password = access.password;
+    }
+    source.tunnelOverHttpPort = static_cast<unsigned>(access.httpPort);
+    constexpr std::int64_t kMicroseconds = 1000;
+    source.periods.connectCheck = m_host.Settings().timeoutMs * kMicroseconds;
     source.callback = RTSPCallback;
-    source.userData = &m_owner;
-    return m_reception->StartRtsp(source);
+    source.userData = m_session.get();  // which the session's thread shares with the parameter block
+    return m_reception->StartRtsp(std::move(source));
 }
 
 /// Where the stream is: what the host says, else what the camera's ONVIF service says, else by the rules of
 /// the maker's cameras.
-std::string Connection::GetStreamUri(const Attempt& attempt) {
-    if (attempt.protocol == ecpMulticastPush) return {};
-    std::string uri = util::WideToUtf8(m_owner.Properties().streamUri);
-    if (uri.empty() && attempt.askOnvif) {
-        if (const auto stream = m_owner.Camera().AskOnvif(attempt.protocol)) {
-            uri = stream->uri;
-            if (stream->frameRateLimit != 0) {
-                SetServerFrameRate(m_owner.Session().param,
-                                   static_cast<std::int32_t>(stream->frameRateLimit));
-            }
+std::string Connection::GetStreamUri() {
+    if (m_attempt.protocol == ecpMulticastPush) return {};
+    std::string uri = m_host.Settings().streamUri;
+    if (uri.empty() && m_attempt.onvif) {
+        uri = m_attempt.onvif->uri;
+        if (m_attempt.onvif->frameRateLimit != 0) {
+            SetServerFrameRate(m_session->param, static_cast<std::int32_t>(m_attempt.onvif->frameRateLimit));
         }
     }
     if (!uri.empty()) {
@@ -234,21 +374,22 @@ std::string Connection::GetStreamUri(const Attempt& attempt) {
                   util::RedactSecrets(uri).c_str());
         return uri;
     }
-    const CameraCommands& camera = m_owner.Camera().Commands();
-    return BuildStreamUri({camera.access.serverIP, attempt.protocol, camera.RtspPort(),
-                           camera.access.httpPort, attempt.selection.channel, attempt.selection.stream,
-                           attempt.selection.codec});
+    const CameraCommands& camera = m_camera.Commands();
+    return BuildStreamUri({camera.access.serverIP, m_attempt.protocol, camera.RtspPort(),
+                           camera.access.httpPort, m_attempt.selection.channel, m_attempt.selection.stream,
+                           m_attempt.selection.codec});
 }
 
 // ---- Disconnecting
 
 long Connection::Disconnect() {
-    const std::string server = util::WideToUtf8(m_owner.Properties().serverIP);
+    const std::string server = m_host.Settings().serverIP;
     NORIX_LOG("CNorixSDKCtrl::Disconnect", 1, "CNorixSDKCtrl::Disconnect(%s) begins", server.c_str());
-    if (!m_owner.WaitForWindowCreation() || m_disconnecting) return 0;
-    if (m_owner.HasWindow()) KillTimer(m_owner.Handle(), kTimerReconnect);
-    if (m_reception) m_reception->Players().StopOutput();
-    m_owner.EnableDigitalPTZ(false);
+    if (!m_host.WaitForWindow() || m_disconnecting) return 0;
+    m_host.StopTimer(ConnectionTimer::Reconnect);
+    m_backOff.Reset();
+    if (m_reception) m_reception->StopOutput();
+    m_host.EndDigitalPtz();
     FinishDisconnect(Finish::WithNotice);
     NORIX_LOG("CNorixSDKCtrl::Disconnect", 1, "CNorixSDKCtrl::Disconnect(%s) ends", server.c_str());
     return 0;
@@ -257,71 +398,50 @@ long Connection::Disconnect() {
 void Connection::FinishDisconnect(Finish how) {
     const util::CTimeDiff timing("CNorixSDKCtrl::FinishDisconnect()");
     m_disconnecting = true;
-    m_owner.Session().param.Trace().Stop();
-    m_owner.AudioPost(false);
-    m_owner.AudioPostEx(false, L"", 0, 0);
-    StopReception();
-    m_owner.CloseDeliveries();
-    DropReports();
-    if (how == Finish::WithNotice) {
-        const HWND window = m_owner.Handle();
-        NORIX_LOG("CNorixSDKCtrl::FinishDisconnect", 1,
-                  "SendMessage(0x%08x, WM_OnConnectStatus, eDisconnect)",
-                  static_cast<unsigned>(reinterpret_cast<UINT_PTR>(window)));
-        // A host that has destroyed the window first still hears of the end.
-        if (window != nullptr) {
-            SendMessageW(window, WM_OnConnectStatus, ecsDisconnect, 0);
-        } else {
-            OnConnectStatus(ecsDisconnect);
-        }
-    }
+    m_attempt.step = 0;
+    m_attempt.inquiry.reset();
+    m_beside.reset();
+    m_session->param.Trace().Stop();
+    m_host.ConnectionEnds();
+    StopReception(how);
+    m_host.StopTimer(ConnectionTimer::Reports);
+    m_session->param.window.TakeUnposted();
+    m_host.DropReports();
+    m_averageFrameRate = 0;
+    if (how == Finish::WithNotice) m_host.SendDisconnectNotice();
     m_active = false;
     m_disconnecting = false;
+    m_host.Redraw();
 }
 
 /// Ends all threads of the connection. They may be sending messages to the window, which are answered.
-void Connection::StopReception() {
-    CCtrlParam& param = m_owner.Session().param;
-    param.SetClosing(true);
+void Connection::StopReception(Finish how) {
+    m_session->param.SetClosing(true);
     if (!m_reception) return;
-    const std::shared_ptr<Reception> reception = std::move(m_reception);
-    const bool ended = reception->Stop();
-    // Only then: a Connect further up on this thread's stack may hold the reception as well, which is no
-    // thread.
-    if (!ended) m_abandoned = reception->Param();
-}
-
-/// What the ended threads have posted before they ended is about a connection that is no more.
-void Connection::DropReports() {
-    if (!m_owner.HasWindow()) return;
-    MSG message;
-    for (const UINT report : {WM_OnConnectStatus, WM_OnForceI, WM_OnMotionWindowUpdate, WM_OnDIOStatus,
-                              WM_OnResolutionChanged, WM_OnMDAlert, WM_OnIVAEvent, WM_OnGeneralEvent}) {
-        while (PeekMessageW(&message, m_owner.Handle(), report, report, PM_REMOVE)) {
-            if (message.message != WM_QUIT) continue;  // it passes every filter
-            PostQuitMessage(static_cast<int>(message.wParam));
+    const std::shared_ptr<StreamReception> reception = std::move(m_reception);
+    m_reception.reset();
+    Leaving leaving{reception->Users(), platform::TimerMs(), false};
+    if (how == Finish::AfterFailure) {
+        reception->BeginStop();
+        if (m_means.RunBeside([reception] { reception->Stop(); })) {
+            m_leaving.push_back(std::move(leaving));
             return;
         }
     }
+    leaving.abandoned = !reception->Stop();
+    if (leaving.abandoned) m_leaving.push_back(std::move(leaving));
 }
 
 void Connection::OnWindowDestroyed() {
     if (m_active && !m_disconnecting) FinishDisconnect(Finish::WithNotice);
 }
 
-// ---- The picture
-
 std::shared_ptr<CDecoder> Connection::Decoder() const {
-    return m_reception ? m_reception->Players().Decoder() : nullptr;
+    return m_reception && !m_failed && !m_disconnecting ? m_reception->Decoder() : nullptr;
 }
-void Connection::SetView(const ViewState& view) {
-    if (m_reception) m_reception->Players().SetView(view);
-}
-void Connection::ChangePresenter() {
-    if (m_reception) m_reception->Players().ChangePresenter();
-}
-bool Connection::DrawLastPicture(HDC dc, const RECT& bounds) const {
-    return m_reception && m_reception->Players().DrawLast(dc, bounds);
+
+VideoCodec Connection::StreamCodec() const {
+    return m_reception ? m_session->param.videoCodec.Get() : VideoCodec::None;
 }
 
 // ---- Status
@@ -329,117 +449,134 @@ bool Connection::DrawLastPicture(HDC dc, const RECT& bounds) const {
 void Connection::ShowStatus(EConnectStatus status) {
     const wchar_t* caption = AppearanceOf(status).caption;
     if (caption == nullptr) return;
-    if (status == ecsConnecting && (m_owner.Properties().captionInfo & eciStatus) == 0) return;
+    if (status == ecsConnecting && (m_host.Settings().captionInfo & eciStatus) == 0) return;
     switch (status) {
         case ecsConnected:
-            m_owner.Status().SetPicture(StatusPicture::None);  // until video comes, and while only sound does
+            m_host.ShowPicture(StatusPicture::None);  // until video comes, and while only sound does
             break;
         case ecsDisconnect:
-            m_owner.Status().SetPicture(StatusPicture::Disconnect);
+            m_host.ShowPicture(StatusPicture::Disconnect);
             break;
         case ecsConnectFail:
         case ecsUserAuthenticationFail:
-            m_owner.Status().SetPicture(StatusPicture::ConnectFail);
+            m_host.ShowPicture(StatusPicture::ConnectFail);
             break;
         default:
             break;
     }
-    SetCaption(WithProblem(caption));
+    m_host.ShowCaption(WithProblem(caption));
 }
 
 /// What was asked for and can't be shown is named where the user looks.
 std::wstring Connection::WithProblem(std::wstring caption) const {
-    const std::string problem = m_owner.Session().param.streamProblem.Get();
-    if (!problem.empty()) caption += L" (" + util::Utf8ToWide(problem) + L")";
+    const std::string problem = m_session->param.streamProblem.Get();
+    if (!problem.empty()) caption += L" (" + Widen(problem) + L")";
     return caption;
 }
 
-void Connection::SetCaption(const std::wstring& caption) {
-    m_owner.Status().SetCaption(caption.c_str());
-    m_owner.ViewChanged();
-}
-
-/// A camera that refuses to tell where its stream is makes it seem not to be there.
-EConnectStatus Connection::Interpret(EConnectStatus reported) const {
-    const bool refused = m_refused && m_status == ecsConnecting;
-    return refused && reported == ecsConnectFail ? ecsUserAuthenticationFail : reported;
-}
-
-void Connection::OnConnectStatus(EConnectStatus reported) {
-    const EConnectStatus status = Interpret(reported);
-    const HWND window = m_owner.Handle();
-    if (window != nullptr) {
-        if (status == ecsConnected) {
-            m_frameRateMeter.Reset(GetTickCount());
-            SetTimer(window, kTimerStatistics, kTimerPeriod, nullptr);
-        } else if (status == ecsDisconnect || AppearanceOf(status).failure) {
-            KillTimer(window, kTimerStatistics);
-        }
-    }
-    ShowStatus(status);
-    if (status == ecsUserAuthenticationFail && window != nullptr)
-        PostMessageW(window, WM_OnShowAuthDialog, 0, 0);
-
-    m_status = status;
-    m_owner.FireEvent(events::OnConnStatus, static_cast<short>(status));
-    NORIX_LOG("CNorixSDKCtrl::OnConnectStatus", 1, "OnConnectStatus(%d), %s", static_cast<int>(status),
-              AppearanceOf(status).name);
-
-    // A host that disconnects inside the event has the last word: no reconnection then.
-    if (!AppearanceOf(status).failure || m_status != status) return;
-    FinishDisconnect(Finish::Quietly);
-    if (status == ecsConnectFail && m_owner.Properties().autoReconnect && m_owner.HasWindow()) {
-        SetTimer(m_owner.Handle(), kTimerReconnect, kTimerPeriod, nullptr);
-    }
-}
-
-// ---- Timers
-
-void Connection::OnAutoConnectTimer() {
-    if (m_owner.Page() && !m_owner.Properties().clientSettingMode) m_owner.Connect();
-}
-
-void Connection::OnReconnectTimer() {
-    KillTimer(m_owner.Handle(), kTimerReconnect);
-    m_owner.Connect();
-}
-
 // What keeps pictures from being shown comes first, whatever the host wants to read there.
-void Connection::RefreshCaption(const CCtrlParam& param) {
+void Connection::RefreshCaption() {
+    const CCtrlParam& param = m_session->param;
     std::wstring caption = param.obstacle.Get();
     if (!caption.empty()) {
         m_obstacleShown = true;
     } else if (std::exchange(m_obstacleShown, false)) {
         ShowStatus(ecsConnected);
     }
-    if (caption.empty() && (m_owner.Properties().captionInfo & eciTime) != 0)
-        caption = param.captionText.Get();
+    if (caption.empty() && (m_host.Settings().captionInfo & eciTime) != 0) caption = param.captionText.Get();
     if (!caption.empty() && !m_obstacleShown) caption = WithProblem(std::move(caption));
-    if (!caption.empty() && caption != m_owner.Status().Caption()) SetCaption(caption);
+    if (!caption.empty() && caption != m_host.Caption()) m_host.ShowCaption(caption);
+}
+
+/// A camera that refuses to tell where its stream is makes it seem not to be there. That counts only where
+/// its stream's server has answered: one that comes late, or not at all, has refused nobody.
+EConnectStatus Connection::Interpret(EConnectStatus reported) const {
+    if (reported != ecsConnectFail || m_status != ecsConnecting) return reported;
+    const bool refused = m_onvifDenied || (m_refused && m_session->param.refusal.Get() != 0);
+    return refused ? ecsUserAuthenticationFail : reported;
+}
+
+void Connection::OnConnectStatus(EConnectStatus reported) {
+    // The end of a connection is told by itself; whatever else comes then is about one that has ended.
+    const bool notice = reported == ecsDisconnect;
+    if (notice != m_disconnecting) return;
+    if (!notice && (!m_active || m_failed)) return;
+    HandleStatus(Interpret(reported));
+}
+
+void Connection::OnReportsTimer() {
+    const unsigned number = m_attempts;
+    for (const std::uint32_t report : m_session->param.window.TakeUnposted())
+        if (IsCurrent(number)) OnConnectStatus(static_cast<EConnectStatus>(report));
+}
+
+void Connection::HandleStatus(EConnectStatus status) {
+    const unsigned number = m_attempts;
+    const bool failure = AppearanceOf(status).failure;
+    if (status == ecsConnected) {
+        m_backOff.Reset();
+        m_frameRateMeter.Reset(platform::TimerMs());
+        m_host.StartTimer(ConnectionTimer::Statistics, kSecondMs);
+    } else if (status == ecsDisconnect || failure) {
+        m_host.StopTimer(ConnectionTimer::Statistics);
+    }
+    if (failure) {
+        m_failed = true;
+        if (m_reception) m_reception->StopOutput();
+    }
+    ShowStatus(status);
+    if (status == ecsUserAuthenticationFail) m_host.AskForSignIn();
+
+    m_status = status;
+    m_host.FireStatus(status);
+    NORIX_LOG("CNorixSDKCtrl::OnConnectStatus", 1, "OnConnectStatus(%d), %s", static_cast<int>(status),
+              AppearanceOf(status).name);
+
+    // A host that disconnects inside the event has the last word: no reconnection then.
+    if (!failure || m_status != status || !IsCurrent(number)) return;
+    FinishDisconnect(Finish::AfterFailure);
+    if (status == ecsConnectFail && m_host.Settings().autoReconnect && m_host.HasWindow()) {
+        m_host.StartTimer(ConnectionTimer::Reconnect, m_backOff.Next(std::random_device()()));
+    }
+}
+
+// ---- Timers
+
+void Connection::OnAutoConnectTimer() {
+    const ConnectionSettings settings = m_host.Settings();
+    if (settings.onPage && !settings.clientSettingMode) ConnectInBackground();
+}
+
+void Connection::OnReconnectTimer() {
+    m_host.StopTimer(ConnectionTimer::Reconnect);
+    ConnectInBackground();
+}
+
+void Connection::OnSignedIn() {
+    m_backOff.Reset();
+    if (m_host.HasWindow()) m_host.StartTimer(ConnectionTimer::Reconnect, kSecondMs);
 }
 
 void Connection::OnStatisticsTimer() {
-    CCtrlParam& param = m_owner.Session().param;
-    RefreshCaption(param);
+    CCtrlParam& param = m_session->param;
+    RefreshCaption();
     const int serverFrameRate = param.serverFrameRate.Get();
-    const FrameRates rates = m_frameRateMeter.Pass(GetTickCount(), param.TakeFrameCounts());
+    const FrameRates rates = m_frameRateMeter.Pass(platform::TimerMs(), param.TakeFrameCounts());
     if (util::Switches().fps) LogFrameRates(rates);
 
     m_averageFrameRate = static_cast<int>(rates.average);
     if (serverFrameRate > 0) m_averageFrameRate = std::min(m_averageFrameRate, serverFrameRate);
-    m_owner.FireEvent(events::FramePerSec, static_cast<double>(m_averageFrameRate));
-    m_owner.FireEvent(events::OnVideoFrameRate, static_cast<long>(m_averageFrameRate));
-    WatchDisk();
+    m_host.ReportFrameRate(m_averageFrameRate);
 }
 
 void Connection::LogFrameRates(const FrameRates& rates) const {
-    const int serverFrameRate = m_owner.Session().param.serverFrameRate.Get();
+    const int serverFrameRate = m_session->param.serverFrameRate.Get();
     const int received = static_cast<int>(rates.received);
     NORIX_LOG("CNorixSDKCtrl::OnTimer", 1,
               "fps(received) = %d, fps(decoded) = %d, fps(displayed) = %d, fps(average) = %d", received,
               static_cast<int>(rates.decoded), static_cast<int>(rates.displayed),
               static_cast<int>(rates.average));
-    const int target = static_cast<int>(util::Settings::TargetPTSDiff(serverFrameRate));
+    const int target = static_cast<int>(platform::ReadPtsSettings(serverFrameRate).targetMs);
     if (1000 / target >= received) {
         NORIX_LOG("CNorixSDKCtrl::OnTimer", 1, "fps(received) <= target_fps (%.2f / %d ms)", 1000.0 / target,
                   target);
@@ -447,15 +584,6 @@ void Connection::LogFrameRates(const FrameRates& rates) const {
     if (received < serverFrameRate) {
         NORIX_LOG("CNorixSDKCtrl::OnTimer", 1, "fps(received) <= server_fps (%d)", serverFrameRate);
     }
-}
-
-void Connection::WatchDisk() {
-    const short status = m_owner.Properties().recordStatus;
-    if (status != ersRecordStart && status != ersRecording) return;
-    if (!IsDiskAlmostFull(m_owner.Properties().recordVideoPath)) return;
-    m_owner.StopRecording(0);
-    m_owner.Properties().recordStatus = ersDiskFull;
-    m_owner.FireEvent(events::OnRecordStatus, static_cast<long>(ersDiskFull));
 }
 
 }  // namespace norix

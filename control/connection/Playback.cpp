@@ -10,18 +10,6 @@
 
 namespace norix {
 
-namespace {
-
-void Apply(const ViewState& state, PictureView& view) {
-    view.SetCaption(state.caption);
-    view.SetCaptionShown(state.captionShown);
-    view.SetBorderShown(state.borderShown);
-    view.EnableDigitalPtz(state.digitalPtz);
-    view.SetRotation(state.rotation);
-}
-
-}  // namespace
-
 Playback::~Playback() {
     Close();
 }
@@ -45,10 +33,10 @@ void Playback::Start() {
     StartAudio();
 }
 
-std::shared_ptr<Presenter> Playback::MakePresenter(CDecoder& decoder) {
-    const HWND window = m_param->window.Get();
-    const DisplayChoice choice = ChooseDisplayMode(m_param->forceGDI.Get(), decoder.Kind(), window);
-    m_param->directDrawAvailable.Set(choice.directDrawAvailable);
+std::shared_ptr<Presenter> MakePresenter(const CDecoder& decoder, CCtrlParam& param) {
+    const HWND window = param.window.Get();
+    const DisplayChoice choice = ChooseDisplayMode(param.forceGDI.Get(), decoder.Kind(), window);
+    param.directDrawAvailable.Set(choice.directDrawAvailable);
     PresenterConfig config;
     config.videoWindow = window;
     config.notifyWindow = window;
@@ -69,10 +57,10 @@ void Playback::StartDecoder() {
     // Without the lock: making a presenter may have to wait for the window's thread.
     auto decoder = std::make_shared<CDecoder>(static_cast<std::uint32_t>(codec));
     decoder->AttachWindow(m_param->window.Get());
-    decoder->SetPresenter(MakePresenter(*decoder));
+    decoder->AttachView(m_view);
+    decoder->SetPresenter(MakePresenter(*decoder, *m_param));
     std::lock_guard<std::mutex> lock(m_lock);
     if (IsEnding()) return;
-    Apply(m_view, *decoder->View());
     if (decoder->CreateDisplayThread() != kResultOk || decoder->StartDecThread(m_param) != kResultOk) return;
     m_decoder = std::move(decoder);
 }
@@ -114,21 +102,6 @@ bool Playback::Close() {
     std::lock_guard<std::mutex> lock(m_lock);
     if (!decoderEnded || !audioEnded) m_ended = false;
     return m_ended;
-}
-
-void Playback::SetView(const ViewState& view) {
-    std::lock_guard<std::mutex> lock(m_lock);
-    m_view = view;
-    if (m_decoder) Apply(m_view, *m_decoder->View());
-}
-
-void Playback::ChangePresenter() {
-    if (const auto decoder = Decoder()) decoder->SetPresenter(MakePresenter(*decoder));
-}
-
-bool Playback::DrawLast(HDC dc, const RECT& target) const {
-    const auto decoder = Decoder();
-    return decoder && decoder->DrawLast(dc, target);
 }
 
 }  // namespace norix

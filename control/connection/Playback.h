@@ -1,29 +1,20 @@
 #pragma once
 
-#include <windows.h>
-
 #include <memory>
 #include <mutex>
-#include <string>
 
 #include "media/MediaPlayers.h"
-#include "render/present/Geometry.h"
 
 namespace norix {
 
 class CAudioControl;
 class CCtrlParam;
 class CDecoder;
+class PictureView;
 class Presenter;
 
-/// How the host wants the picture of a connection to look.
-struct ViewState {
-    std::wstring caption;
-    bool captionShown = true;
-    bool borderShown = true;
-    bool digitalPtz = false;
-    Rotation rotation = Rotation::k0;  // only GDI presents it
-};
+/// A presenter for the decoder, by GDI or DirectDraw as the parameter block says now.
+std::shared_ptr<Presenter> MakePresenter(const CDecoder& decoder, CCtrlParam& param);
 
 /// The decoder and the audio player of one connection. Made by the window thread when it connects; the
 /// receiving threads start the players once they know the codecs; the window thread commands them and closes
@@ -33,8 +24,9 @@ struct ViewState {
 /// to itself: it can start nothing any more then.
 class Playback final : public MediaPlayers {
   public:
-    /// The window that the parameter block names gets the pictures.
-    explicit Playback(std::shared_ptr<CCtrlParam> param) : m_param(std::move(param)) {}
+    /// The window that the parameter block names gets the pictures, in this view.
+    Playback(std::shared_ptr<CCtrlParam> param, std::shared_ptr<PictureView> view)
+        : m_param(std::move(param)), m_view(std::move(view)) {}
     ~Playback() override;
     Playback(const Playback&) = delete;
     Playback& operator=(const Playback&) = delete;
@@ -48,22 +40,16 @@ class Playback final : public MediaPlayers {
     /// Stops and deletes the players; whatever is started afterwards is dropped. False when a thread of
     /// theirs had to be abandoned, also when called again.
     bool Close();
-    /// Applies to the decoder that is there and to one that comes.
-    void SetView(const ViewState& view);
-    /// Shows the pictures by GDI or DirectDraw, as the parameter block says now.
-    void ChangePresenter();
     /// Null while there is none.
     std::shared_ptr<CDecoder> Decoder() const;
-    /// Draws the last picture into any device context; false when there is none.
-    bool DrawLast(HDC dc, const RECT& target) const;
 
   private:
     bool IsEnding() const;  // with m_lock held
     void StartDecoder();
     void StartAudio();
-    std::shared_ptr<Presenter> MakePresenter(CDecoder& decoder);
 
     const std::shared_ptr<CCtrlParam> m_param;
+    const std::shared_ptr<PictureView> m_view;
 
     std::mutex m_starting;  // receiving threads only: one of them at a time makes players
 
@@ -71,7 +57,6 @@ class Playback final : public MediaPlayers {
     bool m_closed = false;
     bool m_ended = true;        // the players' threads, when they were stopped
     bool m_audioTried = false;  // a device that could not be opened is not asked for again
-    ViewState m_view;
     std::shared_ptr<CDecoder> m_decoder;
     std::shared_ptr<CAudioControl> m_audio;
 };

@@ -1,5 +1,7 @@
 #include "control/connection/SavedCredentials.h"
 
+#include <windows.h>
+
 #include <dpapi.h>
 #include <wincrypt.h>
 
@@ -8,6 +10,7 @@
 
 #include "util/Handles.h"
 #include "util/Registry.h"
+#include "util/Text.h"
 
 namespace norix {
 
@@ -43,9 +46,9 @@ DATA_BLOB BlobOf(const std::wstring& text) {
 }
 
 /// The name of the server's value, which is also part of the secret; empty for no usable name.
-std::wstring NameOf(const std::wstring& server) {
+std::wstring NameOf(const std::string& server) {
     if (server.size() > kLongestServer) return {};
-    std::wstring name = server;
+    std::wstring name = util::Utf8ToWide(server);
     for (wchar_t& c : name)
         c = static_cast<wchar_t>(std::towlower(c));
     return name;
@@ -81,7 +84,7 @@ std::vector<BYTE> FromHex(const std::wstring& text) {
 
 }  // namespace
 
-std::optional<SignIn> SavedCredentials::Load(const std::wstring& server) {
+std::optional<SignIn> SavedCredentials::Load(const std::string& server) {
     const std::wstring name = NameOf(server);
     if (name.empty()) return std::nullopt;
     std::vector<BYTE> bytes = FromHex(util::StringReg(HKEY_CURRENT_USER, kKey, name.c_str()).Value());
@@ -96,15 +99,15 @@ std::optional<SignIn> SavedCredentials::Load(const std::wstring& server) {
     std::wstring text(reinterpret_cast<const wchar_t*>(plain.Data()), plain.Size() / sizeof(wchar_t));
     const std::size_t end = text.find(L'\0');
     if (end == std::wstring::npos) return std::nullopt;
-    return SignIn{text.substr(0, end), text.substr(end + 1)};
+    return SignIn{util::WideToUtf8(text.substr(0, end)), util::WideToUtf8(text.substr(end + 1))};
 }
 
-bool SavedCredentials::Save(const std::wstring& server, const SignIn& signIn) {
+bool SavedCredentials::Save(const std::string& server, const SignIn& signIn) {
     const std::wstring name = NameOf(server);
     if (name.empty() || signIn.user.size() > kLongestText || signIn.password.size() > kLongestText)
         return false;
     if (const auto saved = Load(server); saved && *saved == signIn) return true;
-    std::wstring text = signIn.user + L'\0' + signIn.password;
+    std::wstring text = util::Utf8ToWide(signIn.user) + L'\0' + util::Utf8ToWide(signIn.password);
     DATA_BLOB plain = BlobOf(text);
     DATA_BLOB entropy = BlobOf(name);
     ProtectedBlob secret;

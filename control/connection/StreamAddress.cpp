@@ -42,6 +42,10 @@ EConnectProtocol ChooseProtocol(short videoProtocol, std::uint32_t protocolOptio
     }
 }
 
+bool StreamsOverHttp(EConnectProtocol protocol, VideoCodec codec) {
+    return protocol == ecpHTTP && codec == VideoCodec::Mjpeg;
+}
+
 MediaType ChooseMedia(short mediaType) {
     if (mediaType == static_cast<short>(MediaType::Video)) return MediaType::Video;
     if (mediaType == static_cast<short>(MediaType::Audio)) return MediaType::Audio;

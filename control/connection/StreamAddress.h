@@ -30,6 +30,9 @@ std::string BuildStreamUri(const StreamRequest& request);
 /// says where the host leaves it open.
 EConnectProtocol ChooseProtocol(short videoProtocol, std::uint32_t protocolOption);
 
+/// Whether the stream comes over plain HTTP rather than RTSP.
+bool StreamsOverHttp(EConnectProtocol protocol, VideoCodec codec);
+
 /// The host's MediaType as the receivers take it: what is none of its values means sound and picture.
 MediaType ChooseMedia(short mediaType);
 

@@ -3,7 +3,6 @@
 #include <windowsx.h>
 
 #include "control/Events.h"
-#include "control/NorixSDKCtl.h"
 
 namespace norix {
 
@@ -45,7 +44,7 @@ bool MouseEvents::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
             DoubleClick(Button::kRight, lParam);
             return true;
         case WM_MOUSEMOVE:
-            m_owner.FireEvent(events::OnMouseMove, GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam));
+            m_host.Fire(events::OnMouseMove, GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam));
             return true;
         case WM_MOUSEWHEEL:
             Wheel(wParam, lParam);
@@ -59,31 +58,31 @@ bool MouseEvents::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 }
 
 void MouseEvents::Press(const Button& button, LPARAM position) {
-    SetCapture(m_owner.Handle());
+    SetCapture(m_host.Window());
     m_pressed = &button;
-    m_owner.FireEvent(button.down, GET_X_LPARAM(position), GET_Y_LPARAM(position));
+    m_host.Fire(button.down, GET_X_LPARAM(position), GET_Y_LPARAM(position));
 }
 
 void MouseEvents::Release(const Button& button, LPARAM position) {
     const POINT point = {GET_X_LPARAM(position), GET_Y_LPARAM(position)};
     RECT client = {};
-    GetClientRect(m_owner.Handle(), &client);
+    GetClientRect(m_host.Window(), &client);
     const bool clicked = m_pressed == &button && PtInRect(&client, point);
     m_pressed = nullptr;
-    if (GetCapture() == m_owner.Handle()) ReleaseCapture();
-    m_owner.FireEvent(button.up, point.x, point.y);
-    if (clicked) m_owner.FireEvent(button.click, point.x, point.y);
+    if (GetCapture() == m_host.Window()) ReleaseCapture();
+    m_host.Fire(button.up, point.x, point.y);
+    if (clicked) m_host.Fire(button.click, point.x, point.y);
 }
 
 void MouseEvents::DoubleClick(const Button& button, LPARAM position) {
-    SetCapture(m_owner.Handle());
-    m_owner.FireEvent(button.doubleClick, GET_X_LPARAM(position), GET_Y_LPARAM(position));
+    SetCapture(m_host.Window());
+    m_host.Fire(button.doubleClick, GET_X_LPARAM(position), GET_Y_LPARAM(position));
 }
 
 void MouseEvents::Wheel(WPARAM wParam, LPARAM position) {
     POINT point = {GET_X_LPARAM(position), GET_Y_LPARAM(position)};  // the wheel's position is the screen's
-    ScreenToClient(m_owner.Handle(), &point);
-    m_owner.FireEvent(events::OnMouseWheel, GET_WHEEL_DELTA_WPARAM(wParam), point.x, point.y);
+    ScreenToClient(m_host.Window(), &point);
+    m_host.FireWheel(GET_WHEEL_DELTA_WPARAM(wParam), point.x, point.y);
 }
 
 }  // namespace norix

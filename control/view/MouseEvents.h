@@ -2,9 +2,9 @@
 
 #include <windows.h>
 
-namespace norix {
+#include "control/view/ViewHost.h"
 
-class CNorixSDKCtrl;
+namespace norix {
 
 /// Turns mouse messages of the video into events. Coordinates are pixels of the control's window.
 ///
@@ -12,7 +12,7 @@ class CNorixSDKCtrl;
 /// The second press of a double click fires the double-click event instead of the press.
 class MouseEvents {
   public:
-    explicit MouseEvents(CNorixSDKCtrl& owner) : m_owner(owner) {}
+    explicit MouseEvents(MouseHost& host) : m_host(host) {}
 
     /// False for messages that are not the mouse's.
     bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
@@ -27,7 +27,7 @@ class MouseEvents {
     void DoubleClick(const Button& button, LPARAM position);
     void Wheel(WPARAM wParam, LPARAM position);
 
-    CNorixSDKCtrl& m_owner;
+    MouseHost& m_host;
     const Button* m_pressed = nullptr;  // between press and release
 };
 

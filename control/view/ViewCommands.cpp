@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "control/NorixSDKCtl.h"
+#include "media/CtrlParam.h"
 #include "render/decode/Decoder.h"
 #include "util/Log.h"
 
@@ -21,19 +21,19 @@ long ViewCommands::SetVideoSize(long width, long height) {
 
 ViewSize ViewCommands::VideoSize() const {
     if (m_configuredSize.width >= 1 && m_configuredSize.height >= 1) return m_configuredSize;
-    const CCtrlParam& param = m_owner.Session().param;
+    const CCtrlParam& param = m_host.Param();
     return {param.PictureWidth(), param.PictureHeight()};
 }
 
 ViewSize ViewCommands::WindowSize() const {
     RECT client = {};
-    if (m_owner.HasWindow()) GetClientRect(m_owner.Handle(), &client);
+    if (m_host.Window() != nullptr) GetClientRect(m_host.Window(), &client);
     return {client.right, client.bottom};
 }
 
 ViewMapping ViewCommands::Mapping() const {
     ViewMapping mapping{VideoSize(), WindowSize()};
-    if (const auto decoder = m_owner.ConnectionState().Decoder()) {
+    if (const auto decoder = m_host.Decoder()) {
         const PictureView::Layout layout = decoder->View()->CurrentLayout();
         mapping.picture = layout.picture;
         mapping.source = layout.source;
@@ -63,24 +63,23 @@ std::wstring ViewCommands::ConvertCoordinateInJSON(long x, long y, bool videoToW
 long ViewCommands::RotateVideo(long angle) {
     Rotation rotation = Rotation::k0;
     if (!RotationFromDegrees(angle, rotation)) return E_INVALIDARG;
-    if (!m_owner.ConnectionState().Decoder()) return E_POINTER;
+    if (!m_host.Decoder()) return E_POINTER;
     m_rotation = rotation;
-    m_owner.Properties().forceGDI = true;
-    m_owner.OnForceGDIChanged();
-    m_owner.ViewChanged();
+    m_host.DrawByGdi();
+    m_host.ViewChanged();
     return S_OK;
 }
 
 long ViewCommands::ChangeDecodeSpeed(long speed) {
-    if (!m_owner.ConnectionState().Decoder()) return E_POINTER;
-    m_owner.Session().param.decodeSpeed.Set(std::clamp(speed, kSlowestDecodeSpeed, kFastestDecodeSpeed));
+    if (!m_host.Decoder()) return E_POINTER;
+    m_host.Param().decodeSpeed.Set(std::clamp(speed, kSlowestDecodeSpeed, kFastestDecodeSpeed));
     return S_OK;
 }
 
 void ViewCommands::EnableDigitalPTZ(bool enable) {
-    if (m_owner.HasWindow()) KillTimer(m_owner.Handle(), kTimerDeferredView);
+    m_host.StopDeferredViewTimer();
     m_digitalPtz = enable;
-    m_owner.ViewChanged();
+    m_host.ViewChanged();
 }
 
 void ViewCommands::PreviewFullScreen(bool full) {
@@ -88,7 +87,7 @@ void ViewCommands::PreviewFullScreen(bool full) {
 }
 
 void ViewCommands::OnDeferredViewTimer() {
-    KillTimer(m_owner.Handle(), kTimerDeferredView);
+    m_host.StopDeferredViewTimer();
 }
 
 }  // namespace norix

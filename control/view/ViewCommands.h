@@ -6,17 +6,16 @@
 #include <string>
 
 #include "control/view/ViewCoordinates.h"
+#include "control/view/ViewHost.h"
 #include "render/present/Geometry.h"
 
 namespace norix {
-
-class CNorixSDKCtrl;
 
 /// The host's commands on the view: sizes and coordinates, rotation, decode speed, digital PTZ. Window
 /// thread. What acts on the decoder answers E_POINTER while no connection has one.
 class ViewCommands {
   public:
-    explicit ViewCommands(CNorixSDKCtrl& owner) : m_owner(owner) {}
+    explicit ViewCommands(ViewHost& host) : m_host(host) {}
 
     /// Fixes the size that coordinates refer to, in pixels of the video; 0 x 0 goes back to the picture's
     /// own size. E_INVALIDARG for negative values.
@@ -49,7 +48,7 @@ class ViewCommands {
     ViewSize WindowSize() const;
     ViewMapping Mapping() const;
 
-    CNorixSDKCtrl& m_owner;
+    ViewHost& m_host;
     ViewSize m_configuredSize;
     Rotation m_rotation = Rotation::k0;
     bool m_digitalPtz = false;

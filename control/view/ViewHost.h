@@ -1,23 +1,45 @@
 #pragma once
 
+// What the view's commands and the mouse need of the control, and nothing else of it.
+
 #include <windows.h>
 
 #include <memory>
 
+#include "framework/Event.h"
+
 namespace norix {
 
+class CCtrlParam;
 class CDecoder;
 
-/// What the commands on the view need of the control. Window thread.
+/// Window thread.
 class ViewHost {
   public:
-    /// The window that shows the pictures; null while there is none.
+    /// Null while there is no window.
     virtual HWND Window() const = 0;
-    /// The connection's decoder; null while there is none.
+    virtual CCtrlParam& Param() = 0;
+    /// The connection's decoder; shared, or none.
     virtual std::shared_ptr<CDecoder> Decoder() = 0;
+    /// Pictures are drawn by GDI from now on, as if the host had asked for it.
+    virtual void DrawByGdi() = 0;
+    /// The picture is to look otherwise than before.
+    virtual void ViewChanged() = 0;
+    virtual void StopDeferredViewTimer() = 0;
 
   protected:
     ~ViewHost() = default;
+};
+
+/// Window thread. The host may do anything inside an event.
+class MouseHost {
+  public:
+    virtual HWND Window() const = 0;
+    virtual void Fire(const framework::Event<long, long>& event, long x, long y) = 0;
+    virtual void FireWheel(long delta, long x, long y) = 0;
+
+  protected:
+    ~MouseHost() = default;
 };
 
 }  // namespace norix

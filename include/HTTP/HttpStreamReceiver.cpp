@@ -37,9 +37,8 @@ HttpStreamReceiver::~HttpStreamReceiver() {
     Stop();
 }
 
-bool HttpStreamReceiver::Start(const HttpStreamRequest& request) {
+bool HttpStreamReceiver::Begin(const HttpStreamRequest& request, std::function<void()> decided) {
     if (m_session) return false;
-    // From here on, a message may bring the end of this object: only what is shared is touched then.
     const auto session = std::make_shared<StreamSession>();
     session->kind =
         m_kind == Kind::Video ? http::FrameDelivery::Kind::Pictures : http::FrameDelivery::Kind::Sound;
@@ -48,33 +47,52 @@ bool HttpStreamReceiver::Start(const HttpStreamRequest& request) {
     session->request = request;
     session->bufferSize = m_bufferSize;
     session->stallMs = m_timing.stallMs;
+    session->retryMs = m_timing.retryMs;
+    session->onDecided = std::move(decided);
     m_cookie.clear();
     if (!m_thread.Start(THREAD_PRIORITY_NORMAL, [session](util::StopToken& stop) { session->Run(stop); })) {
         NORIX_LOG("HttpStreamReceiver::Start", 1, "no thread");
         return false;
     }
     m_session = session;
+    return true;
+}
+
+bool HttpStreamReceiver::Start(const HttpStreamRequest& request) {
+    if (!Begin(request, nullptr)) return false;
+    // From here on, a message may bring the end of this object: only what is shared is touched then.
+    const std::shared_ptr<StreamSession> session = m_session;
     // The thread keeps the limit itself; the rest is for a machine that is slow to let it.
     constexpr std::uint32_t kGraceMs = 500;
     util::WaitAnsweringSentMessages(session->decided.Get(), request.timeLimitMs + kGraceMs);
     if (session->stopped) return false;
-    const bool decided = session->decided.Wait(0);
-    if (decided && session->accepted) {
-        m_cookie = session->sessionCookie;
-        return true;
-    }
+    if (TakeAnswer() == Answer::Streaming) return true;
     m_session.reset();
     session->Silence();
     if (!m_thread.Stop()) m_ended = false;
     return false;
 }
 
-bool HttpStreamReceiver::Stop() {
-    const auto session = std::exchange(m_session, nullptr);
-    if (!session) return m_ended;
-    session->stopped = true;
-    session->Silence();
+HttpStreamReceiver::Answer HttpStreamReceiver::TakeAnswer() {
+    if (!m_session) return Answer::Failed;
+    if (!m_session->decided.Wait(0)) return Answer::Pending;
+    if (!m_session->accepted) return m_session->unauthorized ? Answer::Refused : Answer::Failed;
+    m_cookie = m_session->sessionCookie;
+    return Answer::Streaming;
+}
+
+void HttpStreamReceiver::RequestStop() {
+    if (!m_session) return;
+    m_session->stopped = true;
+    m_session->Silence();
     m_param->SetClosing(true);
+    m_thread.RequestStop();
+}
+
+bool HttpStreamReceiver::Stop() {
+    if (!m_session) return m_ended;
+    RequestStop();
+    m_session.reset();
     if (!m_thread.Stop()) m_ended = false;
     return m_ended;
 }

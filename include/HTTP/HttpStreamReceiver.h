@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -16,6 +17,7 @@ struct StreamSession;
 /// What can be tuned, by tests above all.
 struct HttpReceiverTiming {
     std::uint32_t stallMs = 5000;  ///< a stream that brings nothing for so long has failed
+    std::uint32_t retryMs = 0;  ///< not 0: a stream that can be done without; asked for again after so long
 };
 
 /// Receives one of a camera's live streams over HTTP, Motion JPEG or G.711, and puts its frames into the
@@ -40,7 +42,15 @@ class HttpStreamReceiver {
     HttpStreamReceiver(const HttpStreamReceiver&) = delete;
     HttpStreamReceiver& operator=(const HttpStreamReceiver&) = delete;
 
-    /// Connects and asks for the stream. Returns true as soon as the camera has answered 200 with a media
+    /// Begins to ask for the stream and returns at once; false when the receiver runs already or there is no
+    /// thread. `decided` is called by the receiving thread once the answer is known; it must not wait.
+    bool Begin(const HttpStreamRequest& request, std::function<void()> decided);
+
+    enum class Answer { Pending, Streaming, Refused, Failed };
+    /// What came of Begin. Refused: the camera wants another sign-in. A stream that was not granted is over.
+    Answer TakeAnswer();
+
+    /// Begin, and a wait for the answer. Returns true as soon as the camera has answered 200 with a media
     /// content type, false when it didn't within the request's time limit, or when the receiver runs already.
     /// Sent messages are answered meanwhile, so the caller can be entered again; a Stop from in there, or the
     /// receiver's end, makes it return false. Throws only std::bad_alloc.
@@ -49,6 +59,9 @@ class HttpStreamReceiver {
     /// After a successful Start: what ties the audio request to the video stream. The video request carries a
     /// random one; the camera may answer with its own. Empty for none.
     std::string SessionCookie() const { return m_cookie; }
+
+    /// The beginning of Stop: from its return on nothing is reported, and the thread ends soon.
+    void RequestStop();
 
     /// Ends the stream; returns within some 100 ms. While the thread ends, the parameter block is set
     /// closing, because the thread may be waiting in an insert operation; ResetForNewStream undoes that. A

@@ -22,7 +22,8 @@ using http::Bytes;
 using net::StreamSocket;
 
 constexpr char kWhere[] = "HttpStreamReceiver::Receive";
-constexpr std::uintptr_t kConnectFail = 3;  // ecsConnectFail
+constexpr std::uint32_t kConnectFail = 3;  // ecsConnectFail
+constexpr unsigned kUnauthorized = 401;
 constexpr std::size_t kReceiveBytes = 64 * 1024;
 
 std::string RandomHex() {
@@ -148,6 +149,8 @@ bool StreamSession::Receiving::Ask() {
             case http::HttpDialogue::Next::AskAgain:
                 break;
             case http::HttpDialogue::Next::Refused:
+                if (!m_session.decided.Wait(0)) m_session.unauthorized = head->status == kUnauthorized;
+                m_session.param->refusal.Set(head->status);
                 return Fail(dialogue.Reason());
         }
     }
@@ -191,9 +194,11 @@ void StreamSession::Receiving::Receive() {
     // A length that is stated for an endless stream means nothing.
     const bool endless = type.content == http::Content::Multipart;
     http::BodyDecoder body(m_head.chunked, endless ? std::nullopt : m_head.contentLength);
-    m_session.accepted = true;
-    m_session.sessionCookie = m_sessionCookie;
-    m_session.decided.Set();
+    if (!m_session.decided.Wait(0)) {
+        m_session.accepted = true;
+        m_session.sessionCookie = m_sessionCookie;
+        m_session.Decide();
+    }
 
     if (type.content != http::Content::Bytes) delivery.StartPlayers();
     delivery.SetArrival(platform::TimerMs());
@@ -210,28 +215,43 @@ void StreamSession::Receiving::Receive() {
     if (!m_stop.StopRequested()) splitter->Finish(delivery);
 }
 
+void StreamSession::Decide() {
+    if (decided.Wait(0)) return;
+    decided.Set();
+    if (onDecided) onDecided();
+}
+
 void StreamSession::Run(util::StopToken& stop) {
     // Whatever happens: nobody waits in vain, and an accepted stream's end is told.
     struct Ending {
         StreamSession& session;
         ~Ending() {
-            if (session.accepted) session.Report();
-            session.decided.Set();
+            if (session.accepted && session.retryMs == 0) session.Report();
+            session.Decide();
         }
     } const ending{*this};
 
+    while (ReceiveOnce(stop) && retryMs != 0) {
+        Decide();
+        if (stop.Wait(retryMs)) return;
+    }
+}
+
+// False when it was stopped.
+bool StreamSession::ReceiveOnce(util::StopToken& stop) {
     Receiving receiving(*this, stop);
     const bool asked = receiving.Ask();
     if (asked) receiving.Receive();
-    if (stop.StopRequested()) return;
+    if (stop.StopRequested()) return false;
     NORIX_LOG(kWhere, 0, "%s:%u%s: %s: %s", request.host.c_str(), request.port,
               util::RedactSecrets(request.path).c_str(), asked ? "the stream is over" : "no stream",
               receiving.Reason().c_str());
+    return true;
 }
 
 void StreamSession::Report() {
     const std::lock_guard<std::mutex> lock(m_lock);
-    if (!m_silenced) param->window.Post(WM_OnConnectStatus, kConnectFail, 0);
+    if (!m_silenced) param->window.Report(kConnectFail);
     m_silenced = true;
 }
 

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -25,6 +26,9 @@ struct StreamSession {
     HttpStreamRequest request;
     std::uint32_t bufferSize = 0;
     std::uint32_t stallMs = 0;
+    std::uint32_t retryMs = 0;  // not 0: its end is told nobody, and it is asked for again after so long
+    std::function<void()>
+        onDecided;  // may be null; called after `decided` is signalled, by the receiving thread
 
     /// Window thread only: the receiver has been stopped since.
     bool stopped = false;
@@ -34,6 +38,7 @@ struct StreamSession {
 
     /// Written by the receiving thread before `decided`, read by the window thread after it.
     bool accepted = false;
+    bool unauthorized = false;  // the sign-in was refused
     std::string sessionCookie;
 
     /// The receiving thread's body: everything from the name's lookup to the stream's end. Reports the end of
@@ -47,6 +52,8 @@ struct StreamSession {
     class Receiving;
 
     void Report();
+    void Decide();
+    bool ReceiveOnce(util::StopToken& stop);
 
     std::mutex m_lock;        // never held but for a look and a post, which doesn't block
     bool m_silenced = false;  // guarded by m_lock

@@ -22,10 +22,7 @@ int RTSPCoumm::StartStreaming() {
     if (m_thread.Started()) return 1;
     // A session that has been stopped stays stopped.
     if (!m_session) {
-        m_session =
-            std::make_shared<RTSPSession>(SessionSettings{protocol, streamUri, userName, password,
-                                                          tunnelOverHttpPort, callback, userData, periods},
-                                          m_param, m_players);
+        m_session = std::make_shared<RTSPSession>(settings, m_param, m_players);
     }
     const auto body = [session = m_session](util::StopToken&) { session->RTSPStart(); };
     if (!m_thread.Start(THREAD_PRIORITY_NORMAL, body)) return 0;
@@ -35,10 +32,15 @@ int RTSPCoumm::StartStreaming() {
     return 1;
 }
 
-bool RTSPCoumm::StopStreaming() {
-    if (!m_thread.Started()) return true;
+void RTSPCoumm::RequestStop() {
+    if (!m_thread.Started()) return;
     m_session->RequestStop();
     m_param->SetClosing(true);  // lets a frame go that waits for a free record
+}
+
+bool RTSPCoumm::StopStreaming() {
+    if (!m_thread.Started()) return true;
+    RequestStop();
     return m_thread.Stop();
 }
 

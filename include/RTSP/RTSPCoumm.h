@@ -1,10 +1,8 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
-#include "include/RTSP/ConnectionTypes.h"
-#include "include/RTSP/SessionPeriods.h"
+#include "include/RTSP/SessionSettings.h"
 #include "util/GenericThread.h"
 
 namespace norix {
@@ -16,7 +14,7 @@ class RTSPSession;
 /// Receives one connection over RTSP, or from multicast groups that a camera pushes to, on a thread of its
 /// own: frames go into the parameter block, the connection's state goes to the callback. One per connection.
 ///
-/// Belongs to the window thread, which sets the values below before StartStreaming. The callback runs on the
+/// Belongs to the window thread, which sets `settings` before StartStreaming. The callback runs on the
 /// session's thread. The parameter block and the players are shared with that thread, which holds them until
 /// it has ended, also where it had to be abandoned.
 class RTSPCoumm {
@@ -28,14 +26,7 @@ class RTSPCoumm {
     RTSPCoumm(const RTSPCoumm&) = delete;
     RTSPCoumm& operator=(const RTSPCoumm&) = delete;
 
-    ConnectProtocol protocol = ConnectProtocol::None;
-    std::string streamUri;
-    std::string userName;
-    std::string password;
-    unsigned tunnelOverHttpPort = 0;  // used by ConnectProtocol::Http
-    RTSPStatusCallback* callback = nullptr;
-    void* userData = nullptr;
-    SessionPeriods periods;
+    SessionSettings settings;
 
     /// 1, also when the thread runs already; 0 when the system refuses a thread. Failures of the session are
     /// told to the callback.
@@ -44,6 +35,8 @@ class RTSPCoumm {
     /// Ends the session by the stop rule; false when its thread had to be abandoned. From its beginning on
     /// nothing is reported any more, and the parameter block is closing. The players are left to their owner.
     bool StopStreaming();
+    /// The beginning of that: tells the thread to end without waiting for it.
+    void RequestStop();
 
     bool IsStreaming() const { return m_thread.Started(); }
 

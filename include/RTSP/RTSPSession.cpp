@@ -207,6 +207,7 @@ void RTSPSession::afterDESCRIBE(RTSPClientCustom& client, int resultCode, const 
         NORIX_LOG("RTSPCoumm::continueAfterDESCRIBE", 0,
                   "RTSPCoumm::continueAfterDESCRIBE() Failed to get a SDP description: %s",
                   util::RedactSecrets(result).c_str());
+        if (resultCode > 0) m_param->refusal.Set(resultCode);
         ReportStatusAndStop(resultCode == kUnauthorized ? ConnectStatus::UserAuthenticationFail
                                                         : ConnectStatus::ConnectFail);
         return;

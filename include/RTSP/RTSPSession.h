@@ -7,7 +7,7 @@
 #include "UsageEnvironment.hh"
 
 #include "include/RTSP/ConnectionTypes.h"
-#include "include/RTSP/SessionPeriods.h"
+#include "include/RTSP/SessionSettings.h"
 
 class Authenticator;
 class MediaSubsession;
@@ -18,17 +18,6 @@ namespace norix {
 class CCtrlParam;
 class MediaPlayers;
 class RTSPClientCustom;
-
-struct SessionSettings {
-    ConnectProtocol protocol = ConnectProtocol::None;
-    std::string streamUri;
-    std::string userName;
-    std::string password;
-    unsigned tunnelOverHttpPort = 0;  // of ConnectProtocol::Http
-    RTSPStatusCallback* callback = nullptr;
-    void* userData = nullptr;
-    SessionPeriods periods;
-};
 
 /// One session from the first request to TEARDOWN: what RTSPCoumm's thread does. Shared by that thread and
 /// whoever stops it, so that a thread which had to be left alone touches nothing that is gone.

@@ -126,6 +126,10 @@ const std::shared_ptr<PictureView>& CDecoder::View() const {
     return m_pipeline->view;
 }
 
+void CDecoder::AttachView(std::shared_ptr<PictureView> view) {
+    if (view && !m_decodeThread.Started()) m_pipeline->view = std::move(view);
+}
+
 bool CDecoder::DrawLast(HDC dc, const RECT& target) {
     return m_presenter && m_presenter->DrawLast(dc, target);
 }

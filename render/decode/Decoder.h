@@ -44,7 +44,9 @@ class CDecoder {
     void SetPresenter(std::shared_ptr<Presenter> presenter);
 
     /// Source rectangle, rotation, caption and border, for the host to set; goes into PresenterConfig.
+    /// Another one than the decoder's own is attached before a presenter is made and the threads start.
     const std::shared_ptr<PictureView>& View() const;
+    void AttachView(std::shared_ptr<PictureView> view);
 
     /// What the host draws over the pictures; goes into PresenterConfig.
     const std::shared_ptr<GraphicObjects>& Overlays() const { return m_overlays; }

@@ -28,12 +28,12 @@ struct Pipeline {
     /// any thread
     DisplayPool pool;
     PauseGate gate;  // holds the display thread
-    const std::shared_ptr<PictureView> view = std::make_shared<PictureView>();
 
     /// Set by the owner before the decode thread starts, constant from then on. The display thread looks at
     /// them only when it has got a picture from there. The snapshot taker may be null.
     std::shared_ptr<CCtrlParam> param;
     std::shared_ptr<SnapshotTaker> snapshots;
+    std::shared_ptr<PictureView> view = std::make_shared<PictureView>();
 
     /// cleared by the owner
     std::atomic<bool> decodeRunning{true};

@@ -2,9 +2,9 @@
 
 #include <windows.h>
 
-namespace norix {
+#include "render/present/StatusPictureKind.h"
 
-enum class StatusPicture { None, Disconnect, ConnectFail };
+namespace norix {
 
 /// Draws what the video area shows while nothing plays: the picture with its proportions kept, centred in
 /// `area`, on its own background colour. Works on any device context, printers and metafiles included, since

@@ -63,8 +63,6 @@ TEST_F(Automation, HandsSettingsToTheConnectionsThreads) {
     Put(L"StreamIndex", 4);
     EXPECT_EQ(session.channel.Get(), 1);
     EXPECT_EQ(session.stream.Get(), 4);
-    session.param.videoCodec.Set(VideoCodec::H264);
-    EXPECT_EQ(Get(L"GetStreamType"), "4s");
 }
 
 TEST_F(Automation, StoresMulticastAddresses) {

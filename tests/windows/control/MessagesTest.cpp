@@ -40,7 +40,6 @@ TEST_F(Messages, PostedOnesBecomeEvents) {
         {WM_OnIVAEvent, 4, -17, {"OnIVAEvent(4, -17, &\"{ \"index\": 4, \"function_type\": -17 }\")"}},
         {WM_OnGeneralEvent, 7, 0x1234, {"OnGeneralEvent(7, 18, 52)"}},
         {WM_OnGeneralEvent, 7, static_cast<LPARAM>(0xABCDFFFE), {"OnGeneralEvent(7, 255, 254)"}},
-        {WM_OnConnectStatus, ecsMulticastError, 0, {"OnConnStatus(4s)"}},
         {WM_OnMotionWindowUpdate, 1, 0, {}},  // the motion windows are not being edited
         {WM_OnForceI, 1, 1, {}},
         {kControlMessageBase + 2, 1, 1, {}},
@@ -54,7 +53,6 @@ TEST_F(Messages, PostedOnesBecomeEvents) {
         EXPECT_EQ(Host().Take(), c.expected) << std::hex << c.message;
     }
     EXPECT_EQ(Get(L"RecordStatus"), "3s");
-    EXPECT_EQ(Get(L"ConnectStatus"), "4s");
 }
 
 TEST_F(Messages, FramesTravelAsBytes) {
@@ -179,11 +177,11 @@ TEST_F(Messages, ControlMayGoInsideTheHandler) {
 TEST_F(Messages, SessionCallbackSurvivesWithoutControlOrWindow) {
     EnableLog();
     Create(false);
-    for (CNorixSDKCtrl* control : {&Control(), static_cast<CNorixSDKCtrl*>(nullptr)}) {
+    for (SessionContext* session : {&Control().Session(), static_cast<SessionContext*>(nullptr)}) {
         log.Clear();
-        EXPECT_EQ(RTSPCallback(1, ecsConnected, control), 1);
-        EXPECT_EQ(RTSPCallback(2, 0, control), 2);
-        EXPECT_EQ(RTSPCallback(9, 0, control), 9);
+        EXPECT_EQ(RTSPCallback(1, ecsConnected, session), 1);
+        EXPECT_EQ(RTSPCallback(2, 0, session), 2);
+        EXPECT_EQ(RTSPCallback(9, 0, session), 9);
         EXPECT_EQ(log.Messages(), (Texts{"PostMessage(0x00000000, WM_OnConnectStatus, 1)",
                                          "PostMessage(0x00000000, WM_OnForceI)"}));
     }

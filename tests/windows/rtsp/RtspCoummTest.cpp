@@ -52,12 +52,12 @@ struct Streaming {
         script.steps = kPlaying;
         g_reports = 0;
         comm = std::make_unique<RTSPCoumm>(param, this->players);
-        comm->protocol = ConnectProtocol::Tcp;
-        comm->callback = OnStatus;
+        comm->settings.protocol = ConnectProtocol::Tcp;
+        comm->settings.callback = OnStatus;
     }
     void Listen() {
         server = std::make_unique<live_test::ScriptedServer>(script);
-        comm->streamUri = server->filled("rtsp://{host}/stream");
+        comm->settings.streamUri = server->filled("rtsp://{host}/stream");
     }
     live_test::Script script;
     std::unique_ptr<live_test::ScriptedServer> server;

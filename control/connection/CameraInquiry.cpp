@@ -1,0 +1,29 @@
+#include "control/connection/CameraInquiry.h"
+
+#include "control/connection/StreamAddress.h"
+
+namespace norix {
+
+void CameraInquiry::Run() {
+    ran = true;
+    outcome = commands.RequestCameraInformation(selection);
+    const bool known = commands.Codecs() != nullptr;
+    // While a camera is away, what it said before is still the best guess.
+    if (!outcome.reached && known) selection = SelectStream(*commands.Codecs(), selection);
+
+    if (streamKnown || StreamsOverHttp(protocol, selection.codec)) return;
+    const bool mayHaveOnvif = outcome.reached && (!known || commands.System().onvifSupport != 0);
+    if (onvif.mediaServiceUri.empty() && !mayHaveOnvif) return;
+    const CameraAccess& access = commands.access;
+    onvif.host = access.serverIP;
+    onvif.port = static_cast<std::uint16_t>(access.https ? access.httpsPort : access.httpPort);
+    onvif.secure = access.https;
+    onvif.user = access.username;
+    onvif.password = access.password;
+    onvif.protocol = static_cast<std::uint32_t>(protocol);
+    KsOnvifResult result = kKsOnvifOk;
+    stream = AskOnvif(services->Onvif(), onvif, &result);
+    onvifDenied = result == kKsOnvifDenied;
+}
+
+}  // namespace norix

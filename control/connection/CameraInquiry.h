@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "camera/CameraCommands.h"
+#include "camera/onvif/OnvifRoute.h"
+#include "control/Enumerations.h"
+#include "control/connection/ConnectionMeans.h"
+
+namespace norix {
+
+/// One round of questions to a camera before a stream is received: what it is, and where its ONVIF service
+/// says that the stream is. Filled in by the window's thread, then handed to a worker that runs it, then read
+/// again by the window's thread once the worker has signalled; nobody else has it meanwhile.
+struct CameraInquiry {
+    /// `known` is what cameras have said before.
+    CameraInquiry(std::shared_ptr<CameraServices> s, const CameraCommands& known)
+        : services(std::move(s)), commands(services->Transport(), known) {}
+
+    /// Asks. Throws nothing but bad_alloc.
+    void Run();
+
+    const std::shared_ptr<CameraServices> services;
+
+    // What to ask
+    CameraCommands commands;
+    StreamSelection selection;
+    EConnectProtocol protocol = ecpUDP;
+    bool streamKnown = false;  // the host has said where the stream is: nobody is asked for that
+    OnvifQuestion onvif;       // all but the server's address
+
+    // What came of it
+    bool ran = false;  // else there was no thread for it
+    CameraCommands::Outcome outcome;
+    std::optional<OnvifStream> stream;
+    bool onvifDenied = false;
+};
+
+}  // namespace norix

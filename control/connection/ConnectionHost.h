@@ -1,0 +1,110 @@
+#pragma once
+
+// What a connection and its camera need of the control that they belong to, and nothing else of it. The
+// control implements it; tests put a host of their own in its place. No system header: the workflow is
+// compiled for every build.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "control/Enumerations.h"
+#include "protocol/Origin.h"
+#include "render/present/StatusPictureKind.h"
+
+namespace norix {
+
+/// The properties that a connection reads, as they are at the moment. UTF-8.
+struct ConnectionSettings {
+    std::string serverIP;
+    std::int32_t httpPort = 80;
+    std::string username;
+    std::string password;
+    std::int32_t channel = 1;
+    std::int32_t stream = 1;
+    short videoProtocol = ecpUDP;
+    short mediaType = -1;
+    unsigned timeoutMs = 5000;
+    bool autoReconnect = false;
+    std::string streamUri;
+    std::string mediaServiceUri;
+    std::string profileToken;
+    std::int32_t captionInfo = eciAll;
+    bool ignoreCaption = false;
+    bool clientSettingMode = false;
+
+    bool onPage = false;  // a web page that a camera may have served holds the control
+    bool pageIsHttps = false;
+    std::int32_t pagePort = 0;
+};
+
+/// What the camera's conversation needs. Window thread.
+class CameraHost {
+  public:
+    virtual ConnectionSettings Settings() const = 0;
+    /// The camera has said, or an address has told, where its web server is.
+    virtual void SetHttpPort(std::int32_t port) = 0;
+
+  protected:
+    ~CameraHost() = default;
+};
+
+/// Timers of the control's window, by their numbers.
+enum class ConnectionTimer : unsigned {
+    Statistics = 3,
+    AutoConnect = 5,
+    Reconnect = 9,
+    Reports = 13,  // looks for reports that could not be posted, while there is a connection
+};
+
+/// The choices of this user.
+struct UserChoices {
+    std::uint32_t video = 0;
+    std::uint32_t protocol = 0;
+};
+
+/// What the workflow needs. Window thread. Whatever tells the host something may be entered again from
+/// inside: the host may connect, disconnect or destroy the window.
+class ConnectionHost : public CameraHost {
+  public:
+    virtual void SetServerIP(const std::string& host) = 0;
+    /// Reads the registry: what the log shows, and the user's choices.
+    virtual UserChoices ReadUserChoices() = 0;
+
+    /// Whether anybody may be reached at all under this address, asked before something is sent there.
+    virtual bool MayReach(const std::string& host) = 0;
+
+    /// Returns once there is, or was, a window, dispatching messages meanwhile; false when the program ends
+    /// instead.
+    virtual bool WaitForWindow() = 0;
+    virtual bool HasWindow() const = 0;
+    virtual void StartTimer(ConnectionTimer timer, unsigned milliseconds) = 0;
+    virtual void StopTimer(ConnectionTimer timer) = 0;
+
+    virtual void ShowPicture(StatusPicture picture) = 0;
+    virtual void ShowCaption(const std::wstring& caption) = 0;
+    virtual std::wstring Caption() const = 0;
+    /// What is shown has changed.
+    virtual void Redraw() = 0;
+
+    virtual void FireStatus(EConnectStatus status) = 0;
+    /// Once a second while connected.
+    virtual void ReportFrameRate(int picturesPerSecond) = 0;
+    /// Asks for another sign-in later, from the window's queue.
+    virtual void AskForSignIn() = 0;
+
+    /// Deliveries to the host begin, and the decoder to come gets the host's view.
+    virtual void ConnectionBegins() = 0;
+    virtual void EndDigitalPtz() = 0;
+    /// Everything that depends on a connection ends: talk-back.
+    virtual void ConnectionEnds() = 0;
+    /// Nothing that was reported so far is told to the host any more.
+    virtual void DropReports() = 0;
+    /// Has OnConnectStatus(ecsDisconnect) called by way of the window, where there is one.
+    virtual void SendDisconnectNotice() = 0;
+
+  protected:
+    ~ConnectionHost() = default;
+};
+
+}  // namespace norix
