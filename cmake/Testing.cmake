@@ -124,6 +124,6 @@ function(norix_add_fuzzer)
         get_filename_component(corpus ${arg_CORPUS} ABSOLUTE)
     endif()
     add_test(NAME ${arg_NAME} COMMAND ${arg_NAME} -max_total_time=${arg_SECONDS} -timeout=10 -rss_limit_mb=1024
-                                      -print_final_stats=1 -artifact_prefix=${found}/ ${found} ${corpus})
+                                      -malloc_limit_mb=64 -print_final_stats=1 -artifact_prefix=${found}/ ${found} ${corpus})
     norix_set_test_properties(${arg_NAME} ${NORIX_TEST_TIMEOUT} fuzz)
 endfunction()

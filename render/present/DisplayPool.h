@@ -20,6 +20,9 @@ class DisplayPool {
     /// memory for a picture at first; it comes in with the pictures that are swapped in.
     std::size_t Count() const { return m_frames.size(); }
 
+    /// Pictures that wait to be shown.
+    std::size_t Waiting() const { return m_queue.Size(); }
+
     /// All wait at most 10 ms. kResultInvalidArgument for null, kResultFail when nothing came.
     Result TakeFree(DisplayFrame** frame) { return Take(m_free, frame); }
     /// The frame becomes the next one taken, so that memory which is in use stays in use and the rest never
