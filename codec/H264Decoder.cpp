@@ -42,6 +42,7 @@ class H264Decoder::Impl {
     void Close();
     void Reset();
     void SetSpeed(int speed);
+    void SetMostPixels(std::int64_t pixels);
 
     /// Gives input to the decoder (null: ends the stream) and keeps the picture that comes of it.
     Status Advance(const AVPacket* packet);
@@ -57,6 +58,7 @@ class H264Decoder::Impl {
     int m_width = 0;
     int m_height = 0;
     int m_speed = 0;
+    std::int64_t m_mostPixels = static_cast<std::int64_t>(kMaxDimension) * kMaxDimension;
     int m_libraryError = 0;
     PictureInfo m_info;
     bool m_kept = false;  ///< m_frame holds a picture that was not delivered yet
@@ -95,6 +97,7 @@ Status H264Decoder::Impl::Initialise(const std::uint8_t* data, std::size_t size)
     if (const Status status = m_sets.Take(contents); status != Status::kOk) return status;
     const H264Sps* const sps = m_sets.SpsOf(contents);
     if (!sps) return Status::kNeedKeyFrame;
+    if (static_cast<std::int64_t>(sps->width) * sps->height > m_mostPixels) return Status::kUnsupported;
     m_frame.reset(av_frame_alloc());
     const Status opened = m_frame ? Open() : Status::kOutOfMemory;
     if (opened != Status::kOk) {
@@ -113,6 +116,7 @@ Status H264Decoder::Impl::Open() try {
     m_context = NewVideoContext(decoder);
     if (!m_context || !SetExtradata(m_context.get(), m_sets.AnnexB())) return Status::kOutOfMemory;
     m_context->thread_count = m_threads;
+    LimitPixels(m_context.get(), m_mostPixels);
     ApplyForm();
     ApplySpeed();
     const int result = avcodec_open2(m_context.get(), decoder, nullptr);
@@ -179,6 +183,11 @@ void H264Decoder::Impl::DrainIntoLeftOver() {
     } catch (const std::bad_alloc&) {
         m_leftOver.clear();
     }
+}
+
+void H264Decoder::Impl::SetMostPixels(std::int64_t pixels) {
+    m_mostPixels = pixels;
+    if (IsOpen()) LimitPixels(m_context.get(), pixels);
 }
 
 void H264Decoder::Impl::SetSpeed(int speed) {
@@ -360,6 +369,9 @@ void H264Decoder::Reset() {
 }
 void H264Decoder::Close() {
     m_impl->Close();
+}
+void H264Decoder::SetMostPixels(std::int64_t pixels) {
+    m_impl->SetMostPixels(pixels);
 }
 void H264Decoder::SetSpeed(int speed) {
     m_impl->SetSpeed(speed);

@@ -38,6 +38,10 @@ class H264Decoder {
     /// thread.
     static Status Announced(const std::uint8_t* data, std::size_t size, int* width, int* height);
 
+    /// Larger pictures are refused before memory is asked for, however the stream comes to announce them: as
+    /// kUnsupported or kBadData. kMaxDimension bounds each side in any case.
+    void SetMostPixels(std::int64_t pixels);
+
     /// Opens the decoder for the stream that `data` belongs to and learns the picture size from its parameter
     /// sets, or from those that earlier units brought. The picture itself is not decoded: pass the same data
     /// to Decode afterwards. An open decoder is closed first.

@@ -61,15 +61,15 @@ std::uint32_t ReadUe(BitReader& bits) {
     return (1u << zeros) - 1 + bits.Read(zeros);
 }
 
-int ReadSe(BitReader& bits) {
+std::int64_t ReadSe(BitReader& bits) {
     const std::uint32_t code = ReadUe(bits);
-    const int half = static_cast<int>(code / 2);
+    const std::int64_t half = code / 2;
     return code % 2 ? half + 1 : -half;
 }
 
 void SkipScalingList(BitReader& bits, int size) {
-    int last = 8;
-    int next = 8;
+    std::int64_t last = 8;
+    std::int64_t next = 8;
     for (int i = 0; i < size; ++i) {
         if (next != 0) next = (last + ReadSe(bits) % 256 + 256) % 256;
         if (next != 0) last = next;

@@ -20,6 +20,13 @@ int GetBoundedBuffer(AVCodecContext* context, AVFrame* frame, int flags) {
     return avcodec_default_get_buffer2(context, frame, flags);
 }
 
+/// Asked when a stream's format is known and nothing has been allocated for it.
+AVPixelFormat ChooseBoundedFormat(AVCodecContext* context, const AVPixelFormat* formats) {
+    const std::int64_t pixels = static_cast<std::int64_t>(context->coded_width) * context->coded_height;
+    if (pixels > context->max_pixels) return AV_PIX_FMT_NONE;
+    return avcodec_default_get_format(context, formats);
+}
+
 /// Runs the slices of a picture as the library would, and looks at what each of them came to.
 int ExecuteWatched(AVCodecContext* context, int (*job)(AVCodecContext*, void*), void* jobs, int* results,
                    int count, int size) {
@@ -81,6 +88,12 @@ void WatchSlices(AVCodecContext* context, SliceWatch* watch) {
     context->execute = ExecuteWatched;
 }
 
+void LimitPixels(AVCodecContext* context, std::int64_t pixels) {
+    // The library compares with sizes that are rounded up, in each direction by less than that.
+    constexpr std::int64_t kRoundedUp = 64;
+    context->max_pixels = pixels + 2 * kRoundedUp * kMaxDimension + kRoundedUp * kRoundedUp;
+}
+
 bool SetExtradata(AVCodecContext* context, const std::vector<std::uint8_t>& data) {
     if (data.empty()) return true;
     context->extradata = static_cast<std::uint8_t*>(av_mallocz(data.size() + AV_INPUT_BUFFER_PADDING_SIZE));
@@ -95,7 +108,8 @@ AvPtr<AVCodecContext> NewVideoContext(const AVCodec* decoder) {
     if (!context) return context;
     context->thread_type = FF_THREAD_SLICE;
     context->thread_count = 1;
-    context->max_pixels = static_cast<std::int64_t>(kMaxDimension) * kMaxDimension;
+    LimitPixels(context.get(), static_cast<std::int64_t>(kMaxDimension) * kMaxDimension);
+    context->get_format = ChooseBoundedFormat;
     context->get_buffer2 = GetBoundedBuffer;
     return context;
 }

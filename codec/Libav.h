@@ -63,6 +63,10 @@ struct SliceWatch {
     int (*execute)(AVCodecContext*, int (*)(AVCodecContext*, void*), void*, int*, int, int) = nullptr;
 };
 
+/// Refuses pictures of more than `pixels`, as shown, whatever way a stream announces them: before the library
+/// takes memory for them. Any time.
+void LimitPixels(AVCodecContext* context, std::int64_t pixels);
+
 /// A decoder context as all of ours want it: no frame threads, no output larger than kMaxDimension. Null when
 /// out of memory. It is not opened yet. Its `opaque` belongs to WatchSlices.
 AvPtr<AVCodecContext> NewVideoContext(const AVCodec* decoder);

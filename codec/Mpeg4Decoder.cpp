@@ -69,6 +69,8 @@ Status Mpeg4Decoder::Decode(const std::uint8_t* data, std::size_t size, std::int
         } catch (const std::bad_alloc&) {
             return Status::kOutOfMemory;
         }
+        // The caller has seen this size: the library is not to find another one in the same headers.
+        LimitPixels(m_context.get(), static_cast<std::int64_t>(vol.width) * vol.height);
         m_vol = result->vol = vol;
         m_haveVol = result->header = true;
         result->consumed = end;

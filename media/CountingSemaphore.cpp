@@ -48,6 +48,7 @@ bool CountingSemaphore::Release() noexcept {
 
 bool CountingSemaphore::Acquire(std::uint32_t milliseconds) noexcept {
     std::unique_lock<std::mutex> lock(m_lock);
+    if (milliseconds == 0 && m_count == 0) return false;  // a wait until now would still be one
     // The deadline is given explicitly so that the wait follows the steady clock.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
     if (!m_released.wait_until(lock, deadline, [this] { return m_count > 0; })) return false;

@@ -20,6 +20,8 @@ class DecodeHost {
     /// Whether pictures of this size may be decoded at all. Asked before a codec takes memory for them; a
     /// refusal is told to the host's user.
     virtual bool Admits(PixelSize size) = 0;
+    /// About that, for codecs that can keep to it by themselves.
+    virtual std::int64_t MostPixels() const = 0;
 
     /// The stream's pictures have this size from now on: the presenter is rebuilt for it. False when it
     /// cannot show such pictures, now or ever.

@@ -81,6 +81,11 @@ bool DecodeLoop::Fits(PixelSize size) const {
            PictureSizeBytes(m_pipeline.sink->Format(), size) <= LargestPicture(m_pipeline.settings);
 }
 
+std::int64_t DecodeLoop::MostPixels() const {
+    return static_cast<std::int64_t>(LargestPicture(m_pipeline.settings)) /
+           codec::BytesPerPixel(m_pipeline.sink->Format());
+}
+
 bool DecodeLoop::Admits(PixelSize size) {
     if (Fits(size)) {
         if (!m_refused.IsEmpty()) m_param->obstacle.Set({});

@@ -24,6 +24,7 @@ class DecodeLoop final : private DecodeHost {
   private:
     bool IsRunning() const override { return m_pipeline.decodeRunning.load(); }
     bool Admits(PixelSize size) override;
+    std::int64_t MostPixels() const override;
     bool PrepareFor(PixelSize size) override;
     PixelSize Size() const override { return m_size; }
     bool IsReady() const override { return m_ready; }

@@ -37,6 +37,7 @@ std::optional<std::int64_t> H264Adapter::Decode(const CompressedFrame& frame, De
         m_speed = host.DecodeSpeed();
     }
     if (!IsAdmitted(frame, host)) return std::nullopt;
+    m_decoder.SetMostPixels(host.MostPixels());
     // It also closes itself when memory runs out.
     if (!m_decoder.IsInitialised() && !Open(frame, host)) return std::nullopt;
     if (!GetPicture(frame, host)) return std::nullopt;
