@@ -155,6 +155,12 @@ void ControlAsViewHost::DrawByGdi() {
 void ControlAsViewHost::ViewChanged() {
     m_control.ViewChanged();
 }
+void ControlAsViewHost::OnViewMoved() {
+    m_control.OnViewMoved();
+}
+void ControlAsViewHost::StartDeferredViewTimer() {
+    if (m_control.HasWindow()) SetTimer(m_control.Handle(), kTimerDeferredView, kTimerPeriod, nullptr);
+}
 void ControlAsViewHost::StopDeferredViewTimer() {
     if (m_control.HasWindow()) KillTimer(m_control.Handle(), kTimerDeferredView);
 }

@@ -50,6 +50,8 @@ class ControlAsViewHost final : public ViewHost, public MouseHost {
     std::shared_ptr<CDecoder> Decoder() override;
     void DrawByGdi() override;
     void ViewChanged() override;
+    void OnViewMoved() override;
+    void StartDeferredViewTimer() override;
     void StopDeferredViewTimer() override;
     void Fire(const framework::Event<long, long>& event, long x, long y) override;
     void FireWheel(long delta, long x, long y) override;

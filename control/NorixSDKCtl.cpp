@@ -130,6 +130,7 @@ void CNorixSDKCtrl::OnDestroy() {
     if (m_dropTarget != nullptr) std::exchange(m_dropTarget, nullptr)->Revoke();
     m_mouse.Forget();
     m_overlapped.Clear();
+    m_fullScreen.Forget();
     // The system gives window handles out again: no worker may post to this one any more.
     m_session->param.window.Set(nullptr);
 }
@@ -200,16 +201,38 @@ LRESULT CNorixSDKCtrl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_SIZE:
             OnSize();
             break;
+        case WM_KEYDOWN:
+            if (wParam != VK_ESCAPE || !m_fullScreen.IsOn()) break;
+            ReturnToPlace();
+            return 0;
+        case WM_CLOSE:  // what Alt+F4 means while it fills the screen
+            ReturnToPlace();
+            return 0;
         case WM_DISPLAYCHANGE:
+            ReturnToPlace();
             m_session->param.displayChanged.Set(true);
             break;
         case WM_GETDLGCODE:
             return DLGC_WANTARROWS | DLGC_WANTCHARS;  // keys for the view, not the dialog
         default:
             if (OnPrivateMessage(message, wParam, lParam)) return 0;
-            if (!m_userInterfaceDead && m_mouse.OnMessage(message, wParam, lParam)) return 0;
+            if (m_userInterfaceDead) break;
+            m_viewCommands.OnPointer(message, wParam, lParam);
+            if (m_mouse.OnMessage(message, wParam, lParam)) return 0;
     }
     return COleControl::OnMessage(message, wParam, lParam);
+}
+
+void CNorixSDKCtrl::ReturnToPlace() {
+    if (!m_fullScreen.IsOn()) return;
+    m_fullScreen.Leave();
+    InPlaceState().PlaceAgain();
+}
+
+bool CNorixSDKCtrl::OnTranslateAccelerator(const MSG& message) {
+    const bool leave = m_fullScreen.IsOn() && message.message == WM_KEYDOWN && message.wParam == VK_ESCAPE;
+    if (leave) ReturnToPlace();
+    return leave || COleControl::OnTranslateAccelerator(message);
 }
 
 void CNorixSDKCtrl::OnSize() {

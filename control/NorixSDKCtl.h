@@ -17,6 +17,7 @@
 #include "control/connection/SessionContext.h"
 #include "control/connection/WindowsMeans.h"
 #include "control/view/DrawingCommands.h"
+#include "control/view/FullScreen.h"
 #include "control/view/MouseEvents.h"
 #include "control/view/OverlappedWindows.h"
 #include "control/view/StatusView.h"
@@ -71,6 +72,9 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
 
     /// Ends a recording whose drive is almost full.
     void WatchDisk();
+
+    /// Digital PTZ shows another part of the picture.
+    void OnViewMoved() { m_overlapped.Follow(); }
 
     /// Opened when a connection starts, closed when it ends.
     void OpenDeliveries();
@@ -197,6 +201,9 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     void OnShowAuthDialog();
     void OnTextDropped(const std::wstring& text) override;
     void OnSize();
+    bool IsPlacedElsewhere() const override { return m_fullScreen.IsOn(); }
+    void ReturnToPlace() override;
+    bool OnTranslateAccelerator(const MSG& message) override;
     void SetMute(bool mute) override;
     void SetVolume(int volume) override;
     /// Shows or hides it, and shows in it what the properties say.
@@ -223,6 +230,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     MouseEvents m_mouse{m_viewHost};
     ViewCommands m_viewCommands{m_viewHost};
     DrawingCommands m_drawingCommands{m_viewHost, m_viewCommands};
+    FullScreen m_fullScreen;
     OverlappedWindows m_overlapped{m_viewHost, m_viewCommands};
     PixelSize m_windowSize;  // the last one at which there was something to see
     AudioPanel m_audioPanel{*this};

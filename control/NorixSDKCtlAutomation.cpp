@@ -269,7 +269,12 @@ bool CNorixSDKCtrl::AudioPostEx(bool enable, const Text&, short, long) {
 // ---- View
 
 void CNorixSDKCtrl::PreviewFullScreen(bool full) {
-    m_viewCommands.PreviewFullScreen(full);
+    NORIX_LOG("CNorixSDKCtrl::PreviewFullScreen", 1, "CNorixSDKCtrl::PreviewFullScreen(%d)", full);
+    if (m_fullScreen.IsOn()) {
+        ReturnToPlace();
+    } else if (full && HasWindow()) {
+        m_fullScreen.Enter(Handle());
+    }
 }
 long CNorixSDKCtrl::SetVideoSize(long width, long height) {
     return m_viewCommands.SetVideoSize(width, height);

@@ -45,6 +45,7 @@ STDMETHODIMP InPlace::ContextSensitiveHelp(BOOL) {
 // ---- Activation
 
 HRESULT InPlace::Activate(bool userInterface) {
+    m_owner.ReturnToPlace();
     HRESULT result = m_active ? S_OK : EnterContainer();
     if (FAILED(result)) return result;
     result = PlaceWindow();
@@ -132,6 +133,7 @@ void InPlace::DeactivateUserInterface() {
 }
 
 void InPlace::Deactivate() {
+    m_owner.ReturnToPlace();
     if (m_active) {
         DeactivateUserInterface();
         m_active = false;
@@ -146,6 +148,7 @@ void InPlace::Deactivate() {
 }
 
 HRESULT InPlace::Hide() {
+    m_owner.ReturnToPlace();
     DeactivateUserInterface();
     if (m_owner.HasWindow()) ShowWindow(m_owner.Handle(), SW_HIDE);
     return S_OK;
@@ -187,24 +190,30 @@ STDMETHODIMP InPlace::UIDeactivate() {
 STDMETHODIMP InPlace::SetObjectRects(LPCRECT position, LPCRECT clip) {
     if (position == nullptr) return E_POINTER;
     return GuardedCall(m_owner, [&] {
-        const HWND window = m_owner.Handle();
-        if (window == nullptr) return S_OK;
-        // Show only what lies inside the container's clipping rectangle, without moving the picture. Where
-        // the two do not meet, the intersection is empty, and so is the region.
-        HRGN region = nullptr;
-        if (clip != nullptr && !IsRectEmpty(clip)) {  // an empty one is how some containers say "none"
-            RECT visible;
-            IntersectRect(&visible, position, clip);
-            if (!EqualRect(&visible, position)) {
-                OffsetRect(&visible, -position->left, -position->top);
-                region = CreateRectRgnIndirect(&visible);
-            }
-        }
-        SetWindowRgn(window, region, TRUE);  // the system takes the region over
-        SetWindowPos(window, nullptr, position->left, position->top, Width(*position), Height(*position),
-                     SWP_NOZORDER | SWP_NOACTIVATE);
+        m_position = *position;
+        m_clip = clip != nullptr ? std::optional(*clip) : std::nullopt;
+        if (!m_owner.IsPlacedElsewhere()) PlaceAgain();
         return S_OK;
     });
+}
+
+void InPlace::PlaceAgain() {
+    const HWND window = m_owner.Handle();
+    if (window == nullptr) return;
+    // Show only what lies inside the container's clipping rectangle, without moving the picture. Where
+    // the two do not meet, the intersection is empty, and so is the region.
+    HRGN region = nullptr;
+    if (m_clip && !IsRectEmpty(&*m_clip)) {  // an empty one is how some containers say "none"
+        RECT visible;
+        IntersectRect(&visible, &m_position, &*m_clip);
+        if (!EqualRect(&visible, &m_position)) {
+            OffsetRect(&visible, -m_position.left, -m_position.top);
+            region = CreateRectRgnIndirect(&visible);
+        }
+    }
+    SetWindowRgn(window, region, TRUE);  // the system takes the region over
+    SetWindowPos(window, nullptr, m_position.left, m_position.top, Width(m_position), Height(m_position),
+                 SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 STDMETHODIMP InPlace::ReactivateAndUndo() {

@@ -5,6 +5,8 @@
 #include <oleidl.h>
 #include <wrl/client.h>
 
+#include <optional>
+
 #include "framework/InterfacePart.h"
 
 namespace framework {
@@ -50,6 +52,8 @@ class InPlace final : public InterfacePart<COleControl, IOleInPlaceObject, IOleI
     void OnWindowDestroyed();
     void OnFocus(bool gained);
     void OnMouseActivate();
+    /// Puts the window where the container wanted it last.
+    void PlaceAgain();
 
   private:
     HRESULT EnterContainer();
@@ -59,6 +63,8 @@ class InPlace final : public InterfacePart<COleControl, IOleInPlaceObject, IOleI
 
     bool m_active = false;
     bool m_userInterfaceActive = false;
+    RECT m_position = {};  // as the container gave them last
+    std::optional<RECT> m_clip;
     Microsoft::WRL::ComPtr<IOleInPlaceSite> m_site;          // while active
     Microsoft::WRL::ComPtr<IOleInPlaceFrame> m_frame;        // while active
     Microsoft::WRL::ComPtr<IOleInPlaceUIWindow> m_document;  // while active; may be null

@@ -102,6 +102,10 @@ class COleControl : public IDispatch, public CWnd {
     virtual void OnDraw(HDC dc, const RECT& bounds);
     /// An ambient property of the container has changed (DISPID_UNKNOWN: any).
     virtual void OnAmbientPropertyChange(DISPID id);
+    /// While true, the window is somewhere else for a time: the container's place for it is only kept.
+    virtual bool IsPlacedElsewhere() const { return false; }
+    /// It must be where the container has it before the container does something with it.
+    virtual void ReturnToPlace() {}
     /// Keyboard messages before the container translates them; true when it was used up.
     virtual bool OnTranslateAccelerator(const MSG& message);
 

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "render/overlay/GraphicObjects.h"
 #include "render/present/DirectDrawFunctions.h"
 #include "render/present/PictureBlit.h"
 #include "render/present/Presenter.h"
@@ -84,13 +85,15 @@ class Pictures {
     std::size_t m_count = 0;
 };
 
-void RunPresenter(benchmark::State& state, DisplayMode mode, std::shared_ptr<PictureView> view) {
+void RunPresenter(benchmark::State& state, DisplayMode mode, std::shared_ptr<PictureView> view,
+                  std::shared_ptr<OverlayPainter> overlays = nullptr) {
     const PixelSize size = SixteenByNine(static_cast<int>(state.range(0)));
     const Window window(static_cast<int>(state.range(1)));
     PresenterConfig config;
     config.videoWindow = window.Handle();
     config.notifyWindow = window.Handle();
     config.view = std::move(view);
+    config.overlays = std::move(overlays);
     const auto presenter = CreatePresenter(mode, config);
     if (presenter->Initialize(size.width, size.height) != S_OK) {
         state.SkipWithError("no presenter");
@@ -131,6 +134,37 @@ void GdiWithCaption(benchmark::State& state) {
     view->SetCaption(L"Gate (AV-TCP)");
     view->SetBorderShown(true);
     RunPresenter(state, DisplayMode::Gdi, view);
+}
+
+// The third argument: how many graphic objects of each kind, one after the other, with a text among ten.
+void WithObjects(benchmark::State& state, DisplayMode mode) {
+    const auto objects = std::make_shared<GraphicObjects>();
+    const long pen = objects->CreatePen(PS_SOLID, 2, RGB(255, 200, 0));
+    const long brush = objects->CreateBrush(RGB(0, 80, 160));
+    const long font = objects->CreateFont(120, L"Tahoma", RGB(255, 255, 255), nullptr);
+    for (int i = 0; i < state.range(2); ++i) {
+        const int x = i % 10 * 90;
+        const int y = i / 10 * 50;
+        const PixelRect box{x, y, x + 60, y + 40};
+        if (i % 10 == 9) {
+            objects->DrawText(L"Gate 12", box, DT_SINGLELINE | DT_VCENTER, font, 0);
+        } else if (i % 3 == 0) {
+            objects->DrawLine({x, y}, {x + 60, y + 40}, pen);
+        } else if (i % 3 == 1) {
+            objects->DrawRectangle(box, pen, i % 2 == 0 ? brush : 0);
+        } else {
+            objects->DrawEllipse(box, pen, i % 2 == 0 ? brush : 0);
+        }
+    }
+    RunPresenter(state, mode, std::make_shared<PictureView>(), objects);
+}
+
+void GdiWithObjects(benchmark::State& state) {
+    WithObjects(state, DisplayMode::Gdi);
+}
+
+void DirectDrawWithObjects(benchmark::State& state) {
+    WithObjects(state, DisplayMode::DirectDraw);
 }
 
 void BareStretchToWindow(benchmark::State& state) {
@@ -224,6 +258,14 @@ BENCHMARK(Gdi)->Apply(Sizes);
 BENCHMARK(DirectDrawWithCaption)->Apply(Sizes);
 BENCHMARK(GdiWithCaption)->Apply(Sizes);
 BENCHMARK(GdiTurned)->Apply(Sizes);
+BENCHMARK(GdiWithObjects)
+    ->Args({1080, kSmallWindow, 0})
+    ->Args({1080, kSmallWindow, 100})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(DirectDrawWithObjects)
+    ->Args({1080, kSmallWindow, 0})
+    ->Args({1080, kSmallWindow, 100})
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(BareBlt)->Apply(Sizes);
 BENCHMARK(BareStretchToWindow)->Apply(Sizes);
 BENCHMARK(BareCopyOfYuy2)->Args({720, 0})->Args({1080, 0})->Unit(benchmark::kMillisecond);

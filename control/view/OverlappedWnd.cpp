@@ -31,7 +31,10 @@ PixelSize ClientSize(HWND window) {
 bool COverlappedWnd::CreateOver(HWND parent, const RECT& bounds, bool resizable,
                                 const std::wstring& caption) {
     m_resizable = resizable;
-    return Create(caption.c_str(), resizable ? kStyle | kResizable : kStyle, kExStyle, bounds, parent);
+    if (!Create(caption.c_str(), resizable ? kStyle | kResizable : kStyle, kExStyle, bounds, parent))
+        return false;
+    Place(bounds);  // the system asks for the least size before it knows whom to ask
+    return true;
 }
 
 void COverlappedWnd::LetGo() {
@@ -68,6 +71,10 @@ LRESULT COverlappedWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
                      static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
             return 1;
         }
+        case WM_GETMINMAXINFO:
+            // Left alone, the system would not let a captioned window be as small as the host wants it.
+            reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {1, 1};
+            return 0;
         case WM_MOVING:
             OnMoving(*reinterpret_cast<RECT*>(lParam));
             return TRUE;

@@ -1,16 +1,20 @@
 #include "control/view/ViewCommands.h"
 
-#include <algorithm>
+#include <windowsx.h>
 
+#include <algorithm>
+#include <cmath>
+
+#include "control/view/DigitalPtz.h"
 #include "media/CtrlParam.h"
 #include "render/decode/Decoder.h"
-#include "util/Log.h"
 
 namespace norix {
 
 namespace {
 constexpr long kSlowestDecodeSpeed = 0;
 constexpr long kFastestDecodeSpeed = 7;
+constexpr double kZoomPerNotch = 1.25;  // of the wheel
 }  // namespace
 
 long ViewCommands::SetVideoSize(long width, long height) {
@@ -78,15 +82,76 @@ long ViewCommands::ChangeDecodeSpeed(long speed) {
 
 void ViewCommands::EnableDigitalPTZ(bool enable) {
     m_host.StopDeferredViewTimer();
+    m_pending.reset();
+    m_drag.reset();
     m_digitalPtz = enable;
     m_host.ViewChanged();
 }
 
-void ViewCommands::PreviewFullScreen(bool full) {
-    NORIX_LOG("CNorixSDKCtrl::PreviewFullScreen", 1, "CNorixSDKCtrl::PreviewFullScreen(%d), no video", full);
+void ViewCommands::OnPointer(UINT message, WPARAM wParam, LPARAM lParam) {
+    const auto decoder = m_digitalPtz ? m_host.Decoder() : nullptr;
+    const ViewSize window = WindowSize();
+    if (!decoder || window.width < 1 || window.height < 1) return m_drag.reset();
+    const PictureView::Layout layout = decoder->View()->CurrentLayout();
+    if (layout.picture.IsEmpty()) return;
+    POINT at = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+    const auto share = [&](long x, long y) {
+        return WindowShare{static_cast<double>(x) / window.width, static_cast<double>(y) / window.height};
+    };
+    switch (message) {
+        case WM_MOUSEWHEEL: {
+            ScreenToClient(m_host.Window(), &at);  // the wheel's position is the screen's
+            const double notches = static_cast<double>(GET_WHEEL_DELTA_WPARAM(wParam)) / WHEEL_DELTA;
+            Request(ZoomAbout(layout.source, layout.picture, layout.rotation, share(at.x, at.y),
+                              std::pow(kZoomPerNotch, notches)),
+                    layout.picture);
+            break;
+        }
+        case WM_LBUTTONDOWN:
+            m_drag = Drag{at, {layout.source, layout.picture}};
+            break;
+        case WM_MOUSEMOVE:
+            if (!m_drag) break;
+            if ((wParam & MK_LBUTTON) == 0 || m_drag->part.picture != layout.picture) return m_drag.reset();
+            Request(Pan(m_drag->part.source, layout.picture, layout.rotation,
+                        share(at.x - m_drag->from.x, at.y - m_drag->from.y)),
+                    layout.picture);
+            break;
+        case WM_LBUTTONDBLCLK:
+            Request(Whole(layout.picture), layout.picture);
+            m_drag.reset();
+            break;
+        case WM_LBUTTONUP:
+        case WM_CAPTURECHANGED:
+            m_drag.reset();
+            break;
+        default:
+            break;
+    }
+}
+
+// The hand sees what it does at once; the timer makes sure of the last request, whatever became of the
+// decoder between.
+void ViewCommands::Request(const PixelRect& source, PixelSize picture) {
+    m_pending = Part{source, picture};
+    m_host.StartDeferredViewTimer();
+    HandOver();
+}
+
+void ViewCommands::HandOver() {
+    const auto decoder = m_host.Decoder();
+    if (!decoder || !m_pending) return;
+    const PictureView::Layout layout = decoder->View()->CurrentLayout();
+    const PixelRect& source = m_pending->source;
+    // A part of a picture of another size says nothing about this one.
+    if (layout.picture != m_pending->picture || layout.source == source) return;
+    decoder->View()->SetSourceRect(source.left, source.top, source.right, source.bottom);
+    m_host.OnViewMoved();
 }
 
 void ViewCommands::OnDeferredViewTimer() {
+    HandOver();
+    m_pending.reset();
     m_host.StopDeferredViewTimer();
 }
 

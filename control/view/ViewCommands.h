@@ -28,7 +28,9 @@ class ViewCommands {
     /// 0 (everything) to 7 (fastest); other values are limited to these.
     long ChangeDecodeSpeed(long speed);
     void EnableDigitalPTZ(bool enable);
-    void PreviewFullScreen(bool full);
+    /// The user's hand on the picture while digital PTZ is on: the wheel zooms about the pointer, dragging
+    /// moves the picture, a double click shows all of it.
+    void OnPointer(UINT message, WPARAM wParam, LPARAM lParam);
 
     /// From pixels of the video to those of the window; nothing when either size is not known.
     std::optional<ViewPoint> ToWindow(ViewPoint point) const;
@@ -47,11 +49,25 @@ class ViewCommands {
   private:
     ViewSize WindowSize() const;
     ViewMapping Mapping() const;
+    void Request(const PixelRect& source, PixelSize picture);
+    void HandOver();
 
     ViewHost& m_host;
     ViewSize m_configuredSize;
     Rotation m_rotation = Rotation::k0;
     bool m_digitalPtz = false;
+
+    /// A part of a picture of this size.
+    struct Part {
+        PixelRect source;
+        PixelSize picture;
+    };
+    std::optional<Part> m_pending;  // what the hand asked for last
+    struct Drag {
+        POINT from;
+        Part part;
+    };
+    std::optional<Drag> m_drag;  // while the button is down
 };
 
 }  // namespace norix

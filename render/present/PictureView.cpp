@@ -8,6 +8,15 @@ namespace {
 constexpr std::int32_t kOk = 0;
 constexpr std::int32_t kInvalidArgument = static_cast<std::int32_t>(0x80070057u);
 
+int Scale(int value, int from, int to) {
+    return static_cast<int>((std::int64_t{value} * to + from / 2) / from);
+}
+
+PixelRect Scale(const PixelRect& rect, PixelSize from, PixelSize to) {
+    return {Scale(rect.left, from.width, to.width), Scale(rect.top, from.height, to.height),
+            Scale(rect.right, from.width, to.width), Scale(rect.bottom, from.height, to.height)};
+}
+
 }  // namespace
 
 std::int32_t PictureView::SetSourceRect(int left, int top, int right, int bottom) {
@@ -61,14 +70,21 @@ void PictureView::SetBorderShown(bool shown) {
     m_borderShown = shown;
 }
 
+/// With m_lock held.
+void PictureView::Adopt(PixelSize picture) {
+    if (picture == m_picture) return;
+    if (!m_picture.IsEmpty() && !picture.IsEmpty()) m_source = Scale(m_source, m_picture, picture);
+    m_picture = picture;
+}
+
 void PictureView::SetPictureSize(PixelSize size) {
     const std::lock_guard lock(m_lock);
-    m_picture = size;
+    Adopt(size);
 }
 
 PictureView::Settings PictureView::Current(PixelSize picture) {
     const std::lock_guard lock(m_lock);
-    m_picture = picture;
+    Adopt(picture);
     // All zero, which nobody can set, means that digital PTZ was on before the first picture.
     if (!m_digitalPtz || m_source == PixelRect{}) m_source = Whole(picture);
     return {UsableSource(m_source, picture), m_rotation, m_captionShown ? m_caption : nullptr, m_borderShown};

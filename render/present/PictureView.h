@@ -49,6 +49,7 @@ class PictureView {
     void SetCaptionShown(bool shown);
     void SetBorderShown(bool shown);
 
+    /// The part that digital PTZ shows stays the same part of a picture of another size.
     /// Decode thread, at each change of size, before the presenter is initialised for it. ------------------
     void SetPictureSize(PixelSize size);
 
@@ -56,6 +57,8 @@ class PictureView {
     Settings Current(PixelSize picture);
 
   private:
+    void Adopt(PixelSize picture);
+
     mutable std::mutex m_lock;
     // guarded by m_lock
     PixelSize m_picture;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "render/present/PictureView.h"
+
 namespace norix {
 namespace {
 
@@ -59,6 +61,18 @@ TEST(DigitalPtz, ThePictureFollowsTheHand) {
         EXPECT_NEAR(after.y - before.y, -0.2, 0.002) << static_cast<int>(rotation);
         EXPECT_EQ(moved.Width(), source.Width());
     }
+}
+
+TEST(DigitalPtz, ShowsTheSamePartOfAPictureOfAnotherSize) {
+    PictureView view;
+    view.SetPictureSize(kPicture);
+    view.EnableDigitalPtz(true);
+    ASSERT_EQ(view.SetSourceRect(480, 270, 960, 540), 0);
+    view.SetPictureSize({640, 360});
+    EXPECT_EQ(view.CurrentLayout().source, (PixelRect{160, 90, 320, 180}));
+    EXPECT_EQ(view.Current(kPicture).source, (PixelRect{480, 270, 960, 540}));
+    view.EnableDigitalPtz(false);
+    EXPECT_EQ(view.CurrentLayout().source, kWhole);
 }
 
 }  // namespace

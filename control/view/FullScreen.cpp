@@ -1,0 +1,65 @@
+#include "control/view/FullScreen.h"
+
+#include <utility>
+
+namespace norix {
+namespace {
+
+RECT MonitorOf(HWND window) {
+    MONITORINFO info = {};
+    info.cbSize = sizeof(info);
+    if (GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &info)) return info.rcMonitor;
+    return {0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
+}
+
+void MoveTo(HWND window, HWND after, const RECT& place, UINT flags) {
+    SetWindowPos(window, after, place.left, place.top, place.right - place.left, place.bottom - place.top,
+                 SWP_FRAMECHANGED | flags);
+}
+
+}  // namespace
+
+bool FullScreen::Enter(HWND window) {
+    const HWND parent = GetAncestor(window, GA_PARENT);
+    const LONG_PTR style = GetWindowLongPtrW(window, GWL_STYLE);
+    if (IsOn() || (style & WS_CHILD) == 0 || parent == nullptr || !IsWindowVisible(window)) return false;
+    m_parent = parent;
+    m_style = style;
+    m_exStyle = GetWindowLongPtrW(window, GWL_EXSTYLE);
+    GetWindowRect(window, &m_place);
+    MapWindowPoints(nullptr, parent, reinterpret_cast<POINT*>(&m_place), 2);
+    m_visible = true;
+    m_window = window;
+
+    const RECT monitor = MonitorOf(window);
+    const HWND top = GetAncestor(parent, GA_ROOT);
+    SetWindowRgn(window, nullptr, FALSE);
+    SetParent(window, nullptr);
+    SetWindowLongPtrW(window, GWL_STYLE,
+                      (style & ~static_cast<LONG_PTR>(WS_CHILD)) | static_cast<LONG_PTR>(WS_POPUP));
+    // So that it goes when the host's window goes.
+    SetWindowLongPtrW(window, GWLP_HWNDPARENT, reinterpret_cast<LONG_PTR>(top));
+    MoveTo(window, HWND_TOPMOST, monitor, SWP_SHOWWINDOW);
+    SetForegroundWindow(window);
+    SetFocus(window);
+    return true;
+}
+
+void FullScreen::Leave() {
+    // First: the messages that follow must find it off.
+    const HWND window = std::exchange(m_window, nullptr);
+    if (window == nullptr || !IsWindow(window)) return;
+    ShowWindow(window, SW_HIDE);
+    SetWindowPos(window, HWND_NOTOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+    if (!IsWindow(m_parent)) return;
+    const LONG_PTR hidden = m_style & ~static_cast<LONG_PTR>(WS_VISIBLE);
+    SetWindowLongPtrW(window, GWLP_HWNDPARENT, 0);
+    SetWindowLongPtrW(window, GWL_STYLE, hidden);
+    SetWindowLongPtrW(window, GWL_EXSTYLE, m_exStyle);
+    SetParent(window, m_parent);
+    MoveTo(window, HWND_TOP, m_place, SWP_NOACTIVATE | (m_visible ? SWP_SHOWWINDOW : 0));
+    SetForegroundWindow(GetAncestor(m_parent, GA_ROOT));
+    if (m_visible) SetFocus(window);
+}
+
+}  // namespace norix
