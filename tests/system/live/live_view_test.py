@@ -201,7 +201,7 @@ def view_cells(camera: Camera, picture: bytes, other_windows: str) -> Iterator[C
     yield Cell("view rotated", properties, H264, SMALL, turned, after=["--call", "RotateVideo(90)"])
 
 
-def foreign_cells(folder: str) -> Iterator[Cell]:
+def foreign_cells(folder: str) -> Iterator["Cell | Lossy"]:
     """Servers that nobody here wrote."""
     servers.make_clips(folder)
     plain, digest = servers.RtspServer(folder), servers.RtspServer(folder, digest=True)
@@ -220,6 +220,10 @@ def foreign_cells(folder: str) -> Iterator[Cell]:
         properties = {"StreamUri": server.url(mount), "HttpPort": server.port, "VideoProtocol": protocol}
         yield Cell(f"GStreamer {mount[1:]} {title}", properties | (who if server is digest else {}), codec, size,
                    pictures[clip])
+    for mount in servers.LOSSES:
+        for title, protocol in (("UDP", UDP), ("TCP", TCP)):
+            yield Lossy(f"sets described {mount[1:]} {title}", {"StreamUri": plain.url(mount), "HttpPort": plain.port,
+                                                                 "VideoProtocol": protocol})
     camera = servers.HttpCamera()
     yield Cell("FFmpeg jpeg and G.711 HTTP", {"ServerIP": "127.0.0.1", "HttpPort": camera.port, "VideoProtocol": HTTP},
                MJPEG, size, pictures["jpeg.avi"])
@@ -270,6 +274,27 @@ def faults(cameras: dict[str, Camera]) -> Iterator[Fault]:
                 [*connect, *connect, "--get", "ConnectStatus", "--wait", "OnConnStatus:1", *connect, "--call",
                  "Disconnect", "--exit"],
                 ["result Connect = 0", "result Connect = -1", "result Connect = -1", "result Disconnect = 0"])
+
+
+@dataclass
+class Lossy:
+    """A stream whose parameter sets stand in its description only, with lost packets: pictures keep coming, also after
+    the decode speed has been changed, and the group of pictures (a second) in which all is lost is the longest gap."""
+
+    name: str
+    properties: dict[str, object]
+
+    def run(self, desk: Desk) -> None:
+        seconds = ["--wait", "OnVideoFrameRate", "--get", "ConnectStatus"]
+        steps = ["--call", "Connect", "--wait", "OnConnStatus:1", *seconds * 5, "--call", "ChangeDecodeSpeed(3)",
+                 *seconds * 2, "--call", "ChangeDecodeSpeed(0)", *seconds * 5, "--call", "Disconnect", "--exit"]
+        with Host(desk, self.name, sets(self.properties) + steps) as host:
+            expect(host.finish(), 0, "exit code")
+            expect(host.events("OnConnStatus"), ["0", "1", "2"], "OnConnStatus")
+            rates = [int(rate) for rate in host.events("OnVideoFrameRate")]
+            frozen = max(len(run) for run in re.findall("0*", "".join("0" if rate == 0 else "1" for rate in rates[2:])))
+            assert frozen <= 2 and rates[-1] > 0, f"pictures per second: {rates}"
+            print(f"    {self.name}: pictures per second {rates}", flush=True)
 
 
 @dataclass

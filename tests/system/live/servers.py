@@ -31,6 +31,8 @@ _CLIPS = {
     "aac.aac": (["-f", "lavfi", "-i", _TONE + "16000", *"-af volume=8 -ac 1 -c:a aac".split()],
                 "aacparse ! rtpmp4gpay pt=97"),
 }
+# Shares of the video packets that are lost on the way. Without h264parse nothing puts parameter sets into the stream.
+LOSSES = {"/h264lossless": 0.0, "/h264lost1": 0.01, "/h264lost5": 0.05}
 _MOUNTS = {"/h264": ("h264.mp4", "pcmu.wav"), "/h264aac": ("h264.mp4", "aac.aac"), "/mpeg4": ("mpeg4.mp4", "aac.aac"),
            "/jpeg": ("jpeg.avi", "pcmu.wav")}
 
@@ -57,11 +59,15 @@ class RtspServer:
         self._server = GstRtspServer.RTSPServer()
         self._server.set_address("127.0.0.1")
         self._server.set_service("0")
-        for mount, names in _MOUNTS.items():
+        launches = {mount: " ".join(f"filesrc location={os.path.join(folder, name)} ! {_CLIPS[name][1]} name=pay{position}"
+                                    for position, name in enumerate(names)) for mount, names in _MOUNTS.items()}
+        launches |= {mount: f"filesrc location={os.path.join(folder, 'h264.mp4')} ! qtdemux ! "
+                            "rtph264pay config-interval=0 mtu=400 pt=96 ! "
+                            f"identity drop-probability={share} name=pay0" for mount, share in LOSSES.items()}
+        for mount, launch in launches.items():
             factory = GstRtspServer.RTSPMediaFactory()
-            factory.set_launch("( " + " ".join(
-                f"filesrc location={os.path.join(folder, name)} ! {_CLIPS[name][1]} name=pay{position}"
-                for position, name in enumerate(names)) + " )")
+            factory.set_shared(mount in LOSSES)  # who comes later joins amid a group of pictures
+            factory.set_launch(f"( {launch} )")
             if digest:
                 permissions = GstRtspServer.RTSPPermissions()
                 for right in ("access", "construct"):
