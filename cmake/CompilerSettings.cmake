@@ -10,6 +10,8 @@ add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-Wall> $<$<COMPILE_LANGUAGE:C,CX
 if(WIN32)
     enable_language(RC)
     add_compile_definitions(_WIN32_WINNT=0x0601 WINVER=0x0601 UNICODE _UNICODE)
+    # The libraries guard their stacks and buffers; what they call then comes with this option.
+    add_link_options(-fstack-protector-strong)
     # What is built may be loaded anywhere, its data isn't run, it has no handlers of structured exceptions that an
     # overwritten stack could name, and the same sources give the same file.
     add_link_options(LINKER:--dynamicbase,--nxcompat,--no-seh,--no-insert-timestamp)

@@ -9,8 +9,9 @@ norix_toolchain=$norix_root/cmake/mingw-w64-i686.cmake
 jobs=$(nproc)
 
 # --------------------------------------------------------------------------------------------------- One library each
-# A function gets a folder to work in and installs into $prefix. `packages` names the installed Debian package whose
-# source version it takes: a newer one builds the library anew. `results` is what has to be there afterwards.
+# A function gets a folder to work in and installs into $prefix. `packages` names the Debian package whose source it
+# takes, in the newest version that this machine's package lists know, so that security updates build the library anew.
+# `results` is what has to be there afterwards.
 
 libraries=(googletest benchmark ffmpeg libjpeg_turbo pugixml typelib)
 declare -A packages=(
@@ -53,8 +54,9 @@ ffmpeg() {
             --cc=i686-w64-mingw32-gcc-posix --pkg-config=false --enable-static --disable-shared --disable-programs \
             --disable-doc --disable-debug --disable-autodetect --disable-everything --disable-network \
             --disable-avdevice --disable-avfilter --disable-avformat --disable-swresample --disable-swscale \
-            --disable-postproc --enable-decoder=h264,aac,mjpeg,mpeg4 --enable-parser=h264,aac,mpeg4video \
-            --disable-pthreads --enable-w32threads --extra-cflags='-mstackrealign -ffunction-sections'
+            --disable-postproc --enable-decoder=h264,aac,mpeg4 --enable-parser=h264 \
+            --disable-pthreads --enable-w32threads --extra-ldflags=-fstack-protector-strong \
+            --extra-cflags='-mstackrealign -ffunction-sections -fstack-protector-strong -D_FORTIFY_SOURCE=2'
         make -j "$jobs"
         make install
     )
@@ -62,11 +64,13 @@ ffmpeg() {
 
 libjpeg_turbo() {
     fetch_source libjpeg-turbo libturbojpeg0-dev "$1"
+    export CFLAGS='-fstack-protector-strong -D_FORTIFY_SOURCE=2'
     build_with_cmake "$1/source" "$1" -DREQUIRE_SIMD=ON -DENABLE_SHARED=OFF -DWITH_JAVA=OFF
 }
 
 pugixml() {
     fetch_source pugixml libpugixml-dev "$1"
+    export CXXFLAGS='-fstack-protector-strong -D_FORTIFY_SOURCE=2'
     build_with_cmake "$1/source" "$1"
 }
 
@@ -88,12 +92,20 @@ build_with_cmake() {
 }
 
 # The source versions that installed packages were built from.
-source_version() {
+installed_version() {
     dpkg-query -W -f='${source:Version}\n' "$@"
 }
 
-# fetch_source SOURCE PACKAGE FOLDER: unpacks the Debian source that the installed PACKAGE was built from into
-# FOLDER/source. Uses lists of its own, so the machine's apt set-up stays as it is.
+# The newest source version of a package that apt knows, security updates included; without lists, the installed one.
+source_version() {
+    local version
+    version=$(apt-cache show --no-all-versions "$1" 2>/dev/null |
+        awk '/^Source:/ && NF > 2 { source = $3; gsub(/[()]/, "", source) } /^Version:/ { version = $2 }
+            END { print source ? source : version }')
+    if [ -n "$version" ]; then printf '%s\n' "$version"; else installed_version "$1"; fi
+}
+
+# fetch_source SOURCE PACKAGE FOLDER: unpacks the Debian source of PACKAGE into FOLDER/source. Uses lists of its own, so the machine's apt set-up stays as it is.
 fetch_source() {
     local source=$1 version folder=$3 apt=$3/apt keys=
     version=$(source_version "$2")
@@ -101,13 +113,17 @@ fetch_source() {
     if [ -f /usr/share/keyrings/debian-archive-keyring.gpg ]; then
         keys='[signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] '
     fi
-    apt_mirrors | while read -r mirror; do
-        printf 'deb-src %s%s %s main\n' "$keys" "$mirror" "$norix_release"
-    done >"$apt/sources.list"
+    {
+        apt_mirrors | while read -r mirror; do printf 'deb-src %s%s %s main\n' "$keys" "$mirror" "$norix_release"; done
+        security_mirrors | while read -r mirror; do
+            printf 'deb-src %s%s %s-security main\n' "$keys" "$mirror" "$norix_release"
+        done
+    } >"$apt/sources.list"
     local options=(-o "Dir::Etc::sourcelist=$apt/sources.list" -o Dir::Etc::sourceparts=-
         -o "Dir::State::lists=$apt/lists" -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=
         -o APT::Sandbox::User=root -o Acquire::Retries=3)
-    apt-get "${options[@]}" update
+    # What counts is whether the source is found: one index that is out of step with its signature spoils nothing.
+    apt-get "${options[@]}" update || true
     (cd "$folder" && apt-get "${options[@]}" --only-source source "$source=$version")
     mv "$folder/$source"-*/ "$folder/source"
 }
@@ -160,7 +176,16 @@ build_library() {
 
 # The functions that building the named library may use, as text: for the shell that builds, and for the key.
 functions() {
-    declare -f "$1" build_with_cmake fetch_source source_version apt_mirrors wine_windows_files wine_kind system_wine die
+    declare -f "$1" build_with_cmake fetch_source source_version installed_version apt_uris apt_mirrors security_mirrors \
+        wine_windows_files wine_kind system_wine die
+}
+
+# version_of LIBRARY: the source version that it is built from; GoogleTest's sources and the type library are installed.
+version_of() {
+    case $1 in
+    googletest | typelib) installed_version "${packages[$1]}" ;;
+    *) source_version "${packages[$1]}" ;;
+    esac
 }
 
 # All libraries under one folder, with hard links.
@@ -170,6 +195,9 @@ merge_libraries() {
     for folder in "${built[@]}"; do
         cp -al "$folder/." "$work/result/"
     done
+    for library in ffmpeg libjpeg_turbo pugixml; do
+        printf '%s %s\n' "$library" "$(version_of "$library")"
+    done >"$work/result/versions"
 }
 
 build_wine_prefix() {
@@ -186,7 +214,8 @@ main() {
         key=$({
             functions "$library"
             cat "$norix_toolchain"
-            source_version "${packages[$library]}" g++-mingw-w64-i686-posix mingw-w64-i686-dev
+            version_of "$library"
+            installed_version g++-mingw-w64-i686-posix mingw-w64-i686-dev
         } | key_of)
         folder=$norix_cache/$library-$key
         make_once "$folder" "$library" build_library

@@ -156,12 +156,19 @@ wine_windows_files() {
     printf '%s\n' "$top/usr/lib/i386-linux-gnu/wine/i386-windows"
 }
 
-# The Debian mirrors this machine is set up with, the main archive first; one-line and deb822 sources alike.
-apt_mirrors() {
+# Where this machine's packages come from; one-line and deb822 sources alike.
+apt_uris() {
     find /etc/apt -maxdepth 2 \( -name '*.sources' -o -name '*.list' \) -exec awk '
         FILENAME ~ /\.sources$/ { if ($1 == "URIs:") for (i = 2; i <= NF; i++) print $i; next }
-        $1 == "deb" { i = 2; if ($i ~ /^\[/) { while ($i !~ /\]$/) i++; i++ } print $i }' {} + |
-        awk '/debian/ && !/security/ { sub(/\/+$/, ""); if (!seen[$0]++) print }'
+        $1 == "deb" { i = 2; if ($i ~ /^\[/) { while ($i !~ /\]$/) i++; i++ } print $i }' {} +
+}
+
+# The Debian mirrors this machine is set up with, the main archive first, and those of security updates.
+apt_mirrors() {
+    apt_uris | awk '/debian/ && !/security/ { sub(/\/+$/, ""); if (!seen[$0]++) print }'
+}
+security_mirrors() {
+    apt_uris | awk '/debian/ && /security/ { sub(/\/+$/, ""); if (!seen[$0]++) print }'
 }
 
 debian_mirror() {

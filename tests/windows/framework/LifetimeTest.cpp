@@ -24,6 +24,20 @@ HRESULT PutDegrees(IDispatch& control, long degrees) {
     return Put(control, Thermometer::kDegrees, value);
 }
 
+// The sink is declared before the control goes and holds no reference to it after StopListening.
+TEST(Lifetime, LastReferenceGoesInsideAnEventHandler) {
+    auto* control = new Thermometer();
+    EventRecorder sink(*control, kThermometerEvents, events::kAll);
+    sink.onEvent = [&](DISPID, DISPPARAMS&) {
+        sink.StopListening();
+        control->Release();
+        EXPECT_EQ(Thermometer::Living(), 1);  // it is still on the stack
+    };
+    control->FireEvent(events::Changed, 1);
+    EXPECT_EQ(Thermometer::Living(), 0);
+    EXPECT_EQ(sink.Events(), Texts{"Changed(1)"});
+}
+
 TEST(Lifetime, LastReferenceGoesInsideAMessageOrAPropertyPut) {
     for (const bool message : {true, false}) {
         auto* control = new Thermometer();
