@@ -20,7 +20,8 @@
 ///  - xvidcore itself may return 0 or XVID_ERR_FAIL for such data: a caller that loops must not loop on
 ///  those.
 ///  - B-VOPs come out in display order: one packet late, as reordering demands.
-///  - xvidcore does not tell which packet a picture came from, and pictures may be late: where XVID_CARRIES_TAGS
+///  - xvidcore does not tell which packet a picture came from, and pictures may be late: where
+///  XVID_CARRIES_TAGS
 ///    is defined, a packet's tag comes back with its picture.
 ///  - Sizes beyond codec::kMaxDimension are refused as damaged data.
 ///
@@ -119,7 +120,7 @@ typedef struct {
     xvid_image_t output;
     int brightness; /* ignored; exists from version 1.1 on */
 #define XVID_CARRIES_TAGS 1
-    long long tag; /* not in xvidcore: comes back with the picture that the packet holds */
+    long long tag;  /* not in xvidcore: comes back with the picture that the packet holds */
 } xvid_dec_frame_t;
 
 /* Outcome of XVID_DEC_DECODE. */
