@@ -107,8 +107,8 @@ std::optional<uint32_t> DisplayBufferSize() noexcept {
     return Limit(SettingId::kDisplayBufferSize);
 }
 
-uint32_t JpegBufferSize() noexcept {
-    return Number(SettingId::kJpegBufferSize);
+std::optional<uint32_t> JpegBufferSize() noexcept {
+    return Limit(SettingId::kJpegBufferSize);
 }
 uint32_t ULawBufferSize() noexcept {
     return Number(SettingId::kULawBufferSize);

@@ -51,7 +51,7 @@ uint32_t DisplayBufferNum() noexcept;
 std::optional<uint32_t> DisplayBufferSize() noexcept;
 
 /// HTTP receivers, in bytes.
-uint32_t JpegBufferSize() noexcept;
+std::optional<uint32_t> JpegBufferSize() noexcept;  // none: not limited by it
 uint32_t ULawBufferSize() noexcept;
 
 }  // namespace Settings

@@ -1,5 +1,6 @@
 #include "include/HTTP/HttpStreamReceiver.h"
 
+#include <optional>
 #include <utility>
 
 #include "include/HTTP/StreamSession.h"
@@ -13,12 +14,15 @@ namespace {
 std::uint32_t ReadBufferSize(HttpStreamReceiver::Kind kind) {
     constexpr std::uint32_t kKilobyte = 1024;
     const bool video = kind == HttpStreamReceiver::Kind::Video;
-    const std::uint32_t size = video ? util::Settings::JpegBufferSize() : util::Settings::ULawBufferSize();
     if (video) {
-        NORIX_LOG("HttpStreamReceiver::HttpStreamReceiver", 0, "JpegBufferSize = %u (KB)", size / kKilobyte);
-    } else {
-        NORIX_LOG("HttpStreamReceiver::HttpStreamReceiver", 0, "ULawBufferSize = %u (KB)", size / kKilobyte);
+        constexpr std::uint32_t kDefault = 512000;  // what the setting means where a number is wanted
+        const std::optional<std::uint32_t> limit = util::Settings::JpegBufferSize();
+        NORIX_LOG("HttpStreamReceiver::HttpStreamReceiver", 0, "JpegBufferSize = %u (KB)",
+                  limit.value_or(kDefault) / kKilobyte);
+        return limit.value_or(kLargestVideoFrame);
     }
+    const std::uint32_t size = util::Settings::ULawBufferSize();
+    NORIX_LOG("HttpStreamReceiver::HttpStreamReceiver", 0, "ULawBufferSize = %u (KB)", size / kKilobyte);
     return size;
 }
 

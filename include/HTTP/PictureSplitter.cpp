@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "include/HTTP/CameraHeader.h"
 #include "include/HTTP/MultipartFraming.h"
 #include "include/HTTP/RawFraming.h"
@@ -10,6 +12,9 @@ namespace {
 // Beyond the longest picture, for headers of parts and for moving bytes rarely.
 constexpr std::size_t kSlack = 64 * 1024;
 
+// Memory for more is taken when more comes.
+constexpr std::size_t kUsualPicture = 512'000;
+
 }  // namespace
 
 void LogLongFrame(const char* what, std::size_t limit) {
@@ -18,7 +23,7 @@ void LogLongFrame(const char* what, std::size_t limit) {
 }
 
 PictureSplitter::PictureSplitter(std::size_t limit, const ContentType& type)
-    : m_limit(limit), m_type(type), m_window(limit + kSlack) {}
+    : m_limit(limit), m_type(type), m_window(std::min(limit, kUsualPicture) + kSlack, limit + kSlack) {}
 
 // False while there are too few bytes to tell.
 bool PictureSplitter::ChooseFraming() {

@@ -1,7 +1,7 @@
 #pragma once
 
-// Cuts a stream's bytes into frames, whatever pieces they come in. Memory is allocated at construction only.
-// Pure; safe for any bytes.
+// Cuts a stream's bytes into frames, whatever pieces they come in. Memory is allocated at construction, and
+// once more where a picture is larger than usual. Pure; safe for any bytes.
 
 #include <cstddef>
 #include <memory>

@@ -149,6 +149,18 @@ TEST(Raw, PicturesAreFoundByTheirMarkers) {
     EXPECT_EQ(frames.all, Texts{a});
 }
 
+// The memory grows where the limit lets it, with all that it holds.
+TEST(Raw, PicturesMayBeMuchLargerThanUsual) {
+    const std::string small = Jpeg(50), large = Jpeg(2'500'000);
+    const std::string stream = small + large + small + large;
+    Texts pieces;
+    for (std::size_t at = 0; at < stream.size(); at += 60'000)
+        pieces.push_back(stream.substr(at, 60'000));
+    Frames frames;
+    EXPECT_EQ(Split("image/jpeg", pieces, frames, 16u << 20), State::GoOn);
+    EXPECT_EQ(Sizes(frames.all), Sizes({small, large, small, large}));
+}
+
 TEST(Raw, TheCamerasHeaderEndsTheFrameOrItsMarkersDo) {
     const std::string a = Jpeg(50), b = Jpeg(0), c = Jpeg(300);
     const std::string sized = Header(a.size()) + a;
