@@ -10,7 +10,8 @@ TEST(OverlappedRules, KeepsADraggedWindowInside) {
     EXPECT_EQ(KeepInside({10, 20, 110, 70}, kParent), (PixelRect{10, 20, 110, 70}));
     EXPECT_EQ(KeepInside({-10, -20, 90, 30}, kParent), (PixelRect{0, 0, 100, 50}));
     EXPECT_EQ(KeepInside({600, 470, 700, 520}, kParent), (PixelRect{540, 430, 640, 480}));
-    EXPECT_EQ(KeepInside({-10, 5, 790, 500}, kParent), (PixelRect{0, 0, 800, 495}));  // larger than the parent
+    EXPECT_EQ(KeepInside({-10, 5, 790, 500}, kParent),
+              (PixelRect{0, 0, 800, 495}));  // larger than the parent
 }
 
 TEST(OverlappedRules, SizesNoSmallerThanTheLeastAtTheEdgeThatMoved) {
