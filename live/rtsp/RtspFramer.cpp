@@ -31,6 +31,16 @@ bool beginsLikeReply(std::string_view text) {
     return false;
 }
 
+// Whether the status that has to follow "RTSP/1.0 " may be one, as far as it has arrived: told without
+// looking for the line's end.
+bool mayHaveStatus(std::string_view text) {
+    constexpr std::size_t kLongestVersion = 16;
+    const std::size_t space = text.substr(0, kLongestVersion).find(' ');
+    if (space == std::string_view::npos) return true;
+    const std::size_t digit = text.find_first_not_of(' ', space);
+    return digit == std::string_view::npos || isDigit(text[digit]);
+}
+
 // Whether what has arrived of a first line can become one.
 bool canBeStartLine(std::string_view text) {
     std::string_view word = text.substr(0, text.find(' '));
@@ -103,6 +113,8 @@ Framer::Item Framer::messageAt(std::string_view text, std::size_t start) {
     m_message.clear();
     std::size_t at = start;
     bool first = true;
+    if (beginsLikeReply(text.substr(start)) && !mayHaveStatus(text.substr(start)))
+        return garbage(text, start);
     while (true) {
         m_offset = at;
         if (!first && at < text.size() && text[at] == kPacketMark) return Item::Packet;
