@@ -66,6 +66,10 @@ std::uint32_t ExchangeWatch::Patience() const {
 
 void ExchangeWatch::Abandon() {
     m_abandoned.store(true);
+    CloseLent();
+}
+
+void ExchangeWatch::CloseLent() {
     if (const HINTERNET request = m_lent.exchange(nullptr)) InternetCloseHandle(request);
 }
 

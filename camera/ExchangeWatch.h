@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <mutex>
 
+#include "camera/CertificateGuard.h"
 #include "camera/HttpTransport.h"
 #include "util/Handles.h"
 
@@ -32,8 +33,14 @@ class ExchangeWatch {
 
     /// While lent, the request may be closed by the waiting thread to end the call that is under way.
     void LendRequest(HINTERNET request) { m_lent.store(request); }
+    /// Closes a request that is lent, to end the call that is under way: nothing more is sent.
+    void CloseLent();
     /// False when the request is closed already.
     bool TakeBackRequest() { return m_lent.exchange(nullptr) != nullptr; }
+
+    /// Who looks at the server's certificate before a request goes out; null for nobody. Outlives its use.
+    void SetGuard(CertificateGuard* guard) { m_guard = guard; }
+    CertificateGuard* Guard() const { return m_guard; }
 
     /// The reply as far as there is one.
     void SetReply(HttpReply reply);
@@ -57,6 +64,7 @@ class ExchangeWatch {
     std::atomic<bool> m_abandoned{false};
     std::atomic<HINTERNET> m_lent{nullptr};
     const DWORD m_begin = GetTickCount();
+    CertificateGuard* m_guard = nullptr;  // the asking thread's
 
     mutable std::mutex m_mutex;  // guards what follows
     Phase m_phase = Phase::Start;

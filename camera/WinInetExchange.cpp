@@ -34,7 +34,7 @@ void LogFailure(const char* what) {
 }
 
 // WinInet's reports of what it is doing, on the thread that called it.
-void CALLBACK OnStatus(HINTERNET, DWORD_PTR context, DWORD status, LPVOID, DWORD) noexcept {
+void CALLBACK OnStatus(HINTERNET request, DWORD_PTR context, DWORD status, LPVOID, DWORD) noexcept {
     using Phase = ExchangeWatch::Phase;
     auto* const watch = reinterpret_cast<ExchangeWatch*>(context);
     if (!watch) return;
@@ -46,6 +46,10 @@ void CALLBACK OnStatus(HINTERNET, DWORD_PTR context, DWORD status, LPVOID, DWORD
         case INTERNET_STATUS_CONNECTED_TO_SERVER:
             return watch->Enter(Phase::Secure);
         case INTERNET_STATUS_SENDING_REQUEST:
+            // The last moment before anything is told to the server. (Wine sends the request all the same,
+            // but lets nobody see a reply.)
+            if (watch->Guard() && watch->Guard()->Look(request) == CertificateGuard::Verdict::Refused)
+                watch->CloseLent();
             return watch->Enter(Phase::Send);
         case INTERNET_STATUS_REQUEST_SENT:
         case INTERNET_STATUS_RECEIVING_RESPONSE:
@@ -63,9 +67,14 @@ void AcceptAnyIssuer(HINTERNET request) {
               flags | SECURITY_FLAG_IGNORE_UNKNOWN_CA | SECURITY_FLAG_IGNORE_CERT_CN_INVALID);
 }
 
+bool IsForTheCertificate(DWORD error) {
+    return error == ERROR_INTERNET_INVALID_CA || error == ERROR_INTERNET_SEC_CERT_CN_INVALID ||
+           error == ERROR_INTERNET_SEC_CERT_ERRORS;
+}
+
 }  // namespace
 
-bool WinInetExchange::Open(const HttpRequest& request, bool acceptAnyIssuer) {
+bool WinInetExchange::Open(const HttpRequest& request, Certificates certificates) {
     m_session.Reset(InternetOpenW(kAgent, INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
     if (!m_session) return false;
     SetTimeouts(m_session.Get());
@@ -81,7 +90,7 @@ bool WinInetExchange::Open(const HttpRequest& request, bool acceptAnyIssuer) {
                                      EncodePath(request.path).c_str(), "HTTP/1.0", nullptr, nullptr,
                                      kRequestFlags | secure, context));
     if (m_request) SetTimeouts(m_request.Get());
-    if (m_request && request.secure && acceptAnyIssuer) AcceptAnyIssuer(m_request.Get());
+    if (m_request && certificates == Certificates::Pinned) AcceptAnyIssuer(m_request.Get());
     return static_cast<bool>(m_request);
 }
 
@@ -123,15 +132,26 @@ bool WinInetExchange::ReadHeaders(HttpReply& reply) {
 }
 
 HttpReply WinInetExchange::Send(const HttpRequest& request, const std::string& authorization,
-                                bool acceptAnyIssuer) {
-    if (!Open(request, acceptAnyIssuer)) {
+                                Certificates certificates) {
+    if (!Open(request, certificates)) {
         LogFailure("Opening a request");
         return {};
     }
-    if (!Transmit(request, authorization)) {
+    CertificateGuard guard(OriginOf(request));
+    CertificateGuard* const guarded = certificates == Certificates::Pinned ? &guard : nullptr;
+    m_watch.SetGuard(guarded);
+    const bool sent = Transmit(request, authorization);
+    const DWORD error = sent ? ERROR_SUCCESS : GetLastError();
+    m_watch.SetGuard(nullptr);
+    // What could not be looked at before can be now.
+    const auto verdict = guarded ? guard.Look(m_request.Get()) : CertificateGuard::Verdict::Accepted;
+    m_certificateRefused = verdict == CertificateGuard::Verdict::Refused || IsForTheCertificate(error);
+    if (!sent) {
+        SetLastError(error);
         LogFailure("A request");
-        return {};
     }
+    // A certificate that nobody saw is none.
+    if (!sent || verdict != CertificateGuard::Verdict::Accepted) return {};
     HttpReply reply;
     reply.answered = ReadHeaders(reply);
     return reply;

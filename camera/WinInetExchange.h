@@ -28,18 +28,24 @@ class WinInetExchange {
     WinInetExchange(const WinInetExchange&) = delete;
     WinInetExchange& operator=(const WinInetExchange&) = delete;
 
-    /// Sends the request and waits for status and headers. `acceptAnyIssuer`: HTTPS with certificates of
-    /// unknown issuers, or for other names, as well.
-    HttpReply Send(const HttpRequest& request, const std::string& authorization, bool acceptAnyIssuer);
+    /// Which certificates HTTPS takes: those that the system vouches for, or the one of unknown issuer, or
+    /// for another name, that was pinned to the server; the first that comes is.
+    enum class Certificates { Vouched, Pinned };
+
+    /// Sends the request and waits for status and headers.
+    HttpReply Send(const HttpRequest& request, const std::string& authorization, Certificates certificates);
+    /// After a Send without an answer: it was for the certificate.
+    bool CertificateRefused() const { return m_certificateRefused; }
     /// Completes the reply by its body.
     void ReadBody(std::size_t most, HttpReply& reply);
 
   private:
-    bool Open(const HttpRequest& request, bool acceptAnyIssuer);
+    bool Open(const HttpRequest& request, Certificates certificates);
     bool Transmit(const HttpRequest& request, const std::string& authorization);
     bool ReadHeaders(HttpReply& reply);
 
     ExchangeWatch& m_watch;
+    bool m_certificateRefused = false;
     // In the order of their making: closed in reverse.
     UniqueInternet m_session;
     UniqueInternet m_connection;

@@ -31,13 +31,33 @@ std::string ClientNonce() {
     return std::to_string(device()) + std::to_string(device());
 }
 
+bool AllowPlainWithHttps() {
+    return util::IntReg(HKEY_CURRENT_USER, util::kClientSettingKey, L"AllowPlainWithHttps").Value() != 0;
+}
+
+// One request, on an exchange that is made for it. Which kind of certificate the server has is tried: the
+// kind that it had last first.
+HttpReply Ask(std::optional<WinInetExchange>& exchange, ExchangeWatch& watch, const HttpRequest& request,
+              const std::string& authorization, bool allowSelfSigned) {
+    using Certificates = WinInetExchange::Certificates;
+    const bool either = request.secure && allowSelfSigned;
+    const bool pinned = either && net::KnownServers::get().hasPin(OriginOf(request));
+    exchange.emplace(watch);
+    HttpReply reply =
+        exchange->Send(request, authorization, pinned ? Certificates::Pinned : Certificates::Vouched);
+    if (!either || reply.answered || !exchange->CertificateRefused() || watch.Abandoned()) return reply;
+    exchange.emplace(watch);
+    return exchange->Send(request, authorization, pinned ? Certificates::Vouched : Certificates::Pinned);
+}
+
 // Asks until there is a reply that wants nothing more of us.
-void Converse(HttpRequest request, bool acceptAnyIssuer, ExchangeWatch& watch) {
+void Converse(HttpRequest request, bool allowSelfSigned, ExchangeWatch& watch) {
+    std::optional<WinInetExchange> exchange;
     std::optional<ChallengeAnswer> answer;
     unsigned redirections = 0;
     while (!watch.Abandoned()) {
-        WinInetExchange exchange(watch);
-        HttpReply reply = exchange.Send(request, answer ? answer->line : std::string(), acceptAnyIssuer);
+        HttpReply reply =
+            Ask(exchange, watch, request, answer ? answer->line : std::string(), allowSelfSigned);
         if (!reply.answered) return;
         if (answer && reply.status < kClientError)
             net::KnownServers::get().accepted(OriginOf(request), answer->kind);
@@ -57,7 +77,7 @@ void Converse(HttpRequest request, bool acceptAnyIssuer, ExchangeWatch& watch) {
         HttpReply begun = reply;
         begun.stalled = true;
         watch.SetReply(std::move(begun));
-        exchange.ReadBody(request.maxReply, reply);
+        exchange->ReadBody(request.maxReply, reply);
         watch.SetReply(std::move(reply));
         watch.Finish();  // closing may take its time
         return;
@@ -69,10 +89,11 @@ void Converse(HttpRequest request, bool acceptAnyIssuer, ExchangeWatch& watch) {
 HttpReply WinInetTransport::Send(const HttpRequest& request) {
     if (!IsHost(request.host) || request.port == 0) return {};
     const auto watch = std::make_shared<ExchangeWatch>();
-    const bool acceptAnyIssuer = request.secure && AllowSelfSignedCertificate();
-    const bool started = util::StartLooseThread([watch, request, acceptAnyIssuer] {
+    const bool allowSelfSigned = AllowSelfSignedCertificate();
+    if (request.secure) net::KnownServers::get().askedSecurely(request.host, AllowPlainWithHttps());
+    const bool started = util::StartLooseThread([watch, request, allowSelfSigned] {
         try {
-            Converse(request, acceptAnyIssuer, *watch);
+            Converse(request, allowSelfSigned, *watch);
         } catch (const std::exception& error) {
             NORIX_LOG("WinInetTransport::Send", 1, "%s", error.what());
         } catch (...) {

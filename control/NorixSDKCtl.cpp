@@ -10,6 +10,7 @@
 #include "control/resource.h"
 #include "framework/EntryPoint.h"
 #include "media/ControlMessages.h"
+#include "net/RegistryMemory.h"
 #include "render/decode/Decoder.h"
 #include "util/Log.h"
 #include "util/LogSetup.h"
@@ -63,6 +64,7 @@ IUnknown* CNorixSDKCtrl::CNorixSDKCtrlFactory::CreateObject() {
 
 CNorixSDKCtrl::CNorixSDKCtrl() : COleControl(kControl, Table()), m_objectSafety(*this) {
     util::ReadLogSwitches();
+    net::rememberServersInRegistry();
     const std::string version = util::ModuleVersion(framework::COleControlModule::Get().Instance())
                                     .value_or(util::FileVersion())
                                     .Text();

@@ -41,7 +41,7 @@ std::optional<protocol::Challenge> KnownServers::choose(const protocol::Origin& 
     if (recall(signInName(server)) == kDigest) {
         reason = "it took Digest before";
     } else if (server.scheme != "https" && wantsSecurity(server.host)) {
-        reason = "its host speaks HTTPS, and this connection is not encrypted";
+        reason = "its host is asked by HTTPS, and this connection is not encrypted";
     }
     if (!reason) return best;
     NORIX_LOG("KnownServers::choose", 1, "%s asks for a password in clear and gets none: %s",
@@ -55,7 +55,7 @@ void KnownServers::accepted(const protocol::Origin& server, protocol::Challenge:
     if (recall(name) != kDigest) keep(name, kDigest);
 }
 
-void KnownServers::answeredSecurely(const std::string& host, bool plainAllowed) {
+void KnownServers::askedSecurely(const std::string& host, bool plainAllowed) {
     const std::lock_guard lock(m_lock);
     if (plainAllowed) {
         m_secureHosts.erase(protocol::plainHost(host));
@@ -67,6 +67,12 @@ void KnownServers::answeredSecurely(const std::string& host, bool plainAllowed) 
 bool KnownServers::wantsSecurity(const std::string& host) {
     const std::lock_guard lock(m_lock);
     return m_secureHosts.contains(protocol::plainHost(host));
+}
+
+void KnownServers::notePlainStream(const protocol::Origin& server) {
+    if (!wantsSecurity(server.host)) return;
+    NORIX_LOG("KnownServers::notePlainStream", 1, "The stream from %s is not encrypted; requests are",
+              protocol::toText(server).c_str());
 }
 
 bool KnownServers::isPinned(const protocol::Origin& server, const std::string& fingerprint) {
@@ -82,6 +88,7 @@ bool KnownServers::hasPin(const protocol::Origin& server) {
 
 void KnownServers::setStore(Store* store) {
     const std::lock_guard lock(m_lock);
+    if (m_store == store) return;
     m_store = store;
     m_texts.clear();
 }

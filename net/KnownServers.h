@@ -29,17 +29,20 @@ class KnownServers {
     static KnownServers& get();
 
     /// The strongest challenge in the WWW-Authenticate fields that `server` may be answered: no Basic where
-    /// Digest was taken before, nor in clear to a host that is known to speak HTTPS. Nothing without one.
+    /// Digest was taken before, nor in clear to a host that is asked by HTTPS. Nothing without one.
     std::optional<protocol::Challenge> choose(const protocol::Origin& server,
                                               std::span<const std::string> fields);
 
     /// The server has accepted an answer of this kind.
     void accepted(const protocol::Origin& server, protocol::Challenge::Kind kind);
 
-    /// The host has answered by HTTPS. `plainAllowed`: the user lets Basic go to it in clear all the same.
-    void answeredSecurely(const std::string& host, bool plainAllowed);
-    /// Whether answeredSecurely was called for the host, without leave for what goes in clear.
+    /// The host is asked by HTTPS. `plainAllowed`: the user lets Basic go to it in clear all the same.
+    void askedSecurely(const std::string& host, bool plainAllowed);
+    /// Whether askedSecurely was called for the host, without leave for what goes in clear.
     bool wantsSecurity(const std::string& host);
+
+    /// Says in the log when a stream from there, in clear, begins although the host is asked by HTTPS.
+    void notePlainStream(const protocol::Origin& server);
 
     /// Whether this is the certificate (its fingerprint, as text) that was accepted for the server before;
     /// the first one that is shown for it is.

@@ -131,16 +131,11 @@ KsOnvifResult Session::FindMediaService() {
     return result;
 }
 
-// Behind a router, cameras state addresses that only their own network knows. And nobody but whom the host
-// named is to see a digest of its password, nor are they who listen on the way, once it was to be HTTPS.
+// Behind a router, cameras state addresses that only their own network knows; and the password's digest is
+// for the scheme, host and port that the host program named. So only the path counts.
 Session::Service Session::Reachable(const protocol::Url& stated) const {
     Service service = m_device;
     service.path = stated.path;
-    const bool secure = stated.scheme == "https";
-    if (protocol::equalsIgnoringCase(stated.host, service.host) && (secure || !service.secure)) {
-        service.secure = secure;
-        service.port = stated.port;
-    }
     return service;
 }
 

@@ -11,6 +11,7 @@
 #include "include/HTTP/BodyDecoder.h"
 #include "include/HTTP/HttpDialogue.h"
 #include "media/MediaPlatform.h"
+#include "net/KnownServers.h"
 #include "net/StreamSocket.h"
 #include "util/Log.h"
 #include "util/Redact.h"
@@ -134,6 +135,7 @@ bool StreamSession::Receiving::Ask() {
         m_session.request, video ? http::HttpDialogue::Media::Pictures : http::HttpDialogue::Media::Sound,
         video ? RandomHex() : std::string(), RandomHex());
     if (!dialogue.Valid()) return Fail("host or path can't be asked for");
+    net::KnownServers::get().notePlainStream(protocol::makeOrigin("http", dialogue.Host(), dialogue.Port()));
     for (;;) {
         const auto connected = m_socket.connect(dialogue.Host(), dialogue.Port(), deadline.Left());
         if (connected != StreamSocket::Result::Done) return Fail(connected);

@@ -16,6 +16,8 @@
 #include "include/RTSP/RTSPClientCustom.h"
 #include "media/CtrlParam.h"
 #include "media/MediaPlayers.h"
+#include "net/KnownServers.h"
+#include "protocol/Origin.h"
 #include "util/Log.h"
 #include "util/Redact.h"
 
@@ -133,6 +135,8 @@ void RTSPSession::RunLoop(UsageEnvironment& env, RTSPClientCustom& client) {
     if (IsPush()) {
         continueAfterDESCRIBE(&client, 0, nullptr);
     } else {
+        if (const auto url = protocol::parseUrl(m_settings.streamUri))
+            net::KnownServers::get().notePlainStream(protocol::originOf(*url));
         client.startConnectCheck();
         SendOptions(client);
     }

@@ -45,15 +45,15 @@ TEST(KnownServers, AServerThatTookDigestGetsNoBasicAnyMore) {
     EXPECT_TRUE(later.choose(kCamera, kBasic)) << "what was taken out of the store counts no more";
 }
 
-TEST(KnownServers, BasicStaysOffPlainConnectionsToAHostThatSpeaksHttps) {
+TEST(KnownServers, BasicStaysOffPlainConnectionsToAHostThatIsAskedByHttps) {
     KnownServers servers;
-    servers.answeredSecurely("CAM", false);
+    servers.askedSecurely("CAM", false);
     EXPECT_FALSE(servers.choose(kCamera, kBasic));
     EXPECT_FALSE(servers.choose(protocol::makeOrigin("rtsp", "cam", 554), kBasic));
     EXPECT_TRUE(servers.choose(protocol::makeOrigin("https", "cam", 443), kBasic));
     EXPECT_TRUE(servers.choose(protocol::makeOrigin("http", "other", 80), kBasic));
     EXPECT_EQ(servers.choose(kCamera, kAll)->kind, Kind::DigestSha256);
-    servers.answeredSecurely("cam", true);
+    servers.askedSecurely("cam", true);
     EXPECT_TRUE(servers.choose(kCamera, kBasic)) << "the user allows it";
 }
 

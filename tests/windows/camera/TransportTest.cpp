@@ -10,6 +10,8 @@
 #include <future>
 
 #include "camera/Charset.h"
+#include "camera/HttpPolicy.h"
+#include "net/KnownServers.h"
 #include "util/Handles.h"
 #include "util/Settings.h"
 
@@ -203,6 +205,13 @@ TEST(WinInetTransport, TrustsCertificatesThatNobodyVouchesForOnlyWhenTold) {
     {
         const AllowSelfSigned allow(1);
         EXPECT_THAT(Send(request).body, StartsWith("GET /echo "));
+        EXPECT_THAT(Send(request).body, StartsWith("GET /echo ")) << "the same certificate again";
+        net::KnownServers::get().forget();
+        ASSERT_TRUE(net::KnownServers::get().isPinned(OriginOf(request), "another"));
+        EXPECT_FALSE(Send(request).answered) << "not the one that was accepted";
+        net::KnownServers::get().forget();
+        EXPECT_TRUE(Send(request).answered);
+        EXPECT_TRUE(net::KnownServers::get().hasPin(OriginOf(request)));
     }
     const AllowSelfSigned forbid(0);
     EXPECT_FALSE(Send(request).answered);
