@@ -131,11 +131,17 @@ KsOnvifResult Session::FindMediaService() {
     return result;
 }
 
-// Behind a router, cameras state addresses that only their own network knows; and the password's digest is
-// for the scheme, host and port that the host program named. So only the path counts.
+// Behind a router, cameras state addresses that only their own network knows; and a password's digest is for
+// the scheme, host and port that the host program named. Where nobody signs in, the camera's other ports do.
 Session::Service Session::Reachable(const protocol::Url& stated) const {
     Service service = m_device;
     service.path = stated.path;
+    const bool secure = stated.scheme == "https";
+    if (m_user.empty() && protocol::equalsIgnoringCase(stated.host, service.host) &&
+        (secure || !service.secure)) {
+        service.secure = secure;
+        service.port = stated.port;
+    }
     return service;
 }
 
