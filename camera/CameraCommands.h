@@ -57,7 +57,7 @@ class CameraCommands {
     /// Forgets everything that cameras said so far: for another camera. `access` stays.
     void Forget();
 
-    // Any request ----------------------------------------------------------------------------------------
+    // ---- Any request
 
     /// One request, as the automation method of this name makes it. `sendType` is "GET" or "POST"; `url` a
     /// path with its query, which is a POST's body. The reply's text, "Error" when the server can't be
@@ -76,7 +76,7 @@ class CameraCommands {
     Result GetParams(std::span<const CgiParam> table);
     Result SetParams(std::span<const CgiParam> table);
 
-    // What the camera is ---------------------------------------------------------------------------------
+    // ---- What the camera is
 
     Result RequestSystemInformation();
     /// Also takes the camera's HTTP and HTTPS ports over into `access`; ports beyond 16 bits are not taken.

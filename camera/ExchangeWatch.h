@@ -26,7 +26,7 @@ class ExchangeWatch {
   public:
     enum class Phase { Start, Lookup, Connect, Secure, Send, Receive, Body };
 
-    // The asking thread ----------------------------------------------------------------------------------
+    // ---- The asking thread
 
     void Enter(Phase phase);
     bool Abandoned() const { return m_abandoned.load(); }
@@ -47,7 +47,7 @@ class ExchangeWatch {
     /// There will be no more of it.
     void Finish();
 
-    // The waiting thread ---------------------------------------------------------------------------------
+    // ---- The waiting thread
 
     /// Waits for the asking thread to finish; false when it exceeded a limit.
     bool WaitForFinish() const;

@@ -14,11 +14,11 @@
 ///
 /// Beyond xvidcore, for both to know:
 ///  - With the statistics structure given, the result is the number of bytes used up (> 0), or
-///  XVID_ERR_NO_PICTURE
-///    when the rest of the packet gives no picture: pictures that wait for their turn, pictures before the
-///    first intra picture, damaged data. Nothing was written then and the rest of the packet is done with.
+///    XVID_ERR_NO_PICTURE when the rest of the packet gives no picture: pictures that wait for their turn,
+///    pictures before the first intra picture, damaged data. Nothing was written then and the rest of the
+///    packet is done with.
 ///  - xvidcore itself may return 0 or XVID_ERR_FAIL for such data: a caller that loops must not loop on
-///  those.
+///    those.
 ///  - B-VOPs come out in display order: one packet late, as reordering demands.
 ///  - xvidcore does not tell which packet a picture came from, and pictures may be late: where
 ///  XVID_CARRIES_TAGS

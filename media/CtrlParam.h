@@ -51,7 +51,7 @@ class CCtrlParam {
     /// meanwhile. Records that an ended thread never gave back return to their pool.
     void ResetForNewStream();
 
-    // Written by the window thread, read by all -------------------------------------------------------------
+    // ---- Written by the window thread, read by all
 
     ControlWindow window;  // where messages go
     Guarded<std::wstring> captionText;
@@ -79,7 +79,7 @@ class CCtrlParam {
 
     SnapshotRequests snapshots;
 
-    // Written by the window thread while connecting, later by the receiving thread --------------------------
+    // ---- Written by the window thread while connecting, later by the receiving thread
 
     Shared<VideoCodec> videoCodec{VideoCodec::None};
     Shared<AudioCodec> audioCodec{AudioCodec::None};
@@ -88,8 +88,7 @@ class CCtrlParam {
     Shared<std::uint32_t> audioSampleRate{0};  // Hz; 0 = not known, 8000 is assumed
     Guarded<std::vector<std::uint8_t>> aacConfig;
 
-    // Written by the receiving threads
-    // -----------------------------------------------------------------------
+    // ---- Written by the receiving threads
 
     Shared<bool> soundPlayed{true};  // false: nobody takes sound out of the queue, so none is put in
 
@@ -101,8 +100,7 @@ class CCtrlParam {
     /// The status (RTSP, HTTP) with which the stream's server has refused it; 0: it has not.
     Shared<std::int32_t> refusal{0};
 
-    // Written by the decode thread
-    // ---------------------------------------------------------------------------
+    // ---- Written by the decode thread
 
     std::array<Shared<std::uint8_t>, kRegionCount> regionLevel;
 
@@ -113,13 +111,11 @@ class CCtrlParam {
     int PictureWidth() const { return m_pictureWidth.Get(); }
     int PictureHeight() const { return m_pictureHeight.Get(); }
 
-    // Written by the snapshot thread
-    // --------------------------------------------------------------------------
+    // ---- Written by the snapshot thread
 
     Shared<std::int32_t> pictureFormat{0};  // of the snapshot data that it is sending
 
-    // Any thread
-    // ---------------------------------------------------------------------------------------------
+    // ---- Any thread
 
     /// Frames can't be shown before the next key frame, so the camera should send one soon. The receiver asks
     /// it, at most once a second; a key frame that comes before takes the wish back.
@@ -162,8 +158,7 @@ class CCtrlParam {
         return Put(m_audioFilled, record, atTail != 0);
     }
 
-    // Receiving threads, one for video and one for audio (or one for both)
-    // -----------------------------------
+    // ---- Receiving threads, one for video and one for audio (or one for both)
 
     /// Hands on one received frame: 1 when it was stored, -1 when it was dropped. `isPFrame` 0 is a key
     /// frame. A frame longer than a record is cut. When all records are taken, a frame other than a key frame

@@ -22,7 +22,7 @@ struct Fault {
     bool IsDenial() const;
 };
 
-/// Seconds since 1970. A date that doesn't exist is none.
+/// Seconds since 1970; nothing for a date that doesn't exist, such as the 30th of February.
 std::optional<std::int64_t> ParseSystemDateAndTime(std::string_view reply);
 /// The media service's address as the camera states it; empty: it states none.
 std::string ParseServices(std::string_view reply);

@@ -24,7 +24,7 @@ class PictureView {
         bool border = false;
     };
 
-    // Any thread. ---------------------------------------------------------------------------------------
+    // ---- Any thread.
 
     /// The part of the picture that digital PTZ shows. 0, or E_INVALIDARG with the previous part kept:
     /// negative left or top, all four zero, or a rectangle that leaves the current picture.
@@ -50,10 +50,10 @@ class PictureView {
     void SetBorderShown(bool shown);
 
     /// The part that digital PTZ shows stays the same part of a picture of another size.
-    /// Decode thread, at each change of size, before the presenter is initialised for it. ------------------
+    /// Decode thread, at each change of size, before the presenter is initialised for it.
     void SetPictureSize(PixelSize size);
 
-    /// Display thread, once per picture; allocates nothing. -------------------------------------------------
+    /// Display thread, once per picture; allocates nothing.
     Settings Current(PixelSize picture);
 
   private:
