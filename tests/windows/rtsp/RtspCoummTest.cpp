@@ -67,7 +67,7 @@ struct Streaming {
 };
 
 TEST(RTSPCoumm, StopsWhileAKeyFrameWaitsForARecord) {
-    Streaming streaming(std::make_shared<Players>(), {.videoBufferNum = 1});
+    Streaming streaming(std::make_shared<Players>(), {.videoBufferNum = 1, .videoBufferSize = {}});
     streaming.script.steps.push_back("rtp 0 2 waits");
     streaming.script.steps.push_back("rtp 0 3 behind it");
     streaming.Listen();
