@@ -43,8 +43,9 @@ class PresenterSink final : public PictureSink {
         for (std::size_t i = 0; i < kRegionCount; ++i)
             picture.regions[i] = {frame.regions[i], drawn[i]};
         m_presenter->Present(picture);
-        // Wine brings what a thread has drawn to the screen when that thread finds its message queue empty. This
-        // one has no messages to look for, so every other picture would wait for the next. GdiFlush is no help.
+        // Wine brings what a thread has drawn to the screen when that thread finds its message queue empty.
+        // This one has no messages to look for, so every other picture would wait for the next. GdiFlush is
+        // no help.
         MSG message;
         PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);
     }
