@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "control/DiskSpace.h"
 #include "control/Events.h"
 #include "control/NorixSDKCtl.h"
 #include "render/decode/Decoder.h"
@@ -100,12 +99,14 @@ void ControlAsConnectionHost::AskForSignIn() {
 
 void ControlAsConnectionHost::ConnectionBegins() {
     m_control.OpenDeliveries();
+    m_control.BeginRecordingStreams();
     m_control.ViewChanged();
 }
 void ControlAsConnectionHost::EndDigitalPtz() {
     m_control.EnableDigitalPTZ(false);
 }
 void ControlAsConnectionHost::ConnectionEnds() {
+    m_control.FinishRecording();
     m_control.AudioPost(false);
     m_control.AudioPostEx(false, L"", 0, 0);
 }

@@ -71,7 +71,7 @@ CNorixSDKCtrl::CNorixSDKCtrl() : COleControl(kControl, Table()), m_objectSafety(
     m_properties.versionInfo = util::AnsiToWide(version);
     NORIX_LOG("CNorixSDKCtrl::CNorixSDKCtrl", 1, "CNorixSDKCtrl() constructor begins, file version = %s",
               version.c_str());
-    m_session->param.window.Set(Handle());
+    SetReportWindow(Handle());
 
     WSADATA winsock;
     m_winsockStarted = WSAStartup(kWinsockVersion, &winsock) == 0;
@@ -116,7 +116,7 @@ HRESULT CNorixSDKCtrl::OnCreate() {
     NORIX_LOG("CNorixSDKCtrl::OnCreate", 1, "CNorixSDKCtrl::OnCreate()");
     const HRESULT page = ReadHostPage();
     if (FAILED(page)) return page;
-    m_session->param.window.Set(Handle());
+    SetReportWindow(Handle());
     m_statusView.SetPicture(StatusPicture::Disconnect);
     m_dropTarget = DropTarget::Register(Handle(), *this);
     m_windowCreated.Set();
@@ -134,7 +134,7 @@ void CNorixSDKCtrl::OnDestroy() {
     m_overlapped.Clear();
     m_fullScreen.Forget();
     // The system gives window handles out again: no worker may post to this one any more.
-    m_session->param.window.Set(nullptr);
+    SetReportWindow(nullptr);
 }
 
 bool CNorixSDKCtrl::WaitForWindowCreation() {

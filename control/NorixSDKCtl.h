@@ -26,6 +26,7 @@
 #include "framework/ObjectSafety.h"
 #include "framework/OleControl.h"
 #include "media/ControlMessages.h"
+#include "record/Recorder.h"
 #include "ui/AudioPanel.h"
 #include "util/Handles.h"
 
@@ -60,6 +61,10 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
 
     ControlProperties& Properties() { return m_properties; }
     SessionContext& Session() { return *m_session; }
+    /// Recording follows the connection: nothing is taken before it begins or after it ends.
+    void BeginRecordingStreams();
+    void FinishRecording();
+    void OnRecordStatus(long status);
     CameraLink& Camera() { return m_camera; }
     Connection& ConnectionState() { return m_connection; }
     StatusView& Status() { return m_statusView; }
@@ -100,6 +105,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     void OnIFrameOnlyChanged();
     void OnVoiceMuteChanged();
     void OnVoiceVolumeChanged();
+    void OnRecordSettingsChanged();
     void OnRecordMaxFileTimeLengthChanged();
     void OnConnectionTimeoutChanged();
     void OnCHIndexChanged();
@@ -209,6 +215,10 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     /// Shows or hides it, and shows in it what the properties say.
     void UpdateAudioPanel();
     HRESULT ReadHostPage();
+    /// Where the workers' reports go.
+    void SetReportWindow(HWND window);
+    /// Hands folder, names and limits of recordings to the recorder, as the properties say now.
+    void ApplyRecordSettings();
     /// Hands a property's value to the threads that use it.
     template <class T, class U>
     void Pass(const T& value, Shared<U>& shared) {
@@ -222,6 +232,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     const std::shared_ptr<SessionContext> m_session =
         std::make_shared<SessionContext>();  // its threads' as well
     std::optional<HostPage> m_page;
+    Recorder m_recorder{m_session->param};
     ControlAsConnectionHost m_connectionHost{*this};
     ControlAsViewHost m_viewHost{*this};
     WindowsMeans m_means{m_session};

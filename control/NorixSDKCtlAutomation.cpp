@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <charconv>
 
-#include "control/DiskSpace.h"
 #include "control/Events.h"
 #include "control/NorixSDKCtl.h"
 #include "control/connection/Playback.h"
@@ -118,6 +117,11 @@ void CNorixSDKCtrl::SetVolume(int volume) {
 void CNorixSDKCtrl::OnRecordMaxFileTimeLengthChanged() {
     m_properties.recordMaxFileTimeLength =
         std::clamp(m_properties.recordMaxFileTimeLength, 0L, kMaximumRecordSeconds);
+    OnRecordSettingsChanged();
+}
+
+void CNorixSDKCtrl::OnRecordSettingsChanged() {
+    ApplyRecordSettings();
     SetModifiedFlag();
 }
 
@@ -176,15 +180,6 @@ long CNorixSDKCtrl::Disconnect() {
     return m_connection.Disconnect();
 }
 
-void CNorixSDKCtrl::WatchDisk() {
-    const short status = m_properties.recordStatus;
-    if (status != ersRecordStart && status != ersRecording) return;
-    if (!IsDiskAlmostFull(m_properties.recordVideoPath)) return;
-    StopRecording(0);
-    m_properties.recordStatus = ersDiskFull;
-    FireEvent(events::OnRecordStatus, static_cast<long>(ersDiskFull));
-}
-
 void CNorixSDKCtrl::SetMulticastInfo(const Text& address, const Text& videoPort, const Text& audioPort) {
     SetMulticastInfoEx(address, ParsePort(videoPort), address, ParsePort(audioPort));
 }
@@ -239,14 +234,8 @@ long CNorixSDKCtrl::SendCameraCommand(const Text&, short) {
     return -1;
 }
 
-// ---- Recording, snapshots, talk-back
+// ---- Snapshots, talk-back
 
-long CNorixSDKCtrl::StartRecording(short) {
-    return E_FAIL;
-}
-long CNorixSDKCtrl::StopRecording(short) {
-    return S_OK;
-}
 void CNorixSDKCtrl::SaveSnapShot(const Text& path, const Text& name, bool automatic) {
     SYSTEMTIME now = {};
     GetLocalTime(&now);

@@ -32,8 +32,7 @@ bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam)
             m_dioStatusDelivery.Deliver([&] { FireEvent(events::OnDIOStatus, first, second); });
             return true;
         case WM_OnRecordStatus:
-            m_properties.recordStatus = static_cast<short>(first);
-            FireEvent(events::OnRecordStatus, first);
+            OnRecordStatus(first);
             return true;
         case WM_OnResolutionChanged:
             m_overlapped.Follow();
@@ -110,9 +109,17 @@ void CNorixSDKCtrl::OnRequestFileName(const SYSTEMTIME& time) {
     const std::string text =
         util::Format("%d_%02d_%02d_%02d_%02d_%02d_%u", time.wYear, time.wMonth, time.wDay, time.wHour,
                      time.wMinute, time.wSecond, time.wMilliseconds);
+    // The recorder waits for the answer, not for the handler: that one may end the recording, or the control.
+    LetSenderGoOn();
+    const std::wstring asked = util::AnsiToWide(text);
     framework::ScopedVariant name;
-    framework::WriteVariant<framework::Text>(name, util::AnsiToWide(text));
+    framework::WriteVariant<framework::Text>(name, asked);
     FireEvent(events::OnRequestFileName, &name);
+    const VARIANT& answer = name;
+    if (answer.vt == VT_BSTR && util::BstrView(answer.bstrVal) != asked)
+        m_properties.recordFileName = util::BstrView(answer.bstrVal);
+    ApplyRecordSettings();
+    m_recorder.OnNameAnswered();
 }
 
 void CNorixSDKCtrl::OnSnapshotData(const void* bytes, const SnapshotDescription* picture) {

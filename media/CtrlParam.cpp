@@ -174,7 +174,8 @@ int CCtrlParam::InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t s
 
     if (const auto recorder = m_recorder.Get()) {
         recorder->RecMedia(
-            codec == VideoCodec::H264 ? RecordMedia::VideoH264 : RecordMedia::VideoMpeg4OrMjpeg, data, size);
+            codec == VideoCodec::H264 ? RecordMedia::VideoH264 : RecordMedia::VideoMpeg4OrMjpeg, data, size,
+            pts);
     }
     m_events.Report(parsed, window);
     if (notifyVideoData.Get()) SendNewFrame(payload, payloadSize, isPFrame, parsed.signal);
@@ -221,7 +222,7 @@ int CCtrlParam::InsertFrameToAudioBuffer(const std::uint8_t* data, std::size_t s
     const std::uint32_t length =
         static_cast<std::uint32_t>(std::min<std::size_t>(size, m_settings.audioBufferSize));
     if (const auto recorder = m_recorder.Get(); recorder && recorder->IsRecordingRequested()) {
-        recorder->RecMedia(RecordMedia::Audio, data, length);
+        recorder->RecMedia(RecordMedia::Audio, data, length, pts);
     }
     if (!soundPlayed.Get()) return -1;
     AudioFrameRecord* const record = WaitForEmptyAudio(pts);

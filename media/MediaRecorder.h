@@ -24,7 +24,9 @@ class MediaRecorder {
     /// can close its file when the wish ends.
     virtual bool IsRecordingRequested() const = 0;
 
-    virtual void RecMedia(RecordMedia type, const std::uint8_t* data, std::size_t size) = 0;
+    /// `pts`: the frame's timestamp in milliseconds, by which it is placed in the recording.
+    virtual void RecMedia(RecordMedia type, const std::uint8_t* data, std::size_t size,
+                          std::uint32_t pts) = 0;
 };
 
 }  // namespace norix

@@ -113,6 +113,9 @@ std::optional<uint32_t> JpegBufferSize() noexcept {
 uint32_t ULawBufferSize() noexcept {
     return Number(SettingId::kULawBufferSize);
 }
+uint32_t RecordBufferSize() noexcept {
+    return Number(SettingId::kRecordBufferSize);
+}
 
 }  // namespace Settings
 

@@ -54,6 +54,9 @@ std::optional<uint32_t> DisplayBufferSize() noexcept;
 std::optional<uint32_t> JpegBufferSize() noexcept;  // none: not limited by it
 uint32_t ULawBufferSize() noexcept;
 
+/// Recorder, in bytes.
+uint32_t RecordBufferSize() noexcept;
+
 }  // namespace Settings
 
 /// The per-user choices of the client-setting dialog; 0 when missing.

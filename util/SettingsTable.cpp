@@ -43,6 +43,7 @@ constexpr std::array<DwordSetting, static_cast<size_t>(kCount)> kTable{{
     {kDisplayBufferSize,      L"DisplayBufferSize",      0x900000,              kKept,      0,   128 * kMiB, "decoder"},
     {kJpegBufferSize,         L"JpegBufferSize",         512000,                kToDefault, 1,   32 * kMiB,  "HTTP video receiver"},
     {kULawBufferSize,         L"ULawBufferSize",         8196,                  kToDefault, 1,   256 * kKiB, "HTTP audio receiver"},
+    {kRecordBufferSize,       L"RecordBufferSize",       16 * kMiB,             kToDefault, kMiB, 256 * kMiB, "recorder"},
 }};
 // clang-format on
 

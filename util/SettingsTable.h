@@ -31,6 +31,7 @@ enum class SettingId {
     kDisplayBufferSize,
     kJpegBufferSize,
     kULawBufferSize,
+    kRecordBufferSize,
     kCount,
 };
 

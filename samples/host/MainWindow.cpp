@@ -37,8 +37,8 @@ constexpr int kTimeWidth = 90;
 constexpr int kKindWidth = 60;
 constexpr int kTextColumn = 2;
 
-constexpr int kStatusParts[] = {160, 250, -1};
-enum StatusPart { kConnectionPart, kFrameRatePart, kMessagePart };
+constexpr int kStatusParts[] = {160, 250, 400, -1};
+enum StatusPart { kConnectionPart, kFrameRatePart, kRecordPart, kMessagePart };
 
 constexpr COLORREF kPaneColor = RGB(32, 32, 32);
 
@@ -88,6 +88,9 @@ std::span<const MainWindow::Command> MainWindow::Commands() {
          &MainWindow::OnPicture<&PictureCommands::Zoom>},
         {L"&Picture", L"&Full Screen\tF11", nullptr, 0, VK_F11,
          &MainWindow::OnPicture<&PictureCommands::FullScreen>},
+        {L"&Recording", L"&Record\tF4", L"Record", 0, VK_F4, &MainWindow::Record},
+        {L"&Recording", L"&Folder...\tShift+F4", nullptr, FSHIFT, VK_F4, &MainWindow::PickRecordFolder},
+        {L"&Recording", L"&Limit\tCtrl+F4", nullptr, FCONTROL, VK_F4, &MainWindow::NextRecordLimit},
     };
     return kCommands;
 }
@@ -276,6 +279,7 @@ void MainWindow::CloseControl() {
     if (const auto container = std::exchange(container_, nullptr)) {
         container->Close();
         picture_.Forget();
+        record_.Forget();
         log_.Write(L"control", L"closed");
     }
 }
@@ -452,6 +456,7 @@ void MainWindow::OnEvent(const Event& event) {
     log_.Write(L"event", name + L"(" + event.Arguments(true) + L")");
     ShowStatus(event);
     picture_.OnEvent(event);
+    record_.OnEvent(event);
 
     const std::wstring arguments = event.Arguments(false);
     const auto matches = [&](const EventFilter& filter) { return filter.Matches(name, arguments); };
@@ -589,6 +594,29 @@ void MainWindow::OnPicture() try {
     (picture_.*Run)();
 } catch (const AutomationError& error) {
     Fail(error.Message());
+}
+
+void MainWindow::Record() try { record_.Toggle(); } catch (const AutomationError& error) {
+    Fail(error.Message());
+}
+
+void MainWindow::PickRecordFolder() try {
+    record_.PickFolder(window_);
+} catch (const AutomationError& error) {
+    Fail(error.Message());
+}
+
+void MainWindow::NextRecordLimit() try { record_.NextLimit(); } catch (const AutomationError& error) {
+    Fail(error.Message());
+}
+
+void MainWindow::ShowRecording(const std::wstring& text) {
+    if (status_) SendMessageW(status_, SB_SETTEXTW, kRecordPart, reinterpret_cast<LPARAM>(text.c_str()));
+}
+
+std::wstring MainWindow::TextProperty(const std::wstring& name) {
+    const _variant_t value = GetProperty(container_ ? container_->Automation() : nullptr, name);
+    return value.vt == VT_BSTR && value.bstrVal ? std::wstring(value.bstrVal) : std::wstring();
 }
 
 _variant_t MainWindow::CallLogged(const std::wstring& method, std::vector<_variant_t> values) {

@@ -17,6 +17,7 @@
 #include "EventSink.h"
 #include "Log.h"
 #include "PictureCommands.h"
+#include "RecordCommands.h"
 #include "TypeInfo.h"
 
 /// The program's exit codes.
@@ -95,6 +96,11 @@ class MainWindow {
     void ShowProperties();
     template <void (PictureCommands::*Run)()>
     void OnPicture();
+    void Record();
+    void PickRecordFolder();
+    void NextRecordLimit();
+    void ShowRecording(const std::wstring& text);
+    std::wstring TextProperty(const std::wstring& name);
 
     const Options& options_;
     Log& log_;
@@ -125,6 +131,14 @@ class MainWindow {
                                  return CallLogged(method, std::move(arguments));
                              },
                              [this](const std::wstring& text) { ShowMessage(text); }};
+
+    RecordCommands record_{[this](const std::wstring& method, std::vector<_variant_t> arguments) {
+                               return CallLogged(method, std::move(arguments));
+                           },
+                           [this](const std::wstring& name, const std::wstring& value) { Set(name, value); },
+                           [this](const std::wstring& name) { return TextProperty(name); },
+                           [this](const std::wstring& text) { ShowRecording(text); },
+                           [this](const std::wstring& text) { ShowMessage(text); }};
 
     std::deque<Log::Entry> entries_;
     std::deque<Action> script_;

@@ -26,7 +26,7 @@ struct RecorderLog final : MediaRecorder {
         Bytes bytes;
     };
     bool IsRecordingRequested() const override { return requested; }
-    void RecMedia(RecordMedia type, const std::uint8_t* data, std::size_t size) override {
+    void RecMedia(RecordMedia type, const std::uint8_t* data, std::size_t size, std::uint32_t) override {
         frames.push_back({type, Bytes(data, data + size)});
     }
 

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "control/DiskSpace.h"
 #include "media/ControlMessages.h"
+#include "record/DiskSpace.h"
 #include "tests/windows/control/ControlFixture.h"
 #include "util/Log.h"
 
@@ -128,24 +128,29 @@ TEST_F(Connecting, WatchesTheDiskWhileRecording) {
     Create();
     Host().Ignore(events::FramePerSec.id);
     Host().Ignore(events::OnVideoFrameRate.id);
-    const struct {
-        const wchar_t* folder;
-        ERecordStatus status;
-        Texts expected;
-    } cases[] = {
-        {kFull, ersRecording, {"OnRecordStatus(2)"}},
-        {kFull, ersRecordStart, {"OnRecordStatus(2)"}},
-        {kFull, ersRecordStop, {}},
-        {kFull, ersNone, {}},
-        {L"C:\\windows", ersRecording, {}},
-        {L"Q:\\no such drive", ersRecording, {}},
+    const auto tickUntilReport = [&](DWORD milliseconds) {
+        Texts reported;
+        const DWORD begin = GetTickCount();
+        while (reported.empty() && GetTickCount() - begin < milliseconds) {
+            constexpr DWORD kStepMs = 20;
+            Sleep(kStepMs);
+            Tick(kTimerStatistics);
+            reported = Host().Take();
+        }
+        return reported;
     };
-    for (const auto& c : cases) {
-        Put(L"RecordVideoPath", c.folder);
-        Put(L"RecordStatus", c.status);
-        Tick(kTimerStatistics);
-        EXPECT_EQ(Host().Take(), c.expected) << c.status;
-    }
+    constexpr DWORD kDeadlineMs = 10000;
+    constexpr DWORD kWatchedMs = 1500;  // the recorder looks once a second
+    Put(L"RecordVideoPath", kFull);
+    EXPECT_EQ(tickUntilReport(kWatchedMs), Texts()) << "nobody wants a recording";
+    EXPECT_EQ(Control().StartRecording(1), S_OK);
+    EXPECT_EQ(tickUntilReport(kDeadlineMs), Texts{"OnRecordStatus(2)"});
+    EXPECT_EQ(Control().Properties().recordStatus, ersDiskFull);
+    EXPECT_EQ(tickUntilReport(kWatchedMs), Texts()) << "the wish has ended with it";
+    Put(L"RecordVideoPath", L"Q:\\no such drive");
+    EXPECT_EQ(Control().StartRecording(1), S_OK);
+    EXPECT_EQ(tickUntilReport(kWatchedMs), Texts());
+    EXPECT_EQ(Control().StopRecording(1), S_OK);
 }
 
 // ---- The log

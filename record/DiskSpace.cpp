@@ -1,4 +1,4 @@
-#include "control/DiskSpace.h"
+#include "record/DiskSpace.h"
 
 #include <windows.h>
 

@@ -1,0 +1,79 @@
+// Recording, as far as it is the control's: what the recorder is told, and what the host hears of it.
+
+#include <algorithm>
+
+#include "control/Events.h"
+#include "control/NorixSDKCtl.h"
+#include "media/ControlMessages.h"
+
+namespace norix {
+
+static_assert(static_cast<short>(RecordStatus::FileWriteFailed) == ersFileWriteFailed);
+
+void CNorixSDKCtrl::SetReportWindow(HWND window) {
+    m_session->param.window.Set(window);
+    m_recorder.SetWindow(window);
+}
+
+long CNorixSDKCtrl::StartRecording(short format) {
+    ApplyRecordSettings();
+    return m_recorder.Start(static_cast<RecordFormat>(format)) ? S_OK : E_OUTOFMEMORY;
+}
+
+long CNorixSDKCtrl::StopRecording(short format) {
+    ApplyRecordSettings();
+    m_recorder.Stop(static_cast<RecordFormat>(format));
+    return S_OK;
+}
+
+void CNorixSDKCtrl::ApplyRecordSettings() {
+    const ControlProperties& p = m_properties;
+    m_recorder.SetNaming({p.recordVideoPath, p.recordFileName, p.recordManualNaming});
+    constexpr std::uint64_t kMebibyte = 1048576;
+    m_recorder.SetLimits({static_cast<std::uint64_t>(std::max(p.recordMaxFileSize, 0L)) * kMebibyte,
+                          static_cast<std::uint32_t>(std::max(p.recordMaxFileTimeLength, 0L))});
+}
+
+void CNorixSDKCtrl::OnRecordStatus(long status) {
+    if (status == ersRecording) m_recorder.OnRecordingSeen();
+    m_properties.recordStatus = static_cast<short>(status);
+    FireEvent(events::OnRecordStatus, status);
+}
+
+void CNorixSDKCtrl::BeginRecordingStreams() {
+    m_recorder.SetStream(m_session->channel.Get(), m_session->stream.Get());
+    ApplyRecordSettings();
+    m_recorder.Resume();
+}
+
+// The file that is being recorded ends with the connection; the wish for a recording does not.
+void CNorixSDKCtrl::FinishRecording() {
+    if (!m_recorder.Suspend()) return;
+    if (!HasWindow()) {
+        OnRecordStatus(ersRecordStop);
+        return;
+    }
+    // Reports that are still on their way are of before; of the frames that were written nobody need hear.
+    MSG message;
+    while (HasWindow() && PeekMessageW(&message, Handle(), WM_OnRecordStatus, WM_OnRecordStatus, PM_REMOVE)) {
+        if (message.message == WM_QUIT) {  // it passes every filter
+            PostQuitMessage(static_cast<int>(message.wParam));
+            break;
+        }
+        if (message.wParam == ersRecording) {
+            m_recorder.OnRecordingSeen();
+        } else {
+            DispatchMessageW(&message);
+        }
+    }
+    if (HasWindow()) SendMessageW(Handle(), WM_OnRecordStatus, ersRecordStop, 0);
+}
+
+// The recorder's thread asks the disk, which may hang.
+void CNorixSDKCtrl::WatchDisk() {
+    if (!m_recorder.IsRequested() || !m_recorder.IsDiskFull()) return;
+    StopRecording(static_cast<short>(RecordFormat::Avi));
+    OnRecordStatus(ersDiskFull);
+}
+
+}  // namespace norix

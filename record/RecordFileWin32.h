@@ -1,0 +1,26 @@
+#pragma once
+
+#include <windows.h>
+
+#include "record/RecordFile.h"
+#include "util/Handles.h"
+
+namespace norix {
+
+/// A recording's file on this system. Every call blocks for as long as the disk or share does.
+class RecordFileWin32 final : public RecordFile {
+  public:
+    explicit RecordFileWin32(util::UniqueFile file) : m_file(std::move(file)) {}
+
+    FileResult Write(std::uint64_t position, RecordBytes bytes) override;
+    FileResult Flush() override;
+    FileResult Close() override;
+
+  private:
+    util::UniqueFile m_file;
+};
+
+/// What an error of the system means for a recording.
+FileResult FileResultOf(DWORD error);
+
+}  // namespace norix

@@ -1,0 +1,303 @@
+#include "record/VideoFacts.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+
+#include "codec/BitReader.h"
+#include "codec/Mpeg4Headers.h"
+
+namespace norix {
+namespace {
+
+// ITU-T H.264, table 7-1.
+enum NalType : unsigned { kSlice = 1, kPartitionA = 2, kIdrSlice = 5, kSei = 6, kSps = 7, kPps = 8 };
+constexpr unsigned kNalTypeMask = 0x1F;
+constexpr unsigned kSeiRecoveryPoint = 6;
+constexpr std::size_t kParametersMax = 4096;  // longer ones are no camera's
+
+unsigned ReadUe(codec::BitReader& bits) {
+    int zeros = 0;
+    while (zeros < 32 && !bits.Overrun() && !bits.ReadFlag())
+        ++zeros;
+    if (zeros >= 32) return 0;
+    return (1u << zeros) - 1 + bits.Read(zeros);
+}
+
+void SkipSe(codec::BitReader& bits) {
+    ReadUe(bits);
+}
+
+std::size_t FindStartCode(RecordBytes bytes, std::size_t from) {
+    for (std::size_t i = from; i + 3 <= bytes.size(); ++i) {
+        if (bytes[i] == 0 && bytes[i + 1] == 0 && bytes[i + 2] == 1) return i;
+    }
+    return bytes.size();
+}
+
+bool IsSlice(unsigned type) {
+    return type == kSlice || type == kPartitionA || type == kIdrSlice;
+}
+
+// Calls `take(type, unit, start)` for every NAL unit up to and with the first slice; of that one the
+// beginning only, because looking for its end would mean to read the whole picture. `start` is where its
+// start code is.
+template <class Take>
+void ForEachNal(RecordBytes frame, Take&& take) {
+    constexpr std::size_t kStartCode = 3;
+    constexpr std::size_t kSliceBegin = 32;
+    std::size_t start = FindStartCode(frame, 0);
+    while (start + kStartCode < frame.size()) {
+        const std::size_t begin = start + kStartCode;
+        const unsigned type = frame[begin] & kNalTypeMask;
+        if (IsSlice(type)) {
+            take(type, frame.subspan(begin, std::min(kSliceBegin, frame.size() - begin)), start);
+            return;
+        }
+        const std::size_t next = FindStartCode(frame, begin);
+        take(type, frame.subspan(begin, next - begin), start);
+        start = next;
+    }
+}
+
+// The beginning of a unit without the bytes that keep it free of start codes.
+template <std::size_t N>
+std::size_t Unescape(RecordBytes unit, std::array<std::uint8_t, N>& out) {
+    std::size_t length = 0;
+    int zeros = 0;
+    for (const std::uint8_t byte : unit) {
+        if (length == N) break;
+        if (zeros >= 2 && byte == 3) {
+            zeros = 0;
+            continue;
+        }
+        zeros = byte == 0 ? zeros + 1 : 0;
+        out[length++] = byte;
+    }
+    return length;
+}
+
+void SkipScalingList(codec::BitReader& bits, int size) {
+    int last = 8;
+    int next = 8;
+    for (int i = 0; i < size && !bits.Overrun(); ++i) {
+        if (next != 0) {
+            const unsigned code = ReadUe(bits);
+            const int delta = code % 2 != 0 ? static_cast<int>(code / 2) + 1 : -static_cast<int>(code / 2);
+            next = (last + delta + 256) % 256;
+        }
+        last = next == 0 ? last : next;
+    }
+}
+
+bool HasChromaFields(unsigned profile) {
+    static constexpr unsigned kProfiles[] = {100, 110, 122, 244, 44, 83, 86, 118, 128, 138, 139, 134, 135};
+    return std::find(std::begin(kProfiles), std::end(kProfiles), profile) != std::end(kProfiles);
+}
+
+// 7.3.2.1.1, as far as the size of the pictures.
+void ReadSps(RecordBytes unit, VideoFacts& facts) {
+    std::array<std::uint8_t, 512> plain;
+    const std::size_t length = Unescape(unit, plain);
+    codec::BitReader bits(plain.data(), length);
+    bits.Skip(8);
+    const unsigned profile = bits.Read(8);
+    bits.Skip(16);
+    ReadUe(bits);
+    unsigned chroma = 1;
+    if (HasChromaFields(profile)) {
+        chroma = ReadUe(bits);
+        if (chroma == 3) bits.Skip(1);
+        ReadUe(bits);
+        ReadUe(bits);
+        bits.Skip(1);
+        if (bits.ReadFlag()) {
+            const int lists = chroma == 3 ? 12 : 8;
+            for (int i = 0; i < lists; ++i)
+                if (bits.ReadFlag()) SkipScalingList(bits, i < 6 ? 16 : 64);
+        }
+    }
+    ReadUe(bits);  // frame numbers
+    const unsigned order = ReadUe(bits);
+    if (order == 0) {
+        ReadUe(bits);
+    } else if (order == 1) {
+        bits.Skip(1);
+        SkipSe(bits);
+        SkipSe(bits);
+        const unsigned cycle = std::min(ReadUe(bits), 255u);
+        for (unsigned i = 0; i < cycle; ++i)
+            SkipSe(bits);
+    }
+    ReadUe(bits);
+    bits.Skip(1);
+    const std::uint64_t width = (ReadUe(bits) + 1ull) * 16;
+    const std::uint64_t mapUnits = ReadUe(bits) + 1ull;
+    const bool framesOnly = bits.ReadFlag();
+    if (!framesOnly) bits.Skip(1);
+    bits.Skip(1);
+    const std::uint64_t height = mapUnits * 16 * (framesOnly ? 1 : 2);
+    std::uint64_t cutX = 0;
+    std::uint64_t cutY = 0;
+    if (bits.ReadFlag()) {
+        const unsigned unitX = chroma == 1 || chroma == 2 ? 2 : 1;
+        const unsigned unitY = (chroma == 1 ? 2 : 1) * (framesOnly ? 1 : 2);
+        cutX = (std::uint64_t{ReadUe(bits)} + ReadUe(bits)) * unitX;
+        cutY = (std::uint64_t{ReadUe(bits)} + ReadUe(bits)) * unitY;
+    }
+    constexpr std::uint64_t kLargest = 16384;
+    if (bits.Overrun() || width > kLargest || height > kLargest || cutX >= width || cutY >= height) return;
+    facts.width = static_cast<std::uint32_t>(width - cutX);
+    facts.height = static_cast<std::uint32_t>(height - cutY);
+}
+
+bool HasRecoveryPoint(RecordBytes sei) {
+    std::size_t at = 1;
+    while (at < sei.size()) {
+        unsigned type = 0;
+        unsigned size = 0;
+        for (unsigned* const value : {&type, &size}) {
+            while (at < sei.size() && sei[at] == 0xFF) {
+                *value += 0xFF;
+                ++at;
+            }
+            if (at >= sei.size()) return false;
+            *value += sei[at++];
+        }
+        if (type == kSeiRecoveryPoint) return true;
+        if (size >= sei.size() - at) return false;
+        at += size;
+    }
+    return false;
+}
+
+VideoFacts InspectH264(RecordBytes frame) {
+    VideoFacts facts;
+    bool recovery = false;
+    bool intra = false;
+    unsigned slice = 0;
+    ForEachNal(frame, [&](unsigned type, RecordBytes unit, std::size_t) {
+        if (type == kSps) {
+            facts.hasParameters = true;
+            ReadSps(unit, facts);
+        } else if (type == kSei) {
+            recovery = recovery || HasRecoveryPoint(unit);
+        } else if (IsSlice(type)) {
+            std::array<std::uint8_t, 32> plain;
+            codec::BitReader bits(plain.data(), Unescape(unit, plain));
+            bits.Skip(8);
+            facts.continues = ReadUe(bits) != 0;
+            const unsigned kind = ReadUe(bits) % 5;
+            intra = kind == 2 || kind == 4;  // I, SI
+            slice = type;
+        }
+    });
+    facts.hasPicture = slice != 0;
+    if (!facts.hasPicture) {
+        // Parameters alone: the picture that they are for comes in the next frame.
+        facts.keyFrame = facts.hasParameters;
+    } else if (!facts.continues) {
+        facts.keyFrame = slice == kIdrSlice || recovery || (facts.hasParameters && intra);
+    }
+    return facts;
+}
+
+VideoFacts InspectMpeg4(RecordBytes frame) {
+    VideoFacts facts;
+    const codec::Mpeg4Layout layout = codec::FindMpeg4Headers(frame.data(), frame.size());
+    facts.hasPicture = layout.vop != codec::Mpeg4Layout::kNone;
+    facts.keyFrame = facts.hasPicture && layout.vopType == codec::Mpeg4VopType::kI;
+    if (layout.vol != codec::Mpeg4Layout::kNone) {
+        facts.hasParameters = true;
+        codec::Mpeg4Vol vol;
+        if (codec::ParseMpeg4Vol(frame.data() + layout.vol, frame.size() - layout.vol, &vol) ==
+            codec::Status::kOk) {
+            facts.width = static_cast<std::uint32_t>(vol.width);
+            facts.height = static_cast<std::uint32_t>(vol.height);
+        }
+    }
+    return facts;
+}
+
+// ITU-T T.81: a frame header is one of C0 to CF that is no table and no extension.
+bool IsFrameHeader(std::uint8_t marker) {
+    return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
+}
+
+VideoFacts InspectJpeg(RecordBytes frame) {
+    VideoFacts facts;
+    facts.keyFrame = true;
+    std::size_t at = 2;
+    while (at + 4 <= frame.size() && frame[at] == 0xFF) {
+        const std::uint8_t marker = frame[at + 1];
+        const std::size_t length = static_cast<std::size_t>(frame[at + 2]) << 8 | frame[at + 3];
+        if (IsFrameHeader(marker) && at + 9 <= frame.size()) {
+            facts.height = static_cast<std::uint32_t>(frame[at + 5]) << 8 | frame[at + 6];
+            facts.width = static_cast<std::uint32_t>(frame[at + 7]) << 8 | frame[at + 8];
+            break;
+        }
+        constexpr std::uint8_t kScan = 0xDA;
+        if (marker == kScan) break;
+        at += marker == 0xFF ? 1 : 2 + length;
+    }
+    return facts;
+}
+
+}  // namespace
+
+VideoFacts InspectVideo(VideoCodec codec, RecordBytes frame) {
+    switch (codec) {
+        case VideoCodec::H264:
+            return InspectH264(frame);
+        case VideoCodec::Mpeg4:
+            return InspectMpeg4(frame);
+        case VideoCodec::Mjpeg:
+        case VideoCodec::None:
+            break;
+    }
+    return InspectJpeg(frame);
+}
+
+void ParameterSets::Reset() {
+    m_codec = VideoCodec::None;
+    m_first.clear();
+    m_second.clear();
+}
+
+void ParameterSets::Remember(VideoCodec codec, RecordBytes frame) {
+    if (codec != m_codec) {
+        Reset();
+        m_codec = codec;
+    }
+    const auto keep = [](RecordBytes bytes, std::vector<std::uint8_t>& to) {
+        if (bytes.size() <= kParametersMax) to.assign(bytes.begin(), bytes.end());
+    };
+    if (codec == VideoCodec::Mpeg4) {
+        const codec::Mpeg4Layout layout = codec::FindMpeg4Headers(frame.data(), frame.size());
+        if (layout.vol == codec::Mpeg4Layout::kNone) return;
+        // Up to the header that follows the layer's: a group's, or the picture's.
+        std::size_t end = FindStartCode(frame, layout.vol + 3);
+        end = std::min(end, layout.vop);
+        keep(frame.first(end), m_first);
+    } else if (codec == VideoCodec::H264) {
+        ForEachNal(frame, [&](unsigned type, RecordBytes unit, std::size_t start) {
+            if (type != kSps && type != kPps) return;
+            // Zeros before the next start code belong to that one.
+            std::size_t length = unit.size();
+            while (length > 0 && unit[length - 1] == 0)
+                --length;
+            constexpr std::size_t kStartCode = 3;
+            keep(frame.subspan(start, kStartCode + length), type == kSps ? m_first : m_second);
+        });
+    }
+}
+
+void ParameterSets::AppendTo(std::vector<std::uint8_t>& frame) const {
+    for (const auto* const part : {&m_first, &m_second}) {
+        if (part->empty()) continue;
+        if (m_codec == VideoCodec::H264) frame.push_back(0);
+        frame.insert(frame.end(), part->begin(), part->end());
+    }
+}
+
+}  // namespace norix
