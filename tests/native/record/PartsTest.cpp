@@ -67,7 +67,9 @@ TEST(RecordClockTest, OriginOfTimestampsMayChange) {
         const std::uint32_t now = 0xFFFFF000u + i * 40;
         const std::uint32_t origin = i < 300 ? 0xFFFFFF00u : i < 600 ? 50000u : 123456789u;
         const std::int64_t time = clock.Place(RecordClock::kVideo, origin + i * 40, now);
-        if (i != 0) EXPECT_NEAR(static_cast<double>(time - last), 40, 2) << i;
+        if (i != 0) {
+            EXPECT_NEAR(static_cast<double>(time - last), 40, 2) << i;
+        }
         last = time;
     }
 }

@@ -178,8 +178,10 @@ TEST(RecordingTest, PlaysAsLongAsItTook) {
         const AviContents avi = OnlyFile(rig);
         EXPECT_NEAR(avi.Seconds() * 1000, kFrames * interval, interval) << interval;
         EXPECT_EQ(PicturesOf(avi).size(), kFrames);
-        if (interval < 34) EXPECT_EQ(avi.microsecondsPerFrame, 33334u);
-        if (interval < 34) EXPECT_EQ(avi.rate / avi.scale, 30u);
+        if (interval < 34) {
+            EXPECT_EQ(avi.microsecondsPerFrame, 33334u);
+            EXPECT_EQ(avi.rate / avi.scale, 30u);
+        }
     }
 }
 
