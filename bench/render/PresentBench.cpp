@@ -136,25 +136,44 @@ void GdiWithCaption(benchmark::State& state) {
     RunPresenter(state, DisplayMode::Gdi, view);
 }
 
-// The third argument: how many graphic objects of each kind, one after the other, with a text among ten.
+// What graphic objects a benchmark draws: all kinds in turn with a text among ten, or one kind only.
+enum Kinds { kAllKinds, kLines, kFrames, kFilled, kOutlines, kDiscs, kTexts };
+
+void AddObject(GraphicObjects& objects, Kinds kind, const PixelRect& box, long pen, long brush, long font) {
+    switch (kind) {
+        case kLines:
+            objects.DrawLine({box.left, box.top}, {box.right, box.bottom}, pen);
+            break;
+        case kFrames:
+        case kFilled:
+            objects.DrawRectangle(box, pen, kind == kFilled ? brush : 0);
+            break;
+        case kOutlines:
+        case kDiscs:
+            objects.DrawEllipse(box, pen, kind == kDiscs ? brush : 0);
+            break;
+        case kTexts:
+            objects.DrawText(L"Gate 12", box, DT_SINGLELINE | DT_VCENTER, font, 0);
+            break;
+        case kAllKinds:
+            break;
+    }
+}
+
+// The third argument: how many graphic objects. The fourth: of which kinds.
 void WithObjects(benchmark::State& state, DisplayMode mode) {
     const auto objects = std::make_shared<GraphicObjects>();
     const long pen = objects->CreatePen(PS_SOLID, 2, RGB(255, 200, 0));
     const long brush = objects->CreateBrush(RGB(0, 80, 160));
     const long font = objects->CreateFont(120, L"Tahoma", RGB(255, 255, 255), nullptr);
     for (int i = 0; i < state.range(2); ++i) {
+        constexpr Kinds kInTurn[] = {kLines,    kFrames, kDiscs,  kLines,    kFilled,
+                                     kOutlines, kLines,  kFrames, kOutlines, kTexts};
+        const auto only = static_cast<Kinds>(state.range(3));
         const int x = i % 10 * 90;
         const int y = i / 10 * 50;
-        const PixelRect box{x, y, x + 60, y + 40};
-        if (i % 10 == 9) {
-            objects->DrawText(L"Gate 12", box, DT_SINGLELINE | DT_VCENTER, font, 0);
-        } else if (i % 3 == 0) {
-            objects->DrawLine({x, y}, {x + 60, y + 40}, pen);
-        } else if (i % 3 == 1) {
-            objects->DrawRectangle(box, pen, i % 2 == 0 ? brush : 0);
-        } else {
-            objects->DrawEllipse(box, pen, i % 2 == 0 ? brush : 0);
-        }
+        AddObject(*objects, only == kAllKinds ? kInTurn[i % 10] : only, {x, y, x + 60, y + 40}, pen, brush,
+                  font);
     }
     RunPresenter(state, mode, std::make_shared<PictureView>(), objects);
 }
@@ -253,19 +272,20 @@ void Sizes(benchmark::internal::Benchmark* bench) {
         ->UseRealTime();
 }
 
+void ObjectCounts(benchmark::internal::Benchmark* bench) {
+    bench->Args({1080, kSmallWindow, 0, kAllKinds});
+    for (int kind = kAllKinds; kind <= kTexts; ++kind)
+        bench->Args({1080, kSmallWindow, 100, kind});
+    bench->Unit(benchmark::kMillisecond);
+}
+
 BENCHMARK(DirectDraw)->Apply(Sizes);
 BENCHMARK(Gdi)->Apply(Sizes);
 BENCHMARK(DirectDrawWithCaption)->Apply(Sizes);
 BENCHMARK(GdiWithCaption)->Apply(Sizes);
 BENCHMARK(GdiTurned)->Apply(Sizes);
-BENCHMARK(GdiWithObjects)
-    ->Args({1080, kSmallWindow, 0})
-    ->Args({1080, kSmallWindow, 100})
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(DirectDrawWithObjects)
-    ->Args({1080, kSmallWindow, 0})
-    ->Args({1080, kSmallWindow, 100})
-    ->Unit(benchmark::kMillisecond);
+BENCHMARK(GdiWithObjects)->Apply(ObjectCounts);
+BENCHMARK(DirectDrawWithObjects)->Apply(ObjectCounts);
 BENCHMARK(BareBlt)->Apply(Sizes);
 BENCHMARK(BareStretchToWindow)->Apply(Sizes);
 BENCHMARK(BareCopyOfYuy2)->Args({720, 0})->Args({1080, 0})->Unit(benchmark::kMillisecond);

@@ -11,12 +11,13 @@
 
 namespace norix {
 
-// A memory bitmap with the device context it is selected into, compatible with the window's.
+// A memory bitmap with the device context it is selected into. Its pixels can be written without GDI, which
+// the overlays make use of.
 class GdiPresenter::Canvas {
   public:
     Canvas(HDC windowDc, PixelSize size, unsigned displayMode)
         : m_dc(CreateCompatibleDC(windowDc)),
-          m_bitmap(CreateCompatibleBitmap(windowDc, size.width, size.height)),
+          m_bitmap(CreateBits(m_dc.Get(), size)),
           m_selected(m_dc.Get(), m_bitmap.Get()),
           m_size(size),
           m_displayMode(displayMode) {}
@@ -29,6 +30,17 @@ class GdiPresenter::Canvas {
     }
 
   private:
+    static HBITMAP CreateBits(HDC dc, PixelSize size) {
+        BITMAPINFO info = {};
+        info.bmiHeader.biSize = sizeof(info.bmiHeader);
+        info.bmiHeader.biWidth = size.width;
+        info.bmiHeader.biHeight = size.height;
+        info.bmiHeader.biPlanes = 1;
+        info.bmiHeader.biBitCount = 32;
+        void* bits = nullptr;
+        return CreateDIBSection(dc, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
+    }
+
     util::UniqueMemoryDc m_dc;
     util::UniqueBitmap m_bitmap;
     util::SelectGuard m_selected;

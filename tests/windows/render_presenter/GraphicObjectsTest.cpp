@@ -6,9 +6,12 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "render/overlay/CanvasScale.h"
 #include "render/present/DibCanvas.h"
 
 #include "tests/windows/container/ResourceUse.h"
@@ -215,6 +218,93 @@ TEST(GraphicObjectList, NumbersShapesThroughTheProcessAndBoundsThem) {
     EXPECT_NE(one.CreatePen(PS_SOLID, 1, 0), 0);
 }
 
+// A memory bitmap of paper, 32 bits a pixel.
+class Sheet {
+  public:
+    Sheet() {
+        BITMAPINFO info = {};
+        info.bmiHeader = {sizeof(info.bmiHeader), kSide, kSide, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+        m_bitmap =
+            util::UniqueBitmap(CreateDIBSection(m_dc.Get(), &info, DIB_RGB_COLORS, &m_bits, nullptr, 0));
+        m_selected.emplace(m_dc.Get(), m_bitmap.Get());
+        PatBlt(m_dc.Get(), 0, 0, kSide, kSide, WHITENESS);
+    }
+    HDC Dc() const { return m_dc.Get(); }
+    std::vector<COLORREF> Colours() const {
+        GdiFlush();
+        std::vector<COLORREF> colours(kSide * kSide);
+        const auto* pixel = static_cast<const COLORREF*>(m_bits);
+        for (COLORREF& colour : colours)
+            colour = *pixel++ & 0xFFFFFF;
+        return colours;
+    }
+
+  private:
+    static constexpr int kSide = 160;
+    void* m_bits = nullptr;
+    util::UniqueMemoryDc m_dc{CreateCompatibleDC(nullptr)};
+    util::UniqueBitmap m_bitmap;
+    std::optional<util::SelectGuard> m_selected;
+};
+
+// However it is drawn and wherever it lies, an ellipse has the pixels that GDI would give it there.
+TEST(GraphicObjectList, DrawsEllipsesLikeGdi) {
+    struct Pen {
+        int style;
+        int width;
+    };
+    const PixelSize canvas{160, 160};
+    for (const Pen& kind :
+         {Pen{PS_SOLID, 1}, {PS_SOLID, 4}, {PS_SOLID, 9}, {PS_DASH, 1}, {PS_NULL, 1}, {PS_INSIDEFRAME, 5}})
+        for (const bool filled : {false, true})
+            for (const PixelRect& box : {PixelRect{20, 30, 121, 90},
+                                         {-30, -10, 40, 60},
+                                         {90, 100, 300, 190},
+                                         {70, 70, 40, 50},
+                                         {50, 50, 50, 50},
+                                         {-900, -2000, 3000, 80}}) {
+                GraphicObjects objects;
+                const long pen = objects.CreatePen(kind.style, kind.width, kInk);
+                const long brush = filled ? objects.CreateBrush(kPaint) : 0;
+                objects.DrawEllipse(box, pen, brush);
+                // The size of another window and back: what was kept for the first one must not stay.
+                objects.Resize(canvas, {320, 320});
+                const Sheet other;
+                objects.PaintOverlays(other.Dc());
+                objects.Resize({320, 320}, canvas);
+
+                const auto stretched = [](int coordinate) {
+                    return OnStretchedCanvas(OnStretchedCanvas(coordinate, 2), 0.5);
+                };
+                const RECT is{stretched(box.left), stretched(box.top), stretched(box.right),
+                              stretched(box.bottom)};
+                const Sheet expected;
+                {
+                    const util::UniquePen systemPen(CreatePen(kind.style, kind.width, kInk));
+                    const util::UniqueBrush systemBrush(CreateSolidBrush(kPaint));
+                    const util::SelectGuard withPen(expected.Dc(), systemPen.Get());
+                    if (filled) {
+                        const util::SelectGuard withBrush(expected.Dc(), systemBrush.Get());
+                        Ellipse(expected.Dc(), is.left, is.top, is.right, is.bottom);
+                    } else {
+                        SetBkMode(expected.Dc(), TRANSPARENT);
+                        Arc(expected.Dc(), is.left, is.top, is.right, is.bottom, 0, 0, 0, 0);
+                    }
+                }
+                const Sheet written;
+                objects.PaintOverlays(written.Dc());
+                EXPECT_TRUE(written.Colours() == expected.Colours())
+                    << kind.style << ' ' << kind.width << ' ' << filled << ' ' << box.left;
+                // Moved device contexts, like those of windows, are left to GDI.
+                const Sheet moved;
+                SetViewportOrgEx(moved.Dc(), 1, 0, nullptr);
+                SetWindowOrgEx(moved.Dc(), 1, 0, nullptr);
+                objects.PaintOverlays(moved.Dc());
+                EXPECT_TRUE(moved.Colours() == expected.Colours())
+                    << kind.style << ' ' << kind.width << ' ' << filled << ' ' << box.left;
+            }
+}
+
 TEST(GraphicObjectList, LeaksNothingOverTenThousandRounds) {
     const std::unique_ptr<DibCanvas> canvas = std::make_unique<DibCanvas>(PixelSize{64, 64});
     GraphicObjects lists[2];
@@ -222,9 +312,10 @@ TEST(GraphicObjectList, LeaksNothingOverTenThousandRounds) {
         const long pen = objects.CreatePen(PS_DASH, 1, kInk);
         const long font = objects.CreateFont(80, L"Tahoma", kInk, nullptr);
         const long line = objects.DrawLine({0, 0}, {60, 60}, pen);
+        const long disc = objects.DrawEllipse({0, 0, 60, 60}, pen, 0);
         const long text = objects.DrawText(L"x", {0, 0, 60, 60}, 0, font, 0);
         objects.PaintOverlays(canvas->Dc());
-        for (const long handle : {pen, line, text, font})
+        for (const long handle : {pen, line, disc, text, font})
             ASSERT_EQ(objects.Remove(handle), S_OK);
     };
     round(lists[0]);  // what the system keeps for itself
