@@ -5,6 +5,7 @@
 #include <cwchar>
 #include <iterator>
 
+#include "Automation.h"
 #include "Values.h"
 
 namespace {
@@ -44,20 +45,32 @@ std::wstring WithSeparator(std::wstring folder) {
     return folder;
 }
 
-// Bytes of the newest recording in the folder. The directory may lag behind a file that is being written.
-ULONGLONG NewestSize(const std::wstring& folder) {
+// The newest recording in the folder.
+std::wstring NewestFile(const std::wstring& folder) {
     WIN32_FIND_DATAW found{};
     FILETIME newest{};
-    ULONGLONG size = 0;
+    std::wstring path;
     const HANDLE search = FindFirstFileW((folder + L"*.avi").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) return 0;
+    if (search == INVALID_HANDLE_VALUE) return path;
     do {
         if (CompareFileTime(&found.ftCreationTime, &newest) < 0) continue;
         newest = found.ftCreationTime;
-        size = static_cast<ULONGLONG>(found.nFileSizeHigh) << 32 | found.nFileSizeLow;
+        path = folder + found.cFileName;
     } while (FindNextFileW(search, &found));
     FindClose(search);
-    return size;
+    return path;
+}
+
+// Asked of the file: the directory says how large one is only once it is closed.
+ULONGLONG SizeOf(const std::wstring& path) {
+    const HANDLE file = CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return 0;
+    LARGE_INTEGER size{};
+    const BOOL known = GetFileSizeEx(file, &size);
+    CloseHandle(file);
+    return known ? static_cast<ULONGLONG>(size.QuadPart) : 0;
 }
 
 }  // namespace
@@ -68,11 +81,7 @@ void RecordCommands::Toggle() {
         call_(L"StopRecording", {kAvi});
         return;
     }
-    folder_ = get_(L"RecordVideoPath");
-    if (folder_.empty()) {
-        folder_ = WithSeparator(VideosFolder());
-        set_(L"RecordVideoPath", folder_);
-    }
+    if (get_(L"RecordVideoPath").empty()) set_(L"RecordVideoPath", WithSeparator(VideosFolder()));
     call_(L"StartRecording", {kAvi});
     wanted_ = true;
 }
@@ -88,8 +97,7 @@ void RecordCommands::PickFolder(HWND owner) {
     const bool known = SHGetPathFromIDListW(item, path) != FALSE;
     CoTaskMemFree(item);
     if (!known) return;
-    folder_ = WithSeparator(path);
-    set_(L"RecordVideoPath", folder_);
+    set_(L"RecordVideoPath", WithSeparator(path));
 }
 
 void RecordCommands::NextLimit() {
@@ -102,7 +110,11 @@ void RecordCommands::NextLimit() {
 void RecordCommands::OnEvent(const Event& event) {
     if (event.member->name != L"OnRecordStatus" || event.arguments.empty()) return;
     const long status = std::wcstol(Describe(*event.arguments[0]).c_str(), nullptr, 10);
-    if (status == kStarted) begun_ = GetTickCount64();
+    if (status == kStarted) {
+        begun_ = GetTickCount64();
+        wanted_ = true;  // also by whoever calls the method itself
+        file_ = NewestFile(WithSeparator(Folder()));
+    }
     if (status == kStarted || status == kRecording) {
         ShowProgress();
         return;
@@ -114,6 +126,13 @@ void RecordCommands::OnEvent(const Event& event) {
         say_(kStatusTexts[status]);
 }
 
+// Inside an event nobody is there to be told of an error.
+std::wstring RecordCommands::Folder() try {
+    return get_(L"RecordVideoPath");
+} catch (const AutomationError&) {
+    return {};
+}
+
 // One event comes with each frame; once a second is enough.
 void RecordCommands::ShowProgress() {
     const ULONGLONG now = GetTickCount64();
@@ -123,7 +142,7 @@ void RecordCommands::ShowProgress() {
     constexpr double kMebibyte = 1048576;
     wchar_t text[64];
     std::swprintf(text, std::size(text), L"REC %llu:%02llu, %.1f MiB", seconds / 60, seconds % 60,
-                  static_cast<double>(NewestSize(folder_)) / kMebibyte);
+                  static_cast<double>(SizeOf(file_)) / kMebibyte);
     show_(text);
 }
 

@@ -40,6 +40,7 @@ class RecordCommands {
 
   private:
     void ShowProgress();
+    std::wstring Folder();
 
     Call call_;
     Set set_;
@@ -50,5 +51,5 @@ class RecordCommands {
     size_t limit_ = 0;
     ULONGLONG begun_ = 0;  // of the file, by GetTickCount64; 0: none is open
     ULONGLONG shown_ = 0;
-    std::wstring folder_;
+    std::wstring file_;  // that is being written
 };

@@ -152,14 +152,20 @@ class Host:
         recorder = subprocess.Popen(["parec", "-d", f"{self.place.sink}.monitor", f"--rate={_RATE}", "--channels=1",
                                      "--format=s16le", "--latency-msec=50"], stdout=subprocess.PIPE)
         try:
-            sound = array.array("h", recorder.stdout.read(int(_RATE * seconds) * 2))
+            sound = recorder.stdout.read(int(_RATE * seconds) * 2)
         finally:
             recorder.kill()
             recorder.wait()
             recorder.stdout.close()
-        length = _RATE // 40
-        parts = [sound[at:at + length] for at in range(0, len(sound) - length + 1, length)]
-        return "".join(map(_heard, parts))
+        return heard(sound)
+
+
+def heard(samples: bytes) -> str:
+    """The letters of `Host.listen` for 16-bit samples, 8000 a second."""
+    sound = array.array("h", samples)
+    length = _RATE // 40
+    parts = [sound[at:at + length] for at in range(0, len(sound) - length + 1, length)]
+    return "".join(map(_heard, parts))
 
 
 def _heard(samples: "array.array[int]") -> str:

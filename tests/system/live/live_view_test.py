@@ -4,8 +4,8 @@
 usage: live_view_test.py NORIXSDK.OCX NORIXHOST.EXE FOLDER [PATTERN]
 
 Each cell is one connection: the events and their order, the picture on the screen against FFmpeg's picture of the same
-stream, and the tone that is played. PATTERN picks cells by name. FOLDER keeps each cell's log, and the pictures of
-those that failed; with NORIX_KEEP_PICTURES set, of all."""
+stream, and the tone that is played; or what others read in a recording of it. PATTERN picks cells by name. FOLDER
+keeps each cell's log, and the pictures of those that failed; with NORIX_KEEP_PICTURES set, of all."""
 
 import concurrent.futures
 import contextlib
@@ -23,7 +23,7 @@ from typing import Callable, Iterator
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path[:0] = [HERE, os.path.dirname(HERE)]
 
-from host import COMPARED, ROOT, Desk, Host, difference, moved, until, wine, windows_path  # noqa: E402
+from host import COMPARED, ROOT, Desk, Host, difference, heard, moved, until, wine, windows_path  # noqa: E402
 
 SKIPPED = 77
 UDP, TCP, HTTP, MULTICAST, PUSH = range(1, 6)
@@ -229,6 +229,68 @@ def foreign_cells(folder: str) -> Iterator["Cell | Lossy"]:
                MJPEG, size, pictures["jpeg.avi"])
 
 
+# ---- Recordings
+
+
+@dataclass
+class Recorded:
+    """Some seconds of a connection as a file: what others read in it is what the camera has sent, at its speed."""
+
+    name: str
+    properties: dict[str, object]
+    video: str
+    size: str
+
+    def run(self, desk: Desk) -> None:
+        folder = os.path.join(desk.folder, self.name)
+        shutil.rmtree(folder, ignore_errors=True)
+        os.makedirs(folder)
+        seconds = ["--wait", "OnVideoFrameRate", "--get", "ConnectStatus"]
+        properties = self.properties | {"RecordMaxFileTimeLength": 0, "RecordVideoPath": windows_path(folder) + "\\"}
+        # The second file is ended by the end of the connection.
+        steps = ["--call", "Connect", "--wait", "OnVideoFrameRate", "--call", "StartRecording(1)", "--wait",
+                 "OnRecordStatus:1", *seconds * 5, "--call", "StopRecording(1)", "--wait", "OnRecordStatus:4",
+                 "--call", "StartRecording(1)", "--wait", "OnRecordStatus:1", *seconds * 5, "--call", "Disconnect",
+                 "--exit"]
+        with Host(desk, self.name, sets(properties) + steps) as host:
+            expect(host.finish(), 0, "exit code")
+            expect("".join(host.events("OnRecordStatus")).replace("1", ""), "3434", "OnRecordStatus")
+            in_order(host.log(), "OnRecordStatus(lStatus=4)", "call Disconnect", "OnRecordStatus(lStatus=4)",
+                     "OnConnStatus(iConnectionStatus=2)")
+        files = sorted(os.listdir(folder))
+        expect(len(files), 2, f"files in {files}")
+        for file in files:
+            self._judge(os.path.join(folder, file))
+
+    def _judge(self, path: str) -> None:
+        def read(*command: str) -> bytes:
+            done = subprocess.run(command, capture_output=True, timeout=60)
+            expect((done.returncode, done.stderr.decode()), (0, ""), command[0])
+            return done.stdout
+
+        probe = ("ffprobe", "-v", "error", "-of", "csv=p=0", "-show_entries")
+        streams = read(*probe, "stream=codec_name,width,height", path).decode().split()
+        expect(streams, [f"{self.video},{self.size}", "pcm_mulaw"], "streams")
+        packets = read(*probe, "packet=flags", "-select_streams", "v", path).decode().split()
+        assert packets[0].startswith("K"), f"it begins with {packets[0]}"
+        # The whole of it decodes.
+        decoder = ("ffmpeg", "-v", "error", "-xerror", "-nostdin", "-i", path)
+        read(*decoder, "-f", "null", "-")
+        sound = heard(read(*decoder, "-vn", "-f", "s16le", "-"))
+        length = float(read(*probe, "format=duration", path))
+        assert 3 < length < 30, f"{length} s long"
+        assert 24 < len(packets) / length < 26, f"{len(packets)} pictures in {length} s"
+        # A file ends with whatever came last, and sound comes in blocks of 128 ms.
+        assert abs(len(sound) / 40 - length) < 0.4, f"{len(sound) / 40} s of sound in {length} s"
+        assert sound.count("t") > 0.8 * len(sound), f"sound: {sound}"
+
+
+def recordings(cameras: dict[str, Camera]) -> Iterator[Recorded]:
+    yield Recorded("recorded h264 TCP", at_camera(cameras["h264"], VideoProtocol=TCP), "h264", SMALL)
+    # With the camera's header before each frame and block of sound.
+    yield Recorded("recorded mjpeg HTTP", at_camera(cameras["mjpeg"], VideoProtocol=HTTP), "mjpeg", SMALL)
+
+
 # ---- Faults
 
 
@@ -381,7 +443,7 @@ def main(module: str, program: str, folder: str, pattern: str = "") -> int:
         with concurrent.futures.ThreadPoolExecutor(len(made)) as pool:
             cameras = dict(zip((name for name, _ in made),
                                pool.map(lambda entry: stack.enter_context(entry[1]), made)))
-        jobs = [*faults(cameras), Killed("killed TCP", TCP), Killed("killed UDP", UDP),
+        jobs = [*faults(cameras), *recordings(cameras), Killed("killed TCP", TCP), Killed("killed UDP", UDP),
                 *foreign_cells(folder), *camera_cells(cameras, multicast, other_windows)]
         good = run_all(desk, [job for job in jobs if re.search(pattern, job.name)])
     print(f"{time.monotonic() - started:.0f} s")
