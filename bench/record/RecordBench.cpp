@@ -3,9 +3,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <memory>
+#include <span>
 #include <thread>
 #include <vector>
 
@@ -27,11 +29,11 @@ std::vector<std::uint8_t> Frame(bool key) {
                                                    0,    1,    0x68, 0xCB, 0x83, 0xCB, 0x20};
     static constexpr std::uint8_t kKey[] = {0, 0, 0, 1, 0x65, 0x88, 0x84};
     static constexpr std::uint8_t kOther[] = {0, 0, 0, 1, 0x41, 0x9A, 0x24};
-    std::vector<std::uint8_t> frame;
-    if (key) frame.assign(std::begin(kParameters), std::end(kParameters));
-    frame.insert(frame.end(), key ? std::begin(kKey) : std::begin(kOther),
-                 key ? std::end(kKey) : std::end(kOther));
-    frame.resize(kFrameBytes, 0x55);
+    std::vector<std::uint8_t> frame(kFrameBytes, 0x55);
+    const std::span<const std::uint8_t> slice = key ? kKey : kOther;
+    auto at = frame.begin();
+    if (key) at = std::copy(std::begin(kParameters), std::end(kParameters), at);
+    std::copy(slice.begin(), slice.end(), at);
     return frame;
 }
 
