@@ -188,7 +188,8 @@ bool Connection::Ask() {
     if (inquiry->streamKnown) {
         m_besideStep = ++m_steps;
         m_beside = inquiry;
-        runBeside(m_means.MakeSignal(m_besideStep));
+        m_besideSignal = m_means.MakeSignal(m_besideStep);
+        runBeside(m_besideSignal);
         return false;
     }
     NextStep();
@@ -508,6 +509,8 @@ void Connection::OnReportsTimer() {
     const unsigned number = m_attempts;
     for (const std::uint32_t report : m_session->param.window.TakeUnposted())
         if (IsCurrent(number)) OnConnectStatus(static_cast<EConnectStatus>(report));
+    if (m_beside && m_besideSignal->IsDone()) OnStepDone(m_besideStep);
+    if (IsCurrent(number) && m_attempt.step != 0 && m_attempt.signal->IsDone()) OnStepDone(m_attempt.step);
 }
 
 void Connection::HandleStatus(EConnectStatus status) {

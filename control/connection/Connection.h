@@ -53,7 +53,7 @@ class Connection {
     /// What every receiver's report ends in: timers, caption, status picture, event, and what follows from a
     /// failure. Reports that come while there is no connection are about one that has ended.
     void OnConnectStatus(EConnectStatus reported);
-    /// Takes reports that could not be posted.
+    /// Takes what could not be posted: reports, and ends of steps.
     void OnReportsTimer();
 
     /// The ticks of the timers that belong to the connection.
@@ -136,6 +136,7 @@ class Connection {
     Attempt m_attempt;             // the latest
     std::shared_ptr<CameraInquiry> m_beside;  // the camera is asked beside a stream whose address is known
     unsigned m_besideStep = 0;
+    std::shared_ptr<StepSignal> m_besideSignal;    // of that step
     std::shared_ptr<StreamReception> m_reception;  // of the connection that is there
 
     /// Earlier connections some thread of which may still run, and how long that may be waited for.

@@ -54,7 +54,7 @@ enum class ConnectionTimer : unsigned {
     Statistics = 3,
     AutoConnect = 5,
     Reconnect = 9,
-    Reports = 13,  // looks for reports that could not be posted, while there is a connection
+    Reports = 13,  // looks for what could not be posted, while there is a connection
 };
 
 /// The choices of this user.

@@ -31,6 +31,9 @@ class StepSignal {
     virtual ~StepSignal() = default;
     /// Any thread, once. Has Connection::OnStepDone called by the window's thread, and ends a wait for it.
     virtual void Done() = 0;
+    /// Whether Done has been called: the call of OnStepDone may get lost where the window's queue is full.
+    /// Window thread; then it sees what the other thread did before.
+    virtual bool IsDone() const = 0;
 };
 
 /// Window thread.

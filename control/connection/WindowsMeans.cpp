@@ -8,7 +8,7 @@
 #include "camera/onvif/OnvifProvider.h"
 #include "control/connection/Reception.h"
 #include "control/connection/SavedCredentials.h"
-#include "media/MediaPlatform.h"
+#include "util/AnsweringWait.h"
 #include "util/Handles.h"
 #include "util/Log.h"
 #include "util/LooseThread.h"
@@ -41,6 +41,7 @@ class WindowSignal final : public StepSignal {
         m_done.Set();
         m_session->param.window.Post(WM_OnConnectStep, m_step, 0);
     }
+    bool IsDone() const override { return WaitForSingleObject(m_done.Get(), 0) == WAIT_OBJECT_0; }
     HANDLE Event() const { return m_done.Get(); }
 
   private:
@@ -84,15 +85,7 @@ std::shared_ptr<StepSignal> WindowsMeans::MakeSignal(unsigned step) {
 }
 
 bool WindowsMeans::Await(StepSignal& signal, unsigned milliseconds) {
-    const HANDLE done = static_cast<WindowSignal&>(signal).Event();
-    const ULONGLONG end = GetTickCount64() + milliseconds;
-    for (;;) {
-        const ULONGLONG now = GetTickCount64();
-        const DWORD left = now < end ? static_cast<DWORD>(end - now) : 0;
-        const DWORD woken = MsgWaitForMultipleObjects(1, &done, FALSE, left, QS_SENDMESSAGE);
-        if (woken != WAIT_OBJECT_0 + 1) return woken == WAIT_OBJECT_0;
-        platform::AnswerSentMessages(0);
-    }
+    return util::WaitAnsweringSentMessages(static_cast<WindowSignal&>(signal).Event(), milliseconds);
 }
 
 }  // namespace norix

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "util/AnsweringWait.h"
 #include "util/Handles.h"
 #include "util/LooseThread.h"
 
@@ -46,20 +47,6 @@ std::optional<NumericAddress> FirstAddress(const std::string& name) {
     return found;
 }
 
-/// Answers what other threads send meanwhile.
-bool WaitAnswering(const util::Event& event, DWORD milliseconds) {
-    const DWORD begin = GetTickCount();
-    const HANDLE handle = event.Get();
-    for (DWORD spent = 0; spent < milliseconds; spent = GetTickCount() - begin) {
-        const DWORD woken =
-            MsgWaitForMultipleObjects(1, &handle, FALSE, milliseconds - spent, QS_SENDMESSAGE);
-        if (woken != WAIT_OBJECT_0 + 1) return woken == WAIT_OBJECT_0;
-        MSG unused;
-        PeekMessageW(&unused, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
-    }
-    return false;
-}
-
 }  // namespace
 
 std::optional<NumericAddress> LookUp(const std::string& name) {
@@ -72,7 +59,7 @@ std::optional<NumericAddress> LookUp(const std::string& name) {
         }
         question->done.Set();
     });
-    if (!started || !WaitAnswering(question->done, kLimit)) return std::nullopt;
+    if (!started || !util::WaitAnsweringSentMessages(question->done.Get(), kLimit)) return std::nullopt;
     return question->address;
 }
 

@@ -315,6 +315,30 @@ TEST_F(ConnectionTest, AStatusThatCannotBePostedIsFoundByTheTimer) {
     EXPECT_EQ(host.Take(), Statuses{ecsDisconnect});
 }
 
+TEST_F(ConnectionTest, AStepWhoseEndCannotBePostedIsFoundByTheTimer) {
+    means.queueFull = true;
+    camera.AnswerAs("mjpg");
+    host.settings.videoProtocol = ecpHTTP;
+    connection.ConnectInBackground();
+    connection.OnReportsTimer();
+    EXPECT_TRUE(means.receptions.empty()) << "the camera is still being asked";
+    means.RunWork();
+    connection.OnReportsTimer();
+    ASSERT_TRUE(Reception().http);
+    Reception().decided();
+    connection.OnReportsTimer();
+    connection.OnReportsTimer();
+    EXPECT_EQ(host.Take(), (Statuses{ecsConnecting, ecsConnected}));
+    connection.Disconnect();
+
+    host.settings.streamUri = "rtsp://camera/known";  // the camera is asked beside the stream
+    connection.ConnectInBackground();
+    means.RunWork();
+    host.settings.httpPort = 80;
+    connection.OnReportsTimer();
+    EXPECT_EQ(host.settings.httpPort, 8080) << "as the camera says";
+}
+
 // ---- One connection at a time
 
 TEST_F(ConnectionTest, IsRefusedInsideItselfAndWhileThereIsOne) {

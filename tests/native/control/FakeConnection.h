@@ -167,8 +167,9 @@ class FakeMeans final : public ConnectionMeans {
         explicit Signal(FakeMeans& m, unsigned s) : means(m), step(s) {}
         void Done() override {
             done = true;
-            means.posted.push_back(step);
+            if (!means.queueFull) means.posted.push_back(step);
         }
+        bool IsDone() const override { return done; }
         FakeMeans& means;
         const unsigned step;
         bool done = false;
@@ -191,6 +192,7 @@ class FakeMeans final : public ConnectionMeans {
     std::map<std::string, SignIn> saved;
     std::vector<std::function<void()>> work;
     std::vector<unsigned> posted;  // steps that the window's queue would hold
+    bool queueFull = false;        // which takes no step any more
     bool threads = true;
     int waits = 0;
     std::function<void()> whileWaiting;  // what a message does that is answered meanwhile
