@@ -34,7 +34,8 @@ void ForEachHeader(std::string_view headers, std::string_view name, const Visit&
 bool IsHost(std::string_view text) {
     if (text.empty() || text.size() > kLongestHost) return false;
     if (!std::all_of(text.begin(), text.end(), IsHostCharacter)) return false;
-    return text.front() == '[' || text.find(':') == std::string_view::npos;  // no port of its own
+    const auto colons = std::count(text.begin(), text.end(), ':');
+    return text.front() == '[' || colons != 1;  // one would begin a port; an IPv6 address has two at least
 }
 
 std::string EncodePath(std::string_view path) {

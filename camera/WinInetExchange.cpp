@@ -4,6 +4,7 @@
 #include <array>
 
 #include "camera/HttpPolicy.h"
+#include "protocol/Origin.h"
 #include "util/Log.h"
 #include "util/Text.h"
 
@@ -82,8 +83,9 @@ bool WinInetExchange::Open(const HttpRequest& request, Certificates certificates
     InternetSetStatusCallbackW(m_session.Get(), &OnStatus);
 
     const auto context = reinterpret_cast<DWORD_PTR>(&m_watch);
-    m_connection.Reset(InternetConnectW(m_session.Get(), util::Utf8ToWide(request.host).c_str(), request.port,
-                                        nullptr, nullptr, INTERNET_SERVICE_HTTP, 0, context));
+    m_connection.Reset(InternetConnectW(m_session.Get(),
+                                        util::Utf8ToWide(protocol::hostInUrl(request.host)).c_str(),
+                                        request.port, nullptr, nullptr, INTERNET_SERVICE_HTTP, 0, context));
     if (!m_connection) return false;
     const DWORD secure = request.secure ? INTERNET_FLAG_SECURE : 0;
     m_request.Reset(HttpOpenRequestA(m_connection.Get(), request.verb.c_str(),

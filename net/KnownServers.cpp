@@ -38,7 +38,10 @@ std::optional<protocol::Challenge> KnownServers::choose(const protocol::Origin& 
     }
     if (!best || best->kind != Kind::Basic) return best;
     const char* reason = nullptr;
-    if (recall(signInName(server)) == kDigest) {
+    // Whoever redirects a plain request to HTTPS has not proved to be the server: what that one took counts.
+    const bool web = server == protocol::makeOrigin("https", server.host, 443);
+    if (recall(signInName(server)) == kDigest ||
+        (web && recall(signInName(protocol::makeOrigin("http", server.host, 80))) == kDigest)) {
         reason = "it took Digest before";
     } else if (server.scheme != "https" && wantsSecurity(server.host)) {
         reason = "its host is asked by HTTPS, and this connection is not encrypted";

@@ -29,7 +29,8 @@ class KnownServers {
     static KnownServers& get();
 
     /// The strongest challenge in the WWW-Authenticate fields that `server` may be answered: no Basic where
-    /// Digest was taken before, nor in clear to a host that is asked by HTTPS. Nothing without one.
+    /// Digest was taken before (by HTTPS: also by the host's HTTP, which may redirect there), nor in clear to
+    /// a host that is asked by HTTPS. Nothing without one.
     std::optional<protocol::Challenge> choose(const protocol::Origin& server,
                                               std::span<const std::string> fields);
 

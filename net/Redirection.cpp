@@ -14,6 +14,11 @@ bool sameFamily(std::string_view a, std::string_view b) {
     return (a == "rtsp") == (b == "rtsp");
 }
 
+bool isUpgrade(const protocol::Origin& from, const protocol::Origin& to) {
+    return from == protocol::makeOrigin("http", from.host, 80) &&
+           to == protocol::makeOrigin("https", from.host, 443);
+}
+
 bool goesIntoARequestLine(std::string_view text) {
     return text.size() <= kLongestLocation && std::all_of(text.begin(), text.end(), [](char c) {
                return static_cast<unsigned char>(c) > ' ' && c != 0x7F;
@@ -54,7 +59,7 @@ std::optional<Redirection> redirectionOf(unsigned status, std::string_view locat
         to.path = resolvePath(path, location);
     }
     if (!sameFamily(to.origin.scheme, origin.scheme) || !to.path.starts_with('/')) return std::nullopt;
-    to.elsewhere = to.origin != origin;
+    to.elsewhere = to.origin != origin && !isUpgrade(origin, to.origin);
     to.keepsRequest = status >= 307 && !to.elsewhere;
     return to;
 }

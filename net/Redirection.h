@@ -18,7 +18,8 @@ struct Redirection {
     protocol::Origin origin;
     std::string path;  // with its query, "/" at least
     /// Another scheme, host or port: credentials, body and further header lines were meant for the first
-    /// one alone, and none of them goes there.
+    /// one alone, and none of them goes there. The same host's HTTPS instead of its HTTP, both at their own
+    /// ports, is the same place: what has gone in clear may go encrypted.
     bool elsewhere = false;
     /// The request goes out again with its method and body (307, 308: RFC 9110); else as one without a body.
     bool keepsRequest = false;

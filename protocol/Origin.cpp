@@ -14,6 +14,11 @@ std::string plainHost(std::string_view host) {
     return toLower(host);
 }
 
+std::string hostInUrl(std::string_view host) {
+    const bool bare = host.find(':') != std::string_view::npos && !host.starts_with('[');
+    return bare ? "[" + std::string(host) + "]" : std::string(host);
+}
+
 Origin makeOrigin(std::string_view scheme, std::string_view host, std::uint16_t port) {
     return {toLower(scheme), plainHost(host), port};
 }
@@ -23,9 +28,7 @@ Origin originOf(const Url& url) {
 }
 
 std::string toText(const Origin& origin) {
-    const bool ipv6 = origin.host.find(':') != std::string::npos;
-    return origin.scheme + "://" + (ipv6 ? "[" + origin.host + "]" : origin.host) + ":" +
-           std::to_string(origin.port);
+    return origin.scheme + "://" + hostInUrl(origin.host) + ":" + std::to_string(origin.port);
 }
 
 }  // namespace protocol

@@ -29,5 +29,7 @@ std::string toText(const Origin& origin);
 
 /// A host in the one form that Origin keeps.
 std::string plainHost(std::string_view host);
+/// A host as addresses and Host lines hold it: an IPv6 one in brackets.
+std::string hostInUrl(std::string_view host);
 
 }  // namespace protocol

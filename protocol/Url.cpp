@@ -28,6 +28,22 @@ const Scheme* takeScheme(std::string_view& text) {
     return nullptr;
 }
 
+// Cuts the host and the colon behind it off; nothing for what can be none.
+std::string_view takeHost(std::string_view& authority) {
+    if (!authority.starts_with('[')) return take(authority, ':');
+    const std::size_t end = authority.find(']');
+    if (end == std::string_view::npos) return {};
+    const std::string_view host = authority.substr(1, end - 1);
+    authority.remove_prefix(end + 1);
+    if (host.find(':') == std::string_view::npos ||
+        host.find_first_not_of("0123456789abcdefABCDEF:.") != std::string_view::npos) {
+        return {};
+    }
+    if (!authority.empty() && !authority.starts_with(':')) return {};
+    authority.remove_prefix(std::min<std::size_t>(1, authority.size()));
+    return host;
+}
+
 }  // namespace
 
 std::optional<Url> parseUrl(std::string_view text) {
@@ -55,7 +71,7 @@ std::optional<Url> parseUrl(std::string_view text) {
     }
     url.plain = url.scheme + "://" + std::string(authority) + url.path;
     if (url.path.empty() || url.path[0] != '/') url.path.insert(url.path.begin(), '/');
-    const std::string_view host = take(authority, ':');
+    const std::string_view host = takeHost(authority);
     if (host.empty()) return std::nullopt;
     url.host = host;
     if (!authority.empty()) {

@@ -1,11 +1,12 @@
 #include "control/connection/StreamAddress.h"
 
+#include "protocol/Origin.h"
 #include "protocol/Url.h"
 
 namespace norix {
 
 std::string BuildStreamUri(const StreamRequest& request) {
-    const std::string rtsp = "rtsp://" + request.server + ":";
+    const std::string rtsp = "rtsp://" + protocol::hostInUrl(request.server) + ":";
     std::string uri;
     switch (request.protocol) {
         case ecpUDP:

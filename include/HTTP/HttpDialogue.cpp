@@ -6,6 +6,7 @@
 #include "net/KnownServers.h"
 #include "net/Redirection.h"
 #include "protocol/Challenge.h"
+#include "protocol/Origin.h"
 #include "protocol/Text.h"
 
 namespace norix::http {
@@ -43,8 +44,7 @@ bool HttpDialogue::Valid() const {
 }
 
 std::string HttpDialogue::Request() const {
-    const bool v6 = m_at.host.find(':') != std::string::npos;
-    std::string text = "GET " + m_at.path + " HTTP/1.1\r\nHost: " + (v6 ? "[" + m_at.host + "]" : m_at.host);
+    std::string text = "GET " + m_at.path + " HTTP/1.1\r\nHost: " + protocol::hostInUrl(m_at.host);
     if (m_at.port != kHttpPort) text.append(1, ':').append(std::to_string(m_at.port));
     text += "\r\nUser-Agent: NorixSDK\r\nAccept: */*\r\nConnection: close\r\n";
     if (!m_sentCookie.empty()) text += "x-sessioncookie: " + m_sentCookie + "\r\n";

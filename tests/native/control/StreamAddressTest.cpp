@@ -19,6 +19,8 @@ TEST(StreamAddress, FollowsTheCamerasPaths) {
     EXPECT_EQ(uri(ecpMulticastPush, VideoCodec::H264), "");
     request.channel = request.stream = 0;
     EXPECT_EQ(uri(ecpUDP, VideoCodec::Mpeg4), "rtsp://10.0.0.9:8554/udpstream");
+    request.server = "fe80::1";
+    EXPECT_EQ(uri(ecpUDP, VideoCodec::Mpeg4), "rtsp://[fe80::1]:8554/udpstream");
 }
 
 TEST(StreamAddress, ProtocolIsTheHostsOrTheUsers) {

@@ -169,6 +169,8 @@ TEST(Url, TakesCredentialsApart) {
              Case{"rtsp://u%40v:p%40ss:w%2f@1.2.3.4:1/x", "u@v", "p@ss:w/", "1.2.3.4", 1,
                   "rtsp://1.2.3.4:1/x"},
              Case{"rtsp://u@cam", "u", "", "cam", 554, "rtsp://cam"},
+             Case{"rtsp://u:p@[fe80::1]:8554/x", "u", "p", "fe80::1", 8554, "rtsp://[fe80::1]:8554/x"},
+             Case{"rtsp://[::ffff:1.2.3.4]", "", "", "::ffff:1.2.3.4", 554, "rtsp://[::ffff:1.2.3.4]"},
          }) {
         const auto url = parseUrl(c.text);
         ASSERT_TRUE(url) << c.text;
@@ -178,8 +180,10 @@ TEST(Url, TakesCredentialsApart) {
         EXPECT_EQ(url->port, c.port);
         EXPECT_EQ(url->plain, c.plain);
     }
-    for (const char* bad : {"", "http://cam/", "rtsp://", "rtsp:///x", "rtsp://cam:0/", "rtsp://cam:65536/",
-                            "rtsp://cam:x/", "rtsp://u:p@/", "rtsp://cam/a b", "rtsp://cam/\r\nX: y"}) {
+    for (const char* bad :
+         {"", "http://cam/", "rtsp://", "rtsp:///x", "rtsp://cam:0/", "rtsp://cam:65536/", "rtsp://cam:x/",
+          "rtsp://u:p@/", "rtsp://cam/a b", "rtsp://cam/\r\nX: y", "rtsp://[", "rtsp://[]/", "rtsp://[::1",
+          "rtsp://[::1]x", "rtsp://[::1]:0", "rtsp://[cam]/", "rtsp://[1:x]/", "rtsp://[::1]]/"}) {
         EXPECT_FALSE(parseUrl(bad)) << bad;
     }
 }

@@ -36,6 +36,8 @@ TEST(KnownServers, AServerThatTookDigestGetsNoBasicAnyMore) {
         EXPECT_FALSE(servers.choose(kCamera, kBasic));
         EXPECT_EQ(servers.choose(kCamera, kAll)->kind, Kind::DigestSha256);
         EXPECT_TRUE(servers.choose(protocol::makeOrigin("http", "cam", 81), kBasic)) << "another server";
+        EXPECT_TRUE(servers.choose(protocol::makeOrigin("https", "cam", 8443), kBasic)) << "another server";
+        EXPECT_FALSE(servers.choose(protocol::makeOrigin("https", "cam", 443), kBasic)) << "redirects there";
     }
     KnownServers later;
     EXPECT_TRUE(later.choose(kCamera, kBasic));

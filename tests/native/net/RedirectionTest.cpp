@@ -42,6 +42,17 @@ TEST(Redirection, LeadsWhereItSaysAndKnowsWhatIsElsewhere) {
         EXPECT_EQ(to->elsewhere, c.elsewhere) << c.location;
         EXPECT_EQ(to->keepsRequest, c.keeps) << c.status << ' ' << c.location;
     }
+    // Only the same host's HTTPS, from one default port to the other, may hear what was meant for its HTTP.
+    const protocol::Origin plain = protocol::makeOrigin("http", "cam", 80);
+    EXPECT_FALSE(redirectionOf(301, "https://CAM/b", plain, "/")->elsewhere);
+    EXPECT_TRUE(redirectionOf(307, "https://cam:443/b", plain, "/")->keepsRequest);
+    for (const char* other : {"https://cam:8443/b", "https://cam2/b", "https://cam:80/b", "http://cam:443/b"})
+        EXPECT_TRUE(redirectionOf(307, other, plain, "/")->elsewhere) << other;
+    EXPECT_TRUE(
+        redirectionOf(301, "http://cam/b", protocol::makeOrigin("https", "cam", 443), "/")->elsewhere);
+    EXPECT_EQ(protocol::toText(redirectionOf(301, "http://[FE80::1]:81/b", plain, "/")->origin),
+              "http://[fe80::1]:81");
+
     const protocol::Origin rtsp = protocol::makeOrigin("rtsp", "cam", 554);
     EXPECT_FALSE(redirectionOf(302, "rtsp://cam/b", rtsp, "/")->elsewhere);
     EXPECT_FALSE(redirectionOf(302, "http://cam:554/b", rtsp, "/"));
