@@ -229,6 +229,13 @@ void CNorixSDKCtrl::ReturnToPlace() {
     if (!m_fullScreen.IsOn()) return;
     m_fullScreen.Leave();
     InPlaceState().PlaceAgain();
+    OnParentChanged();
+}
+
+// What the presenter has made for the window was made for its old place in the tree of windows. Wine's
+// DirectDraw may go on drawing there, where nobody sees it.
+void CNorixSDKCtrl::OnParentChanged() {
+    m_session->param.displayChanged.Set(true);
 }
 
 bool CNorixSDKCtrl::OnTranslateAccelerator(const MSG& message) {

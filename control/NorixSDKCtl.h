@@ -209,6 +209,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     void OnSize();
     bool IsPlacedElsewhere() const override { return m_fullScreen.IsOn(); }
     void ReturnToPlace() override;
+    void OnParentChanged();
     bool OnTranslateAccelerator(const MSG& message) override;
     void SetMute(bool mute) override;
     void SetVolume(int volume) override;

@@ -261,8 +261,8 @@ void CNorixSDKCtrl::PreviewFullScreen(bool full) {
     NORIX_LOG("CNorixSDKCtrl::PreviewFullScreen", 1, "CNorixSDKCtrl::PreviewFullScreen(%d)", full);
     if (m_fullScreen.IsOn()) {
         ReturnToPlace();
-    } else if (full && HasWindow()) {
-        m_fullScreen.Enter(Handle());
+    } else if (full && HasWindow() && m_fullScreen.Enter(Handle())) {
+        OnParentChanged();
     }
 }
 long CNorixSDKCtrl::SetVideoSize(long width, long height) {
