@@ -4,10 +4,12 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -305,24 +307,40 @@ TEST(GraphicObjectList, DrawsEllipsesLikeGdi) {
             }
 }
 
+// While two controls' pictures are being shown.
 TEST(GraphicObjectList, LeaksNothingOverTenThousandRounds) {
-    const std::unique_ptr<DibCanvas> canvas = std::make_unique<DibCanvas>(PixelSize{64, 64});
     GraphicObjects lists[2];
-    const auto round = [&](GraphicObjects& objects) {
+    const auto round = [](GraphicObjects& objects) {
         const long pen = objects.CreatePen(PS_DASH, 1, kInk);
         const long font = objects.CreateFont(80, L"Tahoma", kInk, nullptr);
         const long line = objects.DrawLine({0, 0}, {60, 60}, pen);
         const long disc = objects.DrawEllipse({0, 0, 60, 60}, pen, 0);
         const long text = objects.DrawText(L"x", {0, 0, 60, 60}, 0, font, 0);
-        objects.PaintOverlays(canvas->Dc());
         for (const long handle : {pen, line, disc, text, font})
             ASSERT_EQ(objects.Remove(handle), S_OK);
     };
-    round(lists[0]);  // what the system keeps for itself
+    const auto paint = [&lists] {
+        const Sheet sheet;
+        for (GraphicObjects& objects : lists)
+            objects.PaintOverlays(sheet.Dc());
+    };
+    round(lists[0]);
+    paint();  // what the system keeps for itself
     const ResourceUse before = ResourceUse::Now();
+    std::atomic<bool> ended{false};
+    std::atomic<int> pictures{0};
+    std::thread display([&] {
+        const Sheet sheet;
+        for (; !ended; ++pictures)
+            for (GraphicObjects& objects : lists)
+                objects.PaintOverlays(sheet.Dc());
+    });
     for (int i = 0; i < 5000; ++i)
         for (GraphicObjects& objects : lists)
             round(objects);
+    ended = true;
+    display.join();
+    EXPECT_GT(pictures, 0);
     const ResourceUse after = ResourceUse::Now();
     EXPECT_EQ(after.gdiSlots, before.gdiSlots) << after;
     EXPECT_EQ(after.userSlots, before.userSlots) << after;
