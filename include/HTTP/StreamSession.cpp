@@ -84,6 +84,8 @@ class StreamSession::Receiving {
 
     const std::string& SessionCookie() const { return m_sessionCookie; }
     const std::string& Reason() const { return m_reason; }
+    // Whoever we are, the camera doesn't let us in.
+    bool Unauthorized() const { return m_unauthorized; }
 
   private:
     std::optional<http::ReplyHead> ReadHead(const Deadline& deadline);
@@ -106,6 +108,7 @@ class StreamSession::Receiving {
     http::ReplyHead m_head;
     std::string m_sessionCookie;
     std::string m_reason;
+    bool m_unauthorized = false;
 };
 
 std::optional<http::ReplyHead> StreamSession::Receiving::ReadHead(const Deadline& deadline) {
@@ -151,7 +154,8 @@ bool StreamSession::Receiving::Ask() {
             case http::HttpDialogue::Next::AskAgain:
                 break;
             case http::HttpDialogue::Next::Refused:
-                if (!m_session.decided.Wait(0)) m_session.unauthorized = head->status == kUnauthorized;
+                m_unauthorized = head->status == kUnauthorized;
+                if (!m_session.decided.Wait(0)) m_session.unauthorized = m_unauthorized;
                 m_session.param->refusal.Set(head->status);
                 return Fail(dialogue.Reason());
         }
@@ -239,7 +243,8 @@ void StreamSession::Run(util::StopToken& stop) {
     }
 }
 
-// False when it was stopped.
+// False when it was stopped, or is not to be asked again: where sign-ins are refused, each one counts, and
+// accounts get locked that are still good for the pictures.
 bool StreamSession::ReceiveOnce(util::StopToken& stop) {
     Receiving receiving(*this, stop);
     const bool asked = receiving.Ask();
@@ -248,7 +253,7 @@ bool StreamSession::ReceiveOnce(util::StopToken& stop) {
     NORIX_LOG(kWhere, 0, "%s:%u%s: %s: %s", request.host.c_str(), request.port,
               util::RedactSecrets(request.path).c_str(), asked ? "the stream is over" : "no stream",
               receiving.Reason().c_str());
-    return true;
+    return !receiving.Unauthorized();
 }
 
 void StreamSession::Report() {

@@ -210,6 +210,18 @@ TEST_F(HttpReceiverTest, AStreamThatFailsIsReportedOnce) {
     }
 }
 
+// Sound that pictures can do without: asked for again, but not with a password that was refused.
+TEST_F(HttpReceiverTest, ARefusedSignInIsNotRepeated) {
+    const std::string denied = "HTTP/1.1 401 No\r\nWWW-Authenticate: Basic realm=\"r\"\r\n\r\n";
+    const ScriptedServer server({{"HTTP/1.1 503 Later\r\n\r\n"}, {denied}, {denied}, {denied}, {denied}});
+    HttpStreamReceiver receiver(Kind::Audio, m_param, m_players, {kStallMs, 10});
+    ASSERT_TRUE(receiver.Begin(Request(server), nullptr));
+    for (int i = 0; i < 500 && server.Requests().size() < 3; ++i)
+        Sleep(10);
+    Sleep(200);  // many times as long as it waits between two tries
+    EXPECT_EQ(server.Requests().size(), 3u);
+}
+
 // A thread that doesn't end is waited for again and again, with a line each time; a busy machine brings few.
 TEST_F(HttpReceiverTest, StopsWhateverTheThreadIsAt) {
     const test::LogCapture log;
