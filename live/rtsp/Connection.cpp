@@ -15,6 +15,9 @@ constexpr std::size_t kMaxUnsent = 1024 * 1024;
 // Reports are not worth waiting for a server that doesn't read.
 constexpr std::size_t kMaxUnsentPackets = 16 * 1024;
 constexpr std::size_t kMaxSkipped = 256 * 1024;
+// Packets amid one message. Each costs another look at what there is of it, and no server's threads are that
+// far out of step: what is interrupted so often is not going to end.
+constexpr unsigned kMaxInterruptions = 512;
 constexpr int kMaxReads = 16;
 // Only has to be some length; a POST that has carried it is renewed.
 constexpr std::size_t kPostLength = 32767;
@@ -141,6 +144,7 @@ void Connection::close() {
     m_output.reset();
     m_state = State::Closed;
     m_begin = m_end = m_skipped = m_posted = 0;
+    m_interruptions = 0;
     m_postEnded = false;
     m_unsent.clear();
     m_waiting.clear();
@@ -407,9 +411,12 @@ bool Connection::parse() {
             if (offset > 0)
                 std::memmove(m_received.data() + m_begin + size, m_received.data() + m_begin, offset);
             m_begin += size;
+            m_interruptions = offset > 0 ? m_interruptions + 1 : 0;
+            if (m_interruptions == kMaxInterruptions) m_begin += offset;
             continue;
         }
         m_skipped = 0;
+        m_interruptions = 0;
         const std::size_t size = m_framer.size();
         if (m_state == State::TunnelWaiting) {
             onTunnelReply(m_framer.message());

@@ -119,7 +119,8 @@ class Connection final : public rtp::InterleavedConnection {
     std::vector<unsigned char> m_received;
     std::size_t m_begin = 0;  // what has not been looked at
     std::size_t m_end = 0;
-    std::size_t m_skipped = 0;  // nonsense since the last packet or message
+    std::size_t m_skipped = 0;     // nonsense since the last packet or message
+    unsigned m_interruptions = 0;  // packets amid the message that has not ended yet
     std::string m_unsent;
     std::string m_waiting;  // until the connection is made
     std::string m_packet;
