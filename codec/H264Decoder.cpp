@@ -311,7 +311,11 @@ Status H264Decoder::Announced(const std::uint8_t* data, std::size_t size, int* w
     for (std::size_t i = 0; i < contents.setCount; ++i) {
         H264Sps sps;
         const Status status = ParseH264Sps(contents.sets[i].data, contents.sets[i].size, &sps);
-        if (status == Status::kUnsupported) return status;
+        if (status == Status::kUnsupported) {
+            *width = sps.width;
+            *height = sps.height;
+            return status;
+        }
         if (status != Status::kOk) continue;
         const bool first = found != Status::kOk;
         if (!first && sps.width * sps.height <= *width * *height) continue;

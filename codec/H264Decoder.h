@@ -34,8 +34,8 @@ class H264Decoder {
     H264Decoder& operator=(const H264Decoder&) = delete;
 
     /// The size of the pictures that `data` announces, found without decoding anything: from it follows what
-    /// memory decoding would take. kNoPicture when it announces none; kUnsupported beyond kMaxDimension. Any
-    /// thread.
+    /// memory decoding would take. kNoPicture when it announces none; kUnsupported beyond kMaxDimension, with
+    /// the size where it can be told, else 0 by 0. Any thread.
     static Status Announced(const std::uint8_t* data, std::size_t size, int* width, int* height);
 
     /// Larger pictures are refused before memory is asked for, however the stream comes to announce them: as

@@ -140,14 +140,13 @@ Status ParseH264Sps(const std::uint8_t* nal, std::size_t size, H264Sps* sps) {
     std::uint64_t cutWidth = (cut[0] + cut[1]) * (subsampled ? 2 : 1);
     std::uint64_t cutHeight = (cut[2] + cut[3]) * (!separate && chroma == 1 ? 2 : 1) * fields;
     if (cutWidth >= width || cutHeight >= height) cutWidth = cutHeight = 0;  // as the decoder takes it
+    sps->id = static_cast<int>(id);
+    sps->width = static_cast<int>(width - cutWidth);
+    sps->height = static_cast<int>(height - cutHeight);
     // What is decoded takes the memory, not what is shown of it.
     if (width - cutWidth > kMaxDimension || height - cutHeight > kMaxDimension) return Status::kUnsupported;
     if (width - cutWidth < LeastShown(width) || height - cutHeight < LeastShown(height))
         return Status::kUnsupported;
-
-    sps->id = static_cast<int>(id);
-    sps->width = static_cast<int>(width - cutWidth);
-    sps->height = static_cast<int>(height - cutHeight);
     return Status::kOk;
 }
 

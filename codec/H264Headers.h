@@ -21,7 +21,8 @@ struct H264Sps {
 };
 
 /// Reads the set whose NAL header byte is at `nal`. kBadData when truncated or senseless, kUnsupported for
-/// sizes beyond kMaxDimension and for pictures most of which is cut off.
+/// sizes beyond kMaxDimension and for pictures most of which is cut off; the size is set then, too, unless it
+/// is beyond all sense.
 Status ParseH264Sps(const std::uint8_t* nal, std::size_t size, H264Sps* sps);
 
 /// What an access unit, or a piece of one, is made of, up to its first slice.

@@ -234,6 +234,8 @@ TEST(H264Decoder, TellsTheAnnouncedSizeWithoutDecoding) {
     EXPECT_EQ(height, 8192);
     const Bytes wide = {0, 0, 1, 0x67, 66, 0, 51, 0xda, 0x00, 0x10, 0x03, 0x90};
     EXPECT_EQ(H264Decoder::Announced(wide.data(), wide.size(), &width, &height), Status::kUnsupported);
+    EXPECT_EQ(width, 16384) << "for the user to be told";
+    EXPECT_EQ(height, 16);
     H264Decoder decoder;
     EXPECT_EQ(Open(decoder, wide), Status::kUnsupported);
     for (std::size_t cut = 0; cut < large.size(); ++cut)
