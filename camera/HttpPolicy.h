@@ -35,8 +35,8 @@ struct ChallengeAnswer {
 std::optional<ChallengeAnswer> AnswerChallenge(const HttpRequest& request, const HttpReply& reply,
                                                std::string_view clientNonce);
 
-/// The request that follows a redirection; nothing when the reply is none, or leads nowhere. Another scheme,
-/// host or port gets a bare GET: no credentials, no body, no header lines.
+/// The request that follows a redirection; nothing when the reply is none, or leads nowhere. Where
+/// it leads elsewhere (net/Redirection.h), that gets a bare GET: no credentials, no body, no header lines.
 std::optional<HttpRequest> FollowRedirection(const HttpRequest& request, const HttpReply& reply);
 
 }  // namespace norix

@@ -152,7 +152,7 @@ HttpReply WinInetExchange::Send(const HttpRequest& request, const std::string& a
         SetLastError(error);
         LogFailure("A request");
     }
-    // A certificate that nobody saw is none.
+    // Nothing counts from a server whose certificate was not seen, or not accepted.
     if (!sent || verdict != CertificateGuard::Verdict::Accepted) return {};
     HttpReply reply;
     reply.answered = ReadHeaders(reply);

@@ -53,7 +53,7 @@ class FrameTimingTrace {
     std::atomic<bool> m_stopped{false};
 
     std::mutex m_lock;
-    /// guarded by m_lock
+    // guarded by m_lock
     std::array<Slot, kFrames> m_slots;
     std::size_t m_next = 0;  // where the next frame goes
 };

@@ -33,7 +33,7 @@ class RecordController final : public MediaRecorder {
     RecordController(const RecordController&) = delete;
     RecordController& operator=(const RecordController&) = delete;
 
-    // Window thread -----------------------------------------------------------------------------------------
+    // ---- Window thread
 
     /// The wish for a recording, which outlives connections. The next suitable frame opens a file.
     void Start(RecordFormat format);
@@ -47,7 +47,7 @@ class RecordController final : public MediaRecorder {
     /// being recorded.
     bool Suspend();
 
-    // Receiving threads -------------------------------------------------------------------------------------
+    // ---- Receiving threads
 
     bool IsRecordingRequested() const override { return m_requested.load(); }
     void RecMedia(RecordMedia type, const std::uint8_t* data, std::size_t size, std::uint32_t pts) override;

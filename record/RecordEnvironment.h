@@ -15,8 +15,7 @@ class RecordEnvironment {
   public:
     virtual ~RecordEnvironment() = default;
 
-    // Any thread; none of these blocks, or calls the host
-    // ----------------------------------------------------------------------
+    // ---- Any thread; none of these blocks, or calls the host
 
     /// A timer in milliseconds, which wraps.
     virtual std::uint32_t NowMs() = 0;
@@ -24,8 +23,7 @@ class RecordEnvironment {
     /// The camera is asked for a key frame.
     virtual void WishKeyFrame() = 0;
 
-    // The writer's thread, with no lock held; these may block as long as disk and host like
-    // --------------------------------------
+    // ---- The writer's thread, with no lock held; may block as long as disk and host like
 
     virtual LocalTime Now() = 0;
     /// "FileNameFormat" of the module's ini file; empty when there is none.

@@ -53,14 +53,14 @@ class RecordWriter {
     RecordWriter(const RecordWriter&) = delete;
     RecordWriter& operator=(const RecordWriter&) = delete;
 
-    // The writer's thread -----------------------------------------------------------------------------------
+    // ---- The writer's thread
 
     /// Does what is queued and what is due; waits at most so long for something to do.
     void Step(std::uint32_t milliseconds);
     /// Finishes a file that is still open.
     void CloseFile();
 
-    // Any thread --------------------------------------------------------------------------------------------
+    // ---- Any thread
 
     void SetNaming(RecordNaming naming);
     /// The host has answered a question for a file's name, by SetNaming.

@@ -60,7 +60,7 @@ std::wstring_view TakePart(std::wstring_view& path) noexcept {
     return part;
 }
 
-/// What stands in front of a path's parts: "C:", "C:\", "\\", or nothing. The device namespace is none.
+/// What stands in front of a path's parts: "C:", "C:\", "\\", or nothing. "\\.\" counts as "\\".
 std::size_t PrefixLength(std::wstring_view path) noexcept {
     if (path.size() >= 2 && IsLetter(path[0]) && path[1] == L':')
         return path.size() > 2 && IsSeparator(path[2]) ? 3 : 2;

@@ -21,11 +21,11 @@ namespace norix {
 struct Pipeline {
     Pipeline(VideoCodec kindOfStream, const DecoderSettings& s) : kind(kindOfStream), settings(s), pool(s) {}
 
-    /// constant
+    // constant
     const VideoCodec kind;
     const DecoderSettings settings;
 
-    /// any thread
+    // any thread
     DisplayPool pool;
     PauseGate gate;  // holds the display thread
 
@@ -35,7 +35,7 @@ struct Pipeline {
     std::shared_ptr<SnapshotTaker> snapshots;
     std::shared_ptr<PictureView> view = std::make_shared<PictureView>();
 
-    /// cleared by the owner
+    // cleared by the owner
     std::atomic<bool> decodeRunning{true};
     std::atomic<bool> displayRunning{true};
 

@@ -69,7 +69,7 @@ class DirectDrawPresenter final : public Presenter {
     /// window, so the window thread never waits for it without a limit.
     std::timed_mutex m_lock;
 
-    /// guarded by m_lock
+    // guarded by m_lock
     Microsoft::WRL::ComPtr<IDirectDraw7> m_default;  // the default device: tells the display mode
     Microsoft::WRL::ComPtr<IDirectDraw7> m_device;   // that of the control's monitor
     Microsoft::WRL::ComPtr<IDirectDrawSurface7> m_primary;
