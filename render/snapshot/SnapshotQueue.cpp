@@ -1,5 +1,6 @@
 #include "render/snapshot/SnapshotQueue.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -20,7 +21,7 @@ SnapshotJob* SnapshotQueue::TakeFree() {
 
 void SnapshotQueue::PutFilled(SnapshotJob* job) {
     const std::lock_guard lock(m_lock);
-    m_filled.push_back(job);
+    m_filled[m_filledCount++] = job;
     m_filledOrClosed.notify_one();
 }
 
@@ -61,10 +62,11 @@ bool SnapshotQueue::PutPicture(SnapshotOrder order, DisplayFrame& frame,
 
 SnapshotJob* SnapshotQueue::Take() {
     std::unique_lock lock(m_lock);
-    m_filledOrClosed.wait(lock, [this] { return m_closed || !m_filled.empty(); });
-    if (m_filled.empty()) return nullptr;
+    m_filledOrClosed.wait(lock, [this] { return m_closed || m_filledCount > 0; });
+    if (m_filledCount == 0) return nullptr;
     SnapshotJob* const job = m_filled.front();
-    m_filled.pop_front();
+    std::move(m_filled.begin() + 1, m_filled.end(), m_filled.begin());
+    --m_filledCount;
     return job;
 }
 

@@ -3,7 +3,6 @@
 #include <array>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -50,7 +49,8 @@ class SnapshotQueue {
     // guarded by m_lock
     std::array<SnapshotJob, kCapacity> m_jobs;
     std::vector<SnapshotJob*> m_free = {&m_jobs[0], &m_jobs[1], &m_jobs[2]};
-    std::deque<SnapshotJob*> m_filled;
+    std::array<SnapshotJob*, kCapacity> m_filled{};  // oldest first
+    std::size_t m_filledCount = 0;
     bool m_closed = false;
 };
 
