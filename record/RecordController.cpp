@@ -67,12 +67,11 @@ void RecordController::Start(RecordFormat format) {
 
 void RecordController::Stop(RecordFormat format) {
     m_requested.store(false);
-    {
-        std::lock_guard<std::mutex> lock(m_lock);
-        m_format = format;
-        Close(true);
-    }
+    // Not after the file's end, which asks the next question.
     m_writer.StopWaiting();
+    std::lock_guard<std::mutex> lock(m_lock);
+    m_format = format;
+    Close(true);
 }
 
 void RecordController::SetLimits(const RecordLimits& limits) {
@@ -95,15 +94,12 @@ void RecordController::Resume() {
 }
 
 bool RecordController::Suspend() {
-    bool open = false;
-    {
-        std::lock_guard<std::mutex> lock(m_lock);
-        m_suspended = true;
-        NoteFailure();
-        open = m_open;
-        Close(false);
-    }
     m_writer.StopWaiting();
+    std::lock_guard<std::mutex> lock(m_lock);
+    m_suspended = true;
+    NoteFailure();
+    const bool open = m_open;
+    Close(false);
     return open;
 }
 
@@ -194,6 +190,8 @@ void RecordController::Open(std::int64_t time) {
     m_description = request->description;
     m_fileRate = request->rate;
     m_open = true;
+    m_begun = false;
+    m_fileFormat = m_format;
     ++m_file;
     m_rotate = false;
     m_waitForKey = false;
@@ -276,15 +274,15 @@ void RecordController::TakeVideo(RecordBytes whole, std::uint32_t pts) {
     entry.continues = facts.continues;
     entry.time = time;
     m_head.clear();
-    const bool first = m_bytes == 0;
-    const bool needsHead = first && !facts.hasParameters && codec != VideoCodec::Mjpeg;
+    const bool needsHead = !m_begun && !facts.hasParameters && codec != VideoCodec::Mjpeg;
     if (needsHead) m_parameters.AppendTo(m_head);
-    const bool raw = m_format != RecordFormat::Avi;
+    const bool raw = m_fileFormat != RecordFormat::Avi;
     if (!Push(std::move(entry), m_head, raw ? whole : payload)) {
         m_waitForKey = true;
         if (!std::exchange(m_roomReported, true)) m_environment.Report(RecordStatus::FileWriteFailed);
         return;
     }
+    m_begun = true;
     m_waitForKey = false;
     m_roomReported = false;
     NoteProgress(whole.size());
@@ -304,15 +302,16 @@ void RecordController::TakeAudio(RecordBytes whole, std::uint32_t pts) {
         Open(time);
     }
     if (!m_description.audio) {
-        m_rotate = true;
+        m_rotate = m_rotate || Describe().audio;
         return;
     }
+    // The first picture found no room: the file still begins with one.
+    if (IsForVideo() && !m_begun) return;
     RecordEntry entry;
     entry.kind = RecordEntry::Kind::Audio;
     entry.time = time;
-    const bool raw = m_format != RecordFormat::Avi;
-    const bool addHeader = raw && !header && m_param.videoCodec.Get() == VideoCodec::Mpeg4 &&
-                           m_param.streamForm.Get() == StreamForm::WithHeader;
+    const bool raw = m_fileFormat != RecordFormat::Avi;
+    const bool addHeader = raw && !header && m_param.videoCodec.Get() == VideoCodec::Mpeg4;
     m_head.clear();
     if (addHeader) {
         m_head.assign(kSoundHeaderBegin.begin(), kSoundHeaderBegin.end());

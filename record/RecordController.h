@@ -91,8 +91,10 @@ class RecordController final : public MediaRecorder {
 
     // the file
     bool m_open = false;
+    bool m_begun = false;  // its first frame is there
     std::uint32_t m_file = 0;
-    bool m_rotate = false;      // the next frame that can start a file does so
+    RecordFormat m_fileFormat = RecordFormat::Avi;  // another one may be wished for already
+    bool m_rotate = false;                          // the next frame that can start a file does so
     bool m_waitForKey = false;  // frames were lost for want of room: no others before a key frame
     bool m_roomReported = false;
     std::uint64_t m_bytes = 0;     // as the limit counts them

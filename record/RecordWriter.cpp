@@ -68,6 +68,7 @@ void RecordWriter::SetNaming(RecordNaming naming) {
 }
 
 void RecordWriter::OnNameAnswered() {
+    m_hasAnswer.store(true);
     m_answered.Release();
 }
 
@@ -127,8 +128,8 @@ std::wstring RecordWriter::NextName(const RecordNaming& naming, const LocalTime&
 
 bool RecordWriter::WaitForAnswer() {
     if (!std::exchange(m_asked, false)) return true;
-    if (m_dontWait.load()) return false;
-    return m_answered.Acquire(kAnswerMs) && !m_dontWait.load();
+    if (!m_dontWait.load()) m_answered.Acquire(kAnswerMs);
+    return m_hasAnswer.load();
 }
 
 void RecordWriter::Open(const RecordEntry& entry) {
@@ -225,6 +226,7 @@ void RecordWriter::Close(bool askName) {
         if (!m_naming.manual) return;
     }
     m_answered.Acquire(0);
+    m_hasAnswer.store(false);
     m_dontWait.store(false);
     m_asked = m_environment.AskFileName(m_environment.Now());
 }

@@ -65,7 +65,8 @@ class RecordWriter {
     void SetNaming(RecordNaming naming);
     /// The host has answered a question for a file's name, by SetNaming.
     void OnNameAnswered();
-    /// Ends waiting for an answer: the next file gets an automatic name. Until the next question.
+    /// Ends waiting for an answer: without one, the next file gets an automatic name. Until the next
+    /// question.
     void StopWaiting();
 
     /// The last file that could not be opened, or written on: the frames that are still queued for it are
@@ -105,6 +106,7 @@ class RecordWriter {
     mutable std::mutex m_lock;
     RecordNaming m_naming;  // guarded by m_lock
     CountingSemaphore m_answered{1};
+    std::atomic<bool> m_hasAnswer{false};  // to the last question
     std::atomic<bool> m_dontWait{false};
     std::atomic<std::uint32_t> m_failedFile{0};
     std::atomic<std::uint32_t> m_outgrownFile{0};

@@ -115,7 +115,8 @@ void Recorder::Session::WatchDisk() {
     const std::uint32_t now = NowMs();
     if (now - m_diskSeen < kDiskWatchMs) return;
     m_diskSeen = now;
-    diskFull.Set(IsDiskAlmostFull(folder.Get()));
+    const bool web = level.Get() == util::TrustLevel::kWeb;
+    diskFull.Set(IsDiskAlmostFull(web ? root.Get() : folder.Get()));
 }
 
 std::wstring Recorder::Session::NameFormat() {
@@ -138,9 +139,10 @@ bool Recorder::Session::AskFileName(const LocalTime& time) {
 
 RecordEnvironment::Created Recorder::Session::Create(const std::wstring& path, const std::wstring& name,
                                                      const std::wstring& extension) {
-    if (path.empty()) return {FileResult::NoFolder, nullptr};
     util::FileWish wish;
     wish.level = level.Get();
+    // A program's empty path is no folder; a page's is the one that was picked for it.
+    if (path.empty() && wish.level == util::TrustLevel::kTrusted) return {FileResult::NoFolder, nullptr};
     wish.root = root.Get();
     wish.folder = path;
     wish.name = name;

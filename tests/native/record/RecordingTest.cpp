@@ -101,25 +101,72 @@ constexpr Streams kStreams[] = {
 INSTANTIATE_TEST_SUITE_P(All, RecordingOfTest, testing::ValuesIn(kStreams));
 
 TEST(RecordingTest, RawFilesHoldTheStreamAndNothingElse) {
-    Rig rig(VideoCodec::Mpeg4);
+    for (const StreamForm form : {StreamForm::WithHeader, StreamForm::Bare}) {
+        Rig rig(VideoCodec::Mpeg4);
+        rig.param.streamForm.Set(form);
+        rig.controller.Start(RecordFormat::Raw);
+        const Bytes frame = KeyFrame(VideoCodec::Mpeg4, 1);
+        const Bytes key = form == StreamForm::WithHeader ? WithHeader(frame, 0xE0) : frame;
+        const Bytes sound = Sound(160, 3);
+        rig.Video(key, 0);
+        rig.Audio(sound, 0);
+        rig.Stop(RecordFormat::Raw);
+        Bytes expected = key;
+        expected.insert(expected.end(), {0, 0, 1, 0xC0, 4, 0x1A});
+        expected.insert(expected.end(), 26, 0);
+        expected.insert(expected.end(), sound.begin(), sound.end());
+        EXPECT_EQ(rig.disk.Names().front(), "D:/2024_05_06_00_00_01_00.pes");
+        EXPECT_EQ(rig.disk.Contents(std::size_t{0}), expected);
+        EXPECT_EQ(rig.reports, (std::vector{Started, Stopped}));
+    }
+}
+
+// Until the other file begins, the old one gets what it always has: no headers.
+TEST(RecordingTest, AnotherFormatBeginsAnotherFile) {
+    Rig rig(VideoCodec::H264, AudioCodec::None);
     rig.param.streamForm.Set(StreamForm::WithHeader);
+    rig.controller.Start(RecordFormat::Avi);
+    const Bytes key = KeyFrame(VideoCodec::H264, 1);
+    const Bytes other = OtherFrame(VideoCodec::H264, 2);
+    rig.Video(WithHeader(key, 0xE0), 0);
     rig.controller.Start(RecordFormat::Raw);
-    const Bytes key = WithHeader(KeyFrame(VideoCodec::Mpeg4, 1), 0xE0);
-    const Bytes sound = Sound(160, 3);
-    rig.Video(key, 0);
-    rig.Audio(sound, 0);
-    rig.Stop(RecordFormat::Raw);
-    Bytes expected = key;
-    const Bytes withHeader = WithHeader(sound, 0xC0);
-    expected.insert(expected.end(), {0, 0, 1, 0xC0, 4, 0x1A});
-    expected.insert(expected.end(), 26, 0);
-    expected.insert(expected.end(), sound.begin(), sound.end());
-    EXPECT_EQ(rig.disk.Names().front(), "D:/2024_05_06_00_00_01_00.pes");
-    EXPECT_EQ(rig.disk.Contents(std::size_t{0}), expected);
-    EXPECT_EQ(rig.reports, (std::vector{Started, Stopped}));
+    rig.Video(WithHeader(other, 0xE0), 40);
+    rig.Video(WithHeader(key, 0xE0), 80);
+    rig.Stop();
+    ASSERT_EQ(rig.disk.Names().size(), 2u);
+    EXPECT_EQ(PicturesOf(ReadAvi(rig.disk.Contents(std::size_t{0}))), (std::vector{key, other}));
+    EXPECT_EQ(rig.disk.Contents(std::size_t{1}), WithHeader(key, 0xE0));
 }
 
 // ---- Where a file begins
+
+// Its first picture finds no room in the queue: the file begins with the next that can be decoded, not with
+// sound.
+TEST(RecordingTest, FirstPictureThatIsLost) {
+    Rig rig(VideoCodec::H264, AudioCodec::Pcmu, 4096);
+    rig.controller.Start(RecordFormat::Avi);
+    rig.Video(KeyFrame(VideoCodec::H264, 1, 5000), 0);
+    rig.Audio(Sound(320, 1), 20);
+    rig.Video(BareIdr(2), 40);
+    rig.Stop();
+    const std::vector<Bytes> pictures = PicturesOf(OnlyFile(rig));
+    ASSERT_EQ(pictures.size(), 1u);
+    EXPECT_EQ(pictures[0][4], 0x67);
+    EXPECT_GT(pictures[0].size(), BareIdr(2).size());
+    EXPECT_EQ(OnlyFile(rig).audioLength, 0u);
+}
+
+TEST(RecordingTest, SoundOfNoKnownKindDoesNotBeginFiles) {
+    Rig rig(VideoCodec::H264, AudioCodec::None);
+    rig.param.mediaType.Set(MediaType::AudioVideo);
+    rig.controller.Start(RecordFormat::Avi);
+    for (int i = 0; i < 5; ++i) {
+        rig.Pictures(10, 40);
+        rig.Audio(Sound(320, 1), rig.now);
+    }
+    rig.Stop();
+    EXPECT_EQ(OnlyFile(rig).videoLength, 50u);
+}
 
 TEST(RecordingTest, BeginsWhereDecodingCan) {
     Rig rig;
@@ -342,6 +389,14 @@ TEST(RecordingTest, AsksForTheNextNameAndUsesTheAnswer) {
     rig.Stop();
     EXPECT_EQ(rig.disk.Names(), (std::vector<std::string>{"D:/first.avi", "D:/second.avi"}));
     EXPECT_EQ(rig.questions, 2);
+    // An answer is good for as long as it takes until there is another file.
+    rig.controller.Suspend();
+    rig.controller.Resume();
+    rig.writer.SetNaming({L"D:/", L"third.avi", true});
+    rig.controller.Start(RecordFormat::Avi);
+    rig.Pictures(10, 40);
+    rig.Stop();
+    EXPECT_EQ(rig.disk.Names().back(), "D:/third.avi");
 }
 
 // The host ends the recording inside the question, and never answers: the frames that wait get a file.
