@@ -1,29 +1,13 @@
 #pragma once
 
+#include "media/MediaTypes.h"
+
 namespace norix {
 
-// The enumerations of the type library that the control's own code uses. The values are fixed for ever:
-// hosts have them compiled in.
+// The enumerations of the type library that the control's own code uses, beside those of MediaTypes.h. The
+// values are fixed for ever: hosts have them compiled in.
 
 enum ECaptionInfo : long { eciNone = 0, eciProtocol = 1, eciTime = 2, eciStatus = 4, eciAll = 255 };
-
-enum EConnectStatus : short {
-    ecsConnecting = 0,
-    ecsConnected = 1,
-    ecsDisconnect = 2,
-    ecsConnectFail = 3,
-    ecsMulticastError = 4,
-    ecsUserAuthenticationFail = 5,
-};
-
-enum EConnectProtocol : short {
-    ecpNone = 0,
-    ecpUDP = 1,
-    ecpTCP = 2,
-    ecpHTTP = 3,
-    ecpMulticast = 4,
-    ecpMulticastPush = 5,
-};
 
 enum ERecordStatus : short {
     ersNone = 0,

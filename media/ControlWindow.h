@@ -7,6 +7,7 @@
 
 #include "media/ControlMessages.h"
 #include "media/MediaPlatform.h"
+#include "media/MediaTypes.h"
 #include "media/Shared.h"
 
 namespace norix {
@@ -22,14 +23,14 @@ class ControlWindow {
         platform::PostToWindow(Get(), message, wParam, lParam);
     }
 
-    /// Posts a connection's status, EConnectStatus. One that a full queue does not take is kept for the
+    /// Posts a connection's status. One that a full queue does not take is kept for the
     /// window's thread, which looks for such while there is a connection.
-    void Report(std::uint32_t status) {
-        if (platform::PostToWindow(Get(), WM_OnConnectStatus, status, 0)) return;
+    void Report(EConnectStatus status) {
+        if (platform::PostToWindow(Get(), WM_OnConnectStatus, static_cast<std::uintptr_t>(status), 0)) return;
         std::lock_guard<std::mutex> lock(m_lock);
         m_unposted.push_back(status);
     }
-    std::vector<std::uint32_t> TakeUnposted() {
+    std::vector<EConnectStatus> TakeUnposted() {
         std::lock_guard<std::mutex> lock(m_lock);
         return std::exchange(m_unposted, {});
     }
@@ -44,7 +45,7 @@ class ControlWindow {
   private:
     Shared<WindowHandle> m_window{nullptr};
     std::mutex m_lock;
-    std::vector<std::uint32_t> m_unposted;  // guarded by m_lock
+    std::vector<EConnectStatus> m_unposted;  // guarded by m_lock
 };
 
 }  // namespace norix

@@ -1,6 +1,7 @@
 #pragma once
 
-// The numbers by which a connection names its codecs and media. They are those of the type library.
+// The numbers by which a connection names its codecs, media, way and status. They are those of the type
+// library.
 
 #include <cstdint>
 
@@ -9,6 +10,26 @@ namespace norix {
 enum class VideoCodec : std::int32_t { None = 0, Mpeg4 = 1, Mjpeg = 2, H264 = 4 };
 enum class AudioCodec : std::int32_t { None = 0, Pcmu = 1, Aac = 2, Pcm = 3 };
 enum class MediaType : std::int32_t { AudioVideo = 0, Video = 1, Audio = 2 };
+
+/// How a stream comes.
+enum EConnectProtocol : short {
+    ecpNone = 0,
+    ecpUDP = 1,
+    ecpTCP = 2,
+    ecpHTTP = 3,
+    ecpMulticast = 4,
+    ecpMulticastPush = 5,
+};
+
+/// What has become of a connection.
+enum EConnectStatus : short {
+    ecsConnecting = 0,
+    ecsConnected = 1,
+    ecsDisconnect = 2,
+    ecsConnectFail = 3,
+    ecsMulticastError = 4,
+    ecsUserAuthenticationFail = 5,
+};
 
 /// What a frame looks like when it reaches the insert operations, which a recording needs to know.
 enum class StreamForm : std::int32_t {

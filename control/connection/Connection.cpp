@@ -341,7 +341,7 @@ bool Connection::StartRtsp() {
     SessionSettings source;
     source.streamUri = GetStreamUri();
     if (source.streamUri.empty() && !push) return false;
-    source.protocol = static_cast<ConnectProtocol>(m_attempt.protocol);
+    source.protocol = m_attempt.protocol;
     if (const auto url = protocol::parseUrl(source.streamUri)) {
         if (!m_host.MayReach(url->host)) return false;
         const SignIn signIn = m_camera.SignInFor(protocol::originOf(*url));
@@ -507,8 +507,8 @@ void Connection::OnConnectStatus(EConnectStatus reported) {
 
 void Connection::OnReportsTimer() {
     const unsigned number = m_attempts;
-    for (const std::uint32_t report : m_session->param.window.TakeUnposted())
-        if (IsCurrent(number)) OnConnectStatus(static_cast<EConnectStatus>(report));
+    for (const EConnectStatus report : m_session->param.window.TakeUnposted())
+        if (IsCurrent(number)) OnConnectStatus(report);
     if (m_beside && m_besideSignal->IsDone()) OnStepDone(m_besideStep);
     if (IsCurrent(number) && m_attempt.step != 0 && m_attempt.signal->IsDone()) OnStepDone(m_attempt.step);
 }

@@ -12,7 +12,7 @@ int RTSPCallback(int code, unsigned value, void* session) {
     const WindowHandle window = context == nullptr ? nullptr : context->param.window.Get();
     const auto number = static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(window));
     if (code == kCallbackStatus) {
-        if (window != nullptr) context->param.window.Report(value);
+        if (window != nullptr) context->param.window.Report(static_cast<EConnectStatus>(value));
         NORIX_LOG("RTSPCallback", 1, "PostMessage(0x%08x, WM_OnConnectStatus, %d)", number, value);
     } else if (code == kCallbackForceKeyFrame) {
         if (window != nullptr) {

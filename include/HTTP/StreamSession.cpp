@@ -23,7 +23,6 @@ using http::Bytes;
 using net::StreamSocket;
 
 constexpr char kWhere[] = "HttpStreamReceiver::Receive";
-constexpr std::uint32_t kConnectFail = 3;  // ecsConnectFail
 constexpr unsigned kUnauthorized = 401;
 constexpr std::size_t kReceiveBytes = 64 * 1024;
 
@@ -258,7 +257,7 @@ bool StreamSession::ReceiveOnce(util::StopToken& stop) {
 
 void StreamSession::Report() {
     const std::lock_guard<std::mutex> lock(m_lock);
-    if (!m_silenced) param->window.Report(kConnectFail);
+    if (!m_silenced) param->window.Report(ecsConnectFail);
     m_silenced = true;
 }
 

@@ -79,7 +79,7 @@ void RTSPClientCustom::checkConnectHandler() {
     m_connectCheckTask = nullptr;
     NORIX_LOG("RTSPClientCustom::checkConnectHandler", 0,
               "RTSPClientCustom::checkConnectHandler() connect failed.");
-    m_owner.ReportStatus(ConnectStatus::ConnectFail);
+    m_owner.ReportStatus(ecsConnectFail);
 }
 
 void RTSPClientCustom::startDisconnectCheck() {
@@ -93,7 +93,7 @@ void RTSPClientCustom::checkDisconnectHandler() {
     if (isStillConnected()) {
         startDisconnectCheck();
     } else {
-        m_owner.ReportStatus(ConnectStatus::ConnectFail);
+        m_owner.ReportStatus(ecsConnectFail);
     }
 }
 
@@ -122,9 +122,9 @@ bool RTSPClientCustom::isStillConnected() {
 void RTSPClientCustom::startKeepAlive() {
     // Over the RTSP connection the stream itself keeps the session alive; pushed streams have none.
     switch (m_owner.Protocol()) {
-        case ConnectProtocol::Tcp:
-        case ConnectProtocol::Http:
-        case ConnectProtocol::MulticastPush:
+        case ecpTCP:
+        case ecpHTTP:
+        case ecpMulticastPush:
             return;
         default:
             break;

@@ -84,11 +84,11 @@ bool RTSPSession::AskForKeyFrame() {
     return true;
 }
 
-void RTSPSession::ReportStatus(ConnectStatus status) {
+void RTSPSession::ReportStatus(EConnectStatus status) {
     Report(kCallbackStatus, static_cast<unsigned>(status));
 }
 
-void RTSPSession::ReportStatusAndStop(ConnectStatus status) {
+void RTSPSession::ReportStatusAndStop(EConnectStatus status) {
     m_stop = 1;
     ReportStatus(status);
     m_endReported = true;
@@ -101,8 +101,8 @@ int RTSPSession::RTSPStart() noexcept {
         const std::unique_ptr<UsageEnvironment, ReclaimEnvironment> env(
             BasicUsageEnvironment::createNew(*scheduler));
         if (!env) return 0;
-        const auto tunnelPort = static_cast<portNumBits>(
-            m_settings.protocol == ConnectProtocol::Http ? m_settings.tunnelOverHttpPort : 0);
+        const auto tunnelPort =
+            static_cast<portNumBits>(m_settings.protocol == ecpHTTP ? m_settings.tunnelOverHttpPort : 0);
         NORIX_LOG("RTSPCoumm::RTSPStart", 0, "RTSPCoumm::RTSPStart() StreamUri = %s, TunnelOverHTTPPort = %d",
                   util::RedactSecrets(m_settings.streamUri).c_str(), static_cast<int>(tunnelPort));
         const std::unique_ptr<RTSPClientCustom, CloseMedium> client(RTSPClientCustom::createNew(
@@ -116,7 +116,7 @@ int RTSPSession::RTSPStart() noexcept {
     } catch (...) {
         NORIX_LOG("RTSPCoumm::RTSPStart", 1, "RTSPCoumm::RTSPStart() ended by an exception");
     }
-    ReportStatusAndStop(ConnectStatus::ConnectFail);
+    ReportStatusAndStop(ecsConnectFail);
     return 1;
 }
 
@@ -197,7 +197,7 @@ void RTSPSession::afterOPTIONS(RTSPClientCustom& client, int resultCode, const s
                   "RTSPCoumm::continueAfterOPTIONS() Failed to get RTSP options: %s",
                   util::RedactSecrets(result).c_str());
         // Told once: asking again with the same credentials locks accounts.
-        if (resultCode == kUnauthorized) ReportStatusAndStop(ConnectStatus::UserAuthenticationFail);
+        if (resultCode == kUnauthorized) ReportStatusAndStop(ecsUserAuthenticationFail);
         // A camera that starts up may be there in a moment.
         if (resultCode < 0) client.startNextTry();
         return;
@@ -212,8 +212,7 @@ void RTSPSession::afterDESCRIBE(RTSPClientCustom& client, int resultCode, const 
                   "RTSPCoumm::continueAfterDESCRIBE() Failed to get a SDP description: %s",
                   util::RedactSecrets(result).c_str());
         if (resultCode > 0) m_param->refusal.Set(resultCode);
-        ReportStatusAndStop(resultCode == kUnauthorized ? ConnectStatus::UserAuthenticationFail
-                                                        : ConnectStatus::ConnectFail);
+        ReportStatusAndStop(resultCode == kUnauthorized ? ecsUserAuthenticationFail : ecsConnectFail);
         return;
     }
     NORIX_LOG("RTSPCoumm::continueAfterDESCRIBE", 0,
@@ -231,14 +230,14 @@ void RTSPSession::afterDESCRIBE(RTSPClientCustom& client, int resultCode, const 
                   "RTSPCoumm::continueAfterDESCRIBE() Failed to create a MediaSession object from the SDP "
                   "description: %s",
                   util::RedactSecrets(env.getResultMsg()).c_str());
-        ReportStatusAndStop(ConnectStatus::ConnectFail);
+        ReportStatusAndStop(ecsConnectFail);
         return;
     }
     if (!state.session->hasSubsessions()) {
         NORIX_LOG("RTSPCoumm::continueAfterDESCRIBE", 0,
                   "RTSPCoumm::continueAfterDESCRIBE() This session has no media subsessions (i.e., no "
                   "\"m=\" lines)");
-        ReportStatusAndStop(ConnectStatus::ConnectFail);
+        ReportStatusAndStop(ecsConnectFail);
         return;
     }
     chooseReceivingInterface(client);
@@ -251,7 +250,7 @@ void RTSPSession::chooseReceivingInterface(RTSPClientCustom& client) const {
         const std::string text = m_param->multicast.Get().interfaceAddress;
         const auto address = ::inet_addr(text.c_str());
         ReceivingInterfaceAddr = address != INADDR_NONE ? address : 0;
-    } else if (m_settings.protocol == ConnectProtocol::Multicast) {
+    } else if (m_settings.protocol == ecpMulticast) {
         sockaddr_in local{};
         socklen_t length = sizeof local;
         if (::getsockname(client.socketNum(), reinterpret_cast<sockaddr*>(&local), &length) == 0)
@@ -289,10 +288,9 @@ void RTSPSession::setupNext(RTSPClientCustom& client) {
         if (IsPush()) {
             continueAfterSETUP(&client, 0, nullptr);  // comes back to here for the next one
         } else {
-            const bool overTcp =
-                m_settings.protocol == ConnectProtocol::Tcp || m_settings.protocol == ConnectProtocol::Http;
+            const bool overTcp = m_settings.protocol == ecpTCP || m_settings.protocol == ecpHTTP;
             client.sendSetupCommand(subsession, continueAfterSETUP, False, overTcp,
-                                    m_settings.protocol == ConnectProtocol::Multicast);
+                                    m_settings.protocol == ecpMulticast);
         }
         return;
     }
@@ -443,7 +441,7 @@ void RTSPSession::afterPLAY(RTSPClientCustom& client, int resultCode, const std:
         NORIX_LOG("RTSPCoumm::continueAfterPLAY", 0,
                   "RTSPCoumm::continueAfterPLAY() Failed to start playing session: %s",
                   util::RedactSecrets(result).c_str());
-        ReportStatusAndStop(ConnectStatus::ConnectFail);
+        ReportStatusAndStop(ecsConnectFail);
         return;
     }
     NORIX_LOG("RTSPCoumm::continueAfterPLAY", 0, "RTSPCoumm::continueAfterPLAY() Started playing session");
@@ -466,7 +464,7 @@ void RTSPSession::afterPLAY(RTSPClientCustom& client, int resultCode, const std:
     client.startKeyFrameRequests();
     NORIX_LOG("RTSPCoumm::setupNextSubsession", 0,
               "RTSPCoumm::setupNextSubsession() SetConnectStatus(eConnected)");
-    ReportStatus(ConnectStatus::Connected);
+    ReportStatus(ecsConnected);
     if (IsPush()) Report(kCallbackForceKeyFrame, 0);
     OnPlaying(client);
 }
@@ -480,7 +478,7 @@ void RTSPSession::subsessionAfterPlaying(void* clientData) {
     while (MediaSubsession* const subsession = subsessions.next()) {
         if (subsession->sink) return;
     }
-    client.owner().ReportStatusAndStop(ConnectStatus::ConnectFail);
+    client.owner().ReportStatusAndStop(ecsConnectFail);
 }
 
 void RTSPSession::subsessionByeHandler(void* clientData) {
@@ -488,13 +486,13 @@ void RTSPSession::subsessionByeHandler(void* clientData) {
     NORIX_LOG("RTSPCoumm::subsessionByeHandler", 0,
               "RTSPCoumm::subsessionByeHandler() Received RTCP \"BYE\" on \"%s/%s\".",
               subsession->mediumName(), subsession->codecName());
-    Custom(static_cast<RTSPClient*>(subsession->miscPtr)).owner().ReportStatus(ConnectStatus::ConnectFail);
+    Custom(static_cast<RTSPClient*>(subsession->miscPtr)).owner().ReportStatus(ecsConnectFail);
 }
 
 void RTSPSession::sessionAfterPlaying(void* clientData) {
     RTSPClientCustom& client = Custom(static_cast<RTSPClient*>(clientData));
     client.state.streamTimerTask = nullptr;
-    client.owner().ReportStatusAndStop(ConnectStatus::ConnectFail);
+    client.owner().ReportStatusAndStop(ecsConnectFail);
 }
 
 }  // namespace norix

@@ -39,14 +39,14 @@ class RTSPSession {
     void RequestStop() noexcept;
 
     const SessionPeriods& Periods() const { return m_settings.periods; }
-    ConnectProtocol Protocol() const { return m_settings.protocol; }
+    EConnectProtocol Protocol() const { return m_settings.protocol; }
 
     /// False when nobody wishes a key frame.
     bool AskForKeyFrame();
-    void ReportStatus(ConnectStatus status);
+    void ReportStatus(EConnectStatus status);
     /// The event loop ends after it, and nothing else is reported: one cause may be noticed in several
     /// places.
-    void ReportStatusAndStop(ConnectStatus status);
+    void ReportStatusAndStop(EConnectStatus status);
 
     /// Begins the dialogue; what it leads to is reported.
     void SendOptions(RTSPClientCustom& client);
@@ -87,7 +87,7 @@ class RTSPSession {
     static void shutdownStream(RTSPClientCustom& client) noexcept;
     static void closeSinks(RTSPClientCustom& client) noexcept;
     void Report(int code, unsigned value);
-    bool IsPush() const { return m_settings.protocol == ConnectProtocol::MulticastPush; }
+    bool IsPush() const { return m_settings.protocol == ecpMulticastPush; }
 
     // constant after construction
     const SessionSettings m_settings;

@@ -54,23 +54,22 @@ int OnStatus(int code, unsigned value, void* userData) {
         std::printf("status: a key frame is wanted\n");
         return 0;
     }
-    const auto status = static_cast<norix::ConnectStatus>(value);
-    const bool connected = status == norix::ConnectStatus::Connected;
-    std::printf("status: %s\n", connected                                                ? "connected"
-                                : status == norix::ConnectStatus::UserAuthenticationFail ? "not authorised"
-                                                                                         : "failed");
+    const auto status = static_cast<norix::EConnectStatus>(value);
+    const bool connected = status == norix::ecsConnected;
+    std::printf("status: %s\n", connected                                    ? "connected"
+                                : status == norix::ecsUserAuthenticationFail ? "not authorised"
+                                                                             : "failed");
     std::fflush(stdout);
     if (!connected) static_cast<Ending*>(userData)->Set(true);
     return 0;
 }
 
-bool ReadProtocol(const std::string& name, norix::ConnectProtocol& protocol) {
-    constexpr std::pair<const char*, norix::ConnectProtocol> kNames[] = {
-        {"udp", norix::ConnectProtocol::Udp},
-        {"tcp", norix::ConnectProtocol::Tcp},
-        {"http", norix::ConnectProtocol::Http},
-        {"multicast", norix::ConnectProtocol::Multicast},
-        {"push", norix::ConnectProtocol::MulticastPush}};
+bool ReadProtocol(const std::string& name, norix::EConnectProtocol& protocol) {
+    constexpr std::pair<const char*, norix::EConnectProtocol> kNames[] = {{"udp", norix::ecpUDP},
+                                                                          {"tcp", norix::ecpTCP},
+                                                                          {"http", norix::ecpHTTP},
+                                                                          {"multicast", norix::ecpMulticast},
+                                                                          {"push", norix::ecpMulticastPush}};
     for (const auto& [known, value] : kNames) {
         if (name != known) continue;
         protocol = value;
@@ -130,7 +129,7 @@ int main(int count, char** arguments) try {
     norix::SessionSettings settings;
     if (!live::tools::parseProbeOptions(count, arguments, options) ||
         !ReadProtocol(options.transport, settings.protocol) ||
-        (options.url.empty() && settings.protocol != norix::ConnectProtocol::MulticastPush)) {
+        (options.url.empty() && settings.protocol != norix::ecpMulticastPush)) {
         std::fprintf(stderr,
                      "usage: rtspprobe [-t udp|tcp|http|multicast|push] [-p tunnel port] [-n seconds]\n"
                      "                 [-u user -w password] [-V group:port] [-A group:port]\n"

@@ -75,9 +75,7 @@ bool Matches(const std::vector<std::string>& lines, const std::vector<std::strin
 
 SessionSettings SettingsOf(const Script& script, const live_test::ScriptedServer& server, Notes& notes) {
     SessionSettings settings;
-    settings.protocol = script.transport == "udp"    ? ConnectProtocol::Udp
-                        : script.transport == "http" ? ConnectProtocol::Http
-                                                     : ConnectProtocol::Tcp;
+    settings.protocol = script.transport == "udp" ? ecpUDP : script.transport == "http" ? ecpHTTP : ecpTCP;
     settings.streamUri = server.filled(script.url);
     settings.tunnelOverHttpPort = server.port();
     settings.callback = [](int code, unsigned value, void* notes) {

@@ -31,7 +31,7 @@ std::vector<net::SocketAddress> SlowLookup(const std::string&) {
 
 // Runs one and stops it when `ready` returns; the milliseconds that took.
 template <class Ready>
-double StopTime(const std::string& uri, std::shared_ptr<CCtrlParam> param, ConnectProtocol protocol,
+double StopTime(const std::string& uri, std::shared_ptr<CCtrlParam> param, EConnectProtocol protocol,
                 Ready&& ready) {
     std::atomic<int> reports{0};
     SessionSettings settings;
@@ -58,7 +58,7 @@ std::shared_ptr<CCtrlParam> NewParam() {
 TEST(Stop, WaitsForNoNameServer) {
     const auto before = Lookup::systemCall.exchange(&SlowLookup);
     const auto asked = [] { g_asked.acquire(); };
-    EXPECT_LT(StopTime("rtsp://camera.example/", NewParam(), ConnectProtocol::Tcp, asked), 250);
+    EXPECT_LT(StopTime("rtsp://camera.example/", NewParam(), ecpTCP, asked), 250);
     // The same name again joins the look-up that is under way; others are bounded.
     const auto first = Lookup::begin("camera.example");
     ASSERT_TRUE(first);
@@ -93,7 +93,7 @@ TEST(Stop, WaitsForNoServer) {
     }
     const std::string host = "rtsp://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/";
     const auto moment = [] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); };
-    EXPECT_LT(StopTime(host, NewParam(), ConnectProtocol::Udp, moment), 250);
+    EXPECT_LT(StopTime(host, NewParam(), ecpUDP, moment), 250);
 }
 
 }  // namespace

@@ -269,7 +269,7 @@ TEST_P(SignIn, OfAnRtspSessionStaysWithItsCamera) {
         m_redirectOptions = options;
         TryEach({m_otherPort.At("rtsp://"), m_otherHost.At("rtsp://")}, [&] {
             SessionSettings settings;
-            settings.protocol = ConnectProtocol::Tcp;
+            settings.protocol = ecpTCP;
             settings.streamUri = "rtsp://" + m_camera.Place() + "/stream";
             settings.userName = kUser;
             settings.password = kPassword;

@@ -52,7 +52,7 @@ struct Streaming {
         script.steps = kPlaying;
         g_reports = 0;
         comm = std::make_unique<RTSPCoumm>(param, this->players);
-        comm->settings.protocol = ConnectProtocol::Tcp;
+        comm->settings.protocol = ecpTCP;
         comm->settings.callback = OnStatus;
     }
     void Listen() {
