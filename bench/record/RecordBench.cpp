@@ -169,6 +169,7 @@ void SixteenRecordings(benchmark::State& state) {
     int drops = 0;
     for (auto _ : state) {
         std::vector<std::unique_ptr<Recording>> recordings;
+        recordings.reserve(kRecordings);
         for (int i = 0; i < kRecordings; ++i)
             recordings.push_back(std::make_unique<Recording>(&counts));
         for (std::uint32_t number = 0; number < kFrames; ++number) {
