@@ -14,6 +14,7 @@ constexpr std::int64_t kBelievable = 10 * kMicrosecondsPerSecond;
 constexpr std::int64_t kBackwards = kMicrosecondsPerSecond / 2;
 constexpr std::int64_t kAligned = 20'000;  // reports are hardly more exact
 constexpr std::int64_t kClockSet = 100'000;
+constexpr std::int64_t kSlew = 10;  // of the time that passes, one in so many at most goes into a correction
 constexpr std::int64_t kAtLeast = 1'000;  // from one frame to the next, also across other timestamps
 
 // RFC 3550, 4. Times before 1968 are of the era that begins in 2036 (RFC 4330, 3).
@@ -79,6 +80,7 @@ void StreamTimeline::onSenderReport(const SenderReport& report) {
     m_report = now;
     m_wallTimestamp = now.extended;
     m_wall = now.wall;
+    if (clockSet) m_offCount = 0;
     if (!m_placed || m_newSender) return;  // by the first frame
     if (clockSet && m_session.m_senderClock) {
         const std::int64_t off = *m_session.m_senderClock + now.wall - positionOf(now.extended);
@@ -88,7 +90,9 @@ void StreamTimeline::onSenderReport(const SenderReport& report) {
     align();
 }
 
-// Moves this stream, or all others, so that the reports agree.
+// Makes the reports agree: the first one at once, by moving this stream or all others forward; later ones
+// gently, and only when several say so. A single one is off by as much as a frame where cameras stamp it with
+// the last frame's time.
 void StreamTimeline::align() {
     if (m_session.m_scale != 1) return;
     follow();
@@ -96,8 +100,14 @@ void StreamTimeline::align() {
     if (!m_session.m_senderClock) m_session.m_senderClock = here - m_report->wall;
     const std::int64_t behind = *m_session.m_senderClock + m_report->wall - here;
     if (std::llabs(behind) > kBelievable) return;  // a clock of its own
-    if (!m_aligned) m_shift = m_session.m_shift;
+    if (m_aligned) {
+        correct(behind);
+        return;
+    }
+    m_shift = m_session.m_shift;
     m_aligned = true;
+    m_owed = 0;
+    m_offCount = 0;
     if (std::llabs(behind) <= kAligned) return;
     if (behind > 0) {
         m_basePosition += behind;
@@ -106,6 +116,26 @@ void StreamTimeline::align() {
         m_session.m_shift -= behind;
         m_shift -= behind;
     }
+}
+
+// Either way, so that reports that are off now and then don't add up.
+void StreamTimeline::correct(std::int64_t behind) {
+    m_off[m_offCount++ % m_off.size()] = behind - m_owed;
+    if (m_offCount < m_off.size()) return;
+    auto sorted = m_off;
+    std::sort(sorted.begin(), sorted.end());
+    const std::int64_t median = sorted[sorted.size() / 2];
+    if (std::llabs(median) <= kAligned) return;
+    m_owed += median;
+    m_offCount = 0;
+}
+
+// Spreads a correction over the frames, so that none goes back.
+void StreamTimeline::slew(std::int64_t passed) {
+    if (!m_aligned || passed <= 0) return;
+    const std::int64_t now = std::clamp(m_owed, -passed / kSlew, passed / kSlew);
+    m_basePosition += now;
+    m_owed -= now;
 }
 
 // Goes along with what others had to be moved.
@@ -163,6 +193,7 @@ StreamTimeline::Time StreamTimeline::at(std::uint32_t timestamp, std::int64_t no
     } else if (jump || m_newSender) {
         carryOn(now);
     }
+    if (!first && !jump && !m_newSender) slew(microseconds(distance));
     if ((first || m_newSender) && m_report) align();
     m_newSender = false;
     follow();

@@ -8,8 +8,9 @@
 //   first frame      at what RTP-Info says, unless that is more than 10 s away (many cameras write
 //                    rtptime=0); otherwise as long after the session's first frame as it arrived
 //   sender reports   the first one ties the session's timeline to the sender's clock. A stream whose reports
-//                    say that it is elsewhere is moved there, if it is off by 20 ms to 10 s. Nothing ever
-//                    goes back: where a stream would have to, all others that have reports go forward instead
+//                    say that it is elsewhere is moved there, if it is off by 20 ms to 10 s: by its first
+//                    report at once, where it would have to go back all others that have reports go forward
+//                    instead; later by the median of three, either way, so slowly that no frame goes back
 //   sender's clock   set to another time, by 0.1 s or more: tied anew, nobody moves
 //   timestamps       that jump back by more than 0.5 s (less is the order of B-pictures), or ahead of their
 //                    arrival by more than 10 s (less is a group of pictures that the server had kept), and
@@ -18,6 +19,8 @@
 //
 // Positions are microseconds, so nothing wraps. Pure: the present moment is always an argument. One thread.
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
@@ -76,6 +79,8 @@ class StreamTimeline {
     void begin(std::int64_t now);
     void carryOn(std::int64_t now);
     void align();
+    void correct(std::int64_t behind);
+    void slew(std::int64_t passed);
     void follow();
 
     SessionTimeline& m_session;
@@ -95,8 +100,11 @@ class StreamTimeline {
     std::int64_t m_wallTimestamp = 0;  // the wall clock's own base
     std::int64_t m_wall = 0;
     std::optional<Report> m_report;
-    bool m_aligned = false;    // moves with the others
-    std::int64_t m_shift = 0;  // how much of the session's this stream has gone along with
+    bool m_aligned = false;               // moves with the others
+    std::array<std::int64_t, 3> m_off{};  // by how much the latest reports say that the stream is behind
+    std::size_t m_offCount = 0;           // since the last correction
+    std::int64_t m_owed = 0;              // of the last correction, what frames have not gone along with
+    std::int64_t m_shift = 0;             // how much of the session's this stream has gone along with
 };
 
 }  // namespace live::rtp

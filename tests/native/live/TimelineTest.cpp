@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
+
 #include "live/env/Clock.h"
 #include "live/rtp/Timeline.h"
 
@@ -110,6 +113,29 @@ TEST_F(Timeline, AClockThatIsSetMovesNobody) {
         EXPECT_NEAR(static_cast<double>(at(video, (5 + i * 5) * 90000, 5000 + i * 5000)),
                     static_cast<double>(at(sound, 5 * 8000 + i * 39900, 5000 + i * 5000)), 40)
             << i;
+    }
+}
+
+// Cameras stamp a report with the last frame's time, so that each is off by up to a frame.
+TEST_F(Timeline, UnsteadyReportsDontAddUp) {
+    for (const unsigned jitter : {33u, 66u}) {
+        SessionTimeline shared;
+        StreamTimeline picture(shared, 90000), voice(shared, 8000);
+        std::uint32_t random = 1;
+        const auto late = [&] { return (random = random * 1664525 + 1013904223) / 65536 % (jitter + 1); };
+        std::int64_t last = -1;
+        std::int64_t farthest = 0;
+        for (std::uint32_t ms = 0; ms <= 3'600'000; ms += 40) {
+            const std::int64_t position = at(picture, ms * 90, ms);
+            ASSERT_GE(position, last);
+            last = position;
+            farthest = std::max<std::int64_t>(farthest, std::llabs(position - ms));
+            farthest = std::max<std::int64_t>(farthest, std::llabs(at(voice, ms * 8, ms) - position));
+            if (ms % 5000 != 0) continue;
+            picture.onSenderReport(reportAt((ms + late()) * 1e-3, ms * 90));
+            voice.onSenderReport(reportAt((ms + late()) * 1e-3, ms * 8));
+        }
+        EXPECT_LT(farthest, jitter + 7) << jitter;
     }
 }
 
