@@ -8,6 +8,15 @@ namespace live::rtp {
 namespace {
 constexpr int kMaxLate = 1000;       // further back than this is a restart, not a late packet
 constexpr unsigned kMaxBehind = 64;  // so many in a row, nothing else between them, are a restart as well
+
+// Of the RTP header: a sender that restarts its numbering goes on with its timestamps.
+std::uint64_t printOf(Bytes packet) {
+    constexpr std::size_t kRtpHeader = 12;
+    std::uint64_t print = packet.size();
+    for (std::size_t i = 0; i < packet.size() && i < kRtpHeader; ++i)
+        print = print * 1'099'511'628'211u + packet[i];
+    return print;
+}
 }  // namespace
 
 ReorderBuffer::ReorderBuffer() : m_slots(kSlots) {}
@@ -37,6 +46,7 @@ void ReorderBuffer::push(std::uint16_t sequence, Bytes packet, std::int64_t now,
     if (ahead > 0 && slot(sequence).used) return;
     if (ahead == 0) {
         if (m_waiting > 0) m_window.onLate(now - slot(firstWaiting()).arrival, now);
+        pass(sequence, packet);
         ++m_next;
         out.onOrderedPacket(packet, std::exchange(m_gap, false));
         releaseRun(out);
@@ -56,6 +66,7 @@ void ReorderBuffer::push(std::uint16_t sequence, Bytes packet, std::int64_t now,
 
 void ReorderBuffer::onBehind(std::uint16_t sequence, Bytes packet, OrderedReceiver& out) {
     Slot& s = slot(sequence);
+    if (s.passed && s.sequence == sequence && s.print == printOf(packet)) return;  // a duplicate
     if (s.givenUp && s.sequence == sequence) {
         s.givenUp = false;
         ++m_late;
@@ -81,7 +92,7 @@ void ReorderBuffer::expire(std::int64_t now, OrderedReceiver& out) {
 
 void ReorderBuffer::reset() {
     for (Slot& s : m_slots)
-        s.used = s.givenUp = false;
+        s.used = s.givenUp = s.passed = false;
     m_waiting = 0;
     m_waitingBytes = 0;
     m_started = false;
@@ -90,10 +101,19 @@ void ReorderBuffer::reset() {
     m_restartCandidate.reset();
 }
 
+// Remembers what has been handed on, to know it when it comes again.
+void ReorderBuffer::pass(std::uint16_t sequence, Bytes packet) {
+    Slot& s = slot(sequence);
+    s.passed = true;
+    s.givenUp = false;
+    s.sequence = sequence;
+    s.print = printOf(packet);
+}
+
 void ReorderBuffer::store(std::uint16_t sequence, Bytes packet) {
     Slot& s = slot(sequence);
     s.used = true;
-    s.givenUp = false;
+    s.givenUp = s.passed = false;
     s.sequence = sequence;
     s.arrival = m_now;
     s.bytes.assign(packet.begin(), packet.end());
@@ -107,6 +127,7 @@ void ReorderBuffer::release(std::uint16_t sequence, OrderedReceiver& out) {
     --m_waiting;
     m_waitingBytes -= s.bytes.size();
     m_held.add(m_now - s.arrival, m_now);
+    pass(sequence, s.bytes);
     out.onOrderedPacket(s.bytes, std::exchange(m_gap, false));
     // A few giant packets must not make every slot a giant for ever.
     constexpr std::size_t kUsualPacket = 4096;
@@ -132,6 +153,7 @@ void ReorderBuffer::skipToNextWaiting() {
     for (; !slot(m_next).used; ++m_next) {
         Slot& lost = slot(m_next);
         lost.givenUp = true;
+        lost.passed = false;
         lost.sequence = m_next;
         lost.arrival = arrival;
     }
@@ -145,6 +167,7 @@ void ReorderBuffer::restart(std::uint16_t sequence, Bytes packet, OrderedReceive
     }
     m_restartCandidate.reset();
     m_behindRun = 0;
+    pass(sequence, packet);
     m_next = static_cast<std::uint16_t>(sequence + 1);
     m_gap = false;
     out.onOrderedPacket(packet, true);

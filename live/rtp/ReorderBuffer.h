@@ -6,7 +6,7 @@
 // before it, until the first one that waits has done so for as long as the window says; then they count as
 // lost. Duplicates and packets that come too late are dropped; the window learns from both kinds of late
 // ones. A sender that restarts its numbering is believed when two packets in a row say so, or, where the new
-// numbers are a little behind the old, a run of them. Memory is bounded and reused.
+// numbers are a little behind the old, a run of them that are no duplicates. Memory is bounded and reused.
 
 #include <cstdint>
 #include <optional>
@@ -50,7 +50,9 @@ class ReorderBuffer {
     struct Slot {
         bool used = false;
         bool givenUp = false;  // of `sequence`
+        bool passed = false;   // `sequence` has been handed on
         std::uint16_t sequence = 0;
+        std::uint64_t print = 0;   // passed: tells a duplicate from another packet of that number
         std::int64_t arrival = 0;  // given up: of the packet behind the gap
         std::vector<unsigned char> bytes;
     };
@@ -60,6 +62,7 @@ class ReorderBuffer {
 
     Slot& slot(std::uint16_t sequence) { return m_slots[sequence % kSlots]; }
     void onBehind(std::uint16_t sequence, Bytes packet, OrderedReceiver& out);
+    void pass(std::uint16_t sequence, Bytes packet);
     void store(std::uint16_t sequence, Bytes packet);
     void release(std::uint16_t sequence, OrderedReceiver& out);
     void releaseRun(OrderedReceiver& out);

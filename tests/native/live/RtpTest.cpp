@@ -100,6 +100,10 @@ TEST(ReorderBuffer, Orders) {
     const V restarted = order(again);
     EXPECT_EQ(restarted.size(), 1u + 37u);
     EXPECT_EQ(restarted[1], -563);
+    V twice;  // what is sent again is no restart
+    for (int i = 0; i < 400; ++i)
+        twice.push_back(i % 200);
+    EXPECT_EQ(order(twice).size(), 200u);
 }
 
 TEST(ReorderBuffer, AnyOrderWithinTheWindowIsRestored) {
