@@ -280,13 +280,13 @@ protocol::Origin RTSPClient::Engine::server() const {
 }
 
 bool RTSPClient::Engine::followRedirect(const Message& reply) {
-    if (!m_url || m_redirects == net::kMaxRedirections) return false;
+    // A session that plays belongs to this server: leaving would abandon it there.
+    if (!m_url || !m_sessionId.empty() || m_redirects == net::kMaxRedirections) return false;
     const std::string location(protocol::trim(reply.header("Location")));
     const auto to = net::redirectionOf(reply.status, location, protocol::originOf(*m_url), m_url->path);
     if (!to) return false;
     ++m_redirects;
     setUrl(location.starts_with('/') ? protocol::toText(to->origin) + to->path : location);
-    m_sessionId.clear();
     m_challenge.reset();
     m_told.reset();
     m_welcome = false;
