@@ -199,6 +199,7 @@ int CCtrlParam::InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t s
     if (!MakeRoom(*record, length)) {
         PutEmptyVideoFrame(record);
         m_damaged = true;
+        WishKeyFrame();
         return -1;
     }
     if (length != 0) std::memcpy(record->data.get(), payload, length);
@@ -207,7 +208,10 @@ int CCtrlParam::InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t s
     record->payloadLength = length;
     record->headerLength = static_cast<std::uint32_t>(parsed.headerLength);
     record->pts = pts;
-    record->damagedBefore = std::exchange(m_damaged, false);
+    // What is cut lacks its end: so does what refers to it.
+    const bool cut = length < payloadSize && codec != VideoCodec::Mjpeg;
+    if (cut) WishKeyFrame();
+    record->damagedBefore = std::exchange(m_damaged, cut);
     record->info = parsed.info;
     // Before the frame is handed on: afterwards its later stages may already be under way.
     m_trace.Record(pts, FrameTimingTrace::kInserted, platform::Ticks100ns());

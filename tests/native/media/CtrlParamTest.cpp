@@ -70,6 +70,7 @@ class CtrlParamTest : public testing::Test {
 TEST_F(CtrlParamTest, StoresFramesInOrderAndCutsLongOnes) {
     Bytes longFrame(1500, 0xAB);
     EXPECT_EQ(InsertVideo(40, kKey, longFrame), 1);
+    EXPECT_TRUE(Param().TakeKeyFrameWish());
     EXPECT_EQ(InsertVideo(80, 3), 1);
     VideoFrameRecord* record = TakeVideo();
     ASSERT_NE(record, nullptr);
