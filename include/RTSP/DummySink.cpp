@@ -63,8 +63,18 @@ void DummySink::PrependParameterSets() {
     unsigned count = 0;
     const std::unique_ptr<SPropRecord[]> records(
         parseSPropParameterSets(m_subsession.fmtp_spropparametersets(), count));
+    constexpr unsigned kTypeMask = 0x1F;  // H.264, 7.3.1
+    constexpr unsigned kSequenceParameterSet = 7;
+    constexpr unsigned kPictureParameterSet = 8;
+    constexpr std::size_t kMostBytes = 16 * 1024;  // they go before every key frame
+    std::size_t bytes = 0;
     for (unsigned i = 0; i < count; ++i) {
-        if (records[i].sPropLength > 0) TakeNalUnit({records[i].sPropBytes, records[i].sPropLength}, 0);
+        const ByteView unit(records[i].sPropBytes, records[i].sPropLength);
+        if (unit.empty() || unit.size() > kMostBytes - bytes) continue;
+        const unsigned type = unit[0] & kTypeMask;
+        if (type != kSequenceParameterSet && type != kPictureParameterSet) continue;
+        bytes += unit.size();
+        TakeNalUnit(unit, 0);
     }
     m_assembler.RememberAsHeader();
 }
