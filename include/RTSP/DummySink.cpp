@@ -58,6 +58,16 @@ DummySink::Kind DummySink::KindOf(char const* codecName) {
     return Kind::Other;
 }
 
+bool DummySink::IsVideo(char const* codecName) {
+    const Kind kind = KindOf(codecName);
+    return kind == Kind::H264 || kind == Kind::Mpeg4 || kind == Kind::Jpeg;
+}
+
+bool DummySink::IsSound(char const* codecName) {
+    const Kind kind = KindOf(codecName);
+    return kind == Kind::G711 || kind == Kind::Aac;
+}
+
 // The description's parameter sets go before the first slice.
 void DummySink::PrependParameterSets() {
     unsigned count = 0;

@@ -25,6 +25,10 @@ class DummySink : public MediaSink {
                                 unsigned receiveBufferSize, CCtrlParam& param,
                                 EventLoopWatchVariable const& stop);
 
+    /// What frames of that codec are inserted as, whatever medium the description calls them.
+    static bool IsVideo(char const* codecName);
+    static bool IsSound(char const* codecName);
+
     /// Whether a frame has come since setConnected(0).
     int isConnected() const { return m_connected; }
     void setConnected(int value) { m_connected = value; }

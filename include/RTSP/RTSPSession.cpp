@@ -56,8 +56,11 @@ bool IsMedium(const MediaSubsession& subsession, std::string_view medium) {
 constexpr int kVideo = 0;
 constexpr int kSound = 1;
 
-// Of which a session shows and plays one each; -1: neither.
+// Of which a session shows and plays one each; -1: neither. By the codec, as the sink goes by it; by the
+// medium where nothing here plays the codec.
 int KindOf(const MediaSubsession& subsession) {
+    if (DummySink::IsVideo(subsession.codecName())) return kVideo;
+    if (DummySink::IsSound(subsession.codecName())) return kSound;
     return IsMedium(subsession, "video") ? kVideo : IsMedium(subsession, "audio") ? kSound : -1;
 }
 
@@ -412,7 +415,7 @@ void RTSPSession::recordFormat(const MediaSubsession& subsession) {
     } else if (is("PCMU") || is("PCMA")) {
         m_param->audioCodec.Set(AudioCodec::Pcmu);
     }
-    if (IsMedium(subsession, "audio")) m_param->audioSampleRate.Set(subsession.rtpTimestampFrequency());
+    if (KindOf(subsession) == kSound) m_param->audioSampleRate.Set(subsession.rtpTimestampFrequency());
     m_param->streamForm.Set(StreamForm::Bare);
 }
 
