@@ -41,6 +41,9 @@ class DecodeHost {
     virtual bool SuppressDeinterlace() const = 0;
     virtual int DecodeSpeed() const = 0;
 
+    /// Nothing can be shown before the next key frame.
+    virtual void WishKeyFrame() = 0;
+
   protected:
     ~DecodeHost() = default;
 };

@@ -34,6 +34,7 @@ class DecodeLoop final : private DecodeHost {
     bool DeInterlace() const override { return m_param->deInterlace.Get(); }
     bool SuppressDeinterlace() const override { return m_param->suppressDeinterlace.Get(); }
     int DecodeSpeed() const override { return m_param->decodeSpeed.Get(); }
+    void WishKeyFrame() override { m_param->WishKeyFrame(); }
 
     codec::OutputPicture Describe(PictureBuffer& buffer) const;
     bool Fits(PixelSize size) const;

@@ -14,7 +14,12 @@ bool H264Adapter::IsAdmitted(const CompressedFrame& frame, DecodeHost& host) {
 }
 
 bool H264Adapter::Open(const CompressedFrame& frame, DecodeHost& host) {
-    if (m_decoder.Initialise(frame.data, frame.size) != codec::Status::kOk) return false;
+    const codec::Status status = m_decoder.Initialise(frame.data, frame.size);
+    if (status != codec::Status::kOk) {
+        // Only a key frame brings what it begins with. No other one would help where it isn't supported.
+        if (status != codec::Status::kUnsupported) host.WishKeyFrame();
+        return false;
+    }
     m_decoder.SetSpeed(m_speed);
     return host.PrepareFor({m_decoder.Width(), m_decoder.Height()});
 }
@@ -33,6 +38,8 @@ bool H264Adapter::GetPicture(const CompressedFrame& frame, DecodeHost& host) {
 std::optional<std::int64_t> H264Adapter::Decode(const CompressedFrame& frame, DecodeHost& host) {
     if (!host.IsRunning()) return std::nullopt;
     if (host.DecodeSpeed() != m_speed) {
+        // It knows the parameter sets still, but none of the pictures that others refer to.
+        if (m_decoder.IsInitialised()) host.WishKeyFrame();
         m_decoder.Close();
         m_speed = host.DecodeSpeed();
     }
@@ -40,7 +47,10 @@ std::optional<std::int64_t> H264Adapter::Decode(const CompressedFrame& frame, De
     m_decoder.SetMostPixels(host.MostPixels());
     // It also closes itself when memory runs out.
     if (!m_decoder.IsInitialised() && !Open(frame, host)) return std::nullopt;
-    if (!GetPicture(frame, host)) return std::nullopt;
+    if (!GetPicture(frame, host)) {
+        if (!m_decoder.IsInitialised()) host.WishKeyFrame();
+        return std::nullopt;
+    }
     if (host.DeInterlace() && !host.SuppressDeinterlace() &&
         FilterInterlaced(host.Work(), host.Scratch(), host.Size())) {
         host.SwapWorkAndScratch();

@@ -376,7 +376,9 @@ TEST(DecodeLoop, ANewDecodeSpeedStartsOverAtAKeyFrame) {
     for (std::size_t i = 0; i < 4; ++i)
         rig.Play(packets[i], static_cast<std::uint32_t>(i));
     rig.param.decodeSpeed.Set(4);
-    for (std::size_t i = 4; i < 10; ++i)
+    rig.Play(packets[4], 4);
+    EXPECT_TRUE(rig.param.TakeKeyFrameWish());
+    for (std::size_t i = 5; i < 10; ++i)
         rig.Play(packets[i], static_cast<std::uint32_t>(i));
     const auto shown = rig.sink->Shown();
     ASSERT_EQ(shown.size(), 6u);
