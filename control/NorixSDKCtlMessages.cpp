@@ -2,6 +2,7 @@
 
 #include "control/Events.h"
 #include "control/NorixSDKCtl.h"
+#include "control/trust/TrustDialogs.h"
 #include "framework/ScopedVariant.h"
 #include "media/ControlMessages.h"
 #include "ui/AuthenticationDialog.h"
@@ -14,6 +15,11 @@ namespace norix {
 
 namespace {
 
+bool CarriesPointers(UINT message) {
+    return message == WM_OnNewFrame || message == WM_OnRequestFileName || message == WM_OnNewPacket ||
+           message == WM_OnSnapshotData;
+}
+
 /// Once a sent message's data have been copied: the worker that sent it need not wait for the host's handler,
 /// and must not when the handler ends the connection, which waits for the worker.
 void LetSenderGoOn() {
@@ -25,6 +31,11 @@ void LetSenderGoOn() {
 bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     const auto first = static_cast<long>(wParam);
     const auto second = static_cast<long>(lParam);
+    if (CarriesPointers(message) &&
+        !m_session->param.window.IsBeingSent(message, reinterpret_cast<const void*>(wParam),
+                                             reinterpret_cast<const void*>(lParam))) {
+        return true;
+    }
     switch (message) {
         case WM_OnMotionWindowUpdate:
             return true;  // the motion windows are no longer being edited
@@ -154,13 +165,22 @@ void CNorixSDKCtrl::OnShowAuthDialog() {
     // Another rejection may come while the user is still typing.
     if (!m_properties.showUserAuthenticationDialog || m_signInOpen) return;
     m_signInOpen = true;
-    const std::optional<Credentials> entered =
-        AskForCredentials(framework::COleControlModule::Get().Instance(), Handle(), m_properties.serverIP,
-                          {m_properties.username, m_properties.password});
+    const std::vector<protocol::Origin> wanting = m_camera.Who().Wanting(m_camera.WebOrigin());
+    const bool web = m_trust.IsWeb();
+    const std::optional<Credentials> entered = AskForCredentials(
+        framework::COleControlModule::Get().Instance(), Handle(), ForReading(wanting.back().host),
+        web ? ForReading(m_trust.Page().origin) : L"", {m_properties.username, m_properties.password});
     m_signInOpen = false;
     if (!entered) return;
-    m_properties.username = entered->user;
-    m_properties.password = entered->password;
+    for (const protocol::Origin& origin : wanting) {
+        m_camera.Who().Bind(origin, {util::WideToUtf8(entered->user), util::WideToUtf8(entered->password)},
+                            SignIns::Source::kTyped);
+    }
+    if (!web) {
+        m_properties.username = entered->user;
+        m_properties.password = entered->password;
+        m_camera.Who().MarkHostsAsTyped(true);
+    }
     m_connection.OnSignedIn();
 }
 

@@ -113,6 +113,7 @@ PropertySet ControlPersistence::Collect() const {
         if (member.persistence != Persistence::Full) continue;
         ScopedVariant value;
         member.get(m_owner, value);
+        m_owner.OnSaveProperty(member, value);
         properties.values.push_back(FromVariant(member.name, value));
     }
     return properties;
@@ -199,6 +200,7 @@ STDMETHODIMP ControlPersistence::Save(IPropertyBag* bag, BOOL clearDirty, BOOL) 
             if (member.persistence != Persistence::Full) continue;
             ScopedVariant value;
             member.get(m_owner, value);
+            m_owner.OnSaveProperty(member, value);
             const HRESULT result = bag->Write(member.name, &value);
             if (FAILED(result)) return result;
         }

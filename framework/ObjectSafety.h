@@ -35,6 +35,9 @@ class ObjectSafety final : public InterfacePart<Owner, IObjectSafety> {
         return S_OK;
     }
 
+    /// The options that the container has set.
+    DWORD Enabled() const { return m_enabled; }
+
   private:
     static constexpr DWORD kSupported = INTERFACESAFE_FOR_UNTRUSTED_CALLER | INTERFACESAFE_FOR_UNTRUSTED_DATA;
 

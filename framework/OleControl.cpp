@@ -178,6 +178,7 @@ void COleControl::OnDraw(HDC dc, const RECT& bounds) {
 }
 
 void COleControl::OnAmbientPropertyChange(DISPID) {}
+void COleControl::OnSaveProperty(const DispatchMember&, VARIANT&) {}
 
 bool COleControl::OnTranslateAccelerator(const MSG&) {
     return false;

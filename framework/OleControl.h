@@ -98,6 +98,9 @@ class COleControl : public IDispatch, public CWnd {
     /// Tells IPropertyNotifySink sinks that a property has changed.
     void NotifyPropertyChanged(DISPID id);
 
+    /// The value of a property as the container is to keep it; the derived class may take out of it what
+    /// must not lie about.
+    virtual void OnSaveProperty(const DispatchMember& member, VARIANT& value);
     /// Draws the control into any device context; `bounds` are in its logical units.
     virtual void OnDraw(HDC dc, const RECT& bounds);
     /// An ambient property of the container has changed (DISPID_UNKNOWN: any).

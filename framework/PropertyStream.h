@@ -26,7 +26,7 @@ struct PropertySet {
 /// Size of the fixed part that says how many bytes follow it.
 inline constexpr std::size_t kPropertyHeaderSize = 12;
 /// No control needs more; a longer claim is taken for a damaged stream.
-inline constexpr std::uint32_t kMaxPropertyBytes = 64u * 1024 * 1024;
+inline constexpr std::uint32_t kMaxPropertyBytes = 1u << 20;
 
 /// Header and body. All numbers are little-endian. The header is the magic "NXPS", the format version (1)
 /// and the byte length of the body. The body holds the extent (two int32), the number of values (uint32)

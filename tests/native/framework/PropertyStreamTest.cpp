@@ -81,7 +81,7 @@ TEST(PropertyStream, RefusesHeadersOfAnythingElse) {
     EXPECT_FALSE(DecodePropertyHeader(Header(stream).first(11)));
     EXPECT_FALSE(DecodePropertyHeader(std::span(stream).first(13)));
 
-    Bytes limit = {'N', 'X', 'P', 'S', 1, 0, 0, 0, 0, 0, 0, 4};  // 64 MiB
+    Bytes limit = {'N', 'X', 'P', 'S', 1, 0, 0, 0, 0, 0, 0x10, 0};  // 1 MiB
     EXPECT_EQ(DecodePropertyHeader(limit), kMaxPropertyBytes);
     limit[8] = 1;
     EXPECT_FALSE(DecodePropertyHeader(limit));

@@ -19,7 +19,10 @@ class Messages : public ControlTest {
     void SendFrame(std::span<const unsigned char> bytes, std::uint32_t type = 1, std::uint32_t signal = 1,
                    UINT message = WM_OnNewFrame) {
         const NewFrameDescription frame = {type, signal, static_cast<std::uint32_t>(bytes.size())};
-        Send(message, reinterpret_cast<WPARAM>(&frame), reinterpret_cast<LPARAM>(bytes.data()));
+        FromWorker(static_cast<ControlMessage>(message), &frame, bytes.data());
+    }
+    void FromWorker(ControlMessage message, const void* wParam, const void* lParam) {
+        Control().Session().param.window.Send(message, wParam, lParam);
     }
 };
 
@@ -63,8 +66,14 @@ TEST_F(Messages, FramesTravelAsBytes) {
     EXPECT_EQ(Host().Take(), (Texts{"OnNewFrame(0, 4, false, &{[00 FF 7F 80]})",
                                     "OnNewFrame(1, 1, true, &{[00]})", "OnNewFrame(1, 0, true, &{[]})"}));
     const NewFrameDescription frame = {0, 1, 4};
-    Send(WM_OnNewFrame, 0, reinterpret_cast<LPARAM>(kBytes));
-    Send(WM_OnNewFrame, reinterpret_cast<WPARAM>(&frame), 0);
+    FromWorker(WM_OnNewFrame, nullptr, kBytes);
+    FromWorker(WM_OnNewFrame, &frame, nullptr);
+    // Nobody but a worker is believed where pointers are concerned.
+    Send(WM_OnNewFrame, reinterpret_cast<WPARAM>(&frame), reinterpret_cast<LPARAM>(kBytes));
+    Send(WM_OnNewFrame, 0x10000, 0x10000);
+    Send(WM_OnSnapshotData, 0x10000, 0x10000);
+    Send(WM_OnRequestFileName, 0x10000);
+    Send(WM_OnNewPacket, 0x10000, 0x10000);
     SendFrame(kBytes, 0, 0, WM_OnNewPacket);  // packets have no event
     EXPECT_EQ(Host().Take(), Texts());
 }
@@ -72,9 +81,9 @@ TEST_F(Messages, FramesTravelAsBytes) {
 TEST_F(Messages, SnapshotsTravelAsBytesWithTheirFormat) {
     Create().Session().param.pictureFormat.Set(2);
     const SnapshotDescription picture = {640, 480, sizeof kBytes};
-    Send(WM_OnSnapshotData, reinterpret_cast<WPARAM>(kBytes), reinterpret_cast<LPARAM>(&picture));
-    Send(WM_OnSnapshotData, 0, reinterpret_cast<LPARAM>(&picture));
-    Send(WM_OnSnapshotData, reinterpret_cast<WPARAM>(kBytes), 0);
+    FromWorker(WM_OnSnapshotData, kBytes, &picture);
+    FromWorker(WM_OnSnapshotData, nullptr, &picture);
+    FromWorker(WM_OnSnapshotData, kBytes, nullptr);
     EXPECT_EQ(Host().Take(), Texts{"OnNotifySnapshotData(2, 640, 480, 4, &{[00 FF 7F 80]})"});
 }
 
@@ -83,8 +92,8 @@ TEST_F(Messages, FileNamesAreOfferedAndMayBeReplaced) {
     const SYSTEMTIME early = {2024, 3, 2, 5, 7, 8, 9, 12};
     const SYSTEMTIME late = {2031, 12, 3, 31, 23, 59, 59, 999};
     for (const SYSTEMTIME* time : {&early, &late})
-        Send(WM_OnRequestFileName, reinterpret_cast<WPARAM>(time));
-    Send(WM_OnRequestFileName, 0);
+        FromWorker(WM_OnRequestFileName, time, nullptr);
+    FromWorker(WM_OnRequestFileName, nullptr, nullptr);
     EXPECT_EQ(Host().Take(), (Texts{"OnRequestFileName(&{\"2024_03_05_07_08_09_12\"})",
                                     "OnRequestFileName(&{\"2031_12_31_23_59_59_999\"})"}));
 
@@ -99,7 +108,7 @@ TEST_F(Messages, FileNamesAreOfferedAndMayBeReplaced) {
         name.vt = VT_UNKNOWN;
         name.punkVal = object;
     };
-    Send(WM_OnRequestFileName, reinterpret_cast<WPARAM>(&early));
+    FromWorker(WM_OnRequestFileName, &early, nullptr);
     EXPECT_EQ(object->Release(), 0u);
 }
 
@@ -167,7 +176,8 @@ TEST_F(Messages, ControlMayGoInsideTheHandler) {
         control->Release();
     };
     const NewFrameDescription frame = {0, 1, sizeof kBytes};
-    SendMessageW(window, WM_OnNewFrame, reinterpret_cast<WPARAM>(&frame), reinterpret_cast<LPARAM>(kBytes));
+    const auto session = control->SharedSession();  // as a worker holds it
+    session->param.window.Send(WM_OnNewFrame, &frame, kBytes);
     EXPECT_FALSE(IsWindow(window));
     EXPECT_EQ(host.Events().size(), 1u);
 }
