@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "protocol/HostRoute.h"
+
 namespace norix {
 
 /// One request to a camera's web server. Text is UTF-8 or bytes as they go on the wire.
@@ -17,6 +19,7 @@ struct HttpRequest {
     std::string path;     // with its query, from the first slash on
     std::string headers;  // whole lines, each with CR LF
     std::string body;
+    protocol::HostRoute route;     // where redirections may lead; `host` itself has been routed
     std::size_t maxReply = 80000;  // bytes of the body that are taken; the rest is not read
 };
 

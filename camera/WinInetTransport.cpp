@@ -50,6 +50,14 @@ HttpReply Ask(std::optional<WinInetExchange>& exchange, ExchangeWatch& watch, co
     return exchange->Send(request, authorization, pinned ? Certificates::Vouched : Certificates::Pinned);
 }
 
+// Where a redirection leads to, if it may.
+bool Route(HttpRequest& request) {
+    if (!request.route) return true;
+    const auto connectTo = request.route(request.host);
+    if (connectTo && !request.secure) request.host = *connectTo;
+    return connectTo.has_value();
+}
+
 // Asks until there is a reply that wants nothing more of us.
 void Converse(HttpRequest request, bool allowSelfSigned, ExchangeWatch& watch) {
     std::optional<WinInetExchange> exchange;
@@ -66,7 +74,7 @@ void Converse(HttpRequest request, bool allowSelfSigned, ExchangeWatch& watch) {
             if (answer) continue;
         }
         if (redirections < net::kMaxRedirections) {
-            if (auto next = FollowRedirection(request, reply)) {
+            if (auto next = FollowRedirection(request, reply); next && Route(*next)) {
                 ++redirections;
                 request = std::move(*next);
                 answer.reset();

@@ -54,8 +54,18 @@ UserChoices ControlAsConnectionHost::ReadUserChoices() {
     return {options.video, options.protocol};
 }
 
-bool ControlAsConnectionHost::MayReach(const std::string&) {
-    return true;
+protocol::HostRoute ControlAsConnectionHost::Route() const {
+    return
+        [reach = m_control.Trust().Connections()](const std::string& host) { return reach->Resolve(host); };
+}
+bool ControlAsConnectionHost::MayReachGroups() {
+    return m_control.Trust().AdmitGroups();
+}
+bool ControlAsConnectionHost::IsTrusted() {
+    return !m_control.Trust().IsWeb();
+}
+bool ControlAsConnectionHost::MayReach(const std::string& host) {
+    return m_control.Trust().Admit(host);
 }
 
 bool ControlAsConnectionHost::WaitForWindow() {

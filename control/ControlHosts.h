@@ -19,6 +19,9 @@ class ControlAsConnectionHost final : public ConnectionHost {
     void SetServerIP(const std::string& host) override;
     UserChoices ReadUserChoices() override;
     bool MayReach(const std::string& host) override;
+    bool MayReachGroups() override;
+    bool IsTrusted() override;
+    protocol::HostRoute Route() const override;
     bool WaitForWindow() override;
     bool HasWindow() const override;
     void StartTimer(ConnectionTimer timer, unsigned milliseconds) override;

@@ -7,6 +7,7 @@
 #include "codec/StaticInit.h"
 #include "control/Events.h"
 #include "control/Identity.h"
+#include "control/connection/StreamAddress.h"
 #include "control/resource.h"
 #include "framework/EntryPoint.h"
 #include "media/ControlMessages.h"
@@ -62,7 +63,11 @@ IUnknown* CNorixSDKCtrl::CNorixSDKCtrlFactory::CreateObject() {
 
 // ---- Construction and destruction
 
-CNorixSDKCtrl::CNorixSDKCtrl() : COleControl(kControl, Table()), m_objectSafety(*this) {
+CNorixSDKCtrl::CNorixSDKCtrl()
+    : COleControl(kControl, Table()), m_objectSafety(*this), m_trust([this] {
+          const bool untrusted = (m_objectSafety.Enabled() & INTERFACESAFE_FOR_UNTRUSTED_CALLER) != 0;
+          return TrustGuard::Host{Embedding().Site(), untrusted, Handle()};
+      }) {
     util::ReadLogSwitches();
     net::rememberServersInRegistry();
     const std::string version = util::ModuleVersion(framework::COleControlModule::Get().Instance())
@@ -151,10 +156,13 @@ bool CNorixSDKCtrl::WaitForWindowCreation() {
             PostQuitMessage(static_cast<int>(message.wParam));  // for the host's own loop
             return false;
         }
+        // What the user types into the host stays out of the log.
+        const bool typed = message.message >= WM_KEYFIRST && message.message <= WM_KEYLAST;
         NORIX_LOG(
             "CNorixSDKCtrl::WaitForWindowCreation", 1,
             "CNorixSDKCtrl::WaitForWindowCreation(), PumpMessage(id=0x%08x, wParam=0x%08x, lParam=0x%08x)",
-            message.message, static_cast<unsigned>(message.wParam), static_cast<unsigned>(message.lParam));
+            message.message, typed ? 0u : static_cast<unsigned>(message.wParam),
+            typed ? 0u : static_cast<unsigned>(message.lParam));
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }
@@ -186,6 +194,16 @@ void CNorixSDKCtrl::OnAmbientPropertyChange(DISPID id) {
     VARIANT dead;
     m_userInterfaceDead =
         Embedding().GetAmbient(DISPID_AMBIENT_UIDEAD, VT_BOOL, dead) && dead.boolVal != VARIANT_FALSE;
+}
+
+// What a container saves may be sent around: the passwords of addresses stay here.
+void CNorixSDKCtrl::OnSaveProperty(const framework::DispatchMember& member, VARIANT& value) {
+    constexpr DISPID kMediaServiceUri = 74;
+    constexpr DISPID kStreamUri = 76;
+    if (member.id != kMediaServiceUri && member.id != kStreamUri) return;
+    const std::string address = util::WideToUtf8(framework::AutomationType<framework::Text>::Read(value));
+    VariantClear(&value);
+    framework::WriteVariant<framework::Text>(value, util::Utf8ToWide(WithoutPassword(address)));
 }
 
 LRESULT CNorixSDKCtrl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {

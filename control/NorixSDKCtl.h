@@ -16,6 +16,7 @@
 #include "control/connection/Connection.h"
 #include "control/connection/SessionContext.h"
 #include "control/connection/WindowsMeans.h"
+#include "control/trust/TrustGuard.h"
 #include "control/view/DrawingCommands.h"
 #include "control/view/FullScreen.h"
 #include "control/view/MouseEvents.h"
@@ -66,6 +67,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     void FinishRecording();
     void OnRecordStatus(long status);
     CameraLink& Camera() { return m_camera; }
+    TrustGuard& Trust() { return m_trust; }
     Connection& ConnectionState() { return m_connection; }
     StatusView& Status() { return m_statusView; }
     ViewCommands& Commands() { return m_viewCommands; }
@@ -93,6 +95,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     // ---- Properties: change handlers and accessors
 
     void OnPropertyModified() { SetModifiedFlag(); }
+    void OnSignInChanged();
     void OnMotionEditModeChanged();
     void OnEnableAudioControlChanged();
     void OnMagicCodeChanged();
@@ -190,6 +193,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
     void OnDraw(HDC dc, const RECT& bounds) override;
     void OnAmbientPropertyChange(DISPID id) override;
+    void OnSaveProperty(const framework::DispatchMember& member, VARIANT& value) override;
 
   private:
     HRESULT OnCreate();
@@ -233,10 +237,11 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     const std::shared_ptr<SessionContext> m_session =
         std::make_shared<SessionContext>();  // its threads' as well
     std::optional<HostPage> m_page;
+    TrustGuard m_trust;
     Recorder m_recorder{m_session->param};
     ControlAsConnectionHost m_connectionHost{*this};
     ControlAsViewHost m_viewHost{*this};
-    WindowsMeans m_means{m_session};
+    WindowsMeans m_means{m_session, m_trust.Connections()};
     CameraLink m_camera{m_connectionHost, m_means};
     StatusView m_statusView;
     MouseEvents m_mouse{m_viewHost};

@@ -39,6 +39,11 @@ long ParsePort(const Text& text) {
 
 // ---- Change handlers and accessors
 
+void CNorixSDKCtrl::OnSignInChanged() {
+    m_camera.Who().OnHostChange();
+    SetModifiedFlag();
+}
+
 void CNorixSDKCtrl::OnMotionEditModeChanged() {
     WaitForWindowCreation();
     SetModifiedFlag();
@@ -205,23 +210,31 @@ short CNorixSDKCtrl::SaveClientSetting() {
 }  // no settings dialog is open
 
 void CNorixSDKCtrl::SetClientReg(const Text& model, long channel, const Text& name, const Text& value) {
+    if (m_trust.IsWeb()) {
+        m_trust.Store().SetClientValue(model, static_cast<int>(channel), name, value);
+        return;
+    }
     util::SetClientValue(model, static_cast<int>(channel), name, value);
 }
 
 Text CNorixSDKCtrl::GetClientReg(const Text& model, long channel, const Text& name,
                                  const Text& defaultValue) {
+    if (m_trust.IsWeb())
+        return m_trust.Store().GetClientValue(model, static_cast<int>(channel), name, defaultValue);
     return util::GetClientValue(model, static_cast<int>(channel), name, defaultValue);
 }
 
 // ---- Camera commands
 
 Text CNorixSDKCtrl::HttpCommand(const Text& sendType, const Text& server, const Text& url, bool wantReply) {
-    return m_camera.Commands().HttpCommand(util::WideToUtf8(sendType), util::WideToUtf8(server),
-                                           util::WideToUtf8(url), wantReply);
+    if (!server.empty() && !m_trust.Admit(util::WideToUtf8(server))) return L"Error";
+    const std::string host = util::WideToUtf8(server);
+    return m_camera.CommandsFor(host).HttpCommand(util::WideToUtf8(sendType), host, util::WideToUtf8(url),
+                                                  wantReply);
 }
 
 Text CNorixSDKCtrl::GetServerModelType() {
-    if (m_properties.serverModelType.empty())
+    if (m_properties.serverModelType.empty() && m_trust.Admit(util::WideToUtf8(m_properties.serverIP)))
         m_properties.serverModelType = m_camera.Commands().ServerModelType();
     return m_properties.serverModelType;
 }
@@ -241,7 +254,11 @@ void CNorixSDKCtrl::SaveSnapShot(const Text& path, const Text& name, bool automa
     GetLocalTime(&now);
     const SnapshotTime time{now.wYear,   now.wMonth,  now.wDay,         now.wHour,
                             now.wMinute, now.wSecond, now.wMilliseconds};
-    m_session->param.snapshots.RequestFile({path, SnapshotFileName(name, automatic, time)});
+    const bool web = m_trust.IsWeb();
+    const std::wstring root = web ? m_trust.FileFolder() : std::wstring();
+    if (web && root.empty()) return;
+    m_session->param.snapshots.RequestFile(
+        {path, SnapshotFileName(name, automatic, time), m_trust.Level(), root});
 }
 void CNorixSDKCtrl::GetSnapshotData(long format) {
     m_session->param.snapshots.RequestData(format);

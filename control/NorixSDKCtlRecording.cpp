@@ -16,6 +16,14 @@ void CNorixSDKCtrl::SetReportWindow(HWND window) {
 }
 
 long CNorixSDKCtrl::StartRecording(short format) {
+    // A page records below the folder that the user picks for it, or not at all.
+    const bool web = m_trust.IsWeb();
+    const std::wstring root = web ? m_trust.FileFolder() : std::wstring();
+    if (web && root.empty()) {
+        OnRecordStatus(ersPathInvalid);
+        return E_ACCESSDENIED;
+    }
+    m_recorder.SetRights(m_trust.Level(), root);
     ApplyRecordSettings();
     return m_recorder.Start(static_cast<RecordFormat>(format)) ? S_OK : E_OUTOFMEMORY;
 }

@@ -8,6 +8,7 @@ namespace {
 
 struct DialogState {
     const std::wstring& server;
+    const std::wstring& page;
     Credentials credentials;
 };
 
@@ -29,6 +30,8 @@ void CentreOver(HWND dialog, HWND owner) {
 
 void OnInitDialog(HWND dialog, DialogState& state) {
     SetDlgItemTextW(dialog, IDC_AUTHENTICATION_SERVER, state.server.c_str());
+    SetDlgItemTextW(dialog, IDC_AUTHENTICATION_PAGE, state.page.c_str());
+    if (!state.page.empty()) SetDlgItemTextW(dialog, IDC_AUTHENTICATION_PAGE_LABEL, L"For page:");
     SetDlgItemTextW(dialog, IDC_AUTHENTICATION_USER, state.credentials.user.c_str());
     SetDlgItemTextW(dialog, IDC_AUTHENTICATION_PASSWORD, state.credentials.password.c_str());
     CentreOver(dialog, GetParent(dialog));
@@ -61,8 +64,8 @@ INT_PTR CALLBACK DialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lPa
 }  // namespace
 
 std::optional<Credentials> AskForCredentials(HINSTANCE module, HWND owner, const std::wstring& server,
-                                             const Credentials& initial) {
-    DialogState state{server, initial};
+                                             const std::wstring& page, const Credentials& initial) {
+    DialogState state{server, page, initial};
     const INT_PTR answer = DialogBoxParamW(module, MAKEINTRESOURCEW(IDD_AUTHENTICATION), owner, &DialogProc,
                                            reinterpret_cast<LPARAM>(&state));
     if (answer != IDOK) return std::nullopt;

@@ -14,8 +14,9 @@ struct Credentials {
 };
 
 /// Asks for user name and password of the camera `server` in a modal dialog over `owner`, beginning with
-/// `initial`. Nothing when the user cancels. Window thread; runs a message loop.
+/// `initial`. `page`, if not empty, is the page that the control stands in. Nothing when the user cancels.
+/// Window thread; runs a message loop.
 std::optional<Credentials> AskForCredentials(HINSTANCE module, HWND owner, const std::wstring& server,
-                                             const Credentials& initial);
+                                             const std::wstring& page, const Credentials& initial);
 
 }  // namespace norix

@@ -18,8 +18,11 @@ void CameraInquiry::Run() {
     onvif.host = access.serverIP;
     onvif.port = static_cast<std::uint16_t>(access.https ? access.httpsPort : access.httpPort);
     onvif.secure = access.https;
-    onvif.user = access.username;
-    onvif.password = access.password;
+    // An address of its own has a sign-in of its own.
+    if (onvif.mediaServiceUri.empty()) {
+        onvif.user = access.username;
+        onvif.password = access.password;
+    }
     onvif.protocol = static_cast<std::uint32_t>(protocol);
     KsOnvifResult result = kKsOnvifOk;
     stream = AskOnvif(services->Onvif(), onvif, &result);

@@ -9,6 +9,8 @@
 #include "control/Enumerations.h"
 #include "control/connection/ConnectionMeans.h"
 
+#include "protocol/Origin.h"
+
 namespace norix {
 
 /// One round of questions to a camera before a stream is received: what it is, and where its ONVIF service
@@ -26,6 +28,7 @@ struct CameraInquiry {
 
     // What to ask
     CameraCommands commands;
+    protocol::Origin asked;  // the web server that `commands` begin with
     StreamSelection selection;
     EConnectProtocol protocol = ecpUDP;
     bool streamKnown = false;  // the host has said where the stream is: nobody is asked for that

@@ -1,20 +1,46 @@
 #include "control/connection/CameraLink.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "protocol/Url.h"
 
 namespace norix {
 
-SignIn CameraLink::CurrentSignIn() const {
-    const ConnectionSettings settings = m_host.Settings();
-    if (settings.username.empty()) return m_fallback;
-    return {settings.username, settings.password};
+namespace {
+
+protocol::Origin OriginOf(const CameraAccess& access, const std::string& host) {
+    const std::int32_t port = access.https ? access.httpsPort : access.httpPort;
+    return protocol::makeOrigin(access.https ? "https" : "http", host, static_cast<std::uint16_t>(port));
 }
 
-SignIn CameraLink::SignInFor(const protocol::Origin&) const {
-    return CurrentSignIn();
+}  // namespace
+
+SignIns& CameraLink::Who() {
+    const ConnectionSettings settings = m_host.Settings();
+    m_signIns.SetHosts({settings.username, settings.password});
+    return m_signIns;
+}
+
+SignIn CameraLink::SignInFor(const protocol::Origin& place) {
+    SignIns& who = Who();
+    if (!who.HostSignsIn() && !who.IsBound(place)) {
+        if (auto saved = m_means.LoadSignIn(place))
+            who.Bind(place, std::move(*saved), SignIns::Source::kFound);
+    }
+    return who.For(place);
+}
+
+protocol::Origin CameraLink::WebOrigin() {
+    const CameraAccess& access = Commands().access;
+    return OriginOf(access, access.serverIP);
 }
 
 CameraCommands& CameraLink::Commands() {
+    return CommandsFor(m_host.Settings().serverIP);
+}
+
+CameraCommands& CameraLink::CommandsFor(const std::string& host) {
     const ConnectionSettings settings = m_host.Settings();
     CameraAccess& access = m_commands.access;
     if (settings.serverIP != access.serverIP) {
@@ -29,9 +55,7 @@ CameraCommands& CameraLink::Commands() {
         access.https = true;
         access.httpsPort = settings.pagePort;
     }
-    const SignIn signIn = SignInFor(
-        protocol::makeOrigin(access.https ? "https" : "http", access.serverIP,
-                             static_cast<std::uint16_t>(access.https ? access.httpsPort : access.httpPort)));
+    const SignIn signIn = Who().For(OriginOf(access, host));
     access.username = signIn.user;
     access.password = signIn.password;
     access.ignoreCaption = settings.ignoreCaption;
@@ -51,6 +75,12 @@ std::shared_ptr<CameraInquiry> CameraLink::Prepare(const StreamSelection& select
     inquiry->protocol = protocol;
     inquiry->streamKnown = !settings.streamUri.empty();
     inquiry->onvif.mediaServiceUri = settings.mediaServiceUri;
+    if (const auto service = protocol::parseUrl(settings.mediaServiceUri)) {
+        const SignIn signIn = SignInFor(protocol::originOf(*service));
+        inquiry->onvif.user = signIn.user;
+        inquiry->onvif.password = signIn.password;
+    }
+    inquiry->asked = OriginOf(commands.access, commands.access.serverIP);
     inquiry->onvif.profileToken = settings.profileToken;
     inquiry->onvif.streamIndex = static_cast<std::uint32_t>(std::max(settings.stream, 1));
     return inquiry;
@@ -61,6 +91,16 @@ void CameraLink::Take(const CameraInquiry& inquiry) {
     // The host may have named another camera meanwhile.
     if (!inquiry.ran || m_host.Settings().serverIP != access.serverIP) return;
     m_commands.TakeFacts(inquiry.commands);
+    const protocol::Origin answered = OriginOf(access, access.serverIP);
+    const SignIn signIn{access.username, access.password};
+    // A camera that names another port of its own has been told already who asks.
+    if (m_signIns.IsBound(inquiry.asked) && !m_signIns.IsBound(answered))
+        m_signIns.Bind(answered, signIn, SignIns::Source::kFound);
+    if (inquiry.outcome.unauthorized) {
+        m_signIns.RefusedBy(answered);
+    } else if (inquiry.outcome.reached) {
+        m_signIns.Told(answered, signIn);
+    }
     m_known = {access.serverIP, access.httpPort};
     m_host.SetHttpPort(access.httpPort);
     m_commands.access.serverIP = access.serverIP;

@@ -8,7 +8,7 @@
 #include "control/connection/CameraInquiry.h"
 #include "control/connection/ConnectionHost.h"
 #include "control/connection/ConnectionMeans.h"
-#include "control/connection/SignIn.h"
+#include "control/connection/SignIns.h"
 #include "protocol/Origin.h"
 
 namespace norix {
@@ -35,19 +35,22 @@ class CameraLink {
     /// Asks the camera for a key frame beside the window's thread; nobody hears whether it did.
     void RequestKeyFrame(std::int32_t channel, std::int32_t stream);
 
-    /// Whom requests are signed by while the property `username` is empty.
-    void SetFallbackSignIn(const SignIn& signIn) { m_fallback = signIn; }
-    /// Whom requests are signed by now, wherever they go.
-    SignIn CurrentSignIn() const;
-    /// Whom a request to this place is signed by: the one place where that is decided.
-    SignIn SignInFor(const protocol::Origin& place) const;
+    /// The command channel for another server: with the sign-in of that one, if any.
+    CameraCommands& CommandsFor(const std::string& host);
+
+    /// Where the camera's web server is, as the properties and the camera say.
+    protocol::Origin WebOrigin();
+    /// Who signs in where, with what the properties say now.
+    SignIns& Who();
+    /// Who signs in at this place: the one place where that is decided. Looks for a saved sign-in.
+    SignIn SignInFor(const protocol::Origin& place);
 
   private:
     static constexpr std::int32_t kDefaultHttpsPort = 443;
 
     CameraHost& m_host;
     ConnectionMeans& m_means;
-    SignIn m_fallback;
+    SignIns m_signIns;
     const std::shared_ptr<CameraServices> m_services;
     CameraCommands m_commands;
     std::pair<std::string, std::int32_t> m_known;  // host and port of the camera last read

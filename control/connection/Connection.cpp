@@ -137,7 +137,11 @@ void Connection::Start() {
     m_attempt.protocol = ChooseProtocol(settings.videoProtocol, choices.protocol);
     m_attempt.media = ChooseMedia(settings.mediaType);
     m_attempt.selection = {settings.channel, settings.stream, PreferredCodec(choices.video)};
-    if (!settings.serverIP.empty() && !m_host.MayReach(settings.serverIP)) return Fail();
+    const unsigned number = m_attempts;
+    const bool allowed = MayReachAll();
+    // The user may have been asked, and the host may have ended the attempt meanwhile.
+    if (!IsCurrent(number)) return;
+    if (!allowed) return Fail();
 
     const bool push = settings.onPage && m_attempt.protocol == ecpMulticastPush;
     if (push) return StartStream();
@@ -145,29 +149,76 @@ void Connection::Start() {
     StartStream();
 }
 
-/// An address that the host has set says where the camera is, unless a page does, and perhaps who asks.
-void Connection::LocateCamera() {
-    ConnectionSettings settings = m_host.Settings();
-    SignIn signIn;
-    if (!settings.onPage) {
-        if (const auto location = norix::LocateCamera(settings.streamUri, settings.mediaServiceUri)) {
-            settings.serverIP = location->host;
-            m_host.SetServerIP(location->host);
-            if (location->httpPort) m_host.SetHttpPort(*location->httpPort);
-            signIn = {location->user, location->password};
-        }
+/// Whether the host may reach all that the attempt begins with.
+bool Connection::MayReachAll() {
+    const ConnectionSettings settings = m_host.Settings();
+    if (!settings.serverIP.empty() && !m_host.MayReach(settings.serverIP)) return false;
+    for (const std::string& address : {settings.streamUri, settings.mediaServiceUri}) {
+        const auto url = protocol::parseUrl(address);
+        if (url && !m_host.MayReach(url->host)) return false;
     }
-    if (settings.username.empty() && signIn.user.empty()) {
-        const util::CTimeDiff timing("CNorixSDKCtrl::GetUserAuthentication()");
-        signIn = m_means.LoadSignIn(settings.serverIP).value_or(SignIn());
+    if (m_attempt.protocol == ecpMulticastPush) {
+        const MulticastInfo info = m_session->param.multicast.Get();
+        return std::all_of(info.streams.begin(), info.streams.end(), [&](const MulticastAddress& stream) {
+            return stream.group.empty() || m_host.MayReach(stream.group);
+        });
     }
-    m_camera.SetFallbackSignIn(signIn);
+    return m_attempt.protocol != ecpMulticast || m_host.MayReachGroups();
 }
 
-void Connection::SaveSignIn() {
+/// An address that the host has set says where the camera is, unless a page does, and perhaps who asks.
+void Connection::LocateCamera() {
+    const ConnectionSettings settings = m_host.Settings();
+    SignIns& who = m_camera.Who();
+    who.BeginAttempt();
+    who.ForgetFound();
+    if (!settings.onPage) {
+        if (const auto location = norix::LocateCamera(settings.streamUri, settings.mediaServiceUri)) {
+            m_host.SetServerIP(location->host);
+            if (location->httpPort) m_host.SetHttpPort(*location->httpPort);
+            BindAddressSignIn(*location);
+        }
+    }
+    if (who.HostSignsIn()) return;
+    const util::CTimeDiff timing("CNorixSDKCtrl::GetUserAuthentication()");
+    m_camera.SignInFor(m_camera.WebOrigin());
+}
+
+/// A sign-in that stands in the address is the camera's, at its web server and its stream.
+void Connection::BindAddressSignIn(const CameraLocation& location) {
+    SignIns& who = m_camera.Who();
+    if (location.user.empty() || who.HostSignsIn()) return;
+    SignIn signIn = {location.user, location.password};
+    if (signIn.password.empty()) {
+        // The password is left out of addresses that containers save.
+        auto saved = m_means.LoadSignIn(location.origin);
+        if (saved && saved->user == signIn.user) signIn = std::move(*saved);
+    }
+    for (const protocol::Origin& origin : {location.origin, m_camera.WebOrigin()})
+        if (!who.IsBound(origin)) who.Bind(origin, signIn, SignIns::Source::kFound);
+}
+
+/// Who signs in at the stream's server. Where the camera itself has said where its stream is, that is whoever
+/// signs in at the camera.
+SignIn Connection::StreamSignIn(const protocol::Origin& stream) {
+    SignIn signIn = m_camera.SignInFor(stream);
+    SignIns& who = m_camera.Who();
+    const protocol::Origin web = m_camera.WebOrigin();
+    if (signIn.user.empty() && m_host.Settings().streamUri.empty() && web.host == stream.host) {
+        signIn = who.For(web);
+        if (who.IsBound(web)) who.Bind(stream, signIn, SignIns::Source::kFound);
+    }
+    who.Told(stream, signIn);
+    return signIn;
+}
+
+/// What a connection was made with is worth keeping; but no page's own sign-ins among the user's.
+void Connection::SaveSignIns() {
     const util::CTimeDiff timing("CNorixSDKCtrl::SetUserAuthentication()");
-    const SignIn signIn = m_camera.CurrentSignIn();
-    if (!signIn.user.empty()) m_means.SaveSignIn(m_host.Settings().serverIP, signIn);
+    for (const SignIns::Telling& telling : m_camera.Who().Tellings()) {
+        if (!telling.signIn.user.empty() && (telling.bound || m_host.IsTrusted()))
+            m_means.SaveSignIn(telling.origin, telling.signIn);
+    }
 }
 
 void Connection::NextStep() {
@@ -275,7 +326,6 @@ void Connection::StartStream() {
         return;
     }
     if (!StartRtsp()) return Fail();
-    SaveSignIn();
     NORIX_LOG("CNorixSDKCtrl::Connect", 1, "CNorixSDKCtrl::Connect(%s) ends",
               m_host.Settings().serverIP.c_str());
     End(0);
@@ -324,9 +374,15 @@ bool Connection::StartHttp() {
     HttpSource source;
     source.host = access.serverIP;
     source.port = static_cast<std::uint16_t>(access.httpPort);
-    const SignIn signIn = m_camera.SignInFor(protocol::makeOrigin("http", source.host, source.port));
+    const SignIn signIn = StreamSignIn(protocol::makeOrigin("http", source.host, source.port));
     source.user = signIn.user;
     source.password = signIn.password;
+    source.route = m_host.Route();
+    if (source.route) {
+        const auto host = source.route(source.host);
+        if (!host) return false;
+        source.host = *host;
+    }
     if (m_attempt.media != MediaType::Audio) source.videoPath = "/kest-cgi/mjpeg.cgi" + query;
     if (m_attempt.media != MediaType::Video) source.audioPath = "/kest-cgi/pcmu.cgi" + query;
     source.timeoutMs = m_host.Settings().timeoutMs;
@@ -344,12 +400,19 @@ bool Connection::StartRtsp() {
     source.protocol = m_attempt.protocol;
     if (const auto url = protocol::parseUrl(source.streamUri)) {
         if (!m_host.MayReach(url->host)) return false;
-        const SignIn signIn = m_camera.SignInFor(protocol::originOf(*url));
+        const bool tunnelled = m_attempt.protocol == ecpHTTP;
+        const SignIn signIn = StreamSignIn(
+            tunnelled ? protocol::makeOrigin("http", url->host, static_cast<std::uint16_t>(access.httpPort))
+                      : protocol::originOf(*url));
         source.userName = signIn.user;
         source.password = signIn.password;
-    } else {
-        source.userName = access.username;
-        source.password = access.password;
+        if (const protocol::HostRoute route = m_host.Route()) {
+            const auto routed = RouteStreamUri(source.streamUri, route);
+            if (!routed) return false;
+            source.streamUri = *routed;
+        }
+    } else if (!push) {
+        return false;
     }
     source.tunnelOverHttpPort = static_cast<unsigned>(access.httpPort);
     constexpr std::int64_t kMicroseconds = 1000;
@@ -529,6 +592,8 @@ void Connection::HandleStatus(EConnectStatus status) {
     }
     ShowStatus(status);
     if (status == ecsUserAuthenticationFail) m_host.AskForSignIn();
+
+    if (status == ecsConnected) SaveSignIns();
 
     m_status = status;
     m_host.FireStatus(status);

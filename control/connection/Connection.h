@@ -14,6 +14,9 @@
 #include "control/connection/StreamReception.h"
 #include "media/FrameRateMeter.h"
 
+#include "control/connection/SignIn.h"
+#include "control/connection/StreamAddress.h"
+
 namespace norix {
 
 class CDecoder;
@@ -96,7 +99,10 @@ class Connection {
     bool Begin();
     void Start();
     void LocateCamera();
-    void SaveSignIn();
+    bool MayReachAll();
+    void BindAddressSignIn(const CameraLocation& location);
+    SignIn StreamSignIn(const protocol::Origin& stream);
+    void SaveSignIns();
     bool Ask();
     void TakeInquiry(const CameraInquiry& inquiry);
     void StartStream();

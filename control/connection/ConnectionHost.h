@@ -12,6 +12,8 @@
 #include "protocol/Origin.h"
 #include "render/present/StatusPictureKind.h"
 
+#include "protocol/HostRoute.h"
+
 namespace norix {
 
 /// The properties that a connection reads, as they are at the moment. UTF-8.
@@ -73,6 +75,12 @@ class ConnectionHost : public CameraHost {
 
     /// Whether anybody may be reached at all under this address, asked before something is sent there.
     virtual bool MayReach(const std::string& host) = 0;
+    /// The same for the multicast groups that a camera names.
+    virtual bool MayReachGroups() { return true; }
+    /// Whether the host is a program, or as good as one.
+    virtual bool IsTrusted() { return true; }
+    /// For the threads of a connection: what to connect to where an address names a host.
+    virtual protocol::HostRoute Route() const { return {}; }
 
     /// Returns once there is, or was, a window, dispatching messages meanwhile; false when the program ends
     /// instead.

@@ -13,6 +13,8 @@
 #include "control/connection/SignIn.h"
 #include "control/connection/StreamReception.h"
 
+#include "protocol/Origin.h"
+
 namespace norix {
 
 /// What asks a camera's web server. Made anew for every conversation that runs beside the window's thread, so
@@ -42,8 +44,8 @@ class ConnectionMeans {
     virtual std::shared_ptr<StreamReception> MakeReception() = 0;
     virtual std::shared_ptr<CameraServices> MakeCameraServices() = 0;
 
-    virtual std::optional<SignIn> LoadSignIn(const std::string& server) = 0;
-    virtual void SaveSignIn(const std::string& server, const SignIn& signIn) = 0;
+    virtual std::optional<SignIn> LoadSignIn(const protocol::Origin& origin) = 0;
+    virtual void SaveSignIn(const protocol::Origin& origin, const SignIn& signIn) = 0;
 
     /// Runs the body on a thread that nobody waits for; it owns or shares what it touches. False when none is
     /// to be had.

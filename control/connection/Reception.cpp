@@ -27,6 +27,7 @@ HttpStreamRequest RequestOf(const HttpSource& source, const std::string& path) {
     request.user = source.user;
     request.password = source.password;
     request.timeLimitMs = source.timeoutMs;
+    request.route = source.route;
     request.path = path;
     return request;
 }

@@ -5,7 +5,6 @@
 #include <dpapi.h>
 #include <wincrypt.h>
 
-#include <cwctype>
 #include <vector>
 
 #include "util/Handles.h"
@@ -17,7 +16,9 @@ namespace norix {
 namespace {
 
 constexpr wchar_t kKey[] = L"Software\\Norix\\Credentials";
-constexpr std::size_t kLongestServer = 255;  // a host name (RFC 1035), and what a value's name can hold
+constexpr std::size_t kLongestHost = 255;  // of a name (RFC 1035)
+constexpr std::uint16_t kHttpPort = 80;
+constexpr std::uint16_t kRtspPort = 554;
 constexpr std::size_t kLongestText = 1024;
 
 /// Memory that the encryption functions allocate, wiped before it is freed.
@@ -45,13 +46,18 @@ DATA_BLOB BlobOf(const std::wstring& text) {
             reinterpret_cast<BYTE*>(const_cast<wchar_t*>(text.data()))};
 }
 
-/// The name of the server's value, which is also part of the secret; empty for no usable name.
-std::wstring NameOf(const std::string& server) {
-    if (server.size() > kLongestServer) return {};
-    std::wstring name = util::Utf8ToWide(server);
-    for (wchar_t& c : name)
-        c = static_cast<wchar_t>(std::towlower(c));
-    return name;
+/// The name of the origin's value, which is also part of the secret; empty for no usable name.
+std::wstring NameOf(const protocol::Origin& origin) {
+    if (!origin || origin.host.size() > kLongestHost) return {};
+    return util::Utf8ToWide(protocol::toText(origin));
+}
+
+/// The same in earlier versions.
+std::wstring FormerNameOf(const protocol::Origin& origin) {
+    const bool usual = (origin.scheme == "http" && origin.port == kHttpPort) ||
+                       (origin.scheme == "rtsp" && origin.port == kRtspPort);
+    if (!usual || origin.host.size() > kLongestHost) return {};
+    return util::Utf8ToWide(origin.host);
 }
 
 std::wstring ToHex(const BYTE* data, DWORD size) {
@@ -84,8 +90,9 @@ std::vector<BYTE> FromHex(const std::wstring& text) {
 
 }  // namespace
 
-std::optional<SignIn> SavedCredentials::Load(const std::string& server) {
-    const std::wstring name = NameOf(server);
+namespace {
+
+std::optional<SignIn> LoadNamed(const std::wstring& name) {
     if (name.empty()) return std::nullopt;
     std::vector<BYTE> bytes = FromHex(util::StringReg(HKEY_CURRENT_USER, kKey, name.c_str()).Value());
     if (bytes.empty()) return std::nullopt;
@@ -102,11 +109,18 @@ std::optional<SignIn> SavedCredentials::Load(const std::string& server) {
     return SignIn{util::WideToUtf8(text.substr(0, end)), util::WideToUtf8(text.substr(end + 1))};
 }
 
-bool SavedCredentials::Save(const std::string& server, const SignIn& signIn) {
-    const std::wstring name = NameOf(server);
+}  // namespace
+
+std::optional<SignIn> SavedCredentials::Load(const protocol::Origin& origin) {
+    auto signIn = LoadNamed(NameOf(origin));
+    return signIn ? signIn : LoadNamed(FormerNameOf(origin));
+}
+
+bool SavedCredentials::Save(const protocol::Origin& origin, const SignIn& signIn) {
+    const std::wstring name = NameOf(origin);
     if (name.empty() || signIn.user.size() > kLongestText || signIn.password.size() > kLongestText)
         return false;
-    if (const auto saved = Load(server); saved && *saved == signIn) return true;
+    if (const auto saved = LoadNamed(name); saved && *saved == signIn) return true;
     std::wstring text = util::Utf8ToWide(signIn.user) + L'\0' + util::Utf8ToWide(signIn.password);
     DATA_BLOB plain = BlobOf(text);
     DATA_BLOB entropy = BlobOf(name);

@@ -1,5 +1,7 @@
 #include "control/connection/StreamAddress.h"
 
+#include <algorithm>
+
 #include "protocol/Origin.h"
 #include "protocol/Url.h"
 
@@ -27,6 +29,32 @@ std::string BuildStreamUri(const StreamRequest& request) {
     if (request.codec == VideoCodec::H264) uri += "_h264";
     if (request.codec == VideoCodec::Mjpeg) uri += "_mjpg";
     return uri;
+}
+
+std::optional<std::string> RouteStreamUri(const std::string& uri, const protocol::HostRoute& route) {
+    const auto url = protocol::parseUrl(uri);
+    if (!url) return std::nullopt;
+    const auto host = route(url->host);
+    if (!host || *host == url->host) return host ? std::optional(uri) : std::nullopt;
+    // The part that parseUrl took for the host: behind the last '@' of the authority.
+    const std::size_t authority = uri.find("://") + 3;
+    const std::size_t end = std::min(uri.find_first_of("/?", authority), uri.size());
+    const std::size_t at = uri.substr(0, end).rfind('@');
+    const std::size_t begin = at == std::string::npos || at < authority ? authority : at + 1;
+    const bool ipv6 = host->find(':') != std::string::npos;
+    return std::string(uri).replace(begin, url->host.size(), ipv6 ? "[" + *host + "]" : *host);
+}
+
+std::string WithoutPassword(std::string_view uri) {
+    const std::size_t scheme = uri.find("://");
+    const std::size_t begin = scheme == std::string_view::npos ? 0 : scheme + 3;
+    const std::size_t end = std::min(uri.find_first_of("/?", begin), uri.size());
+    std::size_t at = uri.substr(0, end).rfind('@');
+    // What is no address may still hold a password, one with a slash in it for instance.
+    if (at == std::string_view::npos && !protocol::parseUrl(uri)) at = uri.rfind('@');
+    if (at == std::string_view::npos || at < begin) return std::string(uri);
+    const std::size_t colon = std::min(uri.find(':', begin), at);
+    return std::string(uri.substr(0, colon)).append(uri.substr(at));
 }
 
 EConnectProtocol ChooseProtocol(short videoProtocol, std::uint32_t protocolOption) {
@@ -85,7 +113,7 @@ std::string ConnectionCaption(std::string_view cameraName, MediaType media, ECon
 std::optional<CameraLocation> LocateCamera(std::string_view streamUri, std::string_view mediaServiceUri) {
     const auto url = protocol::parseUrl(streamUri.empty() ? mediaServiceUri : streamUri);
     if (!url) return std::nullopt;
-    CameraLocation location{url->host, std::nullopt, url->user, url->password};
+    CameraLocation location{url->host, protocol::originOf(*url), std::nullopt, url->user, url->password};
     if (url->scheme == "http") location.httpPort = url->port;
     return location;
 }

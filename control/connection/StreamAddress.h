@@ -7,6 +7,8 @@
 
 #include "control/Enumerations.h"
 #include "media/MediaTypes.h"
+#include "protocol/HostRoute.h"
+#include "protocol/Origin.h"
 
 namespace norix {
 
@@ -26,6 +28,13 @@ struct StreamRequest {
 /// The RTSP address under which a camera offers its stream. Empty for a protocol that needs none.
 std::string BuildStreamUri(const StreamRequest& request);
 
+/// The address with the host that is to be connected to instead of its own. Nothing for what is no address,
+/// and where its host must not be reached.
+std::optional<std::string> RouteStreamUri(const std::string& uri, const protocol::HostRoute& route);
+
+/// The address without the password that stands in it; the user's name stays.
+std::string WithoutPassword(std::string_view uri);
+
 /// The protocol a connection uses: the host's choice, or what the user's setting (1 TCP, 2 HTTP, 3 multicast)
 /// says where the host leaves it open.
 EConnectProtocol ChooseProtocol(short videoProtocol, std::uint32_t protocolOption);
@@ -42,6 +51,7 @@ std::string ConnectionCaption(std::string_view cameraName, MediaType media, ECon
 /// Where a camera is, out of an address that the host has set.
 struct CameraLocation {
     std::string host;
+    protocol::Origin origin;
     std::optional<std::uint16_t> httpPort;  // only a web address tells
     std::string user;                       // empty: the address names none
     std::string password;

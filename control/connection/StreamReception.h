@@ -8,6 +8,8 @@
 #include "include/RTSP/SessionSettings.h"
 #include "media/CtrlParam.h"
 
+#include "protocol/HostRoute.h"
+
 namespace norix {
 
 class CDecoder;
@@ -20,6 +22,7 @@ struct HttpSource {
     std::string password;
     std::string videoPath;
     std::string audioPath;
+    protocol::HostRoute route;  // where redirections may lead; `host` has been routed
     unsigned timeoutMs = 5000;  // for the answer to the first request
 };
 

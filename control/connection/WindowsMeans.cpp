@@ -8,6 +8,7 @@
 #include "camera/onvif/OnvifProvider.h"
 #include "control/connection/Reception.h"
 #include "control/connection/SavedCredentials.h"
+#include "control/trust/ReachTransport.h"
 #include "util/AnsweringWait.h"
 #include "util/Handles.h"
 #include "util/Log.h"
@@ -19,6 +20,7 @@ namespace {
 
 class WebServices final : public CameraServices {
   public:
+    explicit WebServices(std::shared_ptr<const Reach> reach) : m_transport(m_network, std::move(reach)) {}
     HttpTransport& Transport() override { return m_transport; }
     IKsOnvifMedia& Onvif() override {
         if (!m_onvif) m_onvif = std::make_unique<OnvifProvider>(m_transport);
@@ -26,7 +28,8 @@ class WebServices final : public CameraServices {
     }
 
   private:
-    WinInetTransport m_transport;
+    WinInetTransport m_network;
+    ReachTransport m_transport;
     std::unique_ptr<OnvifProvider> m_onvif;
 };
 
@@ -57,15 +60,15 @@ std::shared_ptr<StreamReception> WindowsMeans::MakeReception() {
 }
 
 std::shared_ptr<CameraServices> WindowsMeans::MakeCameraServices() {
-    return std::make_shared<WebServices>();
+    return std::make_shared<WebServices>(m_reach);
 }
 
-std::optional<SignIn> WindowsMeans::LoadSignIn(const std::string& server) {
-    return SavedCredentials::Load(server);
+std::optional<SignIn> WindowsMeans::LoadSignIn(const protocol::Origin& origin) {
+    return SavedCredentials::Load(origin);
 }
 
-void WindowsMeans::SaveSignIn(const std::string& server, const SignIn& signIn) {
-    SavedCredentials::Save(server, signIn);
+void WindowsMeans::SaveSignIn(const protocol::Origin& origin, const SignIn& signIn) {
+    SavedCredentials::Save(origin, signIn);
 }
 
 bool WindowsMeans::RunBeside(std::function<void()> body) {

@@ -4,6 +4,7 @@
 
 #include "control/connection/ConnectionMeans.h"
 #include "control/connection/SessionContext.h"
+#include "control/trust/TrustGuard.h"
 
 namespace norix {
 
@@ -11,18 +12,20 @@ namespace norix {
 /// window.
 class WindowsMeans final : public ConnectionMeans {
   public:
-    explicit WindowsMeans(std::shared_ptr<SessionContext> session) : m_session(std::move(session)) {}
+    WindowsMeans(std::shared_ptr<SessionContext> session, std::shared_ptr<const Reach> reach)
+        : m_session(std::move(session)), m_reach(std::move(reach)) {}
 
     std::shared_ptr<StreamReception> MakeReception() override;
     std::shared_ptr<CameraServices> MakeCameraServices() override;
-    std::optional<SignIn> LoadSignIn(const std::string& server) override;
-    void SaveSignIn(const std::string& server, const SignIn& signIn) override;
+    std::optional<SignIn> LoadSignIn(const protocol::Origin& origin) override;
+    void SaveSignIn(const protocol::Origin& origin, const SignIn& signIn) override;
     bool RunBeside(std::function<void()> body) override;
     std::shared_ptr<StepSignal> MakeSignal(unsigned step) override;
     bool Await(StepSignal& signal, unsigned milliseconds) override;
 
   private:
     const std::shared_ptr<SessionContext> m_session;
+    const std::shared_ptr<const Reach> m_reach;
 };
 
 }  // namespace norix

@@ -13,7 +13,8 @@ namespace norix {
 namespace {
 
 constexpr char kGroups[] = "multicast groups";
-constexpr DWORD kInputCountsFor = 1000;  // ms
+constexpr char kAnyGroup[] = "239.255.0.0";  // of all that are kept local (RFC 2365)
+constexpr DWORD kInputCountsFor = 1000;      // ms
 
 TrustDialogs g_dialogs;
 
@@ -37,6 +38,7 @@ void Reach::Restrict() {
 void Reach::Add(const std::string& host, const std::string& connectTo) {
     const std::lock_guard lock(m_lock);
     m_hosts[protocol::plainHost(host)] = connectTo;
+    m_hosts[connectTo] = connectTo;  // where a relative redirection stays
 }
 
 // ---- TrustGuard
@@ -104,7 +106,8 @@ bool TrustGuard::Admit(const std::string& host) {
 }
 
 bool TrustGuard::AdmitGroups() {
-    return !IsWeb() || Decide(kGroups, {});
+    if (!IsWeb() || ReadAllowedTargets(m_page).Contains(*ParseAddress(kAnyGroup))) return true;
+    return Decide(kGroups, {});
 }
 
 std::wstring TrustGuard::FileFolder() {

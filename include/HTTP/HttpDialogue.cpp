@@ -96,7 +96,9 @@ HttpDialogue::Next HttpDialogue::FollowTo(const ReplyHead& head) {
     const auto to = net::redirectionOf(head.status, head.location, Server(), m_at.path);
     if (!to) return Refuse("redirected to an address that can't be used");
     if (to->origin.scheme != "http") return Refuse("redirected to " + to->origin.scheme);
-    m_at.host = to->origin.host;
+    const auto host = m_at.route ? m_at.route(to->origin.host) : to->origin.host;
+    if (!host) return Refuse("redirected to a host that must not be reached");
+    m_at.host = *host;
     m_at.port = to->origin.port;
     m_at.path = to->path;
     if (to->elsewhere) {

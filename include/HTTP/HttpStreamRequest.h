@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "protocol/HostRoute.h"
+
 namespace norix {
 
 /// Where a stream is and who asks for it. Text as it goes on the wire.
@@ -13,6 +15,7 @@ struct HttpStreamRequest {
     std::string user;  ///< empty: no authentication
     std::string password;
     std::string headers;               ///< further header lines, each with CR LF
+    protocol::HostRoute route;         ///< where redirections may lead; `host` itself has been routed
     std::uint32_t timeLimitMs = 5000;  ///< for everything until the reply's head is there
 };
 

@@ -144,11 +144,14 @@ class FakeMeans final : public ConnectionMeans {
     std::shared_ptr<CameraServices> MakeCameraServices() override {
         return std::make_shared<FakeServices>(camera);
     }
-    std::optional<SignIn> LoadSignIn(const std::string& server) override {
+    std::optional<SignIn> LoadSignIn(const protocol::Origin& origin) override {
+        const std::string& server = origin.host;
         const auto found = saved.find(server);
         return found == saved.end() ? std::nullopt : std::optional(found->second);
     }
-    void SaveSignIn(const std::string& server, const SignIn& signIn) override { saved[server] = signIn; }
+    void SaveSignIn(const protocol::Origin& origin, const SignIn& signIn) override {
+        saved[origin.host] = signIn;
+    }
     bool RunBeside(std::function<void()> body) override {
         if (!threads) return false;
         work.push_back(std::move(body));

@@ -2,6 +2,18 @@
 
 #include <oleauto.h>
 
+#include <cstring>
+
+STDMETHODIMP ZoneManager::GetSecurityId(BYTE* id, DWORD* size, DWORD_PTR) {
+    static constexpr char kSite[] = "http:www.example";
+    constexpr DWORD kLength = sizeof(kSite) - 1;
+    if (!readable || *size < kLength + sizeof(zone)) return E_FAIL;
+    std::memcpy(id, kSite, kLength);
+    std::memcpy(id + kLength, &zone, sizeof(zone));
+    *size = kLength + sizeof(zone);
+    return S_OK;
+}
+
 RecordingSite::~RecordingSite() {
     EXPECT_FALSE(inPlaceActive_) << "the control never took its in-place activation back";
     EXPECT_FALSE(uiActive_) << "the control never took its UI activation back";
@@ -11,6 +23,7 @@ void* RecordingSite::Find(REFIID iid) {
     const bool inPlace = iid == IID_IOleWindow || iid == IID_IOleInPlaceSite;
     if (inPlace) return offersInPlace ? static_cast<IOleInPlaceSite*>(this) : nullptr;
     if (iid == IID_IOleControlSite && !offersControlSite) return nullptr;
+    if (iid == IID_IServiceProvider && !offersManager) return nullptr;
     if (iid == IID_IDispatch && !offersAmbients) return nullptr;
     return TestObject::Find(iid);
 }

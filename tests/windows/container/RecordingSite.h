@@ -4,6 +4,8 @@
 
 #include <ocidl.h>
 #include <oleidl.h>
+#include <servprov.h>
+#include <urlmon.h>
 
 #include <map>
 #include <set>
@@ -76,11 +78,27 @@ class RecordingFrame final : public TestObject<IOleInPlaceFrame> {
     IOleInPlaceActiveObject* active_ = nullptr;  // compared and called only; the control takes it back
 };
 
+// A browser's security manager, which says of its page what the test wants.
+class ZoneManager final : public TestObject<IInternetHostSecurityManager> {
+  public:
+    DWORD zone = URLZONE_INTERNET;
+    bool readable = true;
+
+    STDMETHODIMP GetSecurityId(BYTE* id, DWORD* size, DWORD_PTR) override;
+    STDMETHODIMP ProcessUrlAction(DWORD, BYTE*, DWORD, BYTE*, DWORD, DWORD, DWORD) override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP QueryCustomPolicy(REFGUID, BYTE**, DWORD*, BYTE*, DWORD, DWORD) override {
+        return E_NOTIMPL;
+    }
+};
+
 // The container's side of one embedded control. It records every callback and holds the control to the order
 // that OLE prescribes: UI-active only while in-place active, each activation taken back exactly once.
 //
 // What it offers and what fails is set by the members, at any time.
-class RecordingSite final : public TestObject<IOleClientSite, IOleInPlaceSite, IOleControlSite, IDispatch> {
+class RecordingSite final
+    : public TestObject<IOleClientSite, IOleInPlaceSite, IOleControlSite, IDispatch, IServiceProvider> {
   public:
     RecordingSite(HWND window, RecordingFrame& frame, CallLog& log)
         : window_(window), frame_(frame), log_(log) {}
@@ -95,6 +113,10 @@ class RecordingSite final : public TestObject<IOleClientSite, IOleInPlaceSite, I
     RECT clip{0, 0, 400, 300};
     std::map<DISPID, VARIANT> ambients;  // plain values only
 
+    std::wstring page;           // the page's address; empty: a program
+    bool offersManager = false;  // as browsers do
+    ZoneManager manager;
+
     bool InPlaceActive() const { return inPlaceActive_; }
     bool UiActive() const { return uiActive_; }
 
@@ -102,7 +124,8 @@ class RecordingSite final : public TestObject<IOleClientSite, IOleInPlaceSite, I
     STDMETHODIMP SaveObject() override { return Answer("SaveObject"); }
     STDMETHODIMP GetMoniker(DWORD, DWORD, IMoniker** moniker) override {
         *moniker = nullptr;
-        return log_.Add("GetMoniker");
+        log_.Add("GetMoniker");
+        return page.empty() ? E_NOTIMPL : CreateURLMoniker(nullptr, page.c_str(), moniker);
     }
     STDMETHODIMP GetContainer(IOleContainer** container) override {
         *container = nullptr;
@@ -142,6 +165,13 @@ class RecordingSite final : public TestObject<IOleClientSite, IOleInPlaceSite, I
         return Answer(gotFocus ? "OnFocus(true)" : "OnFocus(false)");
     }
     STDMETHODIMP ShowPropertyFrame() override { return Answer("ShowPropertyFrame"); }
+
+    // IServiceProvider
+    STDMETHODIMP QueryService(REFGUID service, REFIID iid, void** object) override {
+        *object = nullptr;
+        return service == IID_IInternetHostSecurityManager ? manager.QueryInterface(iid, object)
+                                                           : E_NOINTERFACE;
+    }
 
     // IDispatch: ambient properties
     STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }

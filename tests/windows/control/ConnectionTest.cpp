@@ -153,7 +153,5 @@ TEST_F(Connecting, WatchesTheDiskWhileRecording) {
     EXPECT_EQ(Control().StopRecording(1), S_OK);
 }
 
-// ---- The log
-
 }  // namespace
 }  // namespace norix::test

@@ -158,7 +158,7 @@ TEST_F(TheWindow, TakesTheCameraFromThePage) {
 }
 
 TEST_F(TheWindow, ConnectsByItselfInAPage) {
-    FakeSite site(L"http://camera.example/view.html");
+    FakeSite site(L"http://127.0.0.1:9/view.html");
     Create(false);
     SetSite(&site);
     ASSERT_TRUE(Control().CreateHiddenWindow());

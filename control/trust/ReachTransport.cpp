@@ -1,0 +1,20 @@
+#include "control/trust/ReachTransport.h"
+
+#include "util/Log.h"
+
+namespace norix {
+
+HttpReply ReachTransport::Send(const HttpRequest& request) {
+    const std::optional<std::string> connectTo = m_reach->Resolve(request.host);
+    if (!connectTo) {
+        NORIX_LOG("ReachTransport::Send", 1, "%s must not be reached", request.host.c_str());
+        return {};
+    }
+    HttpRequest routed = request;
+    // A certificate is made out for the name, and proves who answers by itself.
+    if (!routed.secure) routed.host = *connectTo;
+    routed.route = [reach = m_reach](const std::string& host) { return reach->Resolve(host); };
+    return m_transport.Send(routed);
+}
+
+}  // namespace norix
