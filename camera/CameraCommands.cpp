@@ -14,6 +14,7 @@ constexpr std::string_view kGetParam = "/kest-cgi/getParam.cgi?";
 constexpr std::string_view kSetParam = "/kest-cgi/setParam.cgi?";
 constexpr std::string_view kSystemInfo = "/kest-cgi/systeminfo.cgi?";
 constexpr std::int32_t kHighestPort = 65535;
+constexpr unsigned kOk = 200;
 constexpr unsigned kUnauthorized = 401;
 constexpr std::chrono::seconds kSequenceLimit{5};
 constexpr std::int32_t kCaptionShown = 1;  // bit of captionInfo
@@ -81,7 +82,8 @@ CameraCommands::Reply CameraCommands::Request(std::string_view sendType, std::st
     request.password = access.password;
 
     const HttpReply reply = m_transport->Send(request);
-    m_unauthorized = reply.answered && reply.status == kUnauthorized;
+    m_status = reply.answered ? reply.status : 0;
+    m_unauthorized = m_status == kUnauthorized;
     if (!reply.answered) return {std::string(kErrorReply), true};
     m_reached = true;
     if (auto charset = FindCharset(reply.headers)) m_charset = std::move(*charset);
@@ -212,7 +214,8 @@ CameraCommands::Outcome CameraCommands::RequestCameraInformation(StreamSelection
 std::wstring CameraCommands::ServerModelType() {
     if (m_model.empty()) {
         const Reply reply = Ask("GET", std::string(kGetParam) + "system_modelname");
-        if (!reply.failed && SingleValue(reply.text) != kMissingValue) m_model = SingleValue(reply.text);
+        if (!reply.failed && m_status == kOk && SingleValue(reply.text) != kMissingValue)
+            m_model = SingleValue(reply.text);
     }
     return ToWide(m_model);
 }

@@ -131,6 +131,7 @@ class CameraCommands {
     VideoSettings m_video;
     MotionSettings m_motion;
     std::string m_model;
+    unsigned m_status = 0;  // of the last reply; 0: there was none
     bool m_reached = false;
     bool m_unauthorized = false;
 };

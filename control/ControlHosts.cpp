@@ -1,6 +1,7 @@
 #include "control/ControlHosts.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "control/Events.h"
 #include "control/NorixSDKCtl.h"
@@ -42,10 +43,11 @@ ConnectionSettings ControlAsConnectionHost::Settings() const {
 }
 
 void ControlAsConnectionHost::SetHttpPort(std::int32_t port) {
-    m_control.Properties().httpPort = port;
+    if (std::exchange(m_control.Properties().httpPort, port) != port) m_control.NotifyChanged(L"HttpPort");
 }
 void ControlAsConnectionHost::SetServerIP(const std::string& host) {
-    m_control.Properties().serverIP = util::Utf8ToWide(host);
+    const std::wstring text = util::Utf8ToWide(host);
+    if (std::exchange(m_control.Properties().serverIP, text) != text) m_control.NotifyChanged(L"ServerIP");
 }
 
 UserChoices ControlAsConnectionHost::ReadUserChoices() {
@@ -124,6 +126,7 @@ void ControlAsConnectionHost::ConnectionEnds() {
 /// What the ended threads have posted before they ended is about a connection that is no more.
 void ControlAsConnectionHost::DropReports() {
     m_control.CloseDeliveries();
+    m_control.Session().param.window.ForgetEvents();
     if (!HasWindow()) return;
     MSG message;
     for (const UINT report : {WM_OnConnectStatus, WM_OnForceI, WM_OnMotionWindowUpdate, WM_OnDIOStatus,
@@ -160,8 +163,9 @@ std::shared_ptr<CDecoder> ControlAsViewHost::Decoder() {
     return m_control.ConnectionState().Decoder();
 }
 void ControlAsViewHost::DrawByGdi() {
-    m_control.Properties().forceGDI = true;
+    const bool before = std::exchange(m_control.Properties().forceGDI, true);
     m_control.OnForceGDIChanged();
+    if (!before) m_control.NotifyChanged(L"ForceGDI");
 }
 void ControlAsViewHost::ViewChanged() {
     m_control.ViewChanged();

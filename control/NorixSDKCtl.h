@@ -78,6 +78,9 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     /// How the picture is to look has changed: shows it so.
     void ViewChanged();
 
+    /// The control has changed a property by itself: tells those who bind to it.
+    void NotifyChanged(const wchar_t* property);
+
     /// Ends a recording whose drive is almost full.
     void WatchDisk();
 
@@ -125,7 +128,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     bool GetIgnoreCaption() const { return m_properties.ignoreCaption; }
     void SetIgnoreCaption(bool ignore);
     framework::Text GetServerModelType();
-    void SetServerModelType(const framework::Text& model) { m_properties.serverModelType = model; }
+    void SetServerModelType(const framework::Text& model);
     framework::Text GetInterfaceAddress() const { return m_properties.interfaceAddress; }
     void SetInterfaceAddress(const framework::Text& address);
     long GetStreamingType() const { return m_properties.streamingType; }
@@ -257,6 +260,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     DeliveryGate m_newFrameDelivery;
     DeliveryGate m_newPacketDelivery;
     Microsoft::WRL::ComPtr<DropTarget> m_dropTarget;
+    std::wstring m_modelOf;  // the camera whose model the property names
     bool m_winsockStarted = false;
     bool m_userInterfaceDead = false;  // the container wants no reaction to the user (ambient UIDead)
     bool m_signInOpen = false;

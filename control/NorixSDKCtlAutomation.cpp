@@ -185,6 +185,11 @@ long CNorixSDKCtrl::Disconnect() {
     return m_connection.Disconnect();
 }
 
+void CNorixSDKCtrl::NotifyChanged(const wchar_t* property) {
+    if (const framework::DispatchMember* const member = Table().Find(property))
+        NotifyPropertyChanged(member->id);
+}
+
 void CNorixSDKCtrl::SetMulticastInfo(const Text& address, const Text& videoPort, const Text& audioPort) {
     SetMulticastInfoEx(address, ParsePort(videoPort), address, ParsePort(audioPort));
 }
@@ -234,9 +239,17 @@ Text CNorixSDKCtrl::HttpCommand(const Text& sendType, const Text& server, const 
 }
 
 Text CNorixSDKCtrl::GetServerModelType() {
-    if (m_properties.serverModelType.empty() && m_trust.Admit(util::WideToUtf8(m_properties.serverIP)))
+    if (m_properties.serverModelType.empty() || m_modelOf != m_properties.serverIP) {
+        if (!m_trust.Admit(util::WideToUtf8(m_properties.serverIP))) return {};
         m_properties.serverModelType = m_camera.Commands().ServerModelType();
+        m_modelOf = m_properties.serverIP;
+    }
     return m_properties.serverModelType;
+}
+
+void CNorixSDKCtrl::SetServerModelType(const Text& model) {
+    m_properties.serverModelType = model;
+    m_modelOf = m_properties.serverIP;
 }
 
 Text CNorixSDKCtrl::GetPresetName() {

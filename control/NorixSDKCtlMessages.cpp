@@ -36,6 +36,7 @@ bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam)
                                              reinterpret_cast<const void*>(lParam))) {
         return true;
     }
+    m_session->param.window.TakeEvent(message, wParam, lParam);
     switch (message) {
         case WM_OnMotionWindowUpdate:
             return true;  // the motion windows are no longer being edited
@@ -179,6 +180,8 @@ void CNorixSDKCtrl::OnShowAuthDialog() {
     if (!web) {
         m_properties.username = entered->user;
         m_properties.password = entered->password;
+        NotifyChanged(L"username");
+        NotifyChanged(L"password");
         m_camera.Who().MarkHostsAsTyped(true);
     }
     m_connection.OnSignedIn();

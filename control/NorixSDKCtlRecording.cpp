@@ -45,6 +45,7 @@ void CNorixSDKCtrl::ApplyRecordSettings() {
 void CNorixSDKCtrl::OnRecordStatus(long status) {
     if (status == ersRecording) m_recorder.OnRecordingSeen();
     m_properties.recordStatus = static_cast<short>(status);
+    NotifyChanged(L"RecordStatus");
     FireEvent(events::OnRecordStatus, status);
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <utility>
@@ -22,6 +24,35 @@ class ControlWindow {
 
     void Post(ControlMessage message, std::uintptr_t wParam, std::intptr_t lParam) const {
         platform::PostToWindow(Get(), message, wParam, lParam);
+    }
+
+    /// Posts what a frame reports. At most kMostEvents of these wait in the window's queue, and never two
+    /// that say the same: a host that is slow to listen gets the newest it has room for, and the queue stays
+    /// free for what matters more. False when it was dropped because there are too many.
+    bool PostEvent(ControlMessage message, std::uintptr_t wParam, std::intptr_t lParam) {
+        const Event event{message, wParam, lParam};
+        {
+            std::lock_guard<std::mutex> lock(m_lock);
+            const auto end = m_events.begin() + static_cast<std::ptrdiff_t>(m_eventCount);
+            if (std::find(m_events.begin(), end, event) != end) return true;
+            if (m_eventCount == kMostEvents) return false;
+            m_events[m_eventCount++] = event;
+        }
+        if (platform::PostToWindow(Get(), message, wParam, lParam)) return true;
+        TakeEvent(message, wParam, lParam);
+        return false;
+    }
+    /// The window's thread has taken a message out of its queue. Any other message than one of those changes
+    /// nothing.
+    void TakeEvent(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) {
+        std::lock_guard<std::mutex> lock(m_lock);
+        const auto end = m_events.begin() + static_cast<std::ptrdiff_t>(m_eventCount);
+        const auto found = std::find(m_events.begin(), end, Event{message, wParam, lParam});
+        if (found != end) *found = m_events[--m_eventCount];
+    }
+    void ForgetEvents() {
+        std::lock_guard<std::mutex> lock(m_lock);
+        m_eventCount = 0;
     }
 
     /// Posts a connection's status. One that a full queue does not take is kept for the
@@ -94,6 +125,16 @@ class ControlWindow {
     mutable std::mutex m_lock;
     std::array<Sending, kMostSenders> m_sending;  // guarded by m_lock; message 0: free
     std::vector<EConnectStatus> m_unposted;  // guarded by m_lock
+
+    static constexpr std::size_t kMostEvents = 64;
+    struct Event {
+        std::uint32_t message = 0;
+        std::uintptr_t wParam = 0;
+        std::intptr_t lParam = 0;
+        bool operator==(const Event&) const = default;
+    };
+    std::array<Event, kMostEvents> m_events;  // guarded by m_lock, as the next: in the window's queue
+    std::size_t m_eventCount = 0;
 };
 
 }  // namespace norix

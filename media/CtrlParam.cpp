@@ -67,6 +67,7 @@ void CCtrlParam::ResetForNewStream() {
     m_damaged = false;
     m_keyFrameWished.Set(false);
     m_events.Reset();
+    window.ForgetEvents();
     m_trace.Stop();
     m_trace.Start();
     videoCodec.Set(VideoCodec::None);

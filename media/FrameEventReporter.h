@@ -12,7 +12,7 @@ namespace norix {
 /// I/O state when it differs from the last one. Video receiving thread only.
 class FrameEventReporter {
   public:
-    void Report(const ParsedFrameInfo& frame, const ControlWindow& window);
+    void Report(const ParsedFrameInfo& frame, ControlWindow& window);
     void Reset() { m_digitalIo.reset(); }
 
   private:

@@ -45,6 +45,7 @@ CameraCommands& CameraLink::CommandsFor(const std::string& host) {
     CameraAccess& access = m_commands.access;
     if (settings.serverIP != access.serverIP) {
         access.serverIP = settings.serverIP;
+        m_commands.Forget();  // what another one has said
         m_https = false;
         m_httpsPort = kDefaultHttpsPort;
     }

@@ -214,6 +214,34 @@ TEST_F(CtrlParamTest, FeedsTheRecorderBeforeAnyDrop) {
     EXPECT_EQ(record->data[0], 0xFF);
 }
 
+// A host that does not listen: its queue stays free for what matters more, and the state of the ports is not
+// lost.
+TEST_F(CtrlParamTest, FillsNoQueueWithWhatFramesReport) {
+    Param().videoCodec.Set(VideoCodec::Mjpeg);
+    const auto alert = [&](int percentage) {
+        InsertVideo(0, kKey, test::CameraHeader(test::Section().MotionAlert(1, percentage).Build(), 0));
+        Param().PutEmptyVideoFrame(TakeVideo());
+    };
+    for (int i = 0; i < 200; ++i)
+        alert(i % 100);
+    EXPECT_EQ(m_fake.Messages().size(), 64u);
+    const auto told = m_fake.Messages();
+    for (const Message& message : told)
+        Param().window.TakeEvent(message.id, message.wParam, message.lParam);
+    alert(7);
+    alert(7);
+    EXPECT_EQ(m_fake.Messages().size(), 65u) << "the same waits once";
+    Param().window.TakeEvent(WM_OnMDAlert, 1, 7);
+    test::Section changed;
+    changed.inputs = 1;
+    m_fake.queueFull = true;
+    InsertVideo(0, kKey, test::CameraHeader(changed.Build(), 0));
+    Param().PutEmptyVideoFrame(TakeVideo());
+    m_fake.queueFull = false;
+    InsertVideo(0, kKey, test::CameraHeader(changed.Build(), 0));
+    EXPECT_EQ(m_fake.Messages().back(), (Message{false, WM_OnDIOStatus, 1, 2}));
+}
+
 TEST_F(CtrlParamTest, TellsTheWindowWhatFramesReport) {
     Param().videoCodec.Set(VideoCodec::Mjpeg);
     const Bytes frame = test::CameraHeader(
