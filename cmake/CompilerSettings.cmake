@@ -10,7 +10,9 @@ add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-Wall> $<$<COMPILE_LANGUAGE:C,CX
 if(WIN32)
     enable_language(RC)
     add_compile_definitions(_WIN32_WINNT=0x0601 WINVER=0x0601 UNICODE _UNICODE)
-    # The libraries guard their stacks and buffers; what they call then comes with this option.
+    # Stacks and buffers are guarded, here as in the libraries; what the guards call comes with the link option.
+    add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-fstack-protector-strong>)
+    add_compile_definitions($<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
     add_link_options(-fstack-protector-strong)
     # What is built may be loaded anywhere, its data isn't run, it has no handlers of structured exceptions that an
     # overwritten stack could name, and the same sources give the same file.
@@ -19,6 +21,11 @@ else()
     find_package(Threads REQUIRED)
     link_libraries(Threads::Threads)
 endif()
+
+# For the folders that take apart what strangers send: an index out of its bounds ends the program there.
+macro(norix_check_bounds)
+    add_compile_definitions(_GLIBCXX_ASSERTIONS)
+endmacro()
 
 # Sanitizers, for host builds with clang: a list such as "address;undefined" or "thread".
 set(NORIX_SANITIZE "" CACHE STRING "Sanitizers to build everything with")
