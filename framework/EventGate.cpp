@@ -6,6 +6,7 @@
 
 #include "framework/EntryPoint.h"
 #include "framework/OleControl.h"
+#include "util/FpuGuard.h"
 
 namespace framework {
 
@@ -61,6 +62,7 @@ void EventGate::Deliver(DISPID id, std::span<VARIANT> arguments) {
     const KeepAlive<COleControl> keep(m_owner);
     m_owner.ConnectionPoints().Events().ForEach<IDispatch>([&](IDispatch& sink) {
         DISPPARAMS parameters = {arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
+        const util::HostFpu fpu;
         // What a handler answers concerns nobody here: one failing sink must not silence the others.
         sink.Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters, nullptr, nullptr,
                     nullptr);

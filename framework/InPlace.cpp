@@ -88,10 +88,13 @@ HRESULT InPlace::PlaceWindow() {
     if (!m_owner.HasWindow()) {
         if (!m_owner.Create(m_owner.Class().userType, kChildStyle, 0, position, parent)) return E_FAIL;
     } else if (GetParent(m_owner.Handle()) != parent) {
-        // The control already lived in a hidden window of its own: move it over.
+        // The control already lived elsewhere, perhaps in a hidden window of its own: move it over.
+        const bool hidden = (GetWindowLongW(m_owner.Handle(), GWL_STYLE) & WS_CHILD) == 0;
         SetWindowLongW(m_owner.Handle(), GWL_STYLE, static_cast<LONG>(kChildStyle));
         SetWindowLongW(m_owner.Handle(), GWL_EXSTYLE, 0);
         if (SetParent(m_owner.Handle(), parent) == nullptr) return E_FAIL;
+        if (hidden) result = m_owner.OnMovedIntoContainer();
+        if (FAILED(result)) return result;
     }
     SetObjectRects(&position, &clip);
     if (m_owner.HasWindow()) ShowWindow(m_owner.Handle(), SW_SHOWNA);
@@ -141,7 +144,7 @@ void InPlace::Deactivate() {
         m_document = nullptr;
         const ComPtr<IOleInPlaceSite> site = std::exchange(m_site, nullptr);
         m_owner.DestroyWindow();
-        if (site != nullptr) site->OnInPlaceDeactivate();
+        TellDeactivated(site.Get());
     } else {
         m_owner.DestroyWindow();  // a hidden window of its own
     }
@@ -168,7 +171,21 @@ void InPlace::OnWindowDestroyed() {
     DeactivateUserInterface();
     const ComPtr<IOleInPlaceSite> site = m_site;
     Abandon();
-    if (site != nullptr) site->OnInPlaceDeactivate();
+    TellDeactivated(site.Get());
+}
+
+// Inside of the events that the window's end causes, the container may have taken its site away: from then on
+// it must not be called any more.
+void InPlace::TellDeactivated(IOleInPlaceSite* site) {
+    if (site != nullptr && m_owner.Embedding().Site() != nullptr) site->OnInPlaceDeactivate();
+}
+
+InPlace::Modal::Modal(InPlace& inPlace) : m_frame(inPlace.m_frame) {
+    if (m_frame != nullptr) m_frame->EnableModeless(FALSE);
+}
+
+InPlace::Modal::~Modal() {
+    if (m_frame != nullptr) m_frame->EnableModeless(TRUE);
 }
 
 // ---- IOleInPlaceObject

@@ -55,11 +55,24 @@ class InPlace final : public InterfacePart<COleControl, IOleInPlaceObject, IOleI
     /// Puts the window where the container wanted it last.
     void PlaceAgain();
 
+    /// For the time of a modal dialog of ours: the container's modeless windows are disabled.
+    class Modal {
+      public:
+        explicit Modal(InPlace& inPlace);
+        ~Modal();
+        Modal(const Modal&) = delete;
+        Modal& operator=(const Modal&) = delete;
+
+      private:
+        const Microsoft::WRL::ComPtr<IOleInPlaceFrame> m_frame;  // null while not active
+    };
+
   private:
     HRESULT EnterContainer();
     HRESULT PlaceWindow();
     HRESULT ActivateUserInterface();
     void DeactivateUserInterface();
+    void TellDeactivated(IOleInPlaceSite* site);
 
     bool m_active = false;
     bool m_userInterfaceActive = false;

@@ -114,8 +114,10 @@ STDMETHODIMP COleControl::Invoke(DISPID id, REFIID iid, LCID locale, WORD flags,
 }
 
 void COleControl::NotifyPropertyChanged(DISPID id) {
-    m_connectionPoints.PropertyNotifications().ForEach<IPropertyNotifySink>(
-        [&](IPropertyNotifySink& sink) { sink.OnChanged(id); });
+    m_connectionPoints.PropertyNotifications().ForEach<IPropertyNotifySink>([&](IPropertyNotifySink& sink) {
+        const util::HostFpu fpu;
+        sink.OnChanged(id);
+    });
 }
 
 void COleControl::InvalidateControl() {

@@ -109,6 +109,8 @@ class COleControl : public IDispatch, public CWnd {
     virtual bool IsPlacedElsewhere() const { return false; }
     /// It must be where the container has it before the container does something with it.
     virtual void ReturnToPlace() {}
+    /// A window that was hidden so far has got its place in a container. A failure ends the activation.
+    virtual HRESULT OnMovedIntoContainer() { return S_OK; }
     /// Keyboard messages before the container translates them; true when it was used up.
     virtual bool OnTranslateAccelerator(const MSG& message);
 

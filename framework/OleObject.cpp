@@ -75,7 +75,12 @@ STDMETHODIMP OleObject::SetClientSite(IOleClientSite* site) {
         // The old site's last reference may call back: it goes when the new one is in place.
         const ComPtr<IOleClientSite> oldSite = std::exchange(m_site, site);
         const ComPtr<IDispatch> oldAmbient = std::exchange(m_ambient, nullptr);
-        if (site != nullptr && SUCCEEDED(m_site.As(&m_ambient))) {
+        if (site == nullptr) return S_OK;
+        m_wasContained = true;
+        const ComPtr<IOleClientSite> newSite = site;  // while it is called, whatever it does
+        ComPtr<IDispatch> ambient;
+        if (SUCCEEDED(newSite.As(&ambient)) && m_site == newSite) {
+            m_ambient = ambient;
             m_owner.OnAmbientPropertyChange(DISPID_UNKNOWN);
         }
         return S_OK;
@@ -173,11 +178,11 @@ STDMETHODIMP OleObject::DoVerb(LONG verb, LPMSG, IOleClientSite*, LONG, HWND par
 }
 
 HRESULT OleObject::ShowProperties(HWND parent) {
+    const ComPtr<IOleClientSite> site = m_site;
     ComPtr<IOleControlSite> controlSite;
-    if (m_site != nullptr && SUCCEEDED(m_site.As(&controlSite)) &&
-        SUCCEEDED(controlSite->ShowPropertyFrame())) {
+    if (site != nullptr && SUCCEEDED(site.As(&controlSite)) && SUCCEEDED(controlSite->ShowPropertyFrame()))
         return S_OK;
-    }
+    const InPlace::Modal modal(m_owner.InPlaceState());
     IUnknown* object = static_cast<IDispatch*>(&m_owner);
     CLSID page = m_owner.Class().propertyPage;
     return OleCreatePropertyFrame(parent, 0, 0, m_owner.Class().userType, 1, &object, 1, &page,

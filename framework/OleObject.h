@@ -54,6 +54,8 @@ class OleObject final : public InterfacePart<COleControl, IOleObject, IOleContro
 
     /// The container's site, null for a control that no container has taken in.
     IOleClientSite* Site() const { return m_site.Get(); }
+    /// A container has taken the control in at some time.
+    bool WasContained() const { return m_wasContained; }
     /// Reads an ambient property, coerced to `type`. False when the container does not have it.
     bool GetAmbient(DISPID id, VARTYPE type, VARIANT& value) const;
 
@@ -70,6 +72,7 @@ class OleObject final : public InterfacePart<COleControl, IOleObject, IOleContro
     Microsoft::WRL::ComPtr<IOleClientSite> m_site;
     Microsoft::WRL::ComPtr<IDispatch> m_ambient;
     Microsoft::WRL::ComPtr<IOleAdviseHolder> m_adviseHolder;
+    bool m_wasContained = false;
     SIZEL m_extent;  // HIMETRIC
 };
 

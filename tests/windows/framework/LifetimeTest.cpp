@@ -130,6 +130,13 @@ TEST(FloatingPoint, ExceptionsOfTheHostDoNotReachTheControl) {
         ++calls;
     };
     control->onDestroy = control->onMessage;
+    // The host's handlers run in its own, and calls that they make in the control's again.
+    EventRecorder sink(*control, kThermometerEvents, events::kAll);
+    sink.onEvent = [&](DISPID, DISPPARAMS&) {
+        EXPECT_TRUE(UnmaskedFpu::IsUntouched());
+        EXPECT_EQ(PutDegrees(*control, 4), S_OK);
+        EXPECT_TRUE(UnmaskedFpu::IsUntouched());
+    };
     {
         const UnmaskedFpu host;
         ASSERT_TRUE(UnmaskedFpu::IsUntouched());
@@ -137,10 +144,12 @@ TEST(FloatingPoint, ExceptionsOfTheHostDoNotReachTheControl) {
         EXPECT_TRUE(UnmaskedFpu::IsUntouched());
         SendMessageW(control->Handle(), Thermometer::kFireChanged, 1, 0);
         EXPECT_TRUE(UnmaskedFpu::IsUntouched());
+        sink.StopListening();
         EXPECT_EQ(control->Release(), 0u);
         EXPECT_TRUE(UnmaskedFpu::IsUntouched());
     }
-    EXPECT_EQ(calls, 3);
+    EXPECT_EQ(calls, 4);
+    EXPECT_EQ(sink.Events().size(), 1u);
 }
 
 }  // namespace
