@@ -53,6 +53,13 @@ bool IsMedium(const MediaSubsession& subsession, std::string_view medium) {
     return medium == subsession.mediumName();
 }
 
+// Only our own implementation tells; with another one such a medium is left out silently.
+template <class Subsession>
+bool GroupRefused(const Subsession& subsession) {
+    if constexpr (requires { subsession.groupRefused(); }) return subsession.groupRefused();
+    return false;
+}
+
 constexpr int kVideo = 0;
 constexpr int kSound = 1;
 
@@ -285,7 +292,11 @@ void RTSPSession::setupNext(RTSPClientCustom& client) {
             continue;
         }
         if (!initiate(subsession)) {
-            noteUnsupported(subsession);
+            if (GroupRefused(subsession)) {
+                noteGroupRefused(subsession);
+            } else {
+                noteUnsupported(subsession);
+            }
             continue;
         }
         if (IsPush()) {
@@ -297,7 +308,29 @@ void RTSPSession::setupNext(RTSPClientCustom& client) {
         }
         return;
     }
+    if (nothingIsLeft(client)) {
+        // The port may come free, and the group be reachable, the next time.
+        ReportStatusAndStop(ecsConnectFail);
+        return;
+    }
     play(client);
+}
+
+void RTSPSession::noteGroupRefused(const MediaSubsession& subsession) {
+    if (KindOf(subsession) < 0 || std::exchange(m_groupRefused, true)) return;
+    NORIX_LOG("RTSPCoumm::setupNextSubsession", 0,
+              "RTSPCoumm::setupNextSubsession() SetConnectStatus(eMulticastError)");
+    ReportStatus(ecsMulticastError);
+}
+
+// Where groups were refused, and nothing else of the session can be received.
+bool RTSPSession::nothingIsLeft(const RTSPClientCustom& client) const {
+    if (!m_groupRefused) return false;
+    MediaSubsessionIterator subsessions(*client.state.session);
+    while (const MediaSubsession* const subsession = subsessions.next()) {
+        if (subsession->sink) return false;
+    }
+    return true;
 }
 
 bool RTSPSession::hasSinkOfKind(const RTSPClientCustom& client, const MediaSubsession& subsession) const {
@@ -390,6 +423,7 @@ void RTSPSession::afterSETUP(RTSPClientCustom& client, int resultCode, const std
         NORIX_LOG("RTSPCoumm::continueAfterSETUP", 0,
                   "RTSPCoumm::continueAfterSETUP() Failed to set up the \"%s/%s\" subssesion: %s",
                   subsession.mediumName(), subsession.codecName(), util::RedactSecrets(result).c_str());
+        if (GroupRefused(subsession)) noteGroupRefused(subsession);
     } else {
         NORIX_LOG("RTSPCoumm::continueAfterSETUP", 0,
                   "RTSPCoumm::continueAfterSETUP() Set up the \"%s/%s\" subsession (client ports %d-%d)",

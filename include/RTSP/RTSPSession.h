@@ -78,6 +78,8 @@ class RTSPSession {
     bool initiate(MediaSubsession& subsession);
     bool hasSinkOfKind(const RTSPClientCustom& client, const MediaSubsession& subsession) const;
     void noteUnsupported(const MediaSubsession& subsession);
+    void noteGroupRefused(const MediaSubsession& subsession);
+    bool nothingIsLeft(const RTSPClientCustom& client) const;
     void tellWhatIsMissing(const RTSPClientCustom& client);
     bool isWanted(const MediaSubsession& subsession) const;
     void play(RTSPClientCustom& client);
@@ -101,6 +103,7 @@ class RTSPSession {
     // RTSPStart's thread only
     Authenticator* m_authenticator = nullptr;  // RTSPStart's
     bool m_endReported = false;
+    bool m_groupRefused = false;   // told already
     std::string m_unsupported[2];  // names of video and sound that can't be received
 };
 

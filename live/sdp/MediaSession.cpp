@@ -153,7 +153,8 @@ bool MediaSubsession::openGroupSockets(ipv4AddressBits group, portNumBits port, 
     const auto rtcpPort = static_cast<portNumBits>(port + 1);
     auto rtp = Groupsock::open(env(), group, port, source);
     auto rtcp = rtp ? Groupsock::open(env(), group, rtcpPort, source) : nullptr;
-    if (!rtcp) return false;
+    m_groupRefused = !rtcp;
+    if (m_groupRefused) return false;
     // Whoever enlarged the receive buffer meant the stream's, not that socket's.
     if (m_rtpSocket) {
         const unsigned size = getReceiveBufferSize(env(), m_rtpSocket->socketNum());
