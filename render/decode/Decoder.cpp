@@ -26,44 +26,6 @@ unsigned HandleNumber(HANDLE handle) {
     return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(handle));
 }
 
-// The presenter as the loops see it.
-class PresenterSink final : public PictureSink {
-  public:
-    explicit PresenterSink(std::shared_ptr<Presenter> presenter) : m_presenter(std::move(presenter)) {}
-
-    codec::PixelFormat Format() const override { return m_presenter->Format(); }
-    bool Prepare(PixelSize size) override {
-        return SUCCEEDED(m_presenter->Initialize(size.width, size.height));
-    }
-    void Show(const DisplayFrame& frame, const std::array<bool, kRegionCount>& drawn) override {
-        Picture picture;
-        picture.data = frame.picture.Data();
-        picture.size = frame.size;
-        picture.stride = frame.Stride();
-        for (std::size_t i = 0; i < kRegionCount; ++i)
-            picture.regions[i] = {frame.regions[i], drawn[i]};
-        m_presenter->Present(picture);
-        // Wine brings what a thread has drawn to the screen when that thread finds its message queue empty.
-        // This one has no messages to look for, so every other picture would wait for the next. GdiFlush is
-        // no help.
-        MSG message;
-        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);
-    }
-    void DisplayChanged() override { m_presenter->DisplayChanged(); }
-
-  private:
-    const std::shared_ptr<Presenter> m_presenter;
-};
-
-// Takes pictures while no presenter has been set.
-class NoSink final : public PictureSink {
-  public:
-    codec::PixelFormat Format() const override { return codec::PixelFormat::kBgr24; }
-    bool Prepare(PixelSize) override { return true; }
-    void Show(const DisplayFrame&, const std::array<bool, kRegionCount>&) override {}
-    void DisplayChanged() override {}
-};
-
 }  // namespace
 
 CDecoder::CDecoder(std::uint32_t kind) : CDecoder(kind, ReadSettings()) {}
@@ -77,7 +39,6 @@ CDecoder::CDecoder(std::uint32_t kind, const DecoderSettings& settings)
               m_settings.displayBufferNum,
               m_settings.displayBufferSize.value_or(kDefaultDisplayBufferSize) >> 10);
     m_pipeline = std::make_shared<Pipeline>(static_cast<VideoCodec>(kind), m_settings);
-    m_pipeline->sink = std::make_shared<NoSink>();
     m_pipeline->snapshots = m_snapshots;
     // A codec library's threading runtime must tolerate a second copy of itself in the process.
     SetEnvironmentVariableW(L"KMP_DUPLICATE_LIB_OK", L"TRUE");
@@ -113,17 +74,12 @@ bool CDecoder::Stop() {
 }
 
 void CDecoder::SetPresenter(std::shared_ptr<Presenter> presenter) {
+    if (!presenter) return;
     m_presenter = presenter;
-    std::shared_ptr<PictureSink> sink;
-    if (presenter) {
-        sink = std::make_shared<PresenterSink>(std::move(presenter));
-    } else {
-        sink = std::make_shared<NoSink>();
-    }
     if (m_decodeThread.Started() || m_displayThread.Started()) {
-        m_pipeline->OfferSink(std::move(sink));
+        m_pipeline->OfferSink(std::move(presenter));
     } else {
-        m_pipeline->sink = std::move(sink);
+        m_pipeline->sink = std::move(presenter);
     }
 }
 
@@ -141,7 +97,7 @@ bool CDecoder::DrawLast(HDC dc, const RECT& target) {
 
 Result CDecoder::CreateDisplayThread() {
     if (m_displayThread.Started()) return kResultOk;
-    if (m_stopped) return kResultFail;
+    if (m_stopped || !m_presenter) return kResultFail;
     const bool started =
         m_displayThread.Start(THREAD_PRIORITY_HIGHEST, [pipeline = m_pipeline](util::StopToken&) {
             NORIX_LOG("CDecoder::DisplayThread", 0, "CDecoder::DisplayThread() begins");
@@ -158,7 +114,7 @@ Result CDecoder::CreateDisplayThread() {
 Result CDecoder::StartDecThread(std::shared_ptr<CCtrlParam> param) {
     if (!param) return kResultInvalidArgument;
     if (m_decodeThread.Started()) return kResultOk;
-    if (m_stopped) return kResultFail;
+    if (m_stopped || !m_presenter) return kResultFail;
     m_pipeline->param = std::move(param);
     const bool started =
         m_decodeThread.Start(THREAD_PRIORITY_NORMAL, [pipeline = m_pipeline](util::StopToken&) {

@@ -39,8 +39,8 @@ class CDecoder {
     void AttachWindow(HWND window) { m_window = window; }
     HWND Window() const { return m_window; }
 
-    /// Where pictures are shown. May be called again while the threads run: the new presenter takes over with
-    /// the next compressed frame, in the view that the old one had.
+    /// Where pictures are shown; not null, and set before the threads start. May be called again while they
+    /// run: the new presenter takes over with the next compressed frame, in the view that the old one had.
     void SetPresenter(std::shared_ptr<Presenter> presenter);
 
     /// Source rectangle, rotation, caption and border, for the host to set; goes into PresenterConfig.

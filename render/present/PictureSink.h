@@ -8,7 +8,7 @@
 
 namespace norix {
 
-/// Where the two loops of a decoder deliver pictures: the presenter without the system's types, so that the
+/// Where the two loops of a decoder deliver pictures: a Presenter without the system's types, so that the
 /// loops run on any host.
 class PictureSink {
   public:

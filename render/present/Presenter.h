@@ -11,7 +11,7 @@
 //   DrawLast        window thread                           draws the last picture into any device context
 //   destructor      the owner's, after both threads ended   releases everything
 //
-// None of them throws.
+// The loops call Initialize and Present by the names of PictureSink. None of them throws.
 // There is no call for a new window size or position: every Present() reads the window.
 // Source rectangle, rotation, caption and border are set in PictureView, which the presenter shares.
 //
@@ -23,8 +23,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "codec/Picture.h"
 #include "render/present/Geometry.h"
+#include "render/present/PictureSink.h"
 #include "render/present/PictureView.h"
 
 namespace norix {
@@ -68,13 +68,14 @@ struct PresenterConfig {
     bool waitForVerticalBlank = false;
 };
 
-class Presenter {
+/// What the loops see of it is the PictureSink.
+class Presenter : public PictureSink {
   public:
-    virtual ~Presenter() = default;
     Presenter(const Presenter&) = delete;
     Presenter& operator=(const Presenter&) = delete;
 
-    virtual codec::PixelFormat Format() const = 0;
+    bool Prepare(PixelSize size) final { return SUCCEEDED(Initialize(size.width, size.height)); }
+    void Show(const DisplayFrame& frame, const std::array<bool, kRegionCount>& drawn) final;
 
     /// 0 on success. After a failure nothing is shown until a later call, or a rebuild inside Present(),
     /// succeeds.
@@ -84,8 +85,6 @@ class Presenter {
     /// rebuilt); a failure code otherwise. No result asks the caller for anything: the next picture tries
     /// again.
     virtual HRESULT Present(const Picture& picture) = 0;
-
-    virtual void DisplayChanged() = 0;
 
     /// False when there is no last picture, or it is busy for longer than a moment: paint something else
     /// then.
