@@ -174,10 +174,13 @@ Result CameraCommands::RequestVideoSettings(const StreamSelection& selection) {
     AppendQuery(url, table, CodePageOf(m_charset));
     const Reply reply = Ask("POST", url);
     if (reply.failed) return kResultFail;
-    const std::wstring text = ToWide(reply.text);
+    const auto take = [&] { ParseCGIParamsW(ToWide(reply.text), table.data(), table.size()); };
     codepage = BytesToWide(m_charset, kCodePageAscii);  // the reply's own, unless it names another
-    ParseCGIParamsW(text, table.data(), table.size());
+    const unsigned readAs = CodePageOf(m_charset);
+    take();
     m_charset = protocol::trim(WideToBytes(codepage, kCodePageAscii));
+    if (CodePageOf(m_charset) != readAs) take();  // what it names holds for its texts as well
+    if (m_video.text.ends_with(L'\r')) m_video.text.pop_back();
     return kResultOk;
 }
 

@@ -5,6 +5,7 @@
 
 #include "control/Events.h"
 #include "control/NorixSDKCtl.h"
+#include "control/connection/StreamAddress.h"
 #include "render/decode/Decoder.h"
 #include "util/Log.h"
 #include "util/LogSetup.h"
@@ -18,7 +19,7 @@ namespace norix {
 ConnectionSettings ControlAsConnectionHost::Settings() const {
     const ControlProperties& properties = m_control.Properties();
     ConnectionSettings settings;
-    settings.serverIP = util::WideToUtf8(properties.serverIP);
+    settings.serverIP = TypedHost(util::WideToUtf8(properties.serverIP));
     settings.httpPort = properties.httpPort;
     settings.username = util::WideToUtf8(properties.username);
     settings.password = util::WideToUtf8(properties.password);
@@ -101,9 +102,12 @@ void ControlAsConnectionHost::FireStatus(EConnectStatus status) {
     m_control.FireEvent(events::OnConnStatus, static_cast<short>(status));
 }
 void ControlAsConnectionHost::ReportFrameRate(int picturesPerSecond) {
+    const Connection& connection = m_control.ConnectionState();
+    const auto ended = [&, before = connection.IsActive()] { return before && !connection.IsActive(); };
     m_control.FireEvent(events::FramePerSec, static_cast<double>(picturesPerSecond));
+    if (ended()) return;  // inside of the event
     m_control.FireEvent(events::OnVideoFrameRate, static_cast<long>(picturesPerSecond));
-    m_control.WatchDisk();
+    if (!ended()) m_control.WatchDisk();
 }
 void ControlAsConnectionHost::AskForSignIn() {
     if (HasWindow()) PostMessageW(m_control.Handle(), WM_OnShowAuthDialog, 0, 0);
@@ -127,11 +131,11 @@ void ControlAsConnectionHost::ConnectionEnds() {
 void ControlAsConnectionHost::DropReports() {
     m_control.CloseDeliveries();
     m_control.Session().param.window.ForgetEvents();
-    if (!HasWindow()) return;
     MSG message;
     for (const UINT report : {WM_OnConnectStatus, WM_OnForceI, WM_OnMotionWindowUpdate, WM_OnDIOStatus,
                               WM_OnResolutionChanged, WM_OnMDAlert, WM_OnIVAEvent, WM_OnGeneralEvent}) {
-        while (PeekMessageW(&message, m_control.Handle(), report, report, PM_REMOVE)) {
+        // Looking for one answers sent messages, and those may end the window.
+        while (HasWindow() && PeekMessageW(&message, m_control.Handle(), report, report, PM_REMOVE)) {
             if (message.message != WM_QUIT) continue;  // it passes every filter
             PostQuitMessage(static_cast<int>(message.wParam));
             return;

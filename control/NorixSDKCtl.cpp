@@ -103,7 +103,8 @@ void* CNorixSDKCtrl::OnQueryInterface(REFIID iid) {
 // ---- The window
 
 HRESULT CNorixSDKCtrl::ReadHostPage() {
-    const std::optional<std::wstring> address = ReadContainerAddress(Embedding().Site());
+    const Microsoft::WRL::ComPtr<IOleClientSite> site = Embedding().Site();  // while it is called
+    const std::optional<std::wstring> address = ReadContainerAddress(site.Get());
     if (!address) return S_OK;
     std::optional<HostPage> page;
     if (!ParsePageAddress(*address, page)) return E_FAIL;
@@ -143,8 +144,10 @@ void CNorixSDKCtrl::OnDestroy() {
 }
 
 bool CNorixSDKCtrl::WaitForWindowCreation() {
-    // A control without a container would wait for ever: nobody is there to activate it.
-    if (Embedding().Site() == nullptr && !CreateHiddenWindow()) return false;
+    // A control without a container would wait for ever: nobody is there to activate it. One that has left
+    // its container is about to end.
+    if (Embedding().Site() == nullptr && (Embedding().WasContained() ? !HasWindow() : !CreateHiddenWindow()))
+        return false;
     const HANDLE created = m_windowCreated.Get();
     while (!m_windowCreated.Wait(0)) {
         MSG message;

@@ -115,6 +115,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     void OnRecordSettingsChanged();
     void OnRecordMaxFileTimeLengthChanged();
     void OnConnectionTimeoutChanged();
+    void OnHttpPortChanged();
     void OnCHIndexChanged();
     void OnStreamIndexChanged();
     void OnCaptionInfoChanged();
@@ -218,6 +219,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     bool IsPlacedElsewhere() const override { return m_fullScreen.IsOn(); }
     void ReturnToPlace() override;
     void OnParentChanged();
+    HRESULT OnMovedIntoContainer() override { return ReadHostPage(); }
     bool OnTranslateAccelerator(const MSG& message) override;
     void SetMute(bool mute) override;
     void SetVolume(int volume) override;

@@ -111,12 +111,14 @@ void CNorixSDKCtrl::SetMute(bool mute) {
     if (m_userInterfaceDead) return UpdateAudioPanel();
     m_properties.voiceMute = mute;
     OnVoiceMuteChanged();
+    NotifyChanged(L"VoiceMute");
 }
 
 void CNorixSDKCtrl::SetVolume(int volume) {
     if (m_userInterfaceDead) return UpdateAudioPanel();
     m_properties.voiceVolume = volume;
     OnVoiceVolumeChanged();
+    NotifyChanged(L"VoiceVolume");
 }
 
 void CNorixSDKCtrl::OnRecordMaxFileTimeLengthChanged() {
@@ -132,6 +134,11 @@ void CNorixSDKCtrl::OnRecordSettingsChanged() {
 
 void CNorixSDKCtrl::OnConnectionTimeoutChanged() {
     m_properties.connectionTimeout = std::max(m_properties.connectionTimeout, kMinimumConnectionTimeout);
+    SetModifiedFlag();
+}
+
+void CNorixSDKCtrl::OnHttpPortChanged() {
+    m_properties.httpPort = std::clamp(m_properties.httpPort, 0L, kMaximumPort);
     SetModifiedFlag();
 }
 

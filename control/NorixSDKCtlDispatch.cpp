@@ -35,7 +35,7 @@ constexpr DispatchMember kMembers[] = {
     Stored<&P::username, &C::OnSignInChanged>(6, L"username"),
     Stored<&P::password, &C::OnSignInChanged>(7, L"password", Persistence::LoadOnly),
     Stored<&P::recordManualNaming, &C::OnRecordSettingsChanged>(8, L"RecordManualNaming"),
-    Stored<&P::httpPort>(9, L"HttpPort"),
+    Stored<&P::httpPort, &C::OnHttpPortChanged>(9, L"HttpPort"),
     Stored<&P::forceGDI, &C::OnForceGDIChanged>(10, L"ForceGDI"),
     Stored<&P::enableAudioControl, &C::OnEnableAudioControlChanged>(11, L"EnableAudioControl",
                                                                     Persistence::Full, kNeedsWindow),

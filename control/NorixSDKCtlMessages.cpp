@@ -127,11 +127,14 @@ void CNorixSDKCtrl::OnRequestFileName(const SYSTEMTIME& time) {
     framework::ScopedVariant name;
     framework::WriteVariant<framework::Text>(name, asked);
     FireEvent(events::OnRequestFileName, &name);
+    const std::wstring before = m_properties.recordFileName;
     const VARIANT& answer = name;
     if (answer.vt == VT_BSTR && util::BstrView(answer.bstrVal) != asked)
         m_properties.recordFileName = util::BstrView(answer.bstrVal);
+    const bool renamed = m_properties.recordFileName != before;
     ApplyRecordSettings();
     m_recorder.OnNameAnswered();
+    if (renamed) NotifyChanged(L"RecordFileName");
 }
 
 void CNorixSDKCtrl::OnSnapshotData(const void* bytes, const SnapshotDescription* picture) {
@@ -168,9 +171,14 @@ void CNorixSDKCtrl::OnShowAuthDialog() {
     m_signInOpen = true;
     const std::vector<protocol::Origin> wanting = m_camera.Who().Wanting(m_camera.WebOrigin());
     const bool web = m_trust.IsWeb();
-    const std::optional<Credentials> entered = AskForCredentials(
-        framework::COleControlModule::Get().Instance(), Handle(), ForReading(wanting.back().host),
-        web ? ForReading(m_trust.Page().origin) : L"", {m_properties.username, m_properties.password});
+    std::optional<Credentials> entered;
+    {
+        const framework::InPlace::Modal modal(InPlaceState());
+        entered = AskForCredentials(framework::COleControlModule::Get().Instance(), Handle(),
+                                    ForReading(wanting.back().host),
+                                    web ? ForReading(m_trust.Page().origin) : L"",
+                                    {m_properties.username, m_properties.password});
+    }
     m_signInOpen = false;
     if (!entered) return;
     for (const protocol::Origin& origin : wanting) {

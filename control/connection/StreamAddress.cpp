@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "protocol/Origin.h"
+#include "protocol/Text.h"
 #include "protocol/Url.h"
 
 namespace norix {
@@ -108,6 +109,15 @@ std::string ConnectionCaption(std::string_view cameraName, MediaType media, ECon
         default:
             return caption;
     }
+}
+
+std::string_view TypedHost(std::string_view typed) {
+    constexpr std::string_view kScheme = "http://";
+    typed = protocol::trim(typed);
+    if (protocol::startsWithIgnoringCase(typed, kScheme)) typed.remove_prefix(kScheme.size());
+    while (typed.ends_with('/'))
+        typed.remove_suffix(1);
+    return typed;
 }
 
 std::optional<CameraLocation> LocateCamera(std::string_view streamUri, std::string_view mediaServiceUri) {

@@ -48,6 +48,10 @@ MediaType ChooseMedia(short mediaType);
 /// The caption of a connection: the camera's name and "(AV-UDP)" with the media and the protocol in use.
 std::string ConnectionCaption(std::string_view cameraName, MediaType media, EConnectProtocol protocol);
 
+/// The camera's name or address out of what people type for it: without blanks around it, "http://" before
+/// and a slash behind.
+std::string_view TypedHost(std::string_view typed);
+
 /// Where a camera is, out of an address that the host has set.
 struct CameraLocation {
     std::string host;

@@ -96,7 +96,7 @@ TEST_F(CameraCommandsTest, ReadsTheWholeCamera) {
     replies = {Answer("Model=M\r\nSerialNumber=12ab\nCameraNumber=2\nONVIFSupport=0\n"),
                Answer("rtsp_rtspport=8554\nhttp_httpport=81\nhttp_httpsport=Not Exist\n"),
                Answer("video_codectype=h264,mjpg;mp4v\n"),
-               Answer("video02_text=Tor\nvideo02_maxframe01_mp4v=4\nvideo_actualmodulation=2\nvideo02_"
+               Answer("video02_text=Tor\r\nvideo02_maxframe01_mp4v=4\nvideo_actualmodulation=2\nvideo02_"
                       "codepage=GB2312\r\n",
                       "HTTP/1.0 200 OK\r\nContent-Type: text/plain; charset=us-ascii\r\n"),
                Answer("motiondetect02_winname03=door\nmotiondetect02_winobjsize03=7\n"

@@ -88,6 +88,16 @@ TEST_F(TheWindow, IsHiddenWithoutAContainer) {
     EXPECT_EQ(Host().Events().size(), 2u);
 }
 
+TEST_F(TheWindow, IsNotMadeOnceTheContainerHasLetGo) {
+    Create(false);
+    FakeSite site;
+    SetSite(&site);
+    SetSite(nullptr);
+    EXPECT_FALSE(Control().WaitForWindowCreation());
+    EXPECT_EQ(Control().Connect(), -1);
+    EXPECT_FALSE(Control().HasWindow());
+}
+
 TEST_F(TheWindow, IsNotWaitedForWhenTheProgramEnds) {
     FakeSite site;
     Create(false);
