@@ -174,10 +174,9 @@ void CNorixSDKCtrl::OnShowAuthDialog() {
     std::optional<Credentials> entered;
     {
         const framework::InPlace::Modal modal(InPlaceState());
-        entered = AskForCredentials(framework::COleControlModule::Get().Instance(), Handle(),
-                                    ForReading(wanting.back().host),
-                                    web ? ForReading(m_trust.Page().origin) : L"",
-                                    {m_properties.username, m_properties.password});
+        entered = AskForCredentials(
+            framework::COleControlModule::Get().Instance(), Handle(), ForReading(wanting.back().host),
+            web ? ForReading(m_trust.Page().origin) : L"", {m_properties.username, m_properties.password});
     }
     m_signInOpen = false;
     if (!entered) return;

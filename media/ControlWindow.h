@@ -124,7 +124,7 @@ class ControlWindow {
     Shared<WindowHandle> m_window{nullptr};
     mutable std::mutex m_lock;
     std::array<Sending, kMostSenders> m_sending;  // guarded by m_lock; message 0: free
-    std::vector<EConnectStatus> m_unposted;  // guarded by m_lock
+    std::vector<EConnectStatus> m_unposted;       // guarded by m_lock
 
     static constexpr std::size_t kMostEvents = 64;
     struct Event {
