@@ -22,9 +22,12 @@ else()
     link_libraries(Threads::Threads)
 endif()
 
-# For the folders that take apart what strangers send: an index out of its bounds ends the program there.
+# For the folders that take apart what strangers send: an index out of its bounds ends the program there. Sanitizers see
+# it anyway.
 macro(norix_check_bounds)
-    add_compile_definitions(_GLIBCXX_ASSERTIONS)
+    if(NOT NORIX_SANITIZE)
+        add_compile_definitions(_GLIBCXX_ASSERTIONS)
+    endif()
 endmacro()
 
 # Sanitizers, for host builds with clang: a list such as "address;undefined" or "thread".
