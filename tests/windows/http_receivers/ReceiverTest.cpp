@@ -66,8 +66,8 @@ class HttpReceiverTest : public testing::Test {
     }
 
     static HttpStreamRequest Request(const ScriptedServer& server) {
-        return {"127.0.0.1", server.Port(), "/kest-cgi/mjpeg.cgi?channel=1&stream=1", "admin", "secret",
-                "",          2000};
+        return {"127.0.0.1", server.Port(), "/kest-cgi/mjpeg.cgi?channel=1&stream=1", "admin", "secret", "",
+                {},          2000};
     }
 
     // The statuses that are posted, at least until there are as many or the deadline is over.
@@ -173,7 +173,7 @@ TEST_F(HttpReceiverTest, AStartThatFailsReportsNothingButItself) {
     }
     EXPECT_EQ(server.Requests().size(), 6u);
     for (const char* host : {"no-such-host.invalid", "bad host", "127.0.0.1"}) {
-        HttpStreamRequest request{host, 9, "/", "", "", "", 300};
+        HttpStreamRequest request{host, 9, "/", "", "", "", {}, 300};
         EXPECT_FALSE(receiver->Start(request)) << host;
     }
     EXPECT_FALSE(receiver->Running());
@@ -246,7 +246,7 @@ TEST_F(HttpReceiverTest, StopsWhateverTheThreadIsAt) {
     EXPECT_FALSE(StartCalling(*receiver, Request(server), stop));  // it waits for the head
     EXPECT_FALSE(StartCalling(*receiver, Request(server), [&] { receiver.reset(); }));
     receiver = Receiver();  // it connects to where nobody answers
-    EXPECT_FALSE(StartCalling(*receiver, {"192.0.2.1", 80, "/", "", "", "", 2000}, stop));
+    EXPECT_FALSE(StartCalling(*receiver, {"192.0.2.1", 80, "/", "", "", "", {}, 2000}, stop));
 
     m_param->ResetForNewStream();
     ASSERT_TRUE(receiver->Start(Request(server)));
