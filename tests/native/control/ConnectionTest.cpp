@@ -152,6 +152,8 @@ TEST_F(ConnectionTest, SignsInAsTheHostSaysElseTheAddressElseAsBefore) {
     Connect();
     EXPECT_EQ(Reception().rtsp->userName, "uri");
     EXPECT_EQ(Reception().rtsp->password, "2");
+    EXPECT_EQ(means.saved["camera"].user, "saved");
+    Report(ecsConnected);  // not before the camera has taken it
     EXPECT_EQ(means.saved["camera"].user, "uri");
     connection.Disconnect();
 
@@ -196,11 +198,11 @@ TEST_F(ConnectionTest, A401MeansTheUserWhereTheServiceCounts) {
         {"the ONVIF service's", true, kKsOnvifDenied, 0, ecsConnectFail, ecsUserAuthenticationFail},
         {"nobody's", false, kKsOnvifNotFound, 404, ecsConnectFail, ecsConnectFail},
     };
-    for (const auto& c : cases) {
+    for (int number = 0; const auto& c : cases) {
         camera.AnswerAs("h264");
         if (c.commandsRefuse) camera.answer = refuse;
         camera.onvif = c.onvif;
-        host.settings.serverIP = c.what;
+        host.settings.serverIP = "camera" + std::to_string(++number);
         EXPECT_EQ(Connect(), 0);
         session->param.refusal.Set(c.refusal);
         Report(c.reported);

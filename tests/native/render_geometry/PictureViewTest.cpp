@@ -63,11 +63,11 @@ TEST_F(PictureViewTest, DigitalPtzStartsFromTheWholePicture) {
     EXPECT_EQ(Source(), Whole(kPicture));
 }
 
-TEST_F(PictureViewTest, SourceIsCutWhenThePictureShrinks) {
+TEST_F(PictureViewTest, SourceKeepsItsShareWhenThePictureShrinks) {
     view.EnableDigitalPtz(true);
     ASSERT_EQ(view.SetSourceRect(100, 100, 640, 480), kOk);
-    EXPECT_EQ(view.Current({320, 240}).source, (PixelRect{100, 100, 320, 240}));
-    EXPECT_EQ(view.Current({64, 48}).source, (PixelRect{0, 0, 64, 48}));
+    EXPECT_EQ(view.Current({320, 240}).source, (PixelRect{50, 50, 320, 240}));
+    EXPECT_EQ(view.Current({64, 48}).source, (PixelRect{10, 10, 64, 48}));
 }
 
 TEST_F(PictureViewTest, CaptionIsShownOnlyWhenThereIsOneAndItIsWanted) {
