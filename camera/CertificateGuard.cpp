@@ -31,7 +31,7 @@ const CERT_CONTEXT* ServersOwn(const CERT_CHAIN_CONTEXT& chain) {
 CertificateGuard::Verdict CertificateGuard::Look(HINTERNET request) noexcept {
     if (m_verdict != Verdict::NotSeen) return m_verdict;
     const CERT_CHAIN_CONTEXT* found = nullptr;
-    DWORD size = sizeof found;
+    DWORD size = sizeof(const CERT_CHAIN_CONTEXT*);  // NOLINT(bugprone-sizeof-expression): a pointer comes
     if (!InternetQueryOptionW(request, kServerCertChainContext, &found, &size) || !found) return m_verdict;
     const Chain chain(found);
     const CERT_CONTEXT* const certificate = ServersOwn(*chain);

@@ -229,7 +229,7 @@ void Connection::NextStep() {
 /// Has a worker ask the camera; true when the stream has to wait for that.
 bool Connection::Ask() {
     auto inquiry = m_camera.Prepare(m_attempt.selection, m_attempt.protocol);
-    const auto runBeside = [&](std::shared_ptr<StepSignal> signal) {
+    const auto runBeside = [&](const std::shared_ptr<StepSignal>& signal) {
         return m_means.RunBeside([inquiry, signal] {
             const util::CTimeDiff timing("CNorixSDKCtrl::Connect() SendCGICommand");
             inquiry->Run();

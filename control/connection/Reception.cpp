@@ -34,7 +34,7 @@ HttpStreamRequest RequestOf(const HttpSource& source, const std::string& path) {
 
 }  // namespace
 
-Reception::Reception(std::shared_ptr<SessionContext> session)
+Reception::Reception(const std::shared_ptr<SessionContext>& session)
     : m_param(ShareParam(session)),
       m_users(m_param),
       m_players(std::make_shared<Playback>(m_param, session->view)) {}

@@ -14,7 +14,7 @@ class RTSPCoumm;
 /// The product's receivers: RTSPCoumm, or an HttpStreamReceiver for pictures and one for sound.
 class Reception final : public StreamReception {
   public:
-    explicit Reception(std::shared_ptr<SessionContext> session);
+    explicit Reception(const std::shared_ptr<SessionContext>& session);
     /// Stops.
     ~Reception() override;
     Reception(const Reception&) = delete;

@@ -11,7 +11,7 @@ var METHODS = [
     ["GetPresetName", ["", ""]],
     ["SavePresetPosition", ["'gate', 7", undefined]],
     ["SendCameraCommand", ["'home', 1", -1], ["'', 1", -1]],
-    ["StartRecording", ["1", E_FAIL], ["0", E_FAIL]],
+    ["StartRecording", ["1", 0], ["0", 0]],  // a wish, for when something is received
     ["StopRecording", ["1", 0], ["1", 0]],
     ["HttpCommand", ["'GET', '', '/x', true", ""], ["'POST', '', '/x?a=1', false", ""],
         ["'get', '127.0.0.1', '/x', true", ""], ["'', '127.0.0.1', '/x', true", ""]],
@@ -26,7 +26,7 @@ var METHODS = [
     ["SetMulticastInfoByType", ["3, '239.1.1.4', 5006", 0], ["4, '239.1.1.5', 5008", E_INVALIDARG]],
     ["SaveSnapShot", ["'C:\\\\', '', true", undefined]],
     ["GetSnapshotData", ["1", undefined], ["99", undefined]],
-    ["CreateOverlappedWindow", ["5, 0, 0, 64, 64, true, true, 'caption'", E_POINTER]],
+    ["CreateOverlappedWindow", ["5, 0, 0, 64, 64, true, true, 'caption'", E_FAIL]],
     ["DeleteOverlappedWindow", ["5", E_FAIL], ["-1", E_FAIL]],
     ["GetOverlappedWindowInJSON", ["5", ""]],
     ["SetVideoSize", ["640, 480", 0], ["-1, 480", E_INVALIDARG], ["0, 0", 0]],
