@@ -1,7 +1,7 @@
 #pragma once
 
-// The bytes of an AVI file before its frames. The form is RIFF "AVI ", as the Multimedia Programming
-// Interface and Data Specifications 1.0 and vfw.h describe it. Pure.
+// The bytes of an AVI file before its frames. The form is RIFF "AVI ", as Microsoft's
+// AVI RIFF File Reference and vfw.h describe it. Pure.
 
 #include <cstdint>
 #include <optional>

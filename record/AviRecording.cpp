@@ -76,12 +76,13 @@ FileResult AviRecording::FillPictures(std::int64_t time) {
     if (!m_rate) return FileResult::Ok;
     const double interval = m_rate->IntervalMs();
     double late = static_cast<double>(time) - m_writer.VideoChunks() * interval;
-    for (; late >= kLateFrames * interval; late -= interval) {
+    while (late >= kLateFrames * interval) {
         if (!m_writer.HasRoom(0)) {
             m_full = true;
             return FileResult::Ok;
         }
         if (const FileResult result = m_writer.WriteVideo({}, false); result != FileResult::Ok) return result;
+        late -= interval;
     }
     return FileResult::Ok;
 }
