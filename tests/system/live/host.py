@@ -15,8 +15,8 @@ ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.dirname(os.path.a
 WINE_RUN = os.path.join(ROOT, "scripts", "wine-run")
 
 SIZE = (400, 225)  # of the video area
-_VIDEO_AT = (4, 104)  # the video area's place in the host's window
-_WINDOW = (408, 509)
+_VIDEO_AT = (4, 132)  # the video area's place in the host's window
+_WINDOW = (408, 537)
 _SCREEN = (1280, 1024)
 COMPARED = (100, 56)  # pictures are compared at this size: differently smoothed, they are the same then
 _CAPTION = 5  # rows at the top of these that the caption covers
