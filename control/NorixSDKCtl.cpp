@@ -22,6 +22,22 @@ namespace norix {
 
 namespace {
 
+/// A key or a button of the mouse goes down in the control: what a user does, and a page's script can't.
+bool IsUserInput(UINT message) {
+    switch (message) {
+        case WM_KEYDOWN:
+        case WM_LBUTTONDOWN:
+        case WM_LBUTTONDBLCLK:
+        case WM_RBUTTONDOWN:
+        case WM_RBUTTONDBLCLK:
+        case WM_MBUTTONDOWN:
+        case WM_MBUTTONDBLCLK:
+            return true;
+        default:
+            return false;
+    }
+}
+
 // Active when visible, set up without a user interface, activated without UI, no drawing of its border by the
 // container, and rendered by the control itself.
 constexpr DWORD kMiscStatus = OLEMISC_ACTIVATEWHENVISIBLE | OLEMISC_SETCLIENTSITEFIRST | OLEMISC_INSIDEOUT |
@@ -210,6 +226,7 @@ void CNorixSDKCtrl::OnSaveProperty(const framework::DispatchMember& member, VARI
 }
 
 LRESULT CNorixSDKCtrl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (IsUserInput(message)) m_trust.OnUserInput();
     switch (message) {
         case WM_CREATE: {
             const LRESULT result = COleControl::OnMessage(message, wParam, lParam);

@@ -298,7 +298,7 @@ void CNorixSDKCtrl::PreviewFullScreen(bool full) {
     NORIX_LOG("CNorixSDKCtrl::PreviewFullScreen", 1, "CNorixSDKCtrl::PreviewFullScreen(%d)", full);
     if (m_fullScreen.IsOn()) {
         ReturnToPlace();
-    } else if (full && HasWindow() && m_fullScreen.Enter(Handle())) {
+    } else if (full && HasWindow() && m_trust.MayFillScreen() && m_fullScreen.Enter(Handle())) {
         OnParentChanged();
     }
 }

@@ -324,6 +324,23 @@ TEST_F(Trust, SavedAddressesCarryNoPassword) {
     EXPECT_EQ(Get(L"MediaServiceUri"), "http://eva@cam.example/onvif");
 }
 
+TEST_F(Trust, APageFillsTheScreenOnlyAfterInput) {
+    HWND window = nullptr;
+    const auto fillsTheScreen = [&] {
+        CallMethod(Automation(), L"PreviewFullScreen", {true});
+        RECT place{};
+        GetWindowRect(window, &place);
+        return place.right - place.left >= GetSystemMetrics(SM_CXSCREEN);
+    };
+    BeInPage();
+    ASSERT_NO_FATAL_FAILURE(Show());
+    ASSERT_EQ(Query<IOleInPlaceObject>()->GetWindow(&window), S_OK);
+    EXPECT_FALSE(fillsTheScreen());
+    SendMessageW(window, WM_LBUTTONDOWN, MK_LBUTTON, 0);
+    EXPECT_TRUE(fillsTheScreen());
+    CallMethod(Automation(), L"PreviewFullScreen", {false});
+}
+
 // ---- What is kept
 
 TEST_F(Trust, APagesClientValuesAreItsOwnAndBounded) {
