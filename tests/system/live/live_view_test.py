@@ -279,7 +279,9 @@ class Recorded:
         sound = heard(read(*decoder, "-vn", "-f", "s16le", "-"))
         length = float(read(*probe, "format=duration", path))
         assert 3 < length < 30, f"{length} s long"
-        assert 24 < len(packets) / length < 26, f"{len(packets)} pictures in {length} s"
+        # Over HTTP pictures carry no times of their own: those that have waited on a busy machine arrive together.
+        slack = 6 if "HTTP" in self.name else 1
+        assert abs(len(packets) / length - 25) < slack, f"{len(packets)} pictures in {length} s"
         # A file ends with whatever came last, and sound comes in blocks of 128 ms.
         assert abs(len(sound) / 40 - length) < 0.4, f"{len(sound) / 40} s of sound in {length} s"
         assert sound.count("t") > 0.8 * len(sound), f"sound: {sound}"
