@@ -176,7 +176,9 @@ TEST(DecodeLoop, ParametersThatCameOnceOutliveEverything) {
         }
         rig.display->Step();
         // Pictures again from the key frame behind each of them on.
-        if (i % 8 == 0) EXPECT_EQ(rig.sink->Shown().back().pts, i);
+        if (i % 8 == 0) {
+            EXPECT_EQ(rig.sink->Shown().back().pts, i);
+        }
     }
     EXPECT_EQ(rig.sink->Shown().back().pts, 47u);
 
@@ -187,7 +189,9 @@ TEST(DecodeLoop, ParametersThatCameOnceOutliveEverything) {
         if (i == 3) other.pipeline.OfferSink(std::make_shared<test::FakeSink>(PixelFormat::kYuy2, true));
         if (i == 5) other.pipeline.OfferSink(other.sink);
         other.Play(sent, i, i % 8 == 0 ? 0 : 1);
-        if (i >= 8) EXPECT_EQ(other.sink->Shown().back().pts, i);
+        if (i >= 8) {
+            EXPECT_EQ(other.sink->Shown().back().pts, i);
+        }
     }
 }
 
@@ -201,7 +205,9 @@ TEST(DecodeLoop, GoesOnWithAKeyFrameAfterFramesWereLeftOut) {
             rig.param.decodeAV.Set(i < 3 || i > 4);
             rig.param.iFrameOnly.Set(i > 12 && i < 19);
             rig.Play(packets[i], i, i % 8 == 0 ? 0 : 1);
-            if (i == 5) EXPECT_TRUE(rig.param.TakeKeyFrameWish());
+            if (i == 5) {
+                EXPECT_TRUE(rig.param.TakeKeyFrameWish());
+            }
         }
         for (const test::ShownPicture& picture : rig.sink->Shown())
             shown.push_back(picture.pts);
