@@ -8,8 +8,8 @@
 
 namespace codec {
 
-// The part of H.264 (ITU-T H.264, clause 7.3) that has to be known before a decoder may see the stream.
-// Internal to codec/ but for what H264Decoder.h passes on. Input is Annex B.
+// The part of H.264 (ITU-T H.264, clause 7.3) that has to be known before a decoder may see the stream, or a
+// file can say how large its pictures are. Input is Annex B.
 
 /// Sequence parameter set: what the pictures that refer to it are like.
 struct H264Sps {

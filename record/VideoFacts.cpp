@@ -5,6 +5,7 @@
 #include <bit>
 
 #include "codec/BitReader.h"
+#include "codec/H264Headers.h"
 #include "codec/Mpeg4Headers.h"
 
 namespace norix {
@@ -22,10 +23,6 @@ unsigned ReadUe(codec::BitReader& bits) {
         ++zeros;
     if (zeros >= 32) return 0;
     return (1u << zeros) - 1 + bits.Read(zeros);
-}
-
-void SkipSe(codec::BitReader& bits) {
-    ReadUe(bits);
 }
 
 std::size_t FindStartCode(RecordBytes bytes, std::size_t from) {
@@ -77,80 +74,6 @@ std::size_t Unescape(RecordBytes unit, std::array<std::uint8_t, N>& out) {
     return length;
 }
 
-void SkipScalingList(codec::BitReader& bits, int size) {
-    int last = 8;
-    int next = 8;
-    for (int i = 0; i < size && !bits.Overrun(); ++i) {
-        if (next != 0) {
-            const unsigned code = ReadUe(bits);
-            const int delta = code % 2 != 0 ? static_cast<int>(code / 2) + 1 : -static_cast<int>(code / 2);
-            next = (last + delta + 256) % 256;
-        }
-        last = next == 0 ? last : next;
-    }
-}
-
-bool HasChromaFields(unsigned profile) {
-    static constexpr unsigned kProfiles[] = {100, 110, 122, 244, 44, 83, 86, 118, 128, 138, 139, 134, 135};
-    return std::find(std::begin(kProfiles), std::end(kProfiles), profile) != std::end(kProfiles);
-}
-
-// 7.3.2.1.1, as far as the size of the pictures.
-void ReadSps(RecordBytes unit, VideoFacts& facts) {
-    std::array<std::uint8_t, 512> plain;
-    const std::size_t length = Unescape(unit, plain);
-    codec::BitReader bits(plain.data(), length);
-    bits.Skip(8);
-    const unsigned profile = bits.Read(8);
-    bits.Skip(16);
-    ReadUe(bits);
-    unsigned chroma = 1;
-    if (HasChromaFields(profile)) {
-        chroma = ReadUe(bits);
-        if (chroma == 3) bits.Skip(1);
-        ReadUe(bits);
-        ReadUe(bits);
-        bits.Skip(1);
-        if (bits.ReadFlag()) {
-            const int lists = chroma == 3 ? 12 : 8;
-            for (int i = 0; i < lists; ++i)
-                if (bits.ReadFlag()) SkipScalingList(bits, i < 6 ? 16 : 64);
-        }
-    }
-    ReadUe(bits);  // frame numbers
-    const unsigned order = ReadUe(bits);
-    if (order == 0) {
-        ReadUe(bits);
-    } else if (order == 1) {
-        bits.Skip(1);
-        SkipSe(bits);
-        SkipSe(bits);
-        const unsigned cycle = std::min(ReadUe(bits), 255u);
-        for (unsigned i = 0; i < cycle; ++i)
-            SkipSe(bits);
-    }
-    ReadUe(bits);
-    bits.Skip(1);
-    const std::uint64_t width = (ReadUe(bits) + 1ull) * 16;
-    const std::uint64_t mapUnits = ReadUe(bits) + 1ull;
-    const bool framesOnly = bits.ReadFlag();
-    if (!framesOnly) bits.Skip(1);
-    bits.Skip(1);
-    const std::uint64_t height = mapUnits * 16 * (framesOnly ? 1 : 2);
-    std::uint64_t cutX = 0;
-    std::uint64_t cutY = 0;
-    if (bits.ReadFlag()) {
-        const unsigned unitX = chroma == 1 || chroma == 2 ? 2 : 1;
-        const unsigned unitY = (chroma == 1 ? 2 : 1) * (framesOnly ? 1 : 2);
-        cutX = (std::uint64_t{ReadUe(bits)} + ReadUe(bits)) * unitX;
-        cutY = (std::uint64_t{ReadUe(bits)} + ReadUe(bits)) * unitY;
-    }
-    constexpr std::uint64_t kLargest = 16384;
-    if (bits.Overrun() || width > kLargest || height > kLargest || cutX >= width || cutY >= height) return;
-    facts.width = static_cast<std::uint32_t>(width - cutX);
-    facts.height = static_cast<std::uint32_t>(height - cutY);
-}
-
 bool HasRecoveryPoint(RecordBytes sei) {
     std::size_t at = 1;
     while (at < sei.size()) {
@@ -179,7 +102,10 @@ VideoFacts InspectH264(RecordBytes frame) {
     ForEachNal(frame, [&](unsigned type, RecordBytes unit, std::size_t) {
         if (type == kSps) {
             facts.hasParameters = true;
-            ReadSps(unit, facts);
+            codec::H264Sps sps;
+            if (codec::ParseH264Sps(unit.data(), unit.size(), &sps) == codec::Status::kBadData) return;
+            facts.width = static_cast<std::uint32_t>(sps.width);
+            facts.height = static_cast<std::uint32_t>(sps.height);
         } else if (type == kSei) {
             recovery = recovery || HasRecoveryPoint(unit);
         } else if (IsSlice(type)) {
