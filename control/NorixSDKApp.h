@@ -7,6 +7,7 @@ namespace norix {
 /// The module object of NorixSDK.ocx.
 class CNorixSDKApp final : public framework::COleControlModule {
   public:
+    CNorixSDKApp() : COleControlModule(L"NorixSDK", L"NorixSDKWindow") {}
     BOOL InitInstance() override;
     int ExitInstance() override;
 };

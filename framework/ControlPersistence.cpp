@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "framework/EntryPoint.h"
+#include "framework/Module.h"
 #include "framework/OleControl.h"
 #include "framework/ScopedVariant.h"
 
@@ -77,7 +78,7 @@ void ReportError(IErrorLog* log, const wchar_t* name, HRESULT code) {
     if (log == nullptr) return;
     EXCEPINFO problem = {};
     problem.scode = code;
-    problem.bstrSource = SysAllocString(L"NorixSDK");
+    problem.bstrSource = SysAllocString(COleControlModule::Get().Name());
     problem.bstrDescription = SysAllocString(L"The value does not fit the property's type");
     log->AddError(name, &problem);
     SysFreeString(problem.bstrSource);

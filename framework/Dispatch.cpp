@@ -7,6 +7,7 @@
 #include <new>
 
 #include "framework/EntryPoint.h"
+#include "framework/Module.h"
 #include "framework/ScopedVariant.h"
 
 namespace framework {
@@ -71,7 +72,7 @@ HRESULT SetNotSupported(const DispatchMember& member, EXCEPINFO* exception) {
     if (exception != nullptr) {
         *exception = {};
         exception->scode = CTL_E_SETNOTSUPPORTED;
-        exception->bstrSource = SysAllocString(L"NorixSDK");
+        exception->bstrSource = SysAllocString(COleControlModule::Get().Name());
         exception->bstrDescription = SysAllocString((std::wstring(member.name) + L" is read-only").c_str());
     }
     return DISP_E_EXCEPTION;

@@ -16,7 +16,8 @@ namespace {
 COleControlModule* g_module = nullptr;  // set during static construction, constant afterwards
 }
 
-COleControlModule::COleControlModule() {
+COleControlModule::COleControlModule(const wchar_t* name, const wchar_t* windowClass)
+    : m_name(name), m_windowClass(windowClass) {
     g_module = this;
 }
 

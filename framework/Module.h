@@ -13,7 +13,9 @@ namespace framework {
 /// under the loader lock and must neither wait nor call COM.
 class COleControlModule {
   public:
-    COleControlModule();
+    /// `name` is whose errors the host is told of, `windowClass` what the module's windows are registered as;
+    /// both are kept, not copied.
+    COleControlModule(const wchar_t* name, const wchar_t* windowClass);
     COleControlModule(const COleControlModule&) = delete;
     COleControlModule& operator=(const COleControlModule&) = delete;
 
@@ -26,6 +28,8 @@ class COleControlModule {
     virtual int ExitInstance();
 
     HINSTANCE Instance() const { return m_instance; }
+    const wchar_t* Name() const { return m_name; }
+    const wchar_t* WindowClass() const { return m_windowClass; }
     void Lock() { m_locks.fetch_add(1, std::memory_order_relaxed); }
     void Unlock() { m_locks.fetch_sub(1, std::memory_order_acq_rel); }
     /// True when no object and no server lock is left: DllCanUnloadNow's answer.
@@ -38,6 +42,8 @@ class COleControlModule {
     ~COleControlModule() = default;
 
   private:
+    const wchar_t* const m_name;
+    const wchar_t* const m_windowClass;
     HINSTANCE m_instance = nullptr;  // written once, at process attach
     std::atomic<long> m_locks{0};
 };

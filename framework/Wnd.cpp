@@ -6,8 +6,6 @@
 namespace framework {
 
 namespace {
-constexpr wchar_t kWindowClass[] = L"NorixSDKWindow";
-
 bool RegisterWindowClass(HINSTANCE instance, WNDPROC procedure) {
     WNDCLASSEXW windowClass = {};
     windowClass.cbSize = sizeof(windowClass);
@@ -15,7 +13,7 @@ bool RegisterWindowClass(HINSTANCE instance, WNDPROC procedure) {
     windowClass.lpfnWndProc = procedure;
     windowClass.hInstance = instance;
     windowClass.hCursor = LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
-    windowClass.lpszClassName = kWindowClass;
+    windowClass.lpszClassName = COleControlModule::Get().WindowClass();
     return RegisterClassExW(&windowClass) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
 }
 }  // namespace
@@ -27,8 +25,8 @@ CWnd::~CWnd() {
 bool CWnd::Create(const wchar_t* title, DWORD style, DWORD exStyle, const RECT& bounds, HWND parent) {
     const HINSTANCE instance = COleControlModule::Get().Instance();
     if (m_window != nullptr || !RegisterWindowClass(instance, &CWnd::WindowProc)) return false;
-    CreateWindowExW(exStyle, kWindowClass, title, style, bounds.left, bounds.top, bounds.right - bounds.left,
-                    bounds.bottom - bounds.top, parent, nullptr, instance, this);
+    CreateWindowExW(exStyle, COleControlModule::Get().WindowClass(), title, style, bounds.left, bounds.top,
+                    bounds.right - bounds.left, bounds.bottom - bounds.top, parent, nullptr, instance, this);
     // Not the return value: a handler of WM_CREATE may already have destroyed the window again.
     return m_window != nullptr;
 }
@@ -38,7 +36,7 @@ void CWnd::DestroyWindow() {
 }
 
 void CWnd::UnregisterWindowClass(HINSTANCE instance) {
-    UnregisterClassW(kWindowClass, instance);
+    UnregisterClassW(COleControlModule::Get().WindowClass(), instance);
 }
 
 LRESULT CWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {

@@ -16,7 +16,10 @@
 
 namespace {
 
-class BenchModule final : public framework::COleControlModule {};
+class BenchModule final : public framework::COleControlModule {
+  public:
+    BenchModule() : COleControlModule(L"Test", L"TestWindow") {}
+};
 BenchModule g_module;
 
 norix::CNorixSDKCtrl* g_control = nullptr;

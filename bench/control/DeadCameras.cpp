@@ -19,7 +19,10 @@
 
 namespace {
 
-class BenchModule final : public framework::COleControlModule {};
+class BenchModule final : public framework::COleControlModule {
+  public:
+    BenchModule() : COleControlModule(L"Test", L"TestWindow") {}
+};
 BenchModule g_module;
 
 constexpr double kLimitMs = 50;

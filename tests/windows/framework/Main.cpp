@@ -8,7 +8,10 @@
 namespace {
 
 // A control looks for its resources, and counts its objects, in the module that it is part of.
-class TestModule final : public framework::COleControlModule {};
+class TestModule final : public framework::COleControlModule {
+  public:
+    TestModule() : COleControlModule(L"Test", L"TestWindow") {}
+};
 TestModule g_module;
 
 }  // namespace
