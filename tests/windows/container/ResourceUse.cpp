@@ -1,6 +1,7 @@
 #include "tests/windows/container/ResourceUse.h"
 
 #include <tlhelp32.h>
+#include <winternl.h>
 
 #include <algorithm>
 #include <array>
@@ -10,6 +11,28 @@
 
 namespace {
 
+constexpr auto kThreadQuerySetWin32StartAddress = static_cast<THREADINFOCLASS>(9);
+using QueryThread = NTSTATUS(WINAPI*)(HANDLE, THREADINFOCLASS, PVOID, ULONG, PULONG);
+
+// True for a thread that runs code of the program's or of the control's from its start. The system keeps
+// threads for sound, calls between apartments and the like for as long as the process lives.
+bool IsOurs(DWORD thread) {
+    static const auto query = reinterpret_cast<QueryThread>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQueryInformationThread")));
+    const util::UniqueHandle opened(OpenThread(THREAD_QUERY_INFORMATION, FALSE, thread));
+    void* start = nullptr;
+    HMODULE module = nullptr;
+    if (!opened || query(opened.Get(), kThreadQuerySetWin32StartAddress, &start, sizeof(start), nullptr) < 0)
+        return false;  // it has ended meanwhile
+    constexpr DWORD kByAddress =
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    if (!GetModuleHandleExW(kByAddress, static_cast<const wchar_t*>(start), &module)) return true;
+    wchar_t path[MAX_PATH] = {}, system[MAX_PATH] = {};
+    GetModuleFileNameW(module, path, MAX_PATH);
+    const std::size_t length = GetSystemDirectoryW(system, MAX_PATH);
+    return _wcsnicmp(path, system, length) != 0;
+}
+
 long CountThreads() {
     const util::UniqueFile snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
     THREADENTRY32 entry{};
@@ -17,7 +40,7 @@ long CountThreads() {
     long count = 0;
     for (BOOL more = Thread32First(snapshot.Get(), &entry); more;
          more = Thread32Next(snapshot.Get(), &entry)) {
-        if (entry.th32OwnerProcessID == GetCurrentProcessId()) ++count;
+        if (entry.th32OwnerProcessID == GetCurrentProcessId() && IsOurs(entry.th32ThreadID)) ++count;
     }
     return count;
 }
