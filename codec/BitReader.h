@@ -23,6 +23,7 @@ class BitReader {
 
     bool ReadFlag() { return Read(1) != 0; }
     void Skip(std::size_t count) { m_at += count; }
+    std::size_t Position() const { return m_at; }
     bool Overrun() const { return m_at > m_bits; }
 
   private:

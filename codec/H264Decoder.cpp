@@ -87,7 +87,7 @@ class H264Decoder::Impl {
     bool m_damaged = false;                 ///< since the decoder was opened
     std::deque<AvPtr<AVFrame>> m_leftOver;  ///< from before the decoder was opened anew, in order
     H264ParameterSets m_sets;               ///< survive everything
-    unsigned m_openedWith = 0;              ///< their generation when the decoder was opened
+    std::uint64_t m_openedWith = 0;         ///< m_sets.Decoding() when the decoder was opened
 };
 
 Status H264Decoder::Impl::Initialise(const std::uint8_t* data, std::size_t size) {
@@ -126,7 +126,7 @@ Status H264Decoder::Impl::Open() try {
     }
     WatchSlices(m_context.get(), &m_watch);
     m_damaged = false;
-    m_openedWith = m_sets.Generation();
+    m_openedWith = m_sets.Decoding();
     return Status::kOk;
 } catch (const std::bad_alloc&) {
     return Status::kOutOfMemory;
@@ -161,7 +161,7 @@ void H264Decoder::Impl::Reset() {
 /// damage; likewise when the stream changes its parameters.
 Status H264Decoder::Impl::StartAfreshWhereDue(const H264Unit& contents) {
     if (!contents.idr) return Status::kOk;
-    if (m_sets.Generation() == m_openedWith && !DamageSeen()) return Status::kOk;
+    if (m_sets.Decoding() == m_openedWith && !DamageSeen()) return Status::kOk;
     DrainIntoLeftOver();
     const Status status = Open();
     if (status != Status::kOk) Close();

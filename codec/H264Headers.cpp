@@ -29,6 +29,8 @@ constexpr std::uint64_t LeastShown(std::uint64_t decoded) {
     return decoded <= kAlways ? 0 : (decoded - kAlways) / 2;
 }
 
+constexpr std::uint64_t kChecksumFactor = 1'099'511'628'211u;
+
 /// The bits of a NAL unit behind its header, without emulation prevention; as much as fits.
 class Payload {
   public:
@@ -44,6 +46,15 @@ class Payload {
         }
     }
     BitReader Bits() const { return {m_bytes, m_size}; }
+    /// Of the first `bits`; FNV-1a.
+    std::uint64_t Checksum(std::size_t bits) const {
+        std::uint64_t sum = 14'695'981'039'346'656'037u;
+        for (BitReader reader = Bits(); reader.Position() < bits;) {
+            const std::size_t left = bits - reader.Position();
+            sum = (sum ^ reader.Read(static_cast<int>(std::min<std::size_t>(left, 8)))) * kChecksumFactor;
+        }
+        return sum;
+    }
 
   private:
     std::uint8_t m_bytes[kMostSetBytes];
@@ -74,6 +85,47 @@ void SkipScalingList(BitReader& bits, int size) {
         if (next != 0) next = (last + ReadSe(bits) % 256 + 256) % 256;
         if (next != 0) last = next;
     }
+}
+
+void SkipHrd(BitReader& bits) {
+    const std::uint32_t count = ReadUe(bits) + 1;
+    bits.Skip(4 + 4);
+    for (std::uint32_t i = 0; i < count && !bits.Overrun(); ++i) {
+        ReadUe(bits);
+        ReadUe(bits);
+        bits.Skip(1);
+    }
+    bits.Skip(5 + 5 + 5 + 5);
+}
+
+/// Of the usability information (E.1.1), what bounds the order of pictures; 0 where nothing does.
+std::uint64_t ReadPictureOrder(BitReader& bits) {
+    constexpr std::uint32_t kExtendedAspect = 255;
+    if (!bits.ReadFlag()) return 0;
+    if (bits.ReadFlag() && bits.Read(8) == kExtendedAspect) bits.Skip(16 + 16);
+    if (bits.ReadFlag()) bits.Skip(1);  // overscan
+    if (bits.ReadFlag()) {
+        bits.Skip(3 + 1);
+        if (bits.ReadFlag()) bits.Skip(8 + 8 + 8);  // colours
+    }
+    if (bits.ReadFlag()) {  // where chroma samples lie
+        ReadUe(bits);
+        ReadUe(bits);
+    }
+    if (bits.ReadFlag()) bits.Skip(32 + 32 + 1);  // timing
+    const bool nal = bits.ReadFlag();
+    if (nal) SkipHrd(bits);
+    const bool vcl = bits.ReadFlag();
+    if (vcl) SkipHrd(bits);
+    if (nal || vcl) bits.Skip(1);
+    bits.Skip(1);  // each picture's structure is told
+    if (!bits.ReadFlag()) return 0;
+    bits.Skip(1);
+    for (int i = 0; i < 4; ++i)
+        ReadUe(bits);
+    const std::uint64_t reordered = ReadUe(bits);
+    const std::uint64_t kept = ReadUe(bits);
+    return bits.Overrun() ? 0 : 1 + (reordered << 32 | kept);
 }
 
 bool HasChromaFormat(std::uint32_t profile) {
@@ -131,6 +183,8 @@ Status ParseH264Sps(const std::uint8_t* nal, std::size_t size, H264Sps* sps) {
             edge = ReadUe(bits);
     }
     if (bits.Overrun() || id >= kMostIds || chroma > 3) return Status::kBadData;
+    sps->decoding = payload.Checksum(bits.Position());
+    sps->decoding ^= ReadPictureOrder(bits) * kChecksumFactor;
     if (columns > kMostMacroblocks || rows > kMostMacroblocks) return Status::kUnsupported;
 
     const std::uint64_t fields = framesOnly ? 1 : 2;
@@ -222,12 +276,19 @@ Status H264ParameterSets::Take(const H264Unit& unit) try {
         set.nal.assign(nal.data, nal.data + nal.size);
         std::erase_if(m_sets, [&](const Set& old) { return old.type == set.type && old.id == set.id; });
         if (m_sets.size() == kMostKept) m_sets.erase(m_sets.begin());
-        if (set.type == kSpsType) ++m_generation;
         m_sets.push_back(std::move(set));
     }
     return Status::kOk;
 } catch (const std::bad_alloc&) {
     return Status::kOutOfMemory;
+}
+
+std::uint64_t H264ParameterSets::Decoding() const {
+    std::uint64_t sum = 0;  // whatever their order
+    for (const Set& set : m_sets) {
+        if (set.type == kSpsType) sum += set.sps.decoding;
+    }
+    return sum;
 }
 
 const H264Sps* H264ParameterSets::SpsOf(const H264Unit& unit) const {

@@ -18,6 +18,7 @@ struct H264Sps {
     int height = 0;
     int codedWidth = 0;  ///< as decoded, whole macroblocks
     int codedHeight = 0;
+    std::uint64_t decoding = 0;  ///< a checksum of all that decoding depends on: no colours, no timing
 };
 
 /// Reads the set whose NAL header byte is at `nal`. kBadData when truncated or senseless, kUnsupported for
@@ -50,8 +51,8 @@ class H264ParameterSets {
     /// decodes; damaged ones are passed over; kOutOfMemory.
     Status Take(const H264Unit& unit);
 
-    /// Counts up when a sequence parameter set has been added or changed.
-    unsigned Generation() const { return m_generation; }
+    /// Another value when what decoding depends on has changed in a sequence parameter set, or one was added.
+    std::uint64_t Decoding() const;
 
     /// The set that the unit's first slice refers to; null when there is no slice, or the sets are not known.
     const H264Sps* SpsOf(const H264Unit& unit) const;
@@ -70,7 +71,6 @@ class H264ParameterSets {
     const Set* Find(int type, int id) const;
 
     std::vector<Set> m_sets;
-    unsigned m_generation = 0;
 };
 
 }  // namespace codec

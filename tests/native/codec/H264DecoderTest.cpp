@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "codec/H264Headers.h"
 #include "tests/native/codec/Corpus.h"
 
 namespace codec::test {
@@ -240,6 +241,33 @@ TEST(H264Decoder, TellsTheAnnouncedSizeWithoutDecoding) {
     EXPECT_EQ(Open(decoder, wide), Status::kUnsupported);
     for (std::size_t cut = 0; cut < large.size(); ++cut)
         (void)H264Decoder::Announced(large.data(), cut, &width, &height);
+}
+
+// A decoder is opened anew for what decoding depends on only: some cameras change the rest with every key
+// frame.
+TEST(H264ParameterSets, KnowWhatDecodingDependsOn) {
+    const Bytes first = {0x67, 0x42, 0, 0x1E, 0xF4, 0x23, 0xD3, 0x40, 0x7F, 0x70};
+    const auto decodingAfter = [&](const Bytes& sps) {
+        H264ParameterSets sets;
+        for (const Bytes& nal : {first, sps}) {
+            H264Unit unit;
+            unit.sets[unit.setCount++] = {nal.data(), nal.size()};
+            EXPECT_EQ(sets.Take(unit), Status::kOk);
+        }
+        return sets.Decoding();
+    };
+    const std::uint64_t decoding = decodingAfter(first);
+    const Bytes fullRange = {0x67, 0x42, 0, 0x1E, 0xF4, 0x23, 0xD3, 0x60, 0x7F, 0x70};
+    const Bytes timed = {0x67, 0x42, 0,    0x1E, 0xF4, 0x23, 0xD3, 0x44, 0,    0,    0x3F, 0xFF,
+                         0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x98, 0xFF, 0xFF, 0xFF, 0x1F, 0xDC};
+    const Bytes reordered = {0x67, 0x42, 0, 0x1E, 0xF4, 0x23, 0xD3, 0x40, 0x7E, 0x9C};
+    const Bytes withoutOrder = {0x67, 0x42, 0, 0x1E, 0xF4, 0x23, 0xC8};
+    const Bytes wider = {0x67, 0x42, 0, 0x1E, 0xF4, 0x2B, 0xD3, 0x40, 0x7F, 0x70};
+    EXPECT_EQ(decodingAfter(fullRange), decoding);
+    EXPECT_EQ(decodingAfter(timed), decoding);
+    EXPECT_NE(decodingAfter(reordered), decoding);
+    EXPECT_NE(decodingAfter(withoutOrder), decoding);
+    EXPECT_NE(decodingAfter(wider), decoding);
 }
 
 TEST(H264Decoder, ReportsSizeAndInterlacing) {
