@@ -65,6 +65,7 @@ void CCtrlParam::ResetForNewStream() {
     m_counters.Count(FrameCounters::kResetAll);
     m_skipToKeyFrame = false;
     m_damaged = false;
+    m_roomPerRecord = m_largestFrame = m_framesSeen = 0;
     m_keyFrameWished.Set(false);
     m_events.Reset();
     window.ForgetEvents();
@@ -114,11 +115,22 @@ std::uint32_t CCtrlParam::LargestVideoFrame() const {
     return m_settings.videoBufferSize.value_or(kLargestVideoFrame);
 }
 
-// All records grow to what the largest frame so far took, so that this ends soon.
+// All records get what the largest frame of late took, so that growing ends soon, and a single giant does not
+// make giants of all of them for ever.
 bool CCtrlParam::MakeRoom(VideoFrameRecord& record, std::uint32_t length) try {
-    if (length <= record.capacity) return true;
     constexpr std::uint32_t kStep = 64 * 1024;
-    m_roomPerRecord = std::min(std::max(m_roomPerRecord, (length / kStep + 1) * kStep), LargestVideoFrame());
+    constexpr std::uint32_t kOfLate = 2000;  // frames: several groups of pictures
+    constexpr std::uint32_t kMuch = 4;
+    const auto roomFor = [&](std::uint32_t size) {
+        return std::min((size / kStep + 1) * kStep, LargestVideoFrame());
+    };
+    m_largestFrame = std::max(m_largestFrame, length);
+    m_roomPerRecord = std::max(m_roomPerRecord, roomFor(length));
+    if (++m_framesSeen == kOfLate) {
+        m_roomPerRecord = roomFor(std::exchange(m_largestFrame, 0));
+        m_framesSeen = 0;
+    }
+    if (length <= record.capacity && record.capacity / kMuch <= m_roomPerRecord) return true;
     record.capacity = 0;
     record.data.reset();
     record.data = std::make_unique_for_overwrite<std::uint8_t[]>(m_roomPerRecord);

@@ -36,7 +36,8 @@ inline constexpr std::int32_t kVolumeAsRecorded = -1;
 ///
 /// Frames: a receiver calls an insert operation, which copies the frame into a free record and queues it; the
 /// decode thread and the audio thread take filled records and give them back. Records are made once; those
-/// for video take memory as the stream's frames grow, which ends after the first key frames.
+/// for video take memory as the stream's frames grow, which ends after the first key frames, and give it back
+/// some time after the frames have become much smaller.
 class CCtrlParam {
   public:
     /// Reads the machine-wide settings.
@@ -216,7 +217,9 @@ class CCtrlParam {
     // video receiving thread only
     bool m_skipToKeyFrame = false;
     bool m_damaged = false;             // since the frame that was stored last
-    std::uint32_t m_roomPerRecord = 0;  // bytes that a video record gets when it needs more than it has
+    std::uint32_t m_roomPerRecord = 0;  // bytes that a video record gets when it needs other memory
+    std::uint32_t m_largestFrame = 0;   // of the latest m_framesSeen
+    std::uint32_t m_framesSeen = 0;
     FrameEventReporter m_events;
 };
 

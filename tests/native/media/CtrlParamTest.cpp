@@ -95,6 +95,21 @@ TEST_F(CtrlParamTest, StoresFramesInOrderAndCutsLongOnes) {
     EXPECT_EQ(Param().GetFilledVideoFrame(&record), kResultFail);
 }
 
+TEST_F(CtrlParamTest, OneGiantFrameDoesNotKeepItsMemory) {
+    m_fake.media.videoBufferNum = 1;
+    m_fake.media.videoBufferSize = 2'000'000;
+    const auto capacityAfter = [&](std::size_t size) {
+        InsertVideo(0, kKey, Bytes(size));
+        VideoFrameRecord* const record = TakeVideo();
+        Param().PutEmptyVideoFrame(record);
+        return record->capacity;
+    };
+    EXPECT_GE(capacityAfter(1'500'000), 1'500'000u);
+    for (int i = 0; i < 5000; ++i)
+        capacityAfter(100);
+    EXPECT_LT(capacityAfter(100), 150'000u);
+}
+
 TEST_F(CtrlParamTest, AnAudioRecordPutBackComesFirst) {
     InsertAudio(1);
     InsertAudio(2);
