@@ -62,7 +62,10 @@ AccessUnitAssembler::Outcome AccessUnitAssembler::Append(ByteView nal) {
         Begin();
         Note(contents);
         m_skipToKeyFrame = overflow = true;
-        if (!Fits(needed())) return Outcome::Overflow;
+        if (!Fits(needed())) {
+            Begin();  // nor has anything that this unit brought come
+            return Outcome::Overflow;
+        }
     }
     if (header() > 0) InsertHeader();
     std::uint8_t* const at = m_buffer.get() + m_length;
@@ -79,7 +82,8 @@ AccessUnitAssembler::Outcome AccessUnitAssembler::Append(ByteView nal) {
     m_length += nal.size() + kStartCode.size();
 
     if (!contents.slice) return overflow ? Outcome::Overflow : Outcome::Waiting;
-    if (key) {
+    // A later slice is not enough: the first may be what was dropped.
+    if (key && (firstSlice || !m_skipToKeyFrame)) {
         m_skipToKeyFrame = false;
     } else if (m_skipToKeyFrame) {
         Begin();

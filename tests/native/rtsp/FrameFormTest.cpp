@@ -115,7 +115,9 @@ TEST(AccessUnit, WhatDoesNotFitIsDroppedUpToTheNextKeyFrame) {
     EXPECT_EQ(assembler.Append(Bytes(20, 0x0C)), Outcome::Waiting);
     EXPECT_EQ(assembler.Append(Bytes(20, 0x0C)), Outcome::Overflow);
     EXPECT_EQ(assembler.Append(kFirstP), Outcome::Skipped);
-    EXPECT_EQ(assembler.Append(Bytes(500, 0x65)), Outcome::Overflow);  // a key frame that never fits
+    // A key frame that never fits, with its own sets: neither they nor its other slices are there.
+    EXPECT_EQ(assembler.Append(Concat({kSps, kStart, kPps, kStart, Bytes(500, 0x65)})), Outcome::Overflow);
+    EXPECT_EQ(assembler.Append(kSecondI), Outcome::Skipped);
     EXPECT_EQ(assembler.Append(kFirstP), Outcome::Skipped);
     ASSERT_EQ(assembler.Append(kFirstI), Outcome::KeyFrame);
     EXPECT_THAT(assembler.Unit(), ElementsAreArray(Concat({kStart, kSps, kStart, kFirstI})));
