@@ -74,14 +74,19 @@ void StreamTimeline::onSenderReport(const SenderReport& report) {
     }
     const Report now{m_last + timestampDistance(report.rtpTimestamp, static_cast<std::uint32_t>(m_last)),
                      wallOf(report.ntpTime)};
+    if (m_placed && !m_newSender && m_generation == m_session.m_generation &&
+        std::llabs(microseconds(now.extended - m_last)) > kBelievable)
+        return;
     // The sender's clock has been set: then every stream's reports differ from those before.
     const bool clockSet = m_report && std::llabs(now.wall - m_report->wall -
                                                  microseconds(now.extended - m_report->extended)) > kClockSet;
     m_report = now;
+    m_reportGeneration = m_session.m_generation;
     m_wallTimestamp = now.extended;
     m_wall = now.wall;
     if (clockSet) m_offCount = 0;
-    if (!m_placed || m_newSender) return;  // by the first frame
+    // Before that, the first frame goes by it.
+    if (!m_placed || m_newSender || m_generation != m_session.m_generation) return;
     if (clockSet && m_session.m_senderClock) {
         const std::int64_t off = *m_session.m_senderClock + now.wall - positionOf(now.extended);
         // Unless another stream's report has told so before.
@@ -150,6 +155,13 @@ bool StreamTimeline::jumped(std::int64_t distance, std::int64_t now) const {
     return step < -kBackwards || step > std::max<std::int64_t>(now - m_lastArrival, 0) + kBelievable;
 }
 
+// Before the first frame since PLAY: of what played before, or of other timestamps. The first PLAY's may
+// have come before its reply.
+bool StreamTimeline::staleReport() const {
+    return (m_reportGeneration != 0 && m_reportGeneration != m_session.m_generation) ||
+           std::llabs(microseconds(m_last - m_report->extended)) > kBelievable;
+}
+
 // The first frame since PLAY.
 void StreamTimeline::begin(std::int64_t now) {
     m_generation = m_session.m_generation;
@@ -183,8 +195,9 @@ StreamTimeline::Time StreamTimeline::at(std::uint32_t timestamp, std::int64_t no
     const bool jump = m_placed && !m_newSender && !first && jumped(distance, now);
     m_last = m_started ? m_last + distance : timestamp;
     m_started = true;
-    if (jump) m_report.reset();
-    if (!m_report && (jump || m_newSender || !m_placed)) {
+    const bool stale = first && m_report && staleReport();
+    if (jump || stale) m_report.reset();
+    if (!m_report && (jump || stale || m_newSender || !m_placed)) {
         m_wallTimestamp = m_last;
         m_wall = wallNow;
     }

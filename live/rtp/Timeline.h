@@ -17,6 +17,9 @@
 //                    timestamps of a new sender: time goes on as it passed here
 //   PLAY             everything anew, from where the server says that it plays
 //
+// A report that comes with timestamps more than 10 s away from the frames', or that was made before the
+// latest PLAY, says nothing about them.
+//
 // Positions are microseconds, so nothing wraps. Pure: the present moment is always an argument. One thread.
 
 #include <array>
@@ -76,6 +79,7 @@ class StreamTimeline {
     std::int64_t microseconds(std::int64_t ticks) const;
     std::int64_t positionOf(std::int64_t extended) const;
     bool jumped(std::int64_t distance, std::int64_t now) const;
+    bool staleReport() const;
     void begin(std::int64_t now);
     void carryOn(std::int64_t now);
     void align();
@@ -100,6 +104,7 @@ class StreamTimeline {
     std::int64_t m_wallTimestamp = 0;  // the wall clock's own base
     std::int64_t m_wall = 0;
     std::optional<Report> m_report;
+    unsigned m_reportGeneration = 0;
     bool m_aligned = false;               // moves with the others
     std::array<std::int64_t, 3> m_off{};  // by how much the latest reports say that the stream is behind
     std::size_t m_offCount = 0;           // since the last correction

@@ -95,6 +95,19 @@ TEST_F(Timeline, SoundAndPictureMeetByTheSendersReports) {
     }
 }
 
+TEST_F(Timeline, AReportOfWhatPlayedBeforeMovesNobody) {
+    at(video, 0, 0);
+    EXPECT_EQ(at(video, 5 * 90000, 5000), 5000);
+    session.play(0, 1);
+    video.onSenderReport(reportAt(50, 5 * 90000));  // was on its way
+    EXPECT_EQ(at(video, 3'000'000, 6000), 0);
+    EXPECT_EQ(at(sound, 700, 6000), 0);
+    sound.onSenderReport(reportAt(50, 700));
+    video.onSenderReport(reportAt(90, 40 * 90000));  // far from all frames
+    EXPECT_EQ(at(sound, 1500, 6100), 100);
+    EXPECT_EQ(at(video, 3'009'000, 6100), 100);
+}
+
 TEST_F(Timeline, AClockThatIsSetMovesNobody) {
     at(video, 0, 0);
     at(sound, 0, 0);
