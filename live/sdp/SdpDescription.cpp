@@ -184,6 +184,7 @@ std::optional<Description> parseSdp(std::string_view text, std::string& error) {
     std::string connection;
     std::string source;
     bool sawLine = false;
+    bool beyond = false;  // in a medium that is one too many
     while (!text.empty()) {
         const std::string_view line = takeLine(text);
         if (trim(line).empty()) continue;
@@ -193,14 +194,12 @@ std::optional<Description> parseSdp(std::string_view text, std::string& error) {
             return std::nullopt;
         }
         sawLine = true;
+        if (line[0] == 'm') beyond = session.media.size() == kMaxMedia;
+        if (beyond) continue;
         std::string_view value = trim(line.substr(2));
         Media* const media = session.media.empty() ? nullptr : &session.media.back();
         switch (line[0]) {
             case 'm':
-                if (session.media.size() == kMaxMedia) {
-                    error = "SDP description has more than " + std::to_string(kMaxMedia) + " media";
-                    return std::nullopt;
-                }
                 session.media.emplace_back();
                 session.media.back().connection = connection;
                 session.media.back().source = source;

@@ -55,7 +55,8 @@ inline constexpr std::size_t kMaxMedia = 32;
 inline constexpr std::size_t kMaxAttributes = 64;
 
 /// Nothing when the text is no session description or is out of bounds; `error` then says why. What is wrong
-/// with a medium costs that medium only; lines that can't be read are left out.
+/// with a medium costs that medium only; lines that can't be read are left out, and so are media beyond
+/// kMaxMedia.
 std::optional<Description> parseSdp(std::string_view text, std::string& error);
 
 }  // namespace live::sdp

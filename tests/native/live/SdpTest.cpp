@@ -48,11 +48,8 @@ TEST(Sdp, ReadsWhatCamerasWrite) {
 }
 
 TEST(Sdp, RefusesWhatIsNone) {
-    std::string many = "v=0\n";
-    for (int i = 0; i < 100; ++i)
-        many += "m=video 0 RTP/AVP 96\n";
     for (const std::string& text : {std::string(), std::string("\r\n\r\n"), std::string("hello"),
-                                    std::string("<html>"), many, std::string(1 << 20, 'a')}) {
+                                    std::string("<html>"), std::string(1 << 20, 'a')}) {
         std::string error;
         EXPECT_FALSE(parseSdp(text, error)) << text.substr(0, 40);
         EXPECT_FALSE(error.empty());
