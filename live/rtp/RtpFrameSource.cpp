@@ -129,7 +129,10 @@ void RtpFrameSource::takeDatagram(Bytes bytes, ipv4AddressBits from, portNumBits
         return;
     }
     if (!valid) return;
-    if (m_onFirstDatagram && m_senders == 0) m_onFirstDatagram(from, port);
+    if (m_onSenderAddress && from != m_toldAddress && (m_senders == 0 || packet->ssrc == m_stats.ssrc())) {
+        m_toldAddress = from;
+        m_onSenderAddress(from, port);
+    }
     onPacket(*packet, bytes);
 }
 

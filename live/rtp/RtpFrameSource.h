@@ -37,9 +37,9 @@ class RtpFrameSource final : public RTPSource, private InterleavedReceiver, priv
         m_filter.expect(stated, server);
         m_expectedSsrc = ssrc;
     }
-    /// Called once, with where the first packet has come from.
-    void onFirstDatagram(std::function<void(ipv4AddressBits, portNumBits)> told) {
-        m_onFirstDatagram = std::move(told);
+    /// Called with where the stream's packets come from: with the first one, and whenever that changes.
+    void onSenderAddress(std::function<void(ipv4AddressBits, portNumBits)> told) {
+        m_onSenderAddress = std::move(told);
     }
     /// Whether a control packet from there is the stream's; if not, it is counted.
     bool acceptsControlFrom(ipv4AddressBits from);
@@ -91,7 +91,8 @@ class RtpFrameSource final : public RTPSource, private InterleavedReceiver, priv
     StreamTimeline m_timeline;
     SenderFilter m_filter;
     std::optional<std::uint32_t> m_expectedSsrc;
-    std::function<void(ipv4AddressBits, portNumBits)> m_onFirstDatagram;
+    std::function<void(ipv4AddressBits, portNumBits)> m_onSenderAddress;
+    ipv4AddressBits m_toldAddress = 0;
     InterleavedConnection* m_connection = nullptr;
     std::vector<unsigned char> m_datagram;
     std::int64_t m_now = 0;  // of the batch of packets at hand

@@ -8,6 +8,7 @@ namespace live::rtp {
 namespace {
 constexpr std::int64_t kInterval = 500'000;  // microseconds
 constexpr int kTimes = 40;                   // who has sent nothing by then won't
+constexpr int kTimesElsewhere = 3;           // a server may name anybody's address
 constexpr unsigned char kUnusedType = 127;
 }  // namespace
 
@@ -29,25 +30,29 @@ WayOpener::~WayOpener() {
 
 void WayOpener::start(ipv4AddressBits stated, ipv4AddressBits server, portNumBits rtpPort,
                       portNumBits rtcpPort) {
-    m_addresses[0] = server;
-    m_addresses[1] = stated == server ? 0 : stated;
+    m_server = server;
+    m_stated = stated == server ? 0 : stated;
     m_rtpPort = rtpPort;
     m_rtcpPort = rtcpPort;
-    m_left = kTimes;
+    m_sent = 0;
     m_env.taskScheduler().unscheduleDelayedTask(m_task);
     send();
 }
 
 void WayOpener::send() {
     m_task = nullptr;
-    if (m_left-- == 0 || m_source.hasPackets()) return;
-    for (const ipv4AddressBits address : m_addresses) {
-        if (address == 0) continue;
-        m_rtp.sendTo(address, m_rtpPort, m_rtpPacket);
-        m_rtcp.sendTo(address, m_rtcpPort, m_rtcpPacket);
-    }
+    if (m_sent == kTimes || m_source.hasPackets()) return;
+    sendTo(m_server);
+    if (m_sent < kTimesElsewhere) sendTo(m_stated);
+    ++m_sent;
     m_task = m_env.taskScheduler().scheduleDelayedTask(
         kInterval, [](void* self) { static_cast<WayOpener*>(self)->send(); }, this);
+}
+
+void WayOpener::sendTo(ipv4AddressBits address) {
+    if (address == 0) return;
+    m_rtp.sendTo(address, m_rtpPort, m_rtpPacket);
+    m_rtcp.sendTo(address, m_rtcpPort, m_rtcpPacket);
 }
 
 }  // namespace live::rtp

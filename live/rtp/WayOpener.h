@@ -20,11 +20,12 @@ class WayOpener {
     WayOpener(const WayOpener&) = delete;
     WayOpener& operator=(const WayOpener&) = delete;
 
-    /// To each of the addresses that isn't 0; network byte order.
+    /// To the server, and a few times to where it says that it sends from; network byte order, 0 for none.
     void start(ipv4AddressBits stated, ipv4AddressBits server, portNumBits rtpPort, portNumBits rtcpPort);
 
   private:
     void send();
+    void sendTo(ipv4AddressBits address);
 
     UsageEnvironment& m_env;
     Groupsock& m_rtp;
@@ -32,10 +33,11 @@ class WayOpener {
     const RtpFrameSource& m_source;
     std::vector<unsigned char> m_rtpPacket;
     std::vector<unsigned char> m_rtcpPacket;
-    ipv4AddressBits m_addresses[2] = {};
+    ipv4AddressBits m_server = 0;
+    ipv4AddressBits m_stated = 0;
     portNumBits m_rtpPort = 0;
     portNumBits m_rtcpPort = 0;
-    int m_left = 0;
+    int m_sent = 0;
     TaskToken m_task = nullptr;
 };
 

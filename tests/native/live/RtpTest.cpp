@@ -281,6 +281,17 @@ TEST(SenderFilter, KeepsToTheSessionsSender) {
     EXPECT_FALSE(stated.accepts(5, true, 4));
     EXPECT_FALSE(stated.accepts(5, false, 9 * kSecond));
     EXPECT_TRUE(stated.accepts(5, true, 9 * kSecond)) << "nobody else has sent for long";
+    EXPECT_TRUE(stated.accepts(10, true, 10 * kSecond));
+    EXPECT_FALSE(stated.accepts(5, true, 11 * kSecond)) << "the session's own is back";
+
+    SenderFilter unstated;  // the server alone is known
+    unstated.expect(0, 20);
+    EXPECT_FALSE(unstated.accepts(5, true, 1));
+    EXPECT_TRUE(unstated.accepts(20, true, 2));
+    unstated.expect(0, 20);
+    EXPECT_FALSE(unstated.accepts(5, true, 1));
+    EXPECT_FALSE(unstated.accepts(5, false, 2 * kSecond));
+    EXPECT_TRUE(unstated.accepts(5, true, 2 * kSecond)) << "its stream comes from elsewhere";
 }
 
 }  // namespace
