@@ -73,6 +73,20 @@ void SocketAddress::setPort(std::uint16_t port) {
     }
 }
 
+std::uint32_t SocketAddress::ipv4() const {
+    return storage.ss_family == AF_INET ? reinterpret_cast<const sockaddr_in&>(storage).sin_addr.s_addr : 0;
+}
+
+std::string SocketAddress::text() const {
+    char text[INET6_ADDRSTRLEN] = "";
+    if (storage.ss_family == AF_INET6) {
+        ::inet_ntop(AF_INET6, &reinterpret_cast<const sockaddr_in6&>(storage).sin6_addr, text, sizeof text);
+    } else if (storage.ss_family == AF_INET) {
+        ::inet_ntop(AF_INET, &reinterpret_cast<const sockaddr_in&>(storage).sin_addr, text, sizeof text);
+    }
+    return text;
+}
+
 std::uint32_t numericAddress(const std::string& text) {
     in_addr address{};
     return ::inet_pton(AF_INET, text.c_str(), &address) == 1 ? address.s_addr : 0;
@@ -129,14 +143,6 @@ void Lookup::complete(std::vector<SocketAddress> addresses) noexcept {
     }
     for (const auto& whenDone : waiting)
         whenDone();
-}
-
-std::uint32_t Lookup::ipv4() const {
-    for (const SocketAddress& address : m_addresses) {
-        if (address.storage.ss_family == AF_INET)
-            return reinterpret_cast<const sockaddr_in&>(address.storage).sin_addr.s_addr;
-    }
-    return 0;
 }
 
 }  // namespace net

@@ -21,6 +21,11 @@ struct SocketAddress {
 
     const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&storage); }
     void setPort(std::uint16_t port);
+    bool isKnown() const { return length != 0; }
+    /// In network byte order; 0 for an IPv6 one.
+    std::uint32_t ipv4() const;
+    /// Without the port; an IPv6 one without brackets.
+    std::string text() const;
 };
 
 /// In network byte order; 0 when the text is no numeric IPv4 address.
@@ -41,8 +46,6 @@ class Lookup {
     bool done() const { return m_done.load(std::memory_order_acquire); }
     /// Once it is done: a few at most, IPv4 before IPv6, without a port; empty when there are none.
     const std::vector<SocketAddress>& addresses() const { return m_addresses; }
-    /// Once it is done: the first IPv4 address in network byte order; 0 when there is none.
-    std::uint32_t ipv4() const;
 
     /// What asks the system; tests replace it.
     using SystemCall = std::vector<SocketAddress>(const std::string& host);

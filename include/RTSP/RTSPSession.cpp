@@ -53,11 +53,24 @@ bool IsMedium(const MediaSubsession& subsession, std::string_view medium) {
     return medium == subsession.mediumName();
 }
 
-// Only our own implementation tells; with another one such a medium is left out silently.
+// Only our own implementation tells; with another one such a medium is taken for an unsupported one, or left
+// out silently.
+template <class Subsession>
+bool SocketsRefused(const Subsession& subsession) {
+    if constexpr (requires { subsession.socketsRefused(); }) return subsession.socketsRefused();
+    return false;
+}
 template <class Subsession>
 bool GroupRefused(const Subsession& subsession) {
     if constexpr (requires { subsession.groupRefused(); }) return subsession.groupRefused();
     return false;
+}
+
+bool OverIpv6(const RTSPClient& client) {
+    sockaddr_storage local{};
+    socklen_t length = sizeof local;
+    return ::getsockname(client.socketNum(), reinterpret_cast<sockaddr*>(&local), &length) == 0 &&
+           local.ss_family == AF_INET6;
 }
 
 constexpr int kVideo = 0;
@@ -263,7 +276,8 @@ void RTSPSession::chooseReceivingInterface(RTSPClientCustom& client) const {
     } else if (m_settings.protocol == ecpMulticast) {
         sockaddr_in local{};
         socklen_t length = sizeof local;
-        if (::getsockname(client.socketNum(), reinterpret_cast<sockaddr*>(&local), &length) == 0)
+        if (::getsockname(client.socketNum(), reinterpret_cast<sockaddr*>(&local), &length) == 0 &&
+            local.sin_family == AF_INET)
             ReceivingInterfaceAddr = local.sin_addr.s_addr;
     }
 }
@@ -294,6 +308,8 @@ void RTSPSession::setupNext(RTSPClientCustom& client) {
         if (!initiate(subsession)) {
             if (GroupRefused(subsession)) {
                 noteGroupRefused(subsession);
+            } else if (SocketsRefused(subsession)) {
+                noteFailed(subsession, client.envir().getResultMsg());
             } else {
                 noteUnsupported(subsession);
             }
@@ -302,7 +318,13 @@ void RTSPSession::setupNext(RTSPClientCustom& client) {
         if (IsPush()) {
             continueAfterSETUP(&client, 0, nullptr);  // comes back to here for the next one
         } else {
-            const bool overTcp = m_settings.protocol == ecpTCP || m_settings.protocol == ecpHTTP;
+            bool overTcp = m_settings.protocol == ecpTCP || m_settings.protocol == ecpHTTP;
+            if (m_settings.protocol == ecpUDP && OverIpv6(client)) {
+                overTcp = true;
+                NORIX_LOG(
+                    "RTSPCoumm::setupNextSubsession", 0,
+                    "RTSPCoumm::setupNextSubsession() Over IPv6: packets come over the RTSP connection");
+            }
             client.sendSetupCommand(subsession, continueAfterSETUP, False, overTcp,
                                     m_settings.protocol == ecpMulticast);
         }
@@ -342,6 +364,11 @@ bool RTSPSession::hasSinkOfKind(const RTSPClientCustom& client, const MediaSubse
     return false;
 }
 
+void RTSPSession::noteFailed(const MediaSubsession& subsession, const std::string& why) {
+    const int kind = KindOf(subsession);
+    if (kind >= 0 && m_failed[kind].empty()) m_failed[kind] = why;
+}
+
 void RTSPSession::noteUnsupported(const MediaSubsession& subsession) {
     const int kind = KindOf(subsession);
     if (kind < 0) return;
@@ -361,13 +388,19 @@ void RTSPSession::tellWhatIsMissing(const RTSPClientCustom& client) {
         if (const int kind = KindOf(*subsession); kind >= 0 && subsession->sink) set[kind] = true;
     }
     std::string problem;
+    std::string failures;
     for (const int kind : {kVideo, kSound}) {
-        if (set[kind] || m_unsupported[kind].empty()) continue;
-        if (!problem.empty()) problem += ", ";
-        problem += (kind == kVideo ? "video " : "sound ") + m_unsupported[kind];
+        if (set[kind]) continue;
+        const std::string name = kind == kVideo ? "video" : "sound";
+        if (!m_failed[kind].empty()) {
+            failures += (failures.empty() ? "no " : ", no ") + name + ": " + m_failed[kind];
+        } else if (!m_unsupported[kind].empty()) {
+            problem += (problem.empty() ? "not supported: " : ", ") + name + " " + m_unsupported[kind];
+        }
     }
+    if (!problem.empty() && !failures.empty()) problem += ", ";
+    problem += failures;
     if (!problem.empty()) {
-        problem = "not supported: " + problem;
         NORIX_LOG("RTSPCoumm::setupNextSubsession", 0, "RTSPCoumm::setupNextSubsession() %s",
                   problem.c_str());
     }
@@ -423,7 +456,11 @@ void RTSPSession::afterSETUP(RTSPClientCustom& client, int resultCode, const std
         NORIX_LOG("RTSPCoumm::continueAfterSETUP", 0,
                   "RTSPCoumm::continueAfterSETUP() Failed to set up the \"%s/%s\" subssesion: %s",
                   subsession.mediumName(), subsession.codecName(), util::RedactSecrets(result).c_str());
-        if (GroupRefused(subsession)) noteGroupRefused(subsession);
+        if (GroupRefused(subsession)) {
+            noteGroupRefused(subsession);
+        } else {
+            noteFailed(subsession, util::RedactSecrets(result));
+        }
     } else {
         NORIX_LOG("RTSPCoumm::continueAfterSETUP", 0,
                   "RTSPCoumm::continueAfterSETUP() Set up the \"%s/%s\" subsession (client ports %d-%d)",

@@ -77,6 +77,7 @@ class RTSPSession {
     void setupNext(RTSPClientCustom& client);
     bool initiate(MediaSubsession& subsession);
     bool hasSinkOfKind(const RTSPClientCustom& client, const MediaSubsession& subsession) const;
+    void noteFailed(const MediaSubsession& subsession, const std::string& why);
     void noteUnsupported(const MediaSubsession& subsession);
     void noteGroupRefused(const MediaSubsession& subsession);
     bool nothingIsLeft(const RTSPClientCustom& client) const;
@@ -105,6 +106,7 @@ class RTSPSession {
     bool m_endReported = false;
     bool m_groupRefused = false;   // told already
     std::string m_unsupported[2];  // names of video and sound that can't be received
+    std::string m_failed[2];       // why they could not be, though they are supported
 };
 
 }  // namespace norix

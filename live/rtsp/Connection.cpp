@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "live/env/Random.h"
+#include "protocol/Origin.h"
 #include "protocol/Text.h"
 
 namespace live::rtsp {
@@ -25,6 +26,10 @@ constexpr std::int64_t kLookupInterval = 10'000;  // microseconds
 
 std::size_t encodedSize(std::size_t size) {
     return (size + 2) / 3 * 4;
+}
+
+std::string postRefused(unsigned status) {
+    return "The server refuses the tunnel's POST: " + std::to_string(status);
 }
 
 }  // namespace
@@ -49,18 +54,17 @@ Connection::~Connection() {
 }
 
 bool Connection::connectTo(net::SocketHandle& socket, TaskScheduler::BackgroundHandlerProc* handler) {
-    socket = net::SocketHandle(static_cast<int>(::socket(AF_INET, SOCK_STREAM, 0)));
+    socket =
+        net::SocketHandle(static_cast<int>(::socket(m_endpoint.address.get()->sa_family, SOCK_STREAM, 0)));
     if (!socket || !net::makeNonBlocking(socket.get())) {
         m_env.setResultErrMsg("unable to create stream socket: ");
         return false;
     }
     const int on = 1;
     ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = m_endpoint.address;
-    address.sin_port = htons(m_endpoint.port);
-    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 &&
+    net::SocketAddress address = m_endpoint.address;
+    address.setPort(m_endpoint.port);
+    if (::connect(socket.get(), address.get(), static_cast<socklen_t>(address.length)) != 0 &&
         !net::connectPending(net::lastError())) {
         m_env.setResultErrMsg("connect() failed: ");
         return false;
@@ -72,13 +76,17 @@ bool Connection::connectTo(net::SocketHandle& socket, TaskScheduler::BackgroundH
 
 bool Connection::open(const Endpoint& endpoint) {
     close();
-    const ipv4AddressBits known = endpoint.host == m_endpoint.host ? m_endpoint.address : 0;
+    const net::SocketAddress known =
+        endpoint.host == m_endpoint.host ? m_endpoint.address : net::SocketAddress();
     m_endpoint = endpoint;
-    if (m_endpoint.address == 0) m_endpoint.address = known;
-    if (m_endpoint.address == 0) m_endpoint.address = net::numericAddress(m_endpoint.host);
+    if (!m_endpoint.address.isKnown()) m_endpoint.address = known;
+    if (!m_endpoint.address.isKnown()) {
+        if (const auto numeric = net::numericAddresses(m_endpoint.host); !numeric.empty())
+            m_endpoint.address = numeric.front();
+    }
     m_tunnelRetried = false;
     ++m_openings;
-    return m_endpoint.address != 0 ? connectInput() : lookUp();
+    return m_endpoint.address.isKnown() ? connectInput() : lookUp();
 }
 
 bool Connection::lookUp() {
@@ -104,9 +112,9 @@ void Connection::onLookup() {
         awaitLookup();
         return;
     }
-    m_endpoint.address = m_lookup->ipv4();
+    if (!m_lookup->addresses().empty()) m_endpoint.address = m_lookup->addresses().front();
     m_lookup.reset();
-    if (m_endpoint.address == 0) {
+    if (!m_endpoint.address.isKnown()) {
         lose(0, "Failed to find the network address of \"" + m_endpoint.host + "\"");
     } else if (!connectInput()) {
         lose(net::lastError(), m_env.getResultMsg());
@@ -127,10 +135,10 @@ void Connection::adopt(int connectedSocket) {
     m_endpoint = {};
     ++m_openings;
     m_input = net::SocketHandle(connectedSocket);
-    sockaddr_in server{};
-    socklen_t length = sizeof server;
-    if (::getpeername(connectedSocket, reinterpret_cast<sockaddr*>(&server), &length) == 0)
-        m_endpoint.address = server.sin_addr.s_addr;
+    net::SocketAddress& server = m_endpoint.address;
+    socklen_t length = sizeof server.storage;
+    if (::getpeername(connectedSocket, reinterpret_cast<sockaddr*>(&server.storage), &length) == 0)
+        server.length = static_cast<int>(length);
     net::makeNonBlocking(connectedSocket);
     becomeOpen();
 }
@@ -138,6 +146,7 @@ void Connection::adopt(int connectedSocket) {
 void Connection::close() {
     m_env.taskScheduler().unscheduleDelayedTask(m_lookupTask);
     m_lookup.reset();
+    m_env.taskScheduler().unscheduleDelayedTask(m_lossTask);
     m_env.taskScheduler().disableBackgroundHandling(m_input.get());
     m_env.taskScheduler().disableBackgroundHandling(m_output.get());
     m_input.reset();
@@ -200,11 +209,8 @@ void Connection::onConnected() {
 std::string Connection::tunnelRequest(std::string_view method) {
     std::string request(method);
     request += " " + m_endpoint.tunnelPath + " HTTP/1.0\r\n";
-    in_addr address{};
-    address.s_addr = m_endpoint.address;
-    char host[INET_ADDRSTRLEN] = "";
-    ::inet_ntop(AF_INET, &address, host, sizeof host);
-    request += "Host: " + std::string(host) + ":" + std::to_string(m_endpoint.port) + "\r\n";
+    request += "Host: " + protocol::hostInUrl(m_endpoint.address.text()) + ":" +
+               std::to_string(m_endpoint.port) + "\r\n";
     request += m_user.tunnelAuthorization(method);
     if (!m_endpoint.userAgent.empty()) request += "User-Agent: " + m_endpoint.userAgent + "\r\n";
     request += "x-sessioncookie: " + m_cookie + "\r\n";
@@ -262,15 +268,17 @@ void Connection::becomeOpen() {
 bool Connection::send(std::string_view bytes) {
     if (m_state == State::Closed || m_unsent.size() + m_waiting.size() + bytes.size() > kMaxUnsent)
         return false;
-    const LifeFlag::Watch alive(m_life);
+    if (m_lossTask) return true;  // its loss will be told
     // The server may have closed it behind the last request; the event loop need not have got to it.
-    if (m_state == State::Open && m_endpoint.tunnel && m_output) onOutputReadable();
-    if (!alive || m_state == State::Closed) return false;
-    if (m_state == State::Open && m_endpoint.tunnel &&
-        (m_postEnded || m_posted + encodedSize(bytes.size()) > kPostLength)) {
-        renewPost();
-        if (m_state == State::Closed) return false;
+    if (m_state == State::Open && m_endpoint.tunnel && m_output) {
+        if (const unsigned status = readPostReply()) {
+            loseSoon(0, postRefused(status), status);
+            return true;
+        }
     }
+    if (m_state == State::Open && m_endpoint.tunnel &&
+        (m_postEnded || m_posted + encodedSize(bytes.size()) > kPostLength) && !renewPost())
+        return true;
     if (m_state != State::Open) {
         m_waiting += bytes;
         return true;
@@ -279,14 +287,16 @@ bool Connection::send(std::string_view bytes) {
     return flush();
 }
 
-// The same tunnel goes on with another POST: the cookie joins them.
-void Connection::renewPost() {
+// The same tunnel goes on with another POST: the cookie joins them. False when there can be none.
+bool Connection::renewPost() {
     flush();  // what doesn't go out now is lost with the connection
     m_env.taskScheduler().disableBackgroundHandling(m_output.get());
     m_output.reset();
     m_unsent.clear();
     m_state = State::TunnelPosting;
-    if (!connectTo(m_output, outputReady)) close();
+    if (connectTo(m_output, outputReady)) return true;
+    loseSoon(net::lastError(), m_env.getResultMsg());
+    return false;
 }
 
 void Connection::watchOutput() {
@@ -294,25 +304,30 @@ void Connection::watchOutput() {
     m_env.taskScheduler().setBackgroundHandling(m_output.get(), SOCKET_READABLE | writing, outputReady, this);
 }
 
-// The server has nothing to say there but that it refuses, or that it has had enough.
-void Connection::onOutputReadable() {
+// The server has nothing to say there but that it refuses, or that it has had enough. The status with which
+// it refuses, else 0.
+unsigned Connection::readPostReply() {
     char bytes[512];
     const std::ptrdiff_t size = net::receive(m_output.get(), bytes, sizeof bytes);
-    if (size < 0 && net::wouldBlock(net::lastError())) return;
+    if (size < 0 && net::wouldBlock(net::lastError())) return 0;
     if (size <= 0) {
         m_env.taskScheduler().disableBackgroundHandling(m_output.get());
         m_output.reset();
         m_postEnded = true;
-        return;
+        return 0;
     }
     constexpr std::size_t kStatusLine = 12;  // "HTTP/1.1 401"
-    if (m_postReply.size() >= kStatusLine) return;
+    if (m_postReply.size() >= kStatusLine) return 0;
     m_postReply.append(bytes, std::min<std::size_t>(static_cast<std::size_t>(size), kStatusLine));
-    if (m_postReply.size() < kStatusLine || !m_postReply.starts_with("HTTP/")) return;
-    const auto status = protocol::parseNumber(std::string_view(m_postReply).substr(9, 3), 999);
+    if (m_postReply.size() < kStatusLine || !m_postReply.starts_with("HTTP/")) return 0;
     constexpr unsigned kRefused = 400;
-    if (status && *status >= kRefused)
-        lose(0, "The server refuses the tunnel's POST: " + std::to_string(*status), *status);
+    const unsigned status =
+        protocol::parseNumber(std::string_view(m_postReply).substr(9, 3), 999).value_or(0);
+    return status >= kRefused ? status : 0;
+}
+
+void Connection::onOutputReadable() {
+    if (const unsigned status = readPostReply()) lose(0, postRefused(status), status);
 }
 
 void Connection::queue(std::string_view bytes) {
@@ -436,8 +451,23 @@ void Connection::lose(int error, const std::string& why, unsigned status) {
     if (alive) endReceivers(true);
 }
 
+// Not from inside of what somebody asks for: he does not expect to be called back.
+void Connection::loseSoon(int error, std::string why, unsigned status) {
+    if (m_lossTask) return;
+    m_loss = {error, std::move(why), status};
+    m_lossTask = m_env.taskScheduler().scheduleDelayedTask(
+        0,
+        [](void* self) {
+            auto* const connection = static_cast<Connection*>(self);
+            connection->m_lossTask = nullptr;
+            const Loss loss = std::move(connection->m_loss);
+            connection->lose(loss.error, loss.why, loss.status);
+        },
+        this);
+}
+
 bool Connection::sendInterleaved(unsigned channel, rtp::Bytes packet) {
-    if (m_state != State::Open || m_unsent.size() > kMaxUnsentPackets) return false;
+    if (m_state != State::Open || m_lossTask || m_unsent.size() > kMaxUnsentPackets) return false;
     // Reports do not use up what requests need.
     if (m_endpoint.tunnel && (m_postEnded || m_posted + encodedSize(packet.size() + 4) > kPostLength))
         renewPost();

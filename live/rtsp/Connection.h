@@ -35,7 +35,7 @@ class ConnectionUser {
 
 struct Endpoint {
     std::string host;
-    ipv4AddressBits address = 0;  // 0: the host's, which is looked up
+    net::SocketAddress address;  // not known: the host's is looked up
     portNumBits port = 0;
     bool tunnel = false;
     std::string tunnelPath;  // of the HTTP requests
@@ -55,9 +55,10 @@ class Connection final : public rtp::InterleavedConnection {
     bool isOpen() const { return m_state != State::Closed; }
     int socketNum() const { return m_input.get(); }
     /// The server's, once it is known.
-    ipv4AddressBits address() const { return m_endpoint.address; }
+    const net::SocketAddress& address() const { return m_endpoint.address; }
 
-    /// What can't be sent yet waits, also for the connection to be made.
+    /// What can't be sent yet waits, also for the connection to be made. Calls nobody back: a connection that
+    /// turns out to be lost is told from the event loop.
     bool send(std::string_view bytes);
 
     bool sendInterleaved(unsigned channel, rtp::Bytes packet) override;
@@ -92,9 +93,11 @@ class Connection final : public rtp::InterleavedConnection {
     void onReadable();
     bool parse();
     void lose(int error, const std::string& why, unsigned status = 0);
+    void loseSoon(int error, std::string why, unsigned status = 0);
     void watchOutput();
+    unsigned readPostReply();
     void onOutputReadable();
-    void renewPost();
+    bool renewPost();
     void endReceivers(bool lost);
     net::SocketHandle& output() { return m_endpoint.tunnel ? m_output : m_input; }
     std::string tunnelRequest(std::string_view method);
@@ -114,7 +117,14 @@ class Connection final : public rtp::InterleavedConnection {
     std::size_t m_posted = 0;  // bytes of the POST's body, sent or waiting to be
     bool m_postEnded = false;  // the server has closed it: the next request opens another one
     std::string m_postReply;   // the beginning of what the server says on it
-    unsigned m_openings = 0;   // tells a handler's connection from one that was opened meanwhile
+    struct Loss {
+        int error;
+        std::string why;
+        unsigned status;
+    };
+    Loss m_loss;  // told by m_lossTask
+    TaskToken m_lossTask = nullptr;
+    unsigned m_openings = 0;  // tells a handler's connection from one that was opened meanwhile
 
     std::vector<unsigned char> m_received;
     std::size_t m_begin = 0;  // what has not been looked at

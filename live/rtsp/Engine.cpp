@@ -135,6 +135,11 @@ unsigned RTSPClient::Engine::setup(MediaSubsession& subsession, responseHandler*
     } else {
         const ipv4AddressBits address = subsession.connectionEndpointAddress();
         const bool multicast = IsMulticastAddress(address) || (address == 0 && forceMulticast);
+        if (!multicast && m_connection.address().get()->sa_family == AF_INET6) {
+            failLater(std::move(request), -EAFNOSUPPORT,
+                      "Over IPv6, streams are received over the RTSP connection only");
+            return m_sequence;
+        }
         transport += multicast ? ";multicast;port=" + ports : ";unicast;client_port=" + ports;
     }
     request.headers = "Transport: " + transport + "\r\n";
@@ -456,7 +461,7 @@ bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Tran
     }
     MediaSubsession::Peer peer;
     peer.stated = net::numericAddress(transport.source);
-    peer.server = m_connection.address();
+    peer.server = m_connection.address().ipv4();
     if (transport.serverPort) std::tie(peer.rtpPort, peer.rtcpPort) = *transport.serverPort;
     peer.ssrc = transport.ssrc;
     const ipv4AddressBits destination = net::numericAddress(transport.destination);

@@ -106,10 +106,10 @@ Boolean MediaSubsession::initiate(int) {
         return False;
     }
     const ipv4AddressBits group = connectionEndpointAddress();
-    const bool opened = IsMulticastAddress(group) && m_media.port != 0
-                            ? openGroupSockets(group, m_media.port, sourceFilterAddress())
-                            : openUnicastSockets();
-    if (opened && createSource()) return True;
+    m_socketsRefused = !(IsMulticastAddress(group) && m_media.port != 0
+                             ? openGroupSockets(group, m_media.port, sourceFilterAddress())
+                             : openUnicastSockets());
+    if (!m_socketsRefused && createSource()) return True;
     deInitiate();
     return False;
 }
@@ -195,10 +195,10 @@ ipv4AddressBits MediaSubsession::sourceFilterAddress() const {
 void MediaSubsession::setPeer(const Peer& peer) {
     if (!m_source || !m_rtpSocket || !m_rtcpSocket) return;
     m_source->expectSender(peer.stated, peer.server, peer.ssrc);
-    if (peer.rtcpPort != 0)
-        m_rtcpSocket->setDestination(peer.stated != 0 ? peer.stated : peer.server, peer.rtcpPort);
-    // Whoever really sends gets the reports: behind a router, a camera names an address that leads nowhere.
-    m_source->onFirstDatagram([this, stated = peer.rtcpPort](ipv4AddressBits from, portNumBits port) {
+    // Whoever really sends gets the reports; until then the server itself, since anybody's address can be
+    // stated.
+    if (peer.rtcpPort != 0) m_rtcpSocket->setDestination(peer.server, peer.rtcpPort);
+    m_source->onSenderAddress([this, stated = peer.rtcpPort](ipv4AddressBits from, portNumBits port) {
         m_rtcpSocket->setDestination(from, stated != 0 ? stated : static_cast<portNumBits>(port + 1));
     });
     if (peer.rtpPort == 0 || peer.rtcpPort == 0) return;

@@ -102,7 +102,9 @@ class MediaSubsession {
     /// Makes sockets and the source; False with the reason in the environment. Once made, it stays.
     Boolean initiate(int useSpecialRTPoffset = -1);
     void deInitiate();
-    /// The last attempt to have sockets failed because its multicast group or port was not to be had.
+    /// The last attempt to have sockets failed; of a multicast group, because group or port was not to be
+    /// had.
+    bool socketsRefused() const { return m_socketsRefused; }
     bool groupRefused() const { return m_groupRefused; }
     FramedSource* readSource() const;
     RTPSource* rtpSource() const;
@@ -148,6 +150,7 @@ class MediaSubsession {
     const live::sdp::Media m_media;
     std::string m_sessionId;
     portNumBits m_clientPort = 0;
+    bool m_socketsRefused = false;
     bool m_groupRefused = false;
     std::unique_ptr<Groupsock> m_rtpSocket;
     std::unique_ptr<Groupsock> m_rtcpSocket;

@@ -160,7 +160,10 @@ bool ScriptedServer::step(const std::string& line, std::size_t& next) {
         return awaitRequest(method) && (answer(method, more), true);
     }
     if (key == "accept") return closeCurrent(false), acceptNext();
-    if (key == "hold") return m_held = std::exchange(m_socket, -1), acceptNext();
+    if (key == "hold") {
+        const net::SocketHandle oldest(std::exchange(m_held, std::exchange(m_socket, -1)));
+        return acceptNext();
+    }
     if (key == "other") return std::swap(m_held, m_socket), true;
     if (key == "close") return closeCurrent(false), true;
     if (key == "reset") return closeCurrent(true), true;
@@ -217,6 +220,7 @@ bool ScriptedServer::acceptNext() {
         if (m_socket >= 0) {
             net::makeNonBlocking(m_socket);
             m_received.clear();
+            m_encoded.clear();
             return true;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -302,7 +306,11 @@ void ScriptedServer::take(const std::string& text) {
         m_received += text;
         return;
     }
-    const auto decoded = protocol::decodeBase64(text);
+    // Four characters are three bytes, wherever the connection cuts them.
+    m_encoded += text;
+    const std::size_t whole = m_encoded.size() / 4 * 4;
+    const auto decoded = protocol::decodeBase64(m_encoded.substr(0, whole));
+    m_encoded.erase(0, whole);
     m_received.append(decoded.begin(), decoded.end());
 }
 

@@ -32,7 +32,7 @@
 //   way N                 waits until N datagrams have come to the port {udp}
 //   fill N c              sends N times the character
 //   accept                takes the next connection (the first one is taken by itself)
-//   hold                  like accept, but keeps the old one open
+//   hold                  like accept, but keeps the old one open, up to the next such step
 //   other                 talks on the connection before the last from here on
 //   base64                what comes from now on is base64 (a tunnel's POST)
 //   plain                 ... and from now on no more
@@ -104,6 +104,7 @@ class ScriptedServer {
     int m_datagrams = -1;
     unsigned short m_datagramPort = 0;
     std::string m_received;
+    std::string m_encoded;  // the beginning of four characters of base64
     std::string m_sequence = "0";
     std::string m_complaint;
     std::atomic<bool> m_stop = false;

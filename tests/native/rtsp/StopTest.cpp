@@ -70,7 +70,7 @@ TEST(Stop, WaitsForNoNameServer) {
     g_allowed.release(1 + more);
     while (!first->done())
         std::this_thread::yield();
-    EXPECT_EQ(first->ipv4(), htonl(INADDR_LOOPBACK));
+    EXPECT_EQ(first->addresses().at(0).ipv4(), htonl(INADDR_LOOPBACK));
     Lookup::systemCall = before;
 }
 
