@@ -16,10 +16,15 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
+constexpr std::size_t kLongestToken = 32;
+
+bool isTokenChar(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == '-';
+}
+
 bool isToken(std::string_view text) {
-    return !text.empty() && text.size() <= 32 && std::all_of(text.begin(), text.end(), [](char c) {
-        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == '-';
-    });
+    return !text.empty() && text.size() <= kLongestToken &&
+           std::all_of(text.begin(), text.end(), isTokenChar);
 }
 
 // Whether a reply may begin here, as far as it has arrived.
@@ -51,6 +56,17 @@ bool canBeStartLine(std::string_view text) {
                std::all_of(word.begin(), word.end(), [](char c) { return c == '.' || isDigit(c); });
     }
     return isToken(word);
+}
+
+// Whether a message may begin here, as far as it has arrived: told by a few characters, since garbage asks
+// often.
+bool mayBegin(std::string_view text) {
+    std::size_t end = 0;
+    while (end < text.size() && end <= kLongestToken && isTokenChar(text[end]))
+        ++end;
+    if (end < text.size() && text[end] == '/')
+        return canBeStartLine(text.substr(0, kLongestToken)) && mayHaveStatus(text);
+    return end <= kLongestToken && (end == text.size() || (end > 0 && text[end] == ' '));
 }
 
 }  // namespace
@@ -90,8 +106,10 @@ Framer::Item Framer::garbage(std::string_view text, std::size_t start) {
     std::size_t at = start + 1;
     for (; at < text.size(); ++at) {
         const char c = text[at];
-        if (c == kPacketMark || text[at - 1] == '\n') break;
-        if ((c == 'R' || c == 'H') && beginsLikeReply(text.substr(at))) break;
+        if (c == kPacketMark) break;
+        const bool candidate =
+            text[at - 1] == '\n' || ((c == 'R' || c == 'H') && beginsLikeReply(text.substr(at)));
+        if (candidate && mayBegin(text.substr(at))) break;
     }
     m_offset = 0;
     m_size = at;

@@ -1,8 +1,11 @@
 // Whatever a connection carries, the framer goes forward and stays inside. The first byte says whether the
-// rest is repeated up to what a connection holds: what is not linear shows there.
+// rest is repeated, in one of sixteen inputs up to what a connection holds: what is not linear shows there,
+// and nothing may be looked at again and again.
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "live/rtsp/RtspFramer.h"
@@ -11,11 +14,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     using live::rtsp::Framer;
     if (size == 0) return 0;
     constexpr std::size_t kLongest = 400'000;
-    constexpr unsigned char kRepeated = 254;  // seldom, since it takes long
+    constexpr unsigned char kRepeated = 240;
     static std::vector<unsigned char> all;
     all.assign(data + 1, data + size);
-    while (data[0] >= kRepeated && size > 1 && all.size() + size - 1 <= kLongest)
-        all.insert(all.end(), data + 1, data + size);
+    if (data[0] >= kRepeated && size > 1) {
+        all.resize(std::max(all.size(), kLongest));
+        // Doubled until it is full: many small copies would take longer than the framer.
+        for (std::size_t full = size - 1; full < all.size(); full *= 2)
+            std::memcpy(&all[full], all.data(), std::min(full, all.size() - full));
+    }
     Framer framer(65536);
     live::rtp::Bytes rest(all);
     while (!rest.empty()) {
