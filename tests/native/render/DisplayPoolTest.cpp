@@ -6,17 +6,17 @@ namespace norix {
 namespace {
 
 TEST(DecoderSettings, ZeroesMeanWhatTheyAlwaysMeant) {
-    const DecoderSettings number = ApplyZeroRules({true, false, 0, 1000});
+    const DecoderSettings number = ApplyZeroRules({true, false, 0, 1000, true});
     EXPECT_EQ(number.displayBufferNum, 6u);
     EXPECT_EQ(number.displayBufferSize, 1000u);
-    const DecoderSettings size = ApplyZeroRules({true, false, 4, 0});
+    const DecoderSettings size = ApplyZeroRules({true, false, 4, 0, true});
     EXPECT_EQ(size.displayBufferNum, 0x900000u);
     EXPECT_EQ(size.displayBufferSize, 0u);
     EXPECT_EQ(DisplayPool(size).Count(), 0u);  // nine million frames that could hold nothing
 }
 
 TEST(DisplayPool, FramesGoRoundAndEarlyOnesComeFirst) {
-    DisplayPool pool({true, false, 2, 100});
+    DisplayPool pool({true, false, 2, 100, true});
     DisplayFrame* a = nullptr;
     DisplayFrame* b = nullptr;
     DisplayFrame* none = nullptr;
