@@ -244,7 +244,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
         std::make_shared<SessionContext>();  // its threads' as well
     std::optional<HostPage> m_page;
     TrustGuard m_trust;
-    Recorder m_recorder{m_session->param};
+    Recorder m_recorder{std::shared_ptr<CCtrlParam>(m_session, &m_session->param)};
     ControlAsConnectionHost m_connectionHost{*this};
     ControlAsViewHost m_viewHost{*this};
     WindowsMeans m_means{m_session, m_trust.Connections()};

@@ -12,7 +12,7 @@ static_assert(static_cast<short>(RecordStatus::FileWriteFailed) == ersFileWriteF
 
 void CNorixSDKCtrl::SetReportWindow(HWND window) {
     m_session->param.window.Set(window);
-    m_recorder.SetWindow(window);
+    m_recorder.OnRecordingSeen();
 }
 
 long CNorixSDKCtrl::StartRecording(short format) {
@@ -23,7 +23,8 @@ long CNorixSDKCtrl::StartRecording(short format) {
         OnRecordStatus(ersPathInvalid);
         return E_ACCESSDENIED;
     }
-    m_recorder.SetRights(m_trust.Level(), root);
+    m_recorder.SetLevel(m_trust.Level());
+    m_recorder.SetPageFolder(root);
     ApplyRecordSettings();
     return m_recorder.Start(static_cast<RecordFormat>(format)) ? S_OK : E_OUTOFMEMORY;
 }
@@ -51,6 +52,8 @@ void CNorixSDKCtrl::OnRecordStatus(long status) {
 
 void CNorixSDKCtrl::BeginRecordingStreams() {
     m_recorder.SetStream(m_session->channel.Get(), m_session->stream.Get());
+    // Who hosts the control may be known better than when the recording was wished for.
+    m_recorder.SetLevel(m_trust.Level());
     ApplyRecordSettings();
     m_recorder.Resume();
 }
@@ -58,10 +61,6 @@ void CNorixSDKCtrl::BeginRecordingStreams() {
 // The file that is being recorded ends with the connection; the wish for a recording does not.
 void CNorixSDKCtrl::FinishRecording() {
     if (!m_recorder.Suspend()) return;
-    if (!HasWindow()) {
-        OnRecordStatus(ersRecordStop);
-        return;
-    }
     // Reports that are still on their way are of before; of the frames that were written nobody need hear.
     MSG message;
     while (HasWindow() && PeekMessageW(&message, Handle(), WM_OnRecordStatus, WM_OnRecordStatus, PM_REMOVE)) {
@@ -75,7 +74,12 @@ void CNorixSDKCtrl::FinishRecording() {
             DispatchMessageW(&message);
         }
     }
-    if (HasWindow()) SendMessageW(Handle(), WM_OnRecordStatus, ersRecordStop, 0);
+    // A host that has destroyed the window first still hears of the end.
+    if (HasWindow()) {
+        SendMessageW(Handle(), WM_OnRecordStatus, ersRecordStop, 0);
+    } else {
+        OnRecordStatus(ersRecordStop);
+    }
 }
 
 // The recorder's thread asks the disk, which may hang.

@@ -78,6 +78,16 @@ class ControlWindow {
                                reinterpret_cast<std::intptr_t>(lParam));
     }
 
+    /// The same for a worker that can do without an answer: it goes on after so long. True when the message
+    /// was handled in time.
+    bool SendWithin(std::uint32_t milliseconds, ControlMessage message, const void* wParam,
+                    const void* lParam) {
+        const Announcement announcement(*this, {message, wParam, lParam});
+        return announcement && platform::SendToWindowWithin(milliseconds, Get(), message,
+                                                            reinterpret_cast<std::uintptr_t>(wParam),
+                                                            reinterpret_cast<std::intptr_t>(lParam));
+    }
+
     /// Whether a worker is sending this message just now. Window thread: any program of the user's session
     /// can send the same numbers, with pointers to anything.
     bool IsBeingSent(std::uint32_t message, const void* wParam, const void* lParam) const {

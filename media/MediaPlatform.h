@@ -16,10 +16,13 @@ using WindowHandle = HWND__*;
 
 namespace platform {
 
-/// Both do nothing for a null window. Send waits until the window's thread has handled the message. Post
-/// returns false when the window's queue is full.
+/// Post and Send do nothing for a null window. Send waits until the window's thread has handled the message.
+/// Post returns false when the window's queue is full.
 bool PostToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
 void SendToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
+/// Waits at most so long, and no longer than the window is there. True when the message was handled.
+bool SendToWindowWithin(std::uint32_t milliseconds, WindowHandle window, std::uint32_t message,
+                        std::uintptr_t wParam, std::intptr_t lParam);
 
 MediaSettings ReadMediaSettings() noexcept;
 PtsSettings ReadPtsSettings(int frameRate) noexcept;

@@ -60,6 +60,12 @@ void SendToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wPa
     if (window) Keep(true, message, wParam, lParam);
 }
 
+bool SendToWindowWithin(std::uint32_t, WindowHandle window, std::uint32_t message, std::uintptr_t wParam,
+                        std::intptr_t lParam) {
+    SendToWindow(window, message, wParam, lParam);
+    return window != nullptr;
+}
+
 MediaSettings ReadMediaSettings() noexcept {
     std::lock_guard<std::mutex> lock(g_lock);
     return g_fake ? g_fake->media : MediaSettings();

@@ -15,6 +15,13 @@ void SendToWindow(WindowHandle window, std::uint32_t message, std::uintptr_t wPa
     if (window) SendMessageW(window, message, wParam, lParam);
 }
 
+bool SendToWindowWithin(std::uint32_t milliseconds, WindowHandle window, std::uint32_t message,
+                        std::uintptr_t wParam, std::intptr_t lParam) {
+    DWORD_PTR result = 0;
+    return window &&
+           SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, milliseconds, &result) != 0;
+}
+
 MediaSettings ReadMediaSettings() noexcept {
     namespace settings = util::Settings;
     MediaSettings read;

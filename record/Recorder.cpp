@@ -41,17 +41,18 @@ std::wstring IniFile() {
 
 }  // namespace
 
-// What the recorder, its thread and the receiving threads share. The thread may outlive the control; it
-// touches the writer's side only, which knows no parameter block.
+// What the recorder, its thread and the receiving threads share. The thread may outlive the control, and so
+// keeps the parameter block.
 class Recorder::Session final : public RecordEnvironment {
   public:
-    explicit Session(const CCtrlParam& param) : controller(param, *this, queue, writer) {}
+    explicit Session(std::shared_ptr<CCtrlParam> shared)
+        : param(std::move(shared)), controller(*param, *this, queue, writer) {}
 
     void Run(util::StopToken& stop);
 
     std::uint32_t NowMs() override { return platform::TimerMs(); }
     void Report(RecordStatus status) override {
-        const HWND to = window.Get();
+        const HWND to = param->window.Get();
         if (!to) return;
         // A host that is slower than the frames would find its queue full of these.
         const bool perFrame = status == RecordStatus::Recording;
@@ -60,9 +61,8 @@ class Recorder::Session final : public RecordEnvironment {
             recordingOnItsWay.Set(false);
     }
     void WishKeyFrame() override {
-        if (const HWND to = window.Get())
-            PostMessageW(to, WM_OnForceI, static_cast<WPARAM>(channel.Get()),
-                         static_cast<LPARAM>(stream.Get()));
+        param->window.Post(WM_OnForceI, static_cast<WPARAM>(channel.Get()),
+                           static_cast<LPARAM>(stream.Get()));
     }
     LocalTime Now() override {
         SYSTEMTIME now = {};
@@ -75,8 +75,9 @@ class Recorder::Session final : public RecordEnvironment {
     Created Create(const std::wstring& folder, const std::wstring& name,
                    const std::wstring& extension) override;
 
+    const std::shared_ptr<CCtrlParam> param;
+
     // written by the window thread
-    Shared<HWND> window{nullptr};
     Shared<long> channel{1};
     Shared<long> stream{1};
     Guarded<std::wstring> folder;
@@ -126,15 +127,11 @@ std::wstring Recorder::Session::NameFormat() {
     return format;
 }
 
-// Without any lock: the host may do anything in its handler. Where it is told from depends on the window's
-// thread, which may be hanging; the time stays where it is for as long as the recorder lives.
+// Without any lock: the host may do anything in its handler. The window's thread may be hanging, and read the
+// time after this has given up: it stays where it is for as long as the recorder lives.
 bool Recorder::Session::AskFileName(const LocalTime& time) {
-    const HWND to = window.Get();
-    if (!to) return false;
     m_asked = time;
-    DWORD_PTR result = 0;
-    return SendMessageTimeoutW(to, WM_OnRequestFileName, reinterpret_cast<WPARAM>(&m_asked), 0, SMTO_NORMAL,
-                               kFinishMs, &result) != 0;
+    return param->window.SendWithin(kFinishMs, WM_OnRequestFileName, &m_asked, nullptr);
 }
 
 RecordEnvironment::Created Recorder::Session::Create(const std::wstring& path, const std::wstring& name,
@@ -150,26 +147,23 @@ RecordEnvironment::Created Recorder::Session::Create(const std::wstring& path, c
     util::OpenedFile opened = util::OpenForWriting(wish, util::Taken::kNumber);
     NORIX_LOG("CCtrlParam::RecMedia", 0, "CCtrlParam::RecMedia() fopen(filepath = %s)",
               util::WideToUtf8(opened.path).c_str());
-    if (opened) return {FileResult::Ok, std::make_unique<RecordFileWin32>(std::move(opened.file))};
+    if (opened)
+        return {FileResult::Ok,
+                std::make_unique<RecordFileWin32>(std::move(opened.file), std::move(opened.path))};
     NORIX_LOG("CCtrlParam::RecMedia", 0, "error: file create error %s\n", util::Describe(opened.fault));
     const bool missing = opened.fault == util::FileFault::kNoFolder;
     const FileResult result = missing ? FileResult::NoFolder : FileResultOf(opened.error);
     return {result == FileResult::Ok ? FileResult::Failed : result, nullptr};
 }
 
-Recorder::Recorder(CCtrlParam& param) : m_param(param), m_session(std::make_shared<Session>(param)) {
-    param.SetRecorder(std::shared_ptr<MediaRecorder>(m_session, &m_session->controller));
+Recorder::Recorder(std::shared_ptr<CCtrlParam> param)
+    : m_session(std::make_shared<Session>(std::move(param))) {
+    m_session->param->SetRecorder(std::shared_ptr<MediaRecorder>(m_session, &m_session->controller));
 }
 
 Recorder::~Recorder() {
-    m_param.SetRecorder(nullptr);
+    m_session->param->SetRecorder(nullptr);
     m_session->controller.Suspend();
-    m_session->window.Set(nullptr);
-}
-
-void Recorder::SetWindow(HWND window) {
-    OnRecordingSeen();
-    m_session->window.Set(window);
 }
 
 void Recorder::SetStream(long channel, long stream) {
@@ -186,9 +180,12 @@ void Recorder::SetLimits(const RecordLimits& limits) {
     m_session->controller.SetLimits(limits);
 }
 
-void Recorder::SetRights(util::TrustLevel level, const std::wstring& root) {
+void Recorder::SetLevel(util::TrustLevel level) {
     m_session->level.Set(level);
-    m_session->root.Set(root);
+}
+
+void Recorder::SetPageFolder(const std::wstring& folder) {
+    m_session->root.Set(folder);
 }
 
 bool Recorder::Start(RecordFormat format) {
@@ -201,6 +198,7 @@ bool Recorder::Start(RecordFormat format) {
         const auto run = [session = m_session](util::StopToken& stop) { session->Run(stop); };
         if (!m_thread.Start(THREAD_PRIORITY_NORMAL, run)) return false;
     }
+    m_session->diskFull.Set(false);  // what was found out then is about an earlier wish
     m_session->controller.Start(format);
     return true;
 }

@@ -14,24 +14,24 @@ namespace norix {
 
 /// The recording of a control: what it is asked for, and the thread that writes the files. Window thread.
 ///
-/// Reports are posted to the window as WM_OnRecordStatus, the question for a file's name is sent as
-/// WM_OnRequestFileName.
+/// Reports are posted to the parameter block's window as WM_OnRecordStatus, the question for a file's name is
+/// sent as WM_OnRequestFileName.
 class Recorder {
   public:
-    /// `param` outlives the recorder; frames come from its insert operations.
-    explicit Recorder(CCtrlParam& param);
+    /// Frames come from the insert operations of `param`.
+    explicit Recorder(std::shared_ptr<CCtrlParam> param);
     /// Finishes the file, as far as the disk allows for in the time that a thread is given to end.
     ~Recorder();
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
 
-    void SetWindow(HWND window);
     /// Of which key frames are asked for.
     void SetStream(long channel, long stream);
     void SetNaming(const RecordNaming& naming);
     void SetLimits(const RecordLimits& limits);
-    /// A page may write below `root` only.
-    void SetRights(util::TrustLevel level, const std::wstring& root);
+    /// A page writes below the folder that was picked for it, and nowhere before that.
+    void SetLevel(util::TrustLevel level);
+    void SetPageFolder(const std::wstring& folder);
 
     /// The wish for a recording. False: there is no memory, or no thread to be had.
     bool Start(RecordFormat format);
@@ -43,7 +43,8 @@ class Recorder {
     void Resume();
     bool Suspend();
 
-    /// A WM_OnRecordStatus that says "recording" was taken from the queue: until then no other is posted.
+    /// A WM_OnRecordStatus that says "recording" was taken from the queue, or went with the window: until
+    /// then no other is posted.
     void OnRecordingSeen();
     /// The host has answered WM_OnRequestFileName, and SetNaming has been called with what it said.
     void OnNameAnswered();
@@ -55,7 +56,6 @@ class Recorder {
   private:
     class Session;
 
-    CCtrlParam& m_param;
     const std::shared_ptr<Session> m_session;  // shared with the thread and the receiving threads
     util::GenericThread m_thread{"Record"};
 };

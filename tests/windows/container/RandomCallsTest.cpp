@@ -33,11 +33,6 @@ int CallsPerState() {
 
 // ---- A camera that speaks just enough RTSP to be connected to, or too little
 
-std::string CSeqOf(const std::string& request) {
-    const std::size_t at = request.find("CSeq: ");
-    return at == std::string::npos ? "1" : request.substr(at + 6, request.find("\r\n", at) - at - 6);
-}
-
 // G.711 over the connection itself, as the first packets of a stream.
 std::string Packets() {
     std::string packets;
@@ -51,17 +46,8 @@ std::string Packets() {
 }
 
 std::string Play(const std::string& request) {
-    const std::string begin = "RTSP/1.0 200 OK\r\nCSeq: " + CSeqOf(request) + "\r\n";
-    if (request.starts_with("OPTIONS")) return begin + "Public: DESCRIBE, SETUP, PLAY, TEARDOWN\r\n\r\n";
-    if (request.starts_with("DESCRIBE")) {
-        const std::string sdp = "v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=x\r\nt=0 0\r\nm=audio 0 RTP/AVP 0\r\n";
-        return begin + "Content-Type: application/sdp\r\nContent-Length: " + std::to_string(sdp.size()) +
-               "\r\n\r\n" + sdp;
-    }
-    if (request.starts_with("SETUP"))
-        return begin + "Session: 1\r\nTransport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n\r\n";
-    if (request.starts_with("PLAY")) return begin + "Session: 1\r\n\r\n" + Packets();
-    return begin + "Session: 1\r\n\r\n";
+    const std::string reply = RtspReply(request, "m=audio 0 RTP/AVP 0\r\n");
+    return request.starts_with("PLAY") ? reply + Packets() : reply;
 }
 
 std::string BeSilent(const std::string&) {

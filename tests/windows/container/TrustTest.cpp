@@ -9,6 +9,7 @@
 
 #include "samples/host/Values.h"
 #include "tests/windows/container/ContainerTest.h"
+#include "tests/windows/container/LiveCamera.h"
 #include "tests/windows/container/WebServer.h"
 #include "tests/windows/util/PrivateHives.h"
 #include "ui/resource.h"
@@ -56,6 +57,7 @@ class User {
         if (GetDlgItem(box, IDC_AUTHENTICATION_USER) == nullptr) {
             ++questions;
             PostMessageW(box, WM_COMMAND, saysYes ? IDYES : IDNO, 0);
+            PostMessageW(box, WM_COMMAND, IDCANCEL, 0);  // what a box to pick a folder understands
             return;
         }
         char page[256] = {};
@@ -342,6 +344,36 @@ TEST_F(Trust, APageFillsTheScreenOnlyAfterInput) {
 }
 
 // ---- What is kept
+
+TEST_F(Trust, APageRecordsIntoThePickedFolderOnly) {
+    const LiveCamera camera;
+    const TemporaryFolder picked(L"picked"), other(L"other");
+    EventRecorder host;
+    const auto heard = [&](const char* event) { return std::ranges::count(host.events, event) != 0; };
+    const auto record = [&] { return static_cast<long>(CallMethod(Automation(), L"StartRecording", {1L})); };
+    hives.Store(HKEY_LOCAL_MACHINE, L"Software\\KEST\\NorixSDK\\PageTargets", L"www.example",
+                std::wstring(L"127.0.0.1/32"));
+    BeInPage();
+    ASSERT_NO_FATAL_FAILURE(Show());
+    ASSERT_EQ(host.Advise(object.Get()), S_OK);
+    camera.Connect(Automation());
+    SetProperty(Automation(), L"RecordVideoPath", other.Path().c_str());
+    EXPECT_EQ(record(), E_ACCESSDENIED);
+    EXPECT_EQ(user.questions, 1) << "nothing was picked";
+    EXPECT_TRUE(heard("OnRecordStatus(5)"));
+    EXPECT_FALSE(PumpUntil([&] { return heard("OnRecordStatus(3)"); }, 500));
+
+    hives.Store(HKEY_CURRENT_USER, L"Software\\Norix\\Pages\\http://www.example:80", L"Folder",
+                picked.Path().wstring());
+    EXPECT_EQ(record(), S_OK);
+    EXPECT_TRUE(PumpUntil([&] { return heard("OnRecordStatus(6)"); })) << "outside of it";
+    SetProperty(Automation(), L"RecordVideoPath", L"");
+    EXPECT_TRUE(PumpUntil([&] { return heard("OnRecordStatus(1)"); }));
+    CallMethod(Automation(), L"Disconnect");
+    EXPECT_EQ(picked.Files().size(), 1u);
+    EXPECT_TRUE(other.Files().empty());
+    host.Unadvise();
+}
 
 TEST_F(Trust, APagesClientValuesAreItsOwnAndBounded) {
     const auto put = [&](const wchar_t* name, const std::wstring& value) {

@@ -13,6 +13,10 @@ std::string HeaderOf(const std::string& request, const std::string& name) {
     return request.substr(begin, request.find("\r\n", begin) - begin);
 }
 
+void Send(SOCKET socket, const std::string& bytes) {
+    send(socket, bytes.data(), static_cast<int>(bytes.size()), 0);
+}
+
 bool IsRtsp(const std::string& request) {
     return request.find(" RTSP/1.0\r\n") != std::string::npos;
 }
@@ -30,7 +34,21 @@ std::string Challenge(const std::string& request) {
     return "RTSP/1.0 401 Unauthorized\r\nCSeq: " + HeaderOf(request, "CSeq") + "\r\n" + challenge + "\r\n";
 }
 
-WebServer::WebServer(const char* address, std::uint16_t port, Answer answer) : answer_(std::move(answer)) {
+std::string RtspReply(const std::string& request, const std::string& media) {
+    const std::string begin = "RTSP/1.0 200 OK\r\nCSeq: " + HeaderOf(request, "CSeq") + "\r\n";
+    if (request.starts_with("OPTIONS")) return begin + "Public: DESCRIBE, SETUP, PLAY, TEARDOWN\r\n\r\n";
+    if (request.starts_with("DESCRIBE")) {
+        const std::string sdp = "v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=x\r\nt=0 0\r\n" + media;
+        return begin + "Content-Type: application/sdp\r\nContent-Length: " + std::to_string(sdp.size()) +
+               "\r\n\r\n" + sdp;
+    }
+    if (request.starts_with("SETUP"))
+        return begin + "Session: 1\r\nTransport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n\r\n";
+    return begin + "Session: 1\r\n\r\n";
+}
+
+WebServer::WebServer(const char* address, std::uint16_t port, Answer answer, Stream stream)
+    : answer_(std::move(answer)), stream_(std::move(stream)) {
     WSADATA data;
     WSAStartup(MAKEWORD(2, 2), &data);
     listener_ = socket(AF_INET, SOCK_STREAM, 0);
@@ -61,6 +79,7 @@ std::vector<std::string> WebServer::Take() {
 
 bool WebServer::AwaitReadable(SOCKET socket) {
     while (!stop_.Wait(0)) {
+        if (playing_) Send(socket, stream_());
         fd_set set = {1, {socket}};
         timeval moment = {0, 10'000};
         if (select(0, &set, nullptr, nullptr, &moment) > 0) return true;
@@ -96,11 +115,12 @@ void WebServer::Serve() {
                 const std::lock_guard<std::mutex> lock(lock_);
                 requests_.push_back(request);
             }
-            const std::string reply = answer_(request);
-            send(connection, reply.data(), static_cast<int>(reply.size()), 0);
+            Send(connection, answer_(request));
+            playing_ = stream_ && request.starts_with("PLAY");
             if (!IsRtsp(request)) break;
             request.clear();
         }
+        playing_ = false;
         shutdown(connection, SD_SEND);
         closesocket(connection);
     }

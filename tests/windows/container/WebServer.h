@@ -18,9 +18,10 @@
 class WebServer {
   public:
     using Answer = std::function<std::string(const std::string& request)>;
+    using Stream = std::function<std::string()>;
 
-    // Port 0: any that is free.
-    WebServer(const char* address, std::uint16_t port, Answer answer);
+    // Port 0: any that is free. `stream`: what follows a PLAY, piece by piece, until the client goes.
+    WebServer(const char* address, std::uint16_t port, Answer answer, Stream stream = {});
     ~WebServer();
     WebServer(const WebServer&) = delete;
     WebServer& operator=(const WebServer&) = delete;
@@ -35,6 +36,8 @@ class WebServer {
     bool ReadRequest(SOCKET socket, std::string& request);
 
     const Answer answer_;
+    const Stream stream_;
+    bool playing_ = false;  // its thread's
     SOCKET listener_ = INVALID_SOCKET;
     std::uint16_t port_ = 0;
     util::Event stop_{util::Event::Kind::kManualReset};
@@ -45,4 +48,6 @@ class WebServer {
 
 // What a server says that wants to know who asks.
 std::string Challenge(const std::string& request);
+std::string RtspReply(const std::string& request,
+                      const std::string& media);  // of a server with these streams
 std::string HttpReply(const std::string& status, const std::string& headers, const std::string& body);
