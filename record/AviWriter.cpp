@@ -28,20 +28,20 @@ std::uint32_t Get32(const std::uint8_t* at) {
 }  // namespace
 
 FileResult AviWriter::Create(std::unique_ptr<RecordFile> file, const AviDescription& description) {
-    m_file = std::move(file);
-    m_description = description;
-    m_counts = AviCounts();
-    if (description.video) m_counts.rate = description.video->rate;
     m_staging.clear();
     m_staging.reserve(kStagingSize);
     m_index.clear();
     m_index.reserve(kIndexReserve);
     Append32(m_index, FourCc("idx1"));
     Append32(m_index, 0);
+    m_description = description;
+    m_counts = AviCounts();
+    if (description.video) m_counts.rate = description.video->rate;
     WriteAviHeader(m_description, m_counts, m_header);
     m_written = m_header.size();
     m_indexedUpTo = 0;
     m_lastIsVideo = false;
+    m_file = std::move(file);  // last: there is nothing to abandon if there is no memory
     SetSizes(m_written, m_written);
     return WriteHeader();
 }
@@ -98,6 +98,8 @@ FileResult AviWriter::WriteAudio(RecordBytes frame, std::uint32_t length) {
 }
 
 FileResult AviWriter::WriteChunk(std::uint32_t id, std::uint32_t flags, RecordBytes data) {
+    // First: no chunk is without its entry, nor an entry incomplete, if there is no memory.
+    if (m_index.capacity() - m_index.size() < kAviIndexEntrySize) m_index.reserve(m_index.capacity() * 2);
     if (m_staging.size() + kChunkHeader > kStagingSize) {
         if (const FileResult result = WriteOut(); result != FileResult::Ok) return result;
     }
@@ -208,6 +210,11 @@ void AviWriter::Abandon() {
         if (m_index.size() == kIndexHead) m_written = m_header.size();
     }
     m_staging.clear();
+    if (m_index.size() == kIndexHead) {
+        m_file->Discard();
+        m_file.reset();
+        return;
+    }
     const bool indexed = WriteIndex() == FileResult::Ok;
     SetSizes(m_written, m_written + (indexed ? m_index.size() : 0));
     WriteHeader();

@@ -49,7 +49,8 @@ class AviWriter {
     FileResult SafePoint();
     /// The last safe point, with the index; then the file is closed.
     FileResult Finish();
-    /// Closes the file after an error so that what was written plays. Errors are ignored.
+    /// Closes the file after an error so that what was written plays; one in which nothing was written goes.
+    /// Errors are ignored.
     void Abandon();
 
     bool IsOpen() const { return m_file != nullptr; }

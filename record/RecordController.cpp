@@ -13,6 +13,10 @@ namespace {
 constexpr std::uint32_t kRetryMs = 1000;
 constexpr std::uint32_t kWishAgainMs = 2000;
 constexpr std::uint32_t kDefaultSampleRate = 8000;
+// A stream that changes all the time makes no more files than this.
+constexpr std::uint32_t kShortestFileMs = 1000;
+// Longer than any group of pictures whose order is changed; a single step back is no such group.
+constexpr int kReorderedFor = 50;
 
 // Per frame: chunk header and padding, index entry.
 constexpr std::uint64_t kFrameOverhead = 8 + 1 + kAviIndexEntrySize;
@@ -88,7 +92,7 @@ void RecordController::Resume() {
     m_parameters.Reset();
     m_width = m_height = 0;
     m_lastPts.reset();
-    m_reordered = false;
+    m_reordered = 0;
     m_nextTry.reset();
     m_wishedAt.reset();
 }
@@ -107,9 +111,9 @@ bool RecordController::Suspend() {
 
 void RecordController::RecMedia(RecordMedia type, const std::uint8_t* data, std::size_t size,
                                 std::uint32_t pts) {
-    const std::uint32_t now = m_environment.NowMs();
     std::lock_guard<std::mutex> lock(m_lock);
-    m_now = now;
+    // Not before: pictures and sound may come from two threads, and time must not go back between them.
+    m_now = m_environment.NowMs();
     if (!m_requested.load()) Close(true);
     if (m_suspended || !data || size == 0) return;
     NoteFailure();
@@ -140,8 +144,7 @@ bool RecordController::IsForVideo() const {
 }
 
 bool RecordController::CanStart(const VideoFacts& facts) const {
-    if (!facts.keyFrame) return false;
-    return facts.hasParameters || m_param.videoCodec.Get() == VideoCodec::Mjpeg || m_parameters.Complete();
+    return facts.keyFrame && (facts.complete || m_parameters.Complete());
 }
 
 void RecordController::WishKeyFrame() {
@@ -228,9 +231,13 @@ void RecordController::TakeVideo(RecordBytes whole, std::uint32_t pts) {
         m_height = facts.height;
     }
     std::int64_t time = m_clock.Place(RecordClock::kVideo, pts, m_now);
-    if (m_lastPts && !facts.continues && static_cast<std::int32_t>(pts - *m_lastPts) < 0) m_reordered = true;
+    if (m_lastPts && !facts.continues && static_cast<std::int32_t>(pts - *m_lastPts) < 0) {
+        m_reordered = kReorderedFor;
+    } else if (m_reordered > 0) {
+        --m_reordered;
+    }
     m_lastPts = pts;
-    if (m_reordered) time = m_clock.LastArrival();
+    if (m_reordered > 0) time = m_clock.LastArrival();
     if (!facts.continues) m_rate.Add(time);
     if (!m_requested.load() || !IsForVideo()) return;
     if (m_param.streamForm.Get() == StreamForm::Unknown) return;
@@ -244,7 +251,7 @@ void RecordController::TakeVideo(RecordBytes whole, std::uint32_t pts) {
         }
         Open(time);
     } else {
-        if (canStart && !m_rotate) {
+        if (canStart && !m_rotate && m_now - m_openedAt >= kShortestFileMs) {
             // A picture of another size, or sound that came later, needs another header.
             AviDescription now = Describe();
             if (now != m_description) m_rotate = true;
@@ -274,8 +281,7 @@ void RecordController::TakeVideo(RecordBytes whole, std::uint32_t pts) {
     entry.continues = facts.continues;
     entry.time = time;
     m_head.clear();
-    const bool needsHead = !m_begun && !facts.hasParameters && codec != VideoCodec::Mjpeg;
-    if (needsHead) m_parameters.AppendTo(m_head);
+    if (!m_begun && !facts.complete) m_parameters.AppendTo(m_head);
     const bool raw = m_fileFormat != RecordFormat::Avi;
     if (!Push(std::move(entry), m_head, raw ? whole : payload)) {
         m_waitForKey = true;

@@ -86,8 +86,9 @@ class RecordController final : public MediaRecorder {
     std::uint32_t m_width = 0;
     std::uint32_t m_height = 0;
     std::optional<std::uint32_t> m_lastPts;
-    bool m_reordered =
-        false;  // pictures come in another order than they are shown: their timestamps say little
+    // Pictures come in another order than they are shown, as their timestamps say: for so many more that is
+    // believed, and the timestamps say little.
+    int m_reordered = 0;
 
     // the file
     bool m_open = false;

@@ -31,6 +31,8 @@ class RecordFile {
     virtual FileResult Flush() = 0;
     /// Once, the last call.
     virtual FileResult Close() = 0;
+    /// Instead of Close: the file goes away, as nothing is in it. Errors are ignored.
+    virtual void Discard() = 0;
 };
 
 }  // namespace norix

@@ -33,4 +33,9 @@ FileResult RecordFileWin32::Close() {
     return CloseHandle(m_file.Release()) ? FileResult::Ok : FileResultOf(GetLastError());
 }
 
+void RecordFileWin32::Discard() {
+    m_file.Reset();
+    DeleteFileW(m_path.c_str());
+}
+
 }  // namespace norix

@@ -24,9 +24,14 @@ void RawRecording::Create(std::unique_ptr<RecordFile> file) {
 
 FileResult RawRecording::WriteOut() {
     if (m_staging.empty()) return FileResult::Ok;
-    const FileResult result = m_file->Write(m_written, m_staging);
-    m_written += m_staging.size();
+    const FileResult result = Write(m_staging);
     m_staging.clear();
+    return result;
+}
+
+FileResult RawRecording::Write(RecordBytes bytes) {
+    const FileResult result = m_file->Write(m_written, bytes);
+    if (result == FileResult::Ok) m_written += bytes.size();
     return result;
 }
 
@@ -34,11 +39,7 @@ FileResult RawRecording::Put(RecordBytes frame) {
     if (m_staging.size() + frame.size() > m_staging.capacity()) {
         if (const FileResult result = WriteOut(); result != FileResult::Ok) return result;
     }
-    if (frame.size() > m_staging.capacity()) {
-        const FileResult result = m_file->Write(m_written, frame);
-        m_written += frame.size();
-        return result;
-    }
+    if (frame.size() > m_staging.capacity()) return Write(frame);
     m_staging.insert(m_staging.end(), frame.begin(), frame.end());
     return FileResult::Ok;
 }
@@ -53,6 +54,11 @@ FileResult RawRecording::Finish() {
     const FileResult closed = m_file->Close();
     m_file.reset();
     return result == FileResult::Ok ? closed : result;
+}
+
+void RawRecording::Abandon() {
+    if (m_file && m_written == 0) m_file->Discard();
+    m_file.reset();
 }
 
 RecordWriter::RecordWriter(RecordEnvironment& environment, RecordQueue& queue)
@@ -86,7 +92,7 @@ void RecordWriter::Step(std::uint32_t milliseconds) {
         try {
             Do(entry);
         } catch (const std::exception&) {  // memory is short
-            Fail(FileResult::Failed, m_file == 0);
+            Fail(FileResult::Failed, !m_format);
         }
         m_queue.Pop();
     }
@@ -134,6 +140,7 @@ bool RecordWriter::WaitForAnswer() {
 
 void RecordWriter::Open(const RecordEntry& entry) {
     if (m_file != 0) Close(true);
+    m_file = entry.file;
     const bool answered = WaitForAnswer();
     RecordNaming naming;
     {
@@ -146,7 +153,6 @@ void RecordWriter::Open(const RecordEntry& entry) {
     const wchar_t* const extension = whole ? L"" : (request.format == RecordFormat::Avi ? L".avi" : L".pes");
     RecordEnvironment::Created created = m_environment.Create(naming.folder, name, extension);
     FileResult result = created.result;
-    m_file = entry.file;
     if (result != FileResult::Ok) {
         Fail(result, true);
         return;
@@ -238,7 +244,7 @@ void RecordWriter::CloseFile() {
 // The host hears of each kind of failure once, until a file has been written to again.
 void RecordWriter::Fail(FileResult result, bool creating) {
     if (m_format == RecordFormat::Avi) m_avi.Abandon();
-    m_raw = RawRecording();
+    m_raw.Abandon();
     m_format.reset();
     if (m_file != 0) m_failedFile.store(m_file);
     m_file = 0;

@@ -35,8 +35,11 @@ class RawRecording {
     FileResult Put(RecordBytes frame);
     FileResult SafePoint();
     FileResult Finish();
+    /// Closes the file after an error; one in which nothing was written goes.
+    void Abandon();
 
   private:
+    FileResult Write(RecordBytes bytes);
     FileResult WriteOut();
 
     std::unique_ptr<RecordFile> m_file;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
+#include <utility>
 
 #include "codec/BitReader.h"
 #include "codec/H264Headers.h"
@@ -96,16 +96,19 @@ bool HasRecoveryPoint(RecordBytes sei) {
 
 VideoFacts InspectH264(RecordBytes frame) {
     VideoFacts facts;
+    bool sps = false;
+    bool pps = false;
     bool recovery = false;
     bool intra = false;
     unsigned slice = 0;
     ForEachNal(frame, [&](unsigned type, RecordBytes unit, std::size_t) {
+        pps = pps || type == kPps;
         if (type == kSps) {
-            facts.hasParameters = true;
-            codec::H264Sps sps;
-            if (codec::ParseH264Sps(unit.data(), unit.size(), &sps) == codec::Status::kBadData) return;
-            facts.width = static_cast<std::uint32_t>(sps.width);
-            facts.height = static_cast<std::uint32_t>(sps.height);
+            sps = true;
+            codec::H264Sps parsed;
+            if (codec::ParseH264Sps(unit.data(), unit.size(), &parsed) == codec::Status::kBadData) return;
+            facts.width = static_cast<std::uint32_t>(parsed.width);
+            facts.height = static_cast<std::uint32_t>(parsed.height);
         } else if (type == kSei) {
             recovery = recovery || HasRecoveryPoint(unit);
         } else if (IsSlice(type)) {
@@ -118,12 +121,14 @@ VideoFacts InspectH264(RecordBytes frame) {
             slice = type;
         }
     });
+    facts.hasParameters = sps || pps;
+    facts.complete = sps && pps;
     facts.hasPicture = slice != 0;
     if (!facts.hasPicture) {
         // Parameters alone: the picture that they are for comes in the next frame.
-        facts.keyFrame = facts.hasParameters;
+        facts.keyFrame = sps;
     } else if (!facts.continues) {
-        facts.keyFrame = slice == kIdrSlice || recovery || (facts.hasParameters && intra);
+        facts.keyFrame = slice == kIdrSlice || recovery || (sps && intra);
     }
     return facts;
 }
@@ -134,7 +139,7 @@ VideoFacts InspectMpeg4(RecordBytes frame) {
     facts.hasPicture = layout.vop != codec::Mpeg4Layout::kNone;
     facts.keyFrame = facts.hasPicture && layout.vopType == codec::Mpeg4VopType::kI;
     if (layout.vol != codec::Mpeg4Layout::kNone) {
-        facts.hasParameters = true;
+        facts.hasParameters = facts.complete = true;
         codec::Mpeg4Vol vol;
         if (codec::ParseMpeg4Vol(frame.data() + layout.vol, frame.size() - layout.vol, &vol) ==
             codec::Status::kOk) {
@@ -152,7 +157,7 @@ bool IsFrameHeader(std::uint8_t marker) {
 
 VideoFacts InspectJpeg(RecordBytes frame) {
     VideoFacts facts;
-    facts.keyFrame = true;
+    facts.keyFrame = facts.complete = true;
     std::size_t at = 2;
     while (at + 4 <= frame.size() && frame[at] == 0xFF) {
         const std::uint8_t marker = frame[at + 1];
@@ -206,6 +211,7 @@ void ParameterSets::Remember(VideoCodec codec, RecordBytes frame) {
         end = std::min(end, layout.vop);
         keep(frame.first(end), m_first);
     } else if (codec == VideoCodec::H264) {
+        bool fresh = false;
         ForEachNal(frame, [&](unsigned type, RecordBytes unit, std::size_t start) {
             if (type != kSps && type != kPps) return;
             // Zeros before the next start code belong to that one.
@@ -213,7 +219,19 @@ void ParameterSets::Remember(VideoCodec codec, RecordBytes frame) {
             while (length > 0 && unit[length - 1] == 0)
                 --length;
             constexpr std::size_t kStartCode = 3;
-            keep(frame.subspan(start, kStartCode + length), type == kSps ? m_first : m_second);
+            const RecordBytes bytes = frame.subspan(start, kStartCode + length);
+            if (type == kSps) {
+                keep(bytes, m_first);
+                fresh = true;
+                return;
+            }
+            // A stream may have several, in one frame or in pieces: the first behind an SPS is a new
+            // beginning.
+            if (std::exchange(fresh, false) || m_second.size() + bytes.size() > kParametersMax)
+                m_second.clear();
+            const auto known = std::search(m_second.begin(), m_second.end(), bytes.begin(), bytes.end());
+            if (known == m_second.end() && bytes.size() <= kParametersMax)
+                m_second.insert(m_second.end(), bytes.begin(), bytes.end());
         });
     }
 }

@@ -12,7 +12,8 @@ namespace norix {
 
 struct VideoFacts {
     bool keyFrame = false;       // decoding can start here, given the parameters
-    bool hasParameters = false;  // it brings them: SPS (H.264), VOL (MPEG-4)
+    bool hasParameters = false;  // it brings some: SPS, PPS (H.264), VOL (MPEG-4)
+    bool complete = false;       // it brings all that a decoder needs
     bool hasPicture = true;      // false: nothing but parameters and messages
     bool continues = false;      // H.264: a further slice of the picture before
     std::uint32_t width = 0;     // as its headers say, 0 where they don't
@@ -36,7 +37,7 @@ class ParameterSets {
   private:
     VideoCodec m_codec = VideoCodec::None;
     std::vector<std::uint8_t> m_first;   // SPS, or everything up to and with the VOL
-    std::vector<std::uint8_t> m_second;  // PPS
+    std::vector<std::uint8_t> m_second;  // PPS, one behind the other
 };
 
 }  // namespace norix

@@ -1,12 +1,16 @@
-// What a recording costs: the receiving thread's share of each frame, and sixteen recordings at once on this
-// machine's disk.
+// What a recording costs: the receiving thread's share of each frame, also while the disk stands still, and
+// sixteen recordings at once on this machine's disk.
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <span>
 #include <thread>
 #include <vector>
@@ -61,17 +65,60 @@ class DiskFile final : public RecordFile {
     }
     FileResult Flush() override { return FileResult::Ok; }
     FileResult Close() override { return FileResult::Ok; }
+    void Discard() override {}
 
   private:
     Counts& m_counts;
     std::FILE* const m_file;
 };
 
+enum Call { kCreate, kWrite, kFlush, kClose };
+
+// Where one kind of file call stands still for as long as it is shut.
+class Gate {
+  public:
+    void Shut(Call call) {
+        const std::lock_guard<std::mutex> lock(m_lock);
+        m_shut = call;
+    }
+    void Open() {
+        const std::lock_guard<std::mutex> lock(m_lock);
+        m_shut.reset();
+        m_stalled = false;
+        m_changed.notify_all();
+    }
+    bool IsStalled() {
+        const std::lock_guard<std::mutex> lock(m_lock);
+        return m_stalled;
+    }
+    void Pass(Call call) {
+        std::unique_lock<std::mutex> lock(m_lock);
+        m_stalled = m_stalled || m_shut == call;
+        m_changed.wait(lock, [&] { return m_shut != call; });
+    }
+
+  private:
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    std::optional<Call> m_shut;  // guarded by m_lock, as the next
+    bool m_stalled = false;
+};
+
 class NoFile final : public RecordFile {
   public:
-    FileResult Write(std::uint64_t, RecordBytes) override { return FileResult::Ok; }
-    FileResult Flush() override { return FileResult::Ok; }
-    FileResult Close() override { return FileResult::Ok; }
+    explicit NoFile(Gate& gate) : m_gate(gate) {}
+    FileResult Write(std::uint64_t, RecordBytes) override { return Pass(kWrite); }
+    FileResult Flush() override { return Pass(kFlush); }
+    FileResult Close() override { return Pass(kClose); }
+    void Discard() override {}
+
+  private:
+    FileResult Pass(Call call) {
+        m_gate.Pass(call);
+        return FileResult::Ok;
+    }
+
+    Gate& m_gate;
 };
 
 // A recording with its own writer's thread.
@@ -113,8 +160,11 @@ class Recording final : public RecordEnvironment {
     bool AskFileName(const LocalTime&) override { return false; }
     Created Create(const std::wstring&, const std::wstring&, const std::wstring&) override {
         if (m_disk) return {FileResult::Ok, std::make_unique<DiskFile>(*m_disk)};
-        return {FileResult::Ok, std::make_unique<NoFile>()};
+        gate.Pass(kCreate);
+        return {FileResult::Ok, std::make_unique<NoFile>(gate)};
     }
+
+    Gate gate;
 
   private:
     Counts* const m_disk;
@@ -158,6 +208,44 @@ void ReceivingThread(benchmark::State& state) {
         benchmark::Counter(static_cast<double>(allocations), benchmark::Counter::kAvgIterations);
 }
 BENCHMARK(ReceivingThread)->Unit(benchmark::kMicrosecond);
+
+// Ten seconds of 20 Mbit/s, more than the queue takes, while one kind of file call stands still: the longest
+// that any frame, or the host's StopRecording, was kept.
+void StalledDisk(benchmark::State& state) {
+    using Clock = std::chrono::steady_clock;
+    constexpr std::uint32_t kFrames = 250;
+    const auto call = static_cast<Call>(state.range(0));
+    auto key = Frame(true);
+    auto other = Frame(false);
+    key.resize(5 * kFrameBytes, 0x55);
+    other.resize(5 * kFrameBytes, 0x55);
+    Clock::duration worst{};
+    const auto measure = [&](auto&& what) {
+        const auto begin = Clock::now();
+        what();
+        worst = std::max(worst, Clock::now() - begin);
+    };
+    for (auto _ : state) {
+        Recording recording;
+        recording.controller.SetLimits({0, 1});
+        std::uint32_t number = 0;
+        const auto put = [&] {
+            measure([&] { recording.Put(number % 25 == 0 ? key : other, number); });
+            ++number;
+        };
+        recording.gate.Shut(call);
+        while (!recording.gate.IsStalled()) {
+            put();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));  // the writer's turn
+        }
+        for (std::uint32_t i = 0; i < kFrames; ++i)
+            put();
+        measure([&] { recording.controller.Stop(RecordFormat::Avi); });
+        recording.gate.Open();
+    }
+    state.counters["worst_ms"] = std::chrono::duration<double, std::milli>(worst).count();
+}
+BENCHMARK(StalledDisk)->DenseRange(kCreate, kClose)->Unit(benchmark::kMillisecond);
 
 // Ten seconds of sixteen recordings, as fast as they go: process time per recording and second of it.
 void SixteenRecordings(benchmark::State& state) {

@@ -132,6 +132,7 @@ TEST(AviWriterSizeTest, EndsBeforeItsSizesOverflow) {
         }
         FileResult Flush() override { return FileResult::Ok; }
         FileResult Close() override { return FileResult::Ok; }
+        void Discard() override {}
 
       private:
         std::uint64_t& m_end;

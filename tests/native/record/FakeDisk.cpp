@@ -13,6 +13,7 @@ class FakeFile final : public RecordFile {
     }
     FileResult Flush() override { return m_disk.Other(); }
     FileResult Close() override { return m_disk.Other(); }
+    void Discard() override { m_disk.Delete(m_name); }
 
   private:
     FakeDisk& m_disk;
@@ -70,6 +71,11 @@ FileResult FakeDisk::Write(const std::string& file, std::uint64_t position, Reco
         if (keepJournal) journal.push_back({file, position, Bytes(bytes.begin(), bytes.end())});
     }
     return ResultOf(fault);
+}
+
+void FakeDisk::Delete(const std::string& file) {
+    m_files.erase(file);
+    std::erase(m_names, file);
 }
 
 }  // namespace norix::tests

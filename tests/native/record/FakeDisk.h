@@ -33,10 +33,11 @@ class FakeDisk {
     RecordEnvironment::Created Create(const std::wstring& folder, const std::wstring& name,
                                       const std::wstring& extension);
     FileResult Write(const std::string& file, std::uint64_t position, RecordBytes bytes);
+    void Delete(const std::string& file);
     FileResult Other() { return Next() == Fault::None ? FileResult::Ok : ResultOf(m_lastFault); }
 
     int Calls() const { return m_calls; }
-    /// In the order in which they were made.
+    /// Those that are there, in the order in which they were made.
     const std::vector<std::string>& Names() const { return m_names; }
     const Bytes& Contents(const std::string& name) const { return m_files.at(name); }
     const Bytes& Contents(std::size_t index) const { return Contents(m_names.at(index)); }

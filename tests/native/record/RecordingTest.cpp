@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <cstdlib>
 #include <random>
 
 #include "RiffCheck.h"
@@ -28,21 +26,7 @@ std::vector<Bytes> PicturesOf(const AviContents& avi) {
     return pictures;
 }
 
-struct Streams {
-    VideoCodec video;
-    AudioCodec audio;
-    StreamForm form;
-};
-
 class RecordingOfTest : public testing::TestWithParam<Streams> {};
-
-// The camera's header with so many bytes of further fields.
-Bytes WithHeader(const Bytes& frame, std::uint8_t kind) {
-    Bytes whole = {0, 0, 1, kind, 0, 0, 0, 0, 27, 1};
-    whole.resize(kind == 0xC0 ? 32 : 36);
-    whole.insert(whole.end(), frame.begin(), frame.end());
-    return whole;
-}
 
 TEST_P(RecordingOfTest, EveryFrameIsThereAsItCame) {
     const auto [video, audio, form] = GetParam();
@@ -86,18 +70,6 @@ TEST_P(RecordingOfTest, EveryFrameIsThereAsItCame) {
     EXPECT_EQ(avi.audioTag, audio == AudioCodec::None ? 0u : audio == AudioCodec::Aac ? 0xFFu : 7u);
 }
 
-constexpr Streams kStreams[] = {
-    {VideoCodec::H264, AudioCodec::Pcmu, StreamForm::Bare},
-    {VideoCodec::H264, AudioCodec::Aac, StreamForm::Bare},
-    {VideoCodec::H264, AudioCodec::None, StreamForm::WithHeader},
-    {VideoCodec::Mpeg4, AudioCodec::Pcmu, StreamForm::WithHeader},
-    {VideoCodec::Mpeg4, AudioCodec::Aac, StreamForm::Bare},
-    {VideoCodec::Mjpeg, AudioCodec::Pcmu, StreamForm::WithHeader},
-    {VideoCodec::Mjpeg, AudioCodec::None, StreamForm::Bare},
-    {VideoCodec::None, AudioCodec::Pcmu, StreamForm::WithHeader},
-    {VideoCodec::None, AudioCodec::Pcmu, StreamForm::Unknown},
-    {VideoCodec::None, AudioCodec::Aac, StreamForm::Bare},
-};
 INSTANTIATE_TEST_SUITE_P(All, RecordingOfTest, testing::ValuesIn(kStreams));
 
 TEST(RecordingTest, RawFilesHoldTheStreamAndNothingElse) {
@@ -202,6 +174,26 @@ TEST(RecordingTest, ParameterSetsAreRemembered) {
     EXPECT_TRUE(std::equal(idr.begin(), idr.end(), recorded.begin() + 37));
 }
 
+// A stream may bring its sets in pieces, and several pictures' sets: what begins a file has them all.
+TEST(RecordingTest, ParameterSetsInPieces) {
+    Rig rig;
+    const Bytes whole = KeyFrame(VideoCodec::H264, 0);
+    const Bytes sps(whole.begin(), whole.begin() + 28);
+    const Bytes pps(whole.begin() + 28, whole.begin() + 37);
+    Bytes other = pps;
+    other[5] ^= 0x40;
+    for (const Bytes& piece : {sps, pps, other, pps, sps})
+        rig.Video(piece, 1000);
+    rig.controller.Start(RecordFormat::Avi);
+    const Bytes idr = BareIdr(1);
+    rig.Video(idr, 1040);
+    rig.Stop();
+    Bytes expected;
+    for (const Bytes& piece : {sps, pps, Bytes(other.begin() + 1, other.end()), idr})
+        expected.insert(expected.end(), piece.begin(), piece.end());
+    EXPECT_EQ(PicturesOf(OnlyFile(rig)), std::vector<Bytes>{expected});
+}
+
 TEST(RecordingTest, WaitsUntilTheFormIsKnown) {
     Rig rig(VideoCodec::Mjpeg, AudioCodec::None);
     rig.param.streamForm.Set(StreamForm::Unknown);
@@ -232,6 +224,24 @@ TEST(RecordingTest, PlaysAsLongAsItTook) {
     }
 }
 
+// Timestamps that jump back once say no less from then on: pictures that come by fits and starts stay in
+// step.
+TEST(RecordingTest, OneStepBackIsForgotten) {
+    Rig rig(VideoCodec::H264, AudioCodec::None);
+    rig.Pictures(30, 40);
+    rig.controller.Start(RecordFormat::Avi);
+    for (std::uint32_t i = 0; i < 200; ++i) {
+        const std::uint32_t sent = 2200 + i * 40;
+        rig.now = sent + (i > 100 && i % 10 < 5 ? 200 - i % 10 * 40 : 0);
+        rig.Video(i % 10 == 0 ? KeyFrame(VideoCodec::H264, i) : OtherFrame(VideoCodec::H264, i),
+                  sent - (i > 20 ? 300 : 0));
+    }
+    rig.Stop();
+    const AviContents avi = OnlyFile(rig);
+    EXPECT_EQ(PicturesOf(avi).size(), 200u);
+    EXPECT_LE(avi.Video().size(), 201u);
+}
+
 TEST(RecordingTest, GapKeepsItsLength) {
     Rig rig;
     rig.Pictures(30, 40);
@@ -250,69 +260,6 @@ TEST(RecordingTest, GapKeepsItsLength) {
     EXPECT_EQ(avi.Video().size(), 175u);
     EXPECT_EQ(PicturesOf(avi).size(), 100u);
     EXPECT_NEAR(avi.audioLength, 7 * 8000, 160);
-}
-
-// Ten minutes at 25 pictures per second with one packet in a hundred lost, and a sender whose clock is off:
-// wherever the file is played, sound and picture are those of one moment.
-TEST(RecordingTest, SoundStaysWithThePicture) {
-    Rig rig;
-    rig.controller.Start(RecordFormat::Avi);
-    std::mt19937 random(5);
-    struct Placed {
-        double sent;
-        double played;
-    };
-    std::vector<double> pictureSent;
-    std::vector<double> soundSent;
-    constexpr double kDrift = 1.0002;
-    std::uint32_t number = 0;
-    for (int tick = 0; tick < 600 * 50; ++tick) {  // of 20 ms
-        const double sent = tick * 20.0;
-        rig.now = 5000 + static_cast<std::uint32_t>(sent * kDrift) + random() % 12;
-        const auto pts = static_cast<std::uint32_t>(77777 + sent);
-        const auto lost = [&] { return tick > 0 && random() % 100 == 0; };
-        if (tick % 2 == 0 && !lost()) {
-            rig.Video(number % 50 == 0 ? KeyFrame(VideoCodec::H264, number, 100)
-                                       : OtherFrame(VideoCodec::H264, number, 60),
-                      pts);
-            ++number;
-            pictureSent.push_back(sent);
-        }
-        if (!lost()) {
-            // The first bytes of a block say which it is.
-            Bytes block = Sound(160, 0x11);
-            block[0] = static_cast<std::uint8_t>(0x20 + soundSent.size() % 64);
-            rig.Audio(block, pts);
-            soundSent.push_back(sent);
-        }
-    }
-    rig.Stop();
-    const AviContents avi = OnlyFile(rig);
-    const double interval = 1000.0 * avi.scale / avi.rate;
-    std::vector<double> pictureOffset;
-    std::size_t picture = 0;
-    const std::vector<AviContents::Chunk> video = avi.Video();
-    for (std::size_t i = 0; i < video.size() && picture < pictureSent.size(); ++i) {
-        if (video[i].data.empty()) continue;
-        pictureOffset.push_back(static_cast<double>(i) * interval - pictureSent[picture++]);
-    }
-    EXPECT_EQ(picture, pictureSent.size());
-    Bytes sound;
-    for (const auto& chunk : avi.Audio())
-        sound.insert(sound.end(), chunk.data.begin(), chunk.data.end());
-    std::size_t block = 0;
-    double worst = 0;
-    for (std::size_t at = 0; at < sound.size(); ++at) {
-        if (sound[at] < 0x20 || sound[at] >= 0x60) continue;
-        const double offset = static_cast<double>(at) / 8 - soundSent.at(block);
-        const auto near = std::lower_bound(pictureSent.begin(), pictureSent.end(), soundSent[block]);
-        const auto index = std::min<std::size_t>(near - pictureSent.begin(), pictureOffset.size() - 1);
-        worst = std::max(worst, std::abs(offset - pictureOffset[index]));
-        ++block;
-    }
-    EXPECT_GE(block + 2, soundSent.size());
-    EXPECT_LE(worst, 40) << "ms";
-    EXPECT_NEAR(avi.Seconds(), 600 * kDrift, 0.05);
 }
 
 // ---- Rotation
@@ -364,7 +311,7 @@ TEST(RecordingTest, LimitEndsTheFileWithTheFrameThatPassesIt) {
 TEST(RecordingTest, AnotherPictureSizeBeginsAnotherFile) {
     Rig rig(VideoCodec::Mjpeg, AudioCodec::None);
     rig.controller.Start(RecordFormat::Avi);
-    rig.Pictures(5, 40);
+    rig.Pictures(25, 40);
     Bytes larger = KeyFrame(VideoCodec::Mjpeg, 1);
     larger[8] = 200;  // lines
     rig.Video(larger, rig.now);
@@ -466,7 +413,6 @@ TEST(RecordingTest, AnySingleCallMayFail) {
             EXPECT_EQ(rig.Count(DiskFull), fault == Fault::Full ? 1 : 0);
             std::size_t pictures = 0;
             for (std::size_t i = 0; i < rig.disk.Names().size(); ++i) {
-                if (rig.disk.Contents(i).empty()) continue;  // the header itself could not be written
                 const AviContents avi = ReadAvi(rig.disk.Contents(i), false);
                 EXPECT_EQ(avi.fault, "") << rig.disk.Names()[i];
                 pictures += PicturesOf(avi).size();

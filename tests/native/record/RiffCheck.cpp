@@ -6,11 +6,11 @@
 namespace norix::tests {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using Bytes = std::span<const std::uint8_t>;
 
 class Reader {
   public:
-    Reader(const Bytes& bytes, std::size_t at, std::size_t end) : m_bytes(bytes), m_at(at), m_end(end) {}
+    Reader(Bytes bytes, std::size_t at, std::size_t end) : m_bytes(bytes), m_at(at), m_end(end) {}
 
     std::size_t At() const { return m_at; }
     bool Done() const { return m_at == m_end; }
@@ -51,17 +51,14 @@ class Reader {
             throw std::runtime_error("expected " + id + ", found " + found);
         return Inside();
     }
-    Bytes Rest() const {
-        return Bytes(m_bytes.begin() + static_cast<std::ptrdiff_t>(m_at),
-                     m_bytes.begin() + static_cast<std::ptrdiff_t>(m_end));
-    }
+    Bytes Rest() const { return m_bytes.subspan(m_at, m_end - m_at); }
 
   private:
     void Need(std::size_t count) const {
         if (count > m_end - m_at) throw std::runtime_error("cut off at " + std::to_string(m_at));
     }
 
-    const Bytes& m_bytes;
+    Bytes m_bytes;
     std::size_t m_at;
     std::size_t m_end;
 };
@@ -137,7 +134,7 @@ Header ReadHeader(Reader list, AviContents& out) {
     return header;
 }
 
-void Read(const Bytes& file, bool complete, AviContents& out) {
+void Read(Bytes file, bool complete, bool keepData, AviContents& out) {
     Reader whole(file, 0, file.size());
     Expect(whole.Id() == "RIFF", "no RIFF");
     const std::uint32_t size = whole.U32();
@@ -156,12 +153,14 @@ void Read(const Bytes& file, bool complete, AviContents& out) {
         starts.push_back(movi.At() - base);
         AviContents::Chunk chunk;
         chunk.id = movi.Id();
-        chunk.data = movi.Inside().Rest();
+        const Bytes data = movi.Inside().Rest();
+        chunk.size = data.size();
+        if (keepData) chunk.data.assign(data.begin(), data.end());
         const std::string audioId = header.video ? "01wb" : "00wb";
         Expect((header.video && chunk.id == "00dc") || (header.audio && chunk.id == audioId),
                "strange chunk");
         if (chunk.id == audioId) {
-            audioBytes += static_cast<std::uint32_t>(chunk.data.size());
+            audioBytes += static_cast<std::uint32_t>(chunk.size);
             ++audioChunks;
         }
         out.chunks.push_back(std::move(chunk));
@@ -181,7 +180,7 @@ void Read(const Bytes& file, bool complete, AviContents& out) {
         Expect(flags == 0 || flags == 0x10, "index: flags");
         chunk.key = flags != 0;
         Expect(idx1.U32() == starts[i], "index: offset");
-        Expect(idx1.U32() == chunk.data.size(), "index: size");
+        Expect(idx1.U32() == chunk.size, "index: size");
     }
     Expect(idx1.Done(), "index: too many entries");
     out.indexed = true;
@@ -201,10 +200,10 @@ std::vector<AviContents::Chunk> AviContents::Audio() const {
     return sound.empty() ? Of("00wb") : sound;
 }
 
-AviContents ReadAvi(const Bytes& file, bool complete) {
+AviContents ReadAvi(Bytes file, bool complete, bool keepData) {
     AviContents out;
     try {
-        Read(file, complete, out);
+        Read(file, complete, keepData, out);
     } catch (const std::exception& error) {
         out.fault = error.what();
     }

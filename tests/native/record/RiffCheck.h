@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@ struct AviContents {
     struct Chunk {
         std::string id;
         bool key = false;
+        std::size_t size = 0;
         std::vector<std::uint8_t> data;
     };
 
@@ -37,7 +39,7 @@ struct AviContents {
 
 /// Checks everything that the RIFF and AVI forms demand: sizes that meet, padding, counts, an index entry for
 /// each chunk at its place. `complete`: the file was finished; else it ends where the header says, whatever
-/// stands behind, and the index may be missing.
-AviContents ReadAvi(const std::vector<std::uint8_t>& file, bool complete = true);
+/// stands behind, and the index may be missing. Without `keepData` the chunks have their sizes only.
+AviContents ReadAvi(std::span<const std::uint8_t> file, bool complete = true, bool keepData = true);
 
 }  // namespace norix::tests

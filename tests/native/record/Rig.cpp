@@ -54,6 +54,13 @@ Bytes BareIdr(std::uint32_t number, std::size_t size) {
     return Make({kIdr}, number, size);
 }
 
+Bytes WithHeader(const Bytes& frame, std::uint8_t kind) {
+    Bytes whole = {0, 0, 1, kind, 0, 0, 0, 0, 27, 1};
+    whole.resize(kind == 0xC0 ? 32 : 36);
+    whole.insert(whole.end(), frame.begin(), frame.end());
+    return whole;
+}
+
 Bytes Sound(std::size_t size, std::uint8_t value) {
     return Bytes(size, value);
 }

@@ -60,6 +60,27 @@ Bytes KeyFrame(VideoCodec codec, std::uint32_t number, std::size_t size = 400);
 Bytes OtherFrame(VideoCodec codec, std::uint32_t number, std::size_t size = 200);
 /// H.264: a key frame without parameter sets.
 Bytes BareIdr(std::uint32_t number, std::size_t size = 400);
+/// The frame behind a header of the camera's, 0xE0 for pictures, 0xC0 for sound.
+Bytes WithHeader(const Bytes& frame, std::uint8_t kind);
 Bytes Sound(std::size_t size, std::uint8_t value);
+
+/// What a recording can be of.
+struct Streams {
+    VideoCodec video;
+    AudioCodec audio;
+    StreamForm form;
+};
+inline constexpr Streams kStreams[] = {
+    {VideoCodec::H264, AudioCodec::Pcmu, StreamForm::Bare},
+    {VideoCodec::H264, AudioCodec::Aac, StreamForm::Bare},
+    {VideoCodec::H264, AudioCodec::None, StreamForm::WithHeader},
+    {VideoCodec::Mpeg4, AudioCodec::Pcmu, StreamForm::WithHeader},
+    {VideoCodec::Mpeg4, AudioCodec::Aac, StreamForm::Bare},
+    {VideoCodec::Mjpeg, AudioCodec::Pcmu, StreamForm::WithHeader},
+    {VideoCodec::Mjpeg, AudioCodec::None, StreamForm::Bare},
+    {VideoCodec::None, AudioCodec::Pcmu, StreamForm::WithHeader},
+    {VideoCodec::None, AudioCodec::Pcmu, StreamForm::Unknown},
+    {VideoCodec::None, AudioCodec::Aac, StreamForm::Bare},
+};
 
 }  // namespace norix::tests

@@ -186,6 +186,29 @@ class ReaderTest(unittest.TestCase):
             sizes += [int(p["size"]) for p in packets(path)]
         self.assertEqual(sizes, [f[2] for f in self.clips.video["h264"]])
 
+    # Five gigabytes, which are holes for the most part: files that any reader's numbers are large enough for.
+    @unittest.skipUnless(KILLS, "only in the long run")
+    def test_large(self):
+        picture, size, count = os.path.join(self.temporary.name, "large"), 700_000, 7700
+        with open(picture, "wb") as file, open(self.clips.video["mjpeg"][0][0], "rb") as clip:
+            file.write(clip.read(self.clips.video["mjpeg"][0][2]))
+            file.truncate(size)
+        frames = os.path.join(self.temporary.name, "large.txt")
+        with open(frames, "w", encoding="ascii") as file:
+            file.write("mjpeg none 0 - 0 0\n")
+            file.writelines(f"video {i * 40} {picture} 0 {size}\n" for i in range(count))
+        with tempfile.TemporaryDirectory(dir=self.temporary.name) as folder:
+            run(FEED, frames, folder)
+            paths = sorted(os.path.join(folder, name) for name in os.listdir(folder))
+            self.assertEqual(len(paths), 3)
+            found = run(FEED, "--check", *paths).stdout.split()
+            self.assertEqual(sum(map(int, found)), count)
+            for path, chunks in zip(paths, found):
+                self.assertLess(os.path.getsize(path), 1 << 31)
+                last = run("ffprobe", "-v", "error", "-read_intervals", f"{int(chunks) * 0.04 - 1}", "-show_entries",
+                           "packet=pts_time,size", "-of", "csv=p=0", path).stdout.split()[-1]
+                self.assertEqual(last, f"{(int(chunks) - 1) * 0.04:.6f},{size}")
+
     @unittest.skipUnless(KILLS, "only in the long run")
     def test_killed(self):
         frames = self.clips.frame_list("h264", "pcmu")
