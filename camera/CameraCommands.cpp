@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "camera/Charset.h"
+#include "camera/ptz/PtzQueries.h"
 #include "protocol/Text.h"
 #include "util/Log.h"
 #include "util/Redact.h"
@@ -228,6 +229,23 @@ Result CameraCommands::RequestIFrame(std::int32_t channel, std::int32_t stream) 
             "/kest-cgi/forcei.cgi?channel=" + std::to_string(channel) + "&stream=" + std::to_string(stream),
             false);
     return kResultOk;
+}
+
+bool CameraCommands::SendPtz(std::string_view command, std::int16_t parameter, std::int32_t channel) {
+    const std::optional<std::string> query = PtzQuery(command, parameter, channel);
+    if (!query || access.serverIP.empty()) return false;
+    Request("GET", access.serverIP, *query, false);
+    return true;
+}
+
+void CameraCommands::SavePreset(std::string_view name, std::int16_t index) {
+    Request("GET", access.serverIP, SavePresetQuery(name, index), false);
+}
+
+std::wstring CameraCommands::PresetNames() {
+    const Reply reply = Ask("POST", PresetNamesQuery());
+    if (reply.failed || m_status != kOk) return {};
+    return ToWide(norix::PresetNames(reply.text));
 }
 
 }  // namespace norix

@@ -102,6 +102,16 @@ class CameraCommands {
     /// Asks for a key frame; the reply doesn't matter.
     Result RequestIFrame(std::int32_t channel, std::int32_t stream);
 
+    // ---- Moving it
+
+    /// Sends a command of PtzMoves.h; what the camera answers doesn't matter. False when nothing was sent:
+    /// there is no such command, or nobody to send it to.
+    bool SendPtz(std::string_view command, std::int16_t parameter, std::int32_t channel);
+    /// Makes the present position a preset; what the camera answers doesn't matter.
+    void SavePreset(std::string_view name, std::int16_t index);
+    /// The presets' names, each followed by "#"; empty when the camera does not tell them.
+    std::wstring PresetNames();
+
     const SystemInformation& System() const { return m_system; }
     std::int32_t RtspPort() const { return m_rtspPort; }
     /// Null when the camera named none.

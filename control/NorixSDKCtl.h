@@ -203,6 +203,8 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
   private:
     HRESULT OnCreate();
     void OnDestroy();
+    /// The camera for a request of the host's; null where the host may not reach it.
+    CameraCommands* AdmittedCamera();
     bool IsCaptionShown() const;
     void OnTimer(UINT_PTR id);
     /// The private messages; false for any other message.

@@ -259,12 +259,22 @@ void CNorixSDKCtrl::SetServerModelType(const Text& model) {
     m_modelOf = m_properties.serverIP;
 }
 
-Text CNorixSDKCtrl::GetPresetName() {
-    return {};
+CameraCommands* CNorixSDKCtrl::AdmittedCamera() {
+    return m_trust.Admit(util::WideToUtf8(m_properties.serverIP)) ? &m_camera.Commands() : nullptr;
 }
-void CNorixSDKCtrl::SavePresetPosition(const Text&, short) {}
-long CNorixSDKCtrl::SendCameraCommand(const Text&, short) {
-    return -1;
+
+Text CNorixSDKCtrl::GetPresetName() {
+    CameraCommands* const camera = AdmittedCamera();
+    return camera ? camera->PresetNames() : Text();
+}
+void CNorixSDKCtrl::SavePresetPosition(const Text& name, short index) {
+    if (CameraCommands* const camera = AdmittedCamera()) camera->SavePreset(util::WideToUtf8(name), index);
+}
+long CNorixSDKCtrl::SendCameraCommand(const Text& command, short parameter) {
+    CameraCommands* const camera = AdmittedCamera();
+    const bool sent =
+        camera && camera->SendPtz(util::WideToUtf8(command), parameter, m_session->channel.Get());
+    return sent ? 0 : -1;
 }
 
 // ---- Snapshots, talk-back

@@ -25,6 +25,16 @@ TYPES = {
 }
 
 
+# A group with this comment gets the table of camera commands, which the control's own table of them is the source of.
+PTZ_MARK = "table: camera commands"
+PTZ_SOURCE = ROOT / "camera" / "ptz" / "PtzMoves.h"
+PTZ_PARAMETERS = {
+    "Nothing": "none", "Tilt": "speed of the tilt", "Pan": "speed of the pan", "Zoom": "speed of the zoom",
+    "TiltAndPan": "speed of both", "Preset": "the preset's number",
+}
+PTZ_ROW = re.compile(r'^    \{"(\w+)", PtzUse::(\w+)\},\s*// (.*)$', re.M)
+
+
 class IdlError(Exception):
     pass
 
@@ -67,6 +77,7 @@ class Member:
 class Group:
     title: str
     introduction: list = field(default_factory=list)
+    ptz: bool = False           # the table of camera commands belongs to it
 
 
 @dataclass
@@ -236,7 +247,8 @@ class Parser:
         title = lines[0][len("group:"):].strip()
         self.group = title
         group = self.library.groups.setdefault(title, Group(title))
-        group.introduction += lines[1:]
+        group.introduction += [line for line in lines[1:] if line != PTZ_MARK]
+        group.ptz = group.ptz or PTZ_MARK in lines
 
     def member(self, kind):
         attributes = self.attributes()
@@ -408,6 +420,14 @@ class Page:
             for m in found:
                 text = self.prose(m.help, m.name, [name for _, name in m.parameters])
                 self.write(f"- {anchor(m.anchor)}{self.signature(m)}", "", f"  {text}", "")
+            if kind == "method" and group.ptz:
+                self.ptz()
+
+    def ptz(self):
+        self.write("| Command | Parameter | What it does |", "|---|---|---|")
+        for name, use, text in PTZ_ROW.findall(PTZ_SOURCE.read_text(encoding="utf-8")):
+            self.write(f"| `{name}` | {PTZ_PARAMETERS[use]} | {text} |")
+        self.write("")
 
     def signature(self, member):
         parameters = ", ".join(f"{name}: {TYPES[kind]}" for kind, name in member.parameters)
