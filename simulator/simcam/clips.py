@@ -6,6 +6,7 @@ minute long and has a key frame each second, so its clock can agree with the one
 import fcntl
 import hashlib
 import json
+import math
 import mmap
 import os
 import subprocess
@@ -18,6 +19,7 @@ from simcam.options import Options
 LOOP_SECONDS = 60
 SIZES = {1: (1280, 720), 2: (640, 360)}
 SCENE_SIZE = (2560, 1440)
+BOX_SHARE = 8  # of the picture's height: what moves
 AUDIO_RATES = {"pcmu": 8000, "aac": 16000}
 PCMU_PACKET = 160
 # 25 AAC frames are a whole number of 440 Hz periods and 125 are 8 s, so loops of 125 have no seam. The first second
@@ -58,6 +60,15 @@ class Clip:
 
 def title(channel: int, stream: int, codec: str) -> str:
     return f"NORIXCAM  CH {channel}  STREAM {stream}  {CODEC_TITLES[codec]}"
+
+
+def box_at(now: float) -> tuple[tuple[float, float], tuple[float, float]]:
+    """Where the box is that crosses the picture, in pixels of the first stream: left edge and width, top edge and
+    height. As the recipe below draws it."""
+    width, height = SIZES[1]
+    box = height // BOX_SHARE
+    t = now % 10
+    return (t / 10 * (width + box) - box, box), (height * 0.6 + height * 0.15 * math.sin(2 * math.pi * t / 5), box)
 
 
 class ClipStore:
@@ -153,7 +164,7 @@ class ClipStore:
         for i, (_, own, encoder) in enumerate(recipes):
             graph += f";[in{i}]{own}[out{i}]"
             outputs += ["-map", f"[out{i}]", *encoder, paths[i] + ".new"]
-        box = SIZES[stream][1] // 8
+        box = SIZES[stream][1] // BOX_SHARE
         inputs = ["-framerate", str(self._fps), "-i", self.scene(),
                   "-f", "lavfi", "-i", f"color=0xf0a030:size={box}x{box}:rate={self._fps}"]
         return subprocess.Popen([*_FFMPEG, *inputs, "-filter_complex", graph, *outputs]), paths

@@ -31,10 +31,15 @@ class Commands:
 
     def __init__(self, camera: Camera, server: WebServer) -> None:
         self._camera = camera
+        server.add("/simulator/asked", Route(self._asked, methods=("GET",), signs_in=False, recorded=False))
+        self._server = server
         for name, answer in {"getParam": self._get, "setParam": self._set, "systeminfo": self._system_information,
                              "setPTZCtrl": self._move, "setPreset": self._set_preset,
                              "forcei": self._force_key_frame}.items():
             server.add(f"{FOLDER}{name}.cgi", Route(self._handler(answer)))
+
+    async def _asked(self, _exchange: Exchange) -> Reply:
+        return Reply("".join(line + "\n" for line in self._server.asked).encode("latin-1", "replace"))
 
     def _handler(self, answer):
         faults = self._camera.options.faults
@@ -43,7 +48,7 @@ class Commands:
             if (seconds := faults.seconds("cgi-slow")) is not None:
                 await asyncio.sleep(seconds)
             try:
-                if "cgi-error" in faults:
+                if "cgi-error" in faults or "cgi-readonly" in faults and answer in (self._set, self._set_preset):
                     raise BadValue("fault")
                 body = answer(exchange.request)
             except BadValue as problem:
@@ -56,10 +61,13 @@ class Commands:
         return _lines([(key, self._value(key)) for key, _ in request.parameters()])
 
     def _value(self, key: str) -> str:
-        """Beside the parameters, where a head looks: ptz01_pan and so on."""
+        """Beside the parameters, where a head looks and what it was told last: ptz1_pan, ptz1_move and so on."""
         head, _, axis = key.partition("_")
         if head.startswith("ptz") and head[3:].isdigit() and int(head[3:]) in self._camera.heads:
-            position = self._camera.heads[int(head[3:])].position()
+            known = self._camera.heads[int(head[3:])]
+            if axis == "move":
+                return known.move
+            position = known.position()
             return f"{getattr(position, axis):.2f}" if axis in position._fields else NOT_THERE
         return self._camera.parameters.get(key)
 

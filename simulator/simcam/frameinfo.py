@@ -4,7 +4,7 @@ import re
 import struct
 
 from simcam.camera import Camera
-from simcam.clips import SIZES
+from simcam.clips import SIZES, box_at
 
 _IDENTIFICATION = b"NorixFrameInfo01"
 _PORTS_VALID = 2
@@ -42,29 +42,37 @@ class SectionWriter:
         get = self._camera.parameters.get
         self._sequence += 1
         width, height = SIZES[1]
-        # Motion swells and fades in four seconds, so regions are in alarm half of the time.
-        level = int(abs(now % 4 - 2) * 50)
         ports = _numbers(f"{get('dio_inputs')},{get('dio_outputs')}", _BYTE, _BYTE) or (0, 0)
         section = struct.pack(">BBBBHHII7xI", 1, _PORTS_VALID, *ports, width, height, int(now * 1000) & 0xFFFFFFFF,
                               self._sequence, int(now))
         if get("motiondetect_enable") == "1":
-            section += self._regions(level)
-            if key and level >= _THRESHOLD:
-                section += _element(_MOTION_ALERT, bytes((1, level)))
+            section += self._motion(key, now)
         if key and (numbers := _numbers(get("event_analytics"), _WORD, _WORD)):
             section += _element(_ANALYTICS, struct.pack(">HH", *numbers))
         if key and (numbers := _numbers(get("event_general"), _WORD, _BYTE, _BYTE)):
             section += _element(_GENERAL, struct.pack(">HBB", *numbers))
         return section
 
-    def _regions(self, level: int) -> bytes:
-        elements = b""
+    def _motion(self, key: bool, now: float) -> bytes:
+        """The windows that are switched on, and an alert for each that the box touches."""
+        regions = alerts = b""
         for window in (1, 2, 3):
             values = _numbers(",".join(self._camera.parameters.get(f"{self._prefix}win{field}{window:02}")
                                        for field in ("left", "top", "width", "height", "enable")), *[_WORD] * 5)
             if values and values.pop():
-                elements += _element(_REGION, struct.pack(">BBxHHHHBBxx", window - 1, 1, *values, _THRESHOLD, level))
-        return elements
+                level = self._level(values, now)
+                regions += _element(_REGION, struct.pack(">BBxHHHHBBxx", window - 1, 1, *values, _THRESHOLD, level))
+                if key and level >= _THRESHOLD:
+                    alerts += _element(_MOTION_ALERT, bytes((window, level)))
+        return regions + alerts
+
+    @staticmethod
+    def _level(window: list[int], now: float) -> int:
+        """0 while the box is outside of the window, 100 while all of it is inside, never below the threshold between."""
+        shared = 1.0
+        for (begin, length), (at, size) in zip((window[0::2], window[1::2]), box_at(now)):
+            shared *= max(0.0, min(begin + length, at + size) - max(begin, at)) / size
+        return _THRESHOLD + int(shared * (100 - _THRESHOLD)) if shared > 0 else 0
 
 
 def with_header(section: bytes, frame: bytes) -> bytes:

@@ -6,12 +6,14 @@ import os
 from dataclasses import dataclass
 
 CODECS = ("h264", "mpeg4", "mjpeg")
+MOVES = ("pantilt", "zoom")
 
 # name: (what it does, its default number or None if it takes none)
 FAULTS: dict[str, tuple[str, float | None]] = {
     "cgi-401": ("refuse every HTTP request, whatever the password", None),
     "cgi-slow": ("answer commands after SECONDS", 6),
     "cgi-blackhole": ("accept HTTP connections and never answer", None),
+    "cgi-readonly": ("refuse to write parameters and presets, with a text that begins with 'Error'", None),
     "cgi-error": ("answer every command with a text that begins with 'Error'", None),
     "rtsp-401": ("refuse every RTSP request, whatever the password", None),
     "rtsp-no-options": ("don't know OPTIONS", None),
@@ -63,6 +65,7 @@ class Options:
     framing: str
     sections: bool
     onvif: str
+    moves: tuple[str, ...]
     clock_offset: float
     talkback: str | None
     multicast: tuple[str, int] | None
@@ -121,6 +124,7 @@ def parse(arguments: list[str]) -> Options:
     add("--sections", action="store_true", help="send an information section with each frame")
     add("--onvif", choices=("on", "off", "only"), default="on",
         help="ONVIF beside the command interface, not at all, or instead of it (%(default)s)")
+    add("--ptz", choices=("all", *MOVES, "none"), default="all", help="how the camera can move (%(default)s)")
     add("--clock-offset", type=float, default=0, metavar="SECONDS", help="how far the camera's clock is ahead")
     add("--talkback", metavar="FILE", help="write the mu-law that talk-back sends into this file")
     add("--multicast", type=_group, metavar="GROUP:PORT", help="group and first port of RTSP's multicast streams")
@@ -143,7 +147,8 @@ def parse(arguments: list[str]) -> Options:
         http_auth=given.http_auth or given.auth, rtsp_auth=given.rtsp_auth or given.auth,
         channels=given.channels, streams=range(1, given.streams + 1),
         codecs=CODECS if given.codec == "all" else (given.codec,), audio=given.audio, tone=given.tone, fps=given.fps,
-        framing=given.framing, sections=given.sections, onvif=given.onvif, clock_offset=given.clock_offset,
+        framing=given.framing, sections=given.sections, onvif=given.onvif,
+        moves=MOVES if given.ptz == "all" else tuple({given.ptz} - {"none"}), clock_offset=given.clock_offset,
         talkback=given.talkback, prepare=given.prepare,
         multicast=given.multicast, push=given.push, push_codec=given.push_codec, cache=given.cache,
         verbose=given.verbose, log=given.log, die_with_parent=given.die_with_parent, faults=faults)

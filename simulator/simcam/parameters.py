@@ -46,8 +46,8 @@ def _initial(options: Options) -> dict[str, str]:
         values |= {f"{prefix}usestream": "1", f"{prefix}winsensitivity": "50", f"{prefix}refwidth": str(width),
                    f"{prefix}refheight": str(height)}
         for window in (1, 2, 3):
-            fields = {"name": f"Window {window}", "enable": int(window == 1), "left": 80 * window, "top": 80 * window,
-                      "width": 320, "height": 240, "objsize": 10}
+            fields = {"name": f"Window {window}", "enable": int(window == 1), "left": 400 * window - 240,
+                      "top": 320, "width": 240, "height": 300, "objsize": 10}
             values |= {f"{prefix}win{field}{window:02}": str(value) for field, value in fields.items()}
     values |= {f"camctrl_presetname{number:02}": "" for number in range(1, PRESETS + 1)}
     return values
@@ -89,5 +89,6 @@ class Parameters:
             "VideoCodec": "|".join(_CODEC_NAMES[codec] for codec in options.codecs),
             "FirmwareVersion": "1.0.0", "FirmwareBuildTime": "2024-01-01 00:00:00", "MotionDetectionMethod": "0",
             "MagicCode": "0", "MACAddress": "02:00:00:00:00:01", "DeInterlace": "0",
-            "ONVIFSupport": str(int(options.onvif != "off")), "PTZFunc": "1", "ZoomFunc": "1", "PanTiltFunc": "1",
+            "ONVIFSupport": str(int(options.onvif != "off")), "PTZFunc": str(int(bool(options.moves))),
+            "ZoomFunc": str(int("zoom" in options.moves)), "PanTiltFunc": str(int("pantilt" in options.moves)),
         }

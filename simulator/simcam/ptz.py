@@ -34,6 +34,7 @@ class PtzHead:
         self._speeds = [0.0, 0.0, 0.0]
         self._since = time.monotonic()
         self._presets: dict[int, Position] = {}
+        self.move = "stop"  # what it was told last
 
     def position(self) -> Position:
         with self._lock:
@@ -63,4 +64,5 @@ class PtzHead:
                 self._presets[preset] = here
             else:
                 return False
+            self.move = move
         return True

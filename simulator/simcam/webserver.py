@@ -1,7 +1,9 @@
 """The web server. It shares its port with the RTSP server, as cameras do: RTSP, plain or in HTTP, is passed on."""
 
 import asyncio
+import time
 import urllib.parse
+from collections import deque
 from dataclasses import dataclass, field
 from typing import Awaitable, Callable
 
@@ -13,6 +15,7 @@ _REASONS = {200: "OK", 400: "Bad Request", 401: "Unauthorized", 404: "Not Found"
             413: "Payload Too Large", 500: "Internal Server Error", 503: "Service Unavailable"}
 _LONGEST_BODY = 1 << 20
 _HEAD_SECONDS = 30
+_LISTED_REQUESTS = 1000
 
 
 @dataclass
@@ -91,6 +94,7 @@ class Route:
     methods: tuple[str, ...] = ("GET", "POST")
     reads_body: bool = True
     signs_in: bool = True
+    recorded: bool = True
 
 
 class WebServer:
@@ -101,6 +105,9 @@ class WebServer:
         self._faults = faults
         self._rtsp_address = rtsp_address
         self._routes: dict[str, Route] = {}
+        self._started = time.monotonic()
+        # The latest requests whose senders may ask: seconds since the start, verb, address and body.
+        self.asked: deque[str] = deque(maxlen=_LISTED_REQUESTS)
         self.port = 0
 
     def add(self, path: str, route: Route) -> None:
@@ -162,6 +169,10 @@ class WebServer:
             if not good or "cgi-401" in self._faults:
                 return Reply(b"Unauthorized\n", 401, headers=[
                     ("WWW-Authenticate", text) for text in self._auth.challenges() or ['Basic realm="refused"']])
+        if route is None or route.recorded:
+            body = " " + request.body.decode("latin-1") if request.body else ""
+            line = f"{time.monotonic() - self._started:9.3f} {request.method} {request.target}{body}"
+            self.asked.append(line.replace("\r", " ").replace("\n", " "))
         if route is None:
             return Reply(b"Not Found\n", 404)
         if request.method not in route.methods:

@@ -115,6 +115,28 @@ class Commands(unittest.TestCase):
                              (information["CameraNumber"], information["RTSPPort"], len(information)))
             self.assertTrue(ask("GET", "/kest-cgi/forcei.cgi?channel=9&stream=1")[1].startswith("Error"))
 
+    def test_movement(self) -> None:
+        with Camera("--codec", "h264", "--ptz", "zoom", "--fault", "cgi-readonly") as camera:
+            def move(query: str) -> str:
+                return camera.request("GET", f"/kest-cgi/setPTZCtrl.cgi?channel=1&{query}")[1]
+
+            information = camera.request("POST", "/kest-cgi/systeminfo.cgi?")[1]
+            self.assertIn("PTZFunc=1\nZoomFunc=1\nPanTiltFunc=0\n", information)
+            move("move=left&speedpan=100")
+            self.assertEqual("left", camera.parameter("ptz1_move"))
+            move("move=stop")
+            here = float(camera.parameter("ptz1_pan"))
+            self.assertLess(here, 0)
+            self.assertEqual(here, float(camera.parameter("ptz1_pan")))
+            self.assertTrue(move("move=home").startswith("Error"))
+            for path, body in (("setParam.cgi?", "video_text=x"), ("setPreset.cgi?move=addpreset&PresetIndex=01", None)):
+                self.assertTrue(camera.request("POST", "/kest-cgi/" + path, body)[1].startswith("Error"))
+            camera.request("GET", "/kest-cgi/secret", signed_in=False)
+            asked = [line.split(None, 1)[1] for line in
+                     camera.request("GET", "/simulator/asked", signed_in=False)[1].splitlines()]
+            self.assertEqual("GET /kest-cgi/setPTZCtrl.cgi?channel=1&move=left&speedpan=100", asked[1])
+            self.assertEqual("POST /kest-cgi/setParam.cgi? video_text=x", asked[-2])
+
     def test_sign_in(self) -> None:
         for scheme, good in {"basic": ["--basic"], "digest": ["--digest"], "both": ["--basic", "--digest"]}.items():
             with self.subTest(scheme), Camera("--http-auth", scheme, "--codec", "h264") as camera:
