@@ -31,6 +31,7 @@ constexpr int kFieldWidth = 90;
 constexpr int kMinimumAddressWidth = 90;
 constexpr int kEventsHeight = 150;
 constexpr int kMinimumVideoHeight = 60;
+constexpr int kMinimumEventsWidth = 300;  // for the pad to have room beside the events
 constexpr size_t kKeptEntries = 2000;
 
 constexpr int kTimeWidth = 90;
@@ -88,6 +89,18 @@ std::span<const MainWindow::Command> MainWindow::Commands() {
          &MainWindow::OnPicture<&PictureCommands::Zoom>},
         {L"&Picture", L"&Full Screen\tF11", nullptr, 0, VK_F11,
          &MainWindow::OnPicture<&PictureCommands::FullScreen>},
+        {L"C&amera", L"Tilt &Up", nullptr, 0, 0, &MainWindow::OnPad<&PtzPad::TiltUp>},
+        {L"C&amera", L"Tilt &Down", nullptr, 0, 0, &MainWindow::OnPad<&PtzPad::TiltDown>},
+        {L"C&amera", L"Pan &Left", nullptr, 0, 0, &MainWindow::OnPad<&PtzPad::PanLeft>},
+        {L"C&amera", L"Pan &Right", nullptr, 0, 0, &MainWindow::OnPad<&PtzPad::PanRight>},
+        {L"C&amera", L"Zoom &In", nullptr, 0, 0, &MainWindow::OnPad<&PtzPad::ZoomIn>},
+        {L"C&amera", L"Zoom &Out", nullptr, 0, 0, &MainWindow::OnPad<&PtzPad::ZoomOut>},
+        {L"C&amera", L"&Stop\tShift+F2", nullptr, FSHIFT, VK_F2, &MainWindow::OnPad<&PtzPad::Stop>},
+        {L"C&amera", L"&Home", nullptr, 0, 0, &MainWindow::OnPad<&PtzPad::GoHome>},
+        {L"C&amera", L"&Go to Preset", nullptr, 0, 0, &MainWindow::OnPad<&PtzPad::GoToPreset>},
+        {L"C&amera", L"Sa&ve Preset", nullptr, 0, 0, &MainWindow::OnPad<&PtzPad::SavePreset>},
+        {L"C&amera", L"List &Presets", nullptr, 0, 0, &MainWindow::OnPad<&PtzPad::ListPresets>},
+        {L"C&amera", L"By &Keyboard\tF2", nullptr, 0, VK_F2, &MainWindow::FocusPad},
         {L"&Recording", L"&Record\tF4", L"Record", 0, VK_F4, &MainWindow::Record},
         {L"&Recording", L"&Folder...\tShift+F4", nullptr, FSHIFT, VK_F4, &MainWindow::PickRecordFolder},
         {L"&Recording", L"&Limit\tCtrl+F4", nullptr, FCONTROL, VK_F4, &MainWindow::NextRecordLimit},
@@ -250,6 +263,8 @@ void MainWindow::CreateChildren() {
         ListView_InsertColumn(events_, index++, &column);
     }
 
+    pad_.Create(window_, font_.get());
+
     status_ = CreateChild(STATUSCLASSNAMEW, L"", SBARS_SIZEGRIP);
     SendMessageW(status_, SB_SETPARTS, std::size(kStatusParts), reinterpret_cast<LPARAM>(kStatusParts));
 }
@@ -274,6 +289,7 @@ bool MainWindow::CreateControl() try {
 }
 
 void MainWindow::CloseControl() {
+    if (container_) pad_.Finish();
     // Also reached from inside the control's own event: both objects outlive the call on the stack.
     if (const auto sink = std::exchange(sink_, nullptr)) sink->Unadvise();
     if (const auto container = std::exchange(container_, nullptr)) {
@@ -330,7 +346,7 @@ void MainWindow::Layout() {
     const int bottom = client.bottom - (statusRect.bottom - statusRect.top);
 
     // All windows move in one go.
-    HDWP move = BeginDeferWindowPos(static_cast<int>(bar_.size()) + 2);
+    HDWP move = BeginDeferWindowPos(static_cast<int>(bar_.size()) + 3);
     const auto place = [&move](HWND window, int x, int y, int cx, int cy, UINT flags = 0) {
         if (move)
             move = DeferWindowPos(move, window, nullptr, x, y, cx, cy, SWP_NOZORDER | SWP_NOACTIVATE | flags);
@@ -345,13 +361,17 @@ void MainWindow::Layout() {
     const int videoHeight = std::max(bottom - barHeight - kMargin - kEventsHeight, kMinimumVideoHeight);
     const int eventsTop = barHeight + videoHeight + kMargin;
     place(pane_, 0, barHeight, width, videoHeight);
-    place(events_, 0, eventsTop, width, std::max(bottom - eventsTop, 0), SWP_NOCOPYBITS);
+    const bool pad = width >= kMinimumEventsWidth + PtzPad::kSize.cx;
+    const int eventsWidth = pad ? static_cast<int>(width - PtzPad::kSize.cx) : width;
+    place(events_, 0, eventsTop, eventsWidth, std::max(bottom - eventsTop, 0), SWP_NOCOPYBITS);
+    place(pad_.Window(), eventsWidth, eventsTop, PtzPad::kSize.cx, PtzPad::kSize.cy, SWP_NOCOPYBITS);
     if (move) EndDeferWindowPos(move);
     InvalidateRect(status_, nullptr, TRUE);  // its grip has moved
     // The last column takes what the others and the scroll bar leave.
-    ListView_SetColumnWidth(
-        events_, kTextColumn,
-        width - kTimeWidth - kKindWidth - GetSystemMetrics(SM_CXVSCROLL) - 2 * GetSystemMetrics(SM_CXEDGE));
+    ListView_SetColumnWidth(events_, kTextColumn,
+                            eventsWidth - kTimeWidth - kKindWidth - GetSystemMetrics(SM_CXVSCROLL) -
+                                2 * GetSystemMetrics(SM_CXEDGE));
+    pad_.Show(pad);
     if (container_) container_->Resize();
 }
 
@@ -457,6 +477,7 @@ void MainWindow::OnEvent(const Event& event) {
     ShowStatus(event);
     picture_.OnEvent(event);
     record_.OnEvent(event);
+    pad_.OnEvent(event);
 
     const std::wstring arguments = event.Arguments(false);
     const auto matches = [&](const EventFilter& filter) { return filter.Matches(name, arguments); };

@@ -17,6 +17,7 @@
 #include "EventSink.h"
 #include "Log.h"
 #include "PictureCommands.h"
+#include "PtzPad.h"
 #include "RecordCommands.h"
 #include "TypeInfo.h"
 
@@ -96,6 +97,11 @@ class MainWindow {
     void ShowProperties();
     template <void (PictureCommands::*Run)()>
     void OnPicture();
+    template <void (PtzPad::*Run)()>
+    void OnPad() {
+        (pad_.*Run)();
+    }
+    void FocusPad() { pad_.Focus(); }
     void Record();
     void PickRecordFolder();
     void NextRecordLimit();
@@ -139,6 +145,12 @@ class MainWindow {
                            [this](const std::wstring& name) { return TextProperty(name); },
                            [this](const std::wstring& text) { ShowRecording(text); },
                            [this](const std::wstring& text) { ShowMessage(text); }};
+
+    PtzPad pad_{[this](const std::wstring& method, std::vector<_variant_t> arguments) {
+                    return CallLogged(method, std::move(arguments));
+                },
+                [this](const std::wstring& name) { return TextProperty(name); },
+                [this](const std::wstring& text) { Fail(text); }};
 
     std::deque<Log::Entry> entries_;
     std::deque<Action> script_;

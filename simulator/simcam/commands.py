@@ -45,7 +45,8 @@ class Commands:
         faults = self._camera.options.faults
 
         async def handle(exchange: Exchange) -> Reply:
-            if (seconds := faults.seconds("cgi-slow")) is not None:
+            slow = "ptz-slow" if answer == self._move and "ptz-slow" in faults else "cgi-slow"
+            if (seconds := faults.seconds(slow)) is not None:
                 await asyncio.sleep(seconds)
             try:
                 if "cgi-error" in faults or "cgi-readonly" in faults and answer in (self._set, self._set_preset):

@@ -12,6 +12,7 @@ MOVES = ("pantilt", "zoom")
 FAULTS: dict[str, tuple[str, float | None]] = {
     "cgi-401": ("refuse every HTTP request, whatever the password", None),
     "cgi-slow": ("answer commands after SECONDS", 6),
+    "ptz-slow": ("answer what moves the camera after SECONDS", 0.9),
     "cgi-blackhole": ("accept HTTP connections and never answer", None),
     "cgi-readonly": ("refuse to write parameters and presets, with a text that begins with 'Error'", None),
     "cgi-error": ("answer every command with a text that begins with 'Error'", None),
