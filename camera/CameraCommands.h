@@ -118,6 +118,7 @@ class CameraCommands {
     const CodecList* Codecs() const { return m_codecs ? &*m_codecs : nullptr; }
     const VideoSettings& Video() const { return m_video; }
     MotionSettings& Motion() { return m_motion; }
+    const MotionSettings& Motion() const { return m_motion; }
     const std::string& Charset() const { return m_charset; }
 
   private:

@@ -12,6 +12,7 @@
 #include "framework/EntryPoint.h"
 #include "media/ControlMessages.h"
 #include "net/RegistryMemory.h"
+#include "protocol/Text.h"
 #include "render/decode/Decoder.h"
 #include "util/Log.h"
 #include "util/LogSetup.h"
@@ -204,6 +205,11 @@ void CNorixSDKCtrl::ViewChanged() {
     view.SetBorderShown(!m_properties.ignoreBorder);
     view.EnableDigitalPtz(m_viewCommands.IsDigitalPtzEnabled());
     view.SetRotation(m_viewCommands.CurrentRotation());
+    PictureView::RegionNames names;
+    const MotionSettings& motion = m_camera.Known().Motion();
+    for (std::size_t i = 0; i < names.size(); ++i)
+        names[i] = util::Utf8ToWide(protocol::trim(motion.windows[i].name));
+    view.SetRegionNames(names);
     m_overlapped.Follow();
     InvalidateControl();
 }

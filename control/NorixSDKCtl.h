@@ -101,6 +101,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     void OnPropertyModified() { SetModifiedFlag(); }
     void OnSignInChanged();
     void OnMotionEditModeChanged();
+    void OnShowMDWindowChanged();
     void OnEnableAudioControlChanged();
     void OnMagicCodeChanged();
     void OnForceGDIChanged();

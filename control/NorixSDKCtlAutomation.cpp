@@ -86,6 +86,9 @@ void CNorixSDKCtrl::OnDecodeAVChanged() {
 void CNorixSDKCtrl::OnIFrameOnlyChanged() {
     Pass(m_properties.iFrameOnly, m_session->param.iFrameOnly);
 }
+void CNorixSDKCtrl::OnShowMDWindowChanged() {
+    Pass(m_properties.showMDWindow, m_session->param.showRegions);
+}
 void CNorixSDKCtrl::OnVoiceMuteChanged() {
     Pass(m_properties.voiceMute, m_session->param.voiceMute);
     UpdateAudioPanel();

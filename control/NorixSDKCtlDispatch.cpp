@@ -42,7 +42,7 @@ constexpr DispatchMember kMembers[] = {
     Stored<&P::magicCode, &C::OnMagicCodeChanged>(12, L"MagicCode", Persistence::Full, kNeedsWindow),
     Stored<&P::voiceMute, &C::OnVoiceMuteChanged>(13, L"VoiceMute"),
     Stored<&P::voiceVolume, &C::OnVoiceVolumeChanged>(14, L"VoiceVolume"),
-    Stored<&P::showMDWindow>(15, L"ShowMDWindow"),
+    Stored<&P::showMDWindow, &C::OnShowMDWindowChanged>(15, L"ShowMDWindow"),
     Stored<&P::notifyVideoData, &C::OnNotifyVideoDataChanged>(16, L"NotifyVideoData"),
     Stored<&P::notifyNewPacket, &C::OnNotifyNewPacketChanged>(17, L"NotifyNewPacket"),
     Stored<&P::deInterlace, &C::OnDeInterlaceChanged>(18, L"DeInterlace"),

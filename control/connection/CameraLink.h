@@ -26,6 +26,8 @@ class CameraLink {
 
     /// The command channel, with the properties as they are now.
     CameraCommands& Commands();
+    /// What the camera has said so far.
+    const CameraCommands& Known() const { return m_commands; }
 
     /// Questions that a worker may ask, with the properties as they are now and what is known of this camera.
     std::shared_ptr<CameraInquiry> Prepare(const StreamSelection& selection, EConnectProtocol protocol);

@@ -163,7 +163,9 @@ void DecodeLoop::PushBackToDisplayQueue(const FramesUnderWay::Frame& source) {
     for (std::size_t i = 0; i < kRegionCount; ++i) {
         const RegionRecord& region = source.info.regions[i];
         const bool enabled = region.enabled == 1;
+        frame->used[i] = enabled;
         frame->alarms[i] = region.InAlarm();
+        frame->levels[i] = region.level;
         if (!enabled) continue;
         frame->regions[i] = RegionToPicture(region, reference, m_size);
         if (!m_param->regionLevelsFrozen.Get()) m_param->regionLevel[i].Set(region.level);

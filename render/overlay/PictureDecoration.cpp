@@ -11,13 +11,17 @@ namespace {
 constexpr COLORREF kCaptionBand = RGB(24, 27, 33);
 constexpr COLORREF kCaptionText = RGB(240, 242, 245);
 constexpr COLORREF kBorder = RGB(96, 102, 112);
+constexpr COLORREF kRegion = RGB(64, 200, 96);
 constexpr COLORREF kRegionInAlarm = RGB(255, 0, 0);
+constexpr COLORREF kRegionText = RGB(255, 255, 255);
 
 constexpr int kScreenDpi = 96;
 // In screen pixels:
 constexpr int kBandHeight = 18;
 constexpr int kTextMargin = 6;
 constexpr int kRegionLine = 2;
+constexpr int kRegionLineInAlarm = 4;
+constexpr int kRegionTextHeight = 16;
 
 // Gives the device context back as it was.
 class SavedDc {
@@ -54,6 +58,26 @@ bool DrawFrame(HDC dc, const RECT& rect, int line, COLORREF colour) {
                        [&](const RECT& bar) { return Fill(dc, bar, colour); });
 }
 
+// What a region is called and how much moves in it, on its upper left corner. Nothing is allocated: it is
+// drawn with each picture.
+void DrawRegionText(HDC dc, const PixelRect& rect, const Picture::Region& region, const std::wstring& name) {
+    wchar_t text[64];
+    const int length = _snwprintf(text, std::size(text), L"%.40ls%ls%u %%", name.c_str(),
+                                  name.empty() ? L"" : L"  ", static_cast<unsigned>(region.level));
+    const SavedDc saved(dc);
+    SelectObject(dc, GetStockObject(DEFAULT_GUI_FONT));
+    SetTextColor(dc, kRegionText);
+    SetBkColor(dc, region.alarm ? kRegionInAlarm : kCaptionBand);
+    SIZE extent = {};
+    if (length <= 0 || !GetTextExtentPoint32W(dc, text, length, &extent)) return;
+    const int line = region.alarm ? kRegionLineInAlarm : kRegionLine;
+    const RECT band = {rect.left + line, rect.top + line,
+                       std::min(rect.left + line + static_cast<int>(extent.cx) + 2 * line, rect.right - line),
+                       std::min(rect.top + line + kRegionTextHeight, rect.bottom - line)};
+    ExtTextOutW(dc, band.left + line, band.top + 1, ETO_OPAQUE | ETO_CLIPPED, &band, text,
+                static_cast<UINT>(length), nullptr);
+}
+
 }  // namespace
 
 void DrawCaption(HDC dc, const RECT& area, const std::wstring& text) {
@@ -79,9 +103,10 @@ void DrawBorder(HDC dc, const RECT& area) {
     DrawFrame(dc, area, OnDevice(dc, 1), kBorder);
 }
 
-void DrawGDIRect(HDC dc, const PixelRect& rect, HWND window) {
+void DrawGDIRect(HDC dc, const PixelRect& rect, bool alarm, HWND window) {
     const SavedDc saved(dc);
-    if (!DrawFrame(dc, {rect.left, rect.top, rect.right, rect.bottom}, kRegionLine, kRegionInAlarm))
+    if (!DrawFrame(dc, {rect.left, rect.top, rect.right, rect.bottom},
+                   alarm ? kRegionLineInAlarm : kRegionLine, alarm ? kRegionInAlarm : kRegion))
         NORIX_LOG("CDecoder::DrawGDIRect", 1,
                   "CDecoder::DrawGDIRect exception! Window handle%x(Is window? %s)!",
                   static_cast<unsigned>(reinterpret_cast<UINT_PTR>(window)), IsWindow(window) ? "yes" : "no");
@@ -95,10 +120,14 @@ bool HasDecoration(const Picture& picture, const PictureView::Settings& settings
 
 void DrawOverPicture(HDC dc, PixelSize area, const Picture& picture, const PictureView::Settings& settings,
                      OverlayPainter* overlays, HWND window) {
-    for (const Picture::Region& region : picture.regions) {
+    static const std::wstring kNameless;
+    for (std::size_t i = 0; i < picture.regions.size(); ++i) {
+        const Picture::Region& region = picture.regions[i];
         if (!region.drawn) continue;
-        DrawGDIRect(dc, PictureToWindow(region.rect, settings.source, picture.size, settings.rotation, area),
-                    window);
+        const PixelRect rect =
+            PictureToWindow(region.rect, settings.source, picture.size, settings.rotation, area);
+        DrawGDIRect(dc, rect, region.alarm, window);
+        DrawRegionText(dc, rect, region, settings.regionNames ? (*settings.regionNames)[i] : kNameless);
     }
     if (overlays && overlays->HasOverlays()) {
         const SavedDc saved(dc);

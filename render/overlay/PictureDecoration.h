@@ -19,9 +19,9 @@ void DrawCaption(HDC dc, const RECT& area, const std::wstring& text);
 /// A frame along the inside of `area`, one pixel wide on a screen.
 void DrawBorder(HDC dc, const RECT& area);
 
-/// One region: an unfilled rectangle, two pixels wide, in the alarm colour. A failure is only logged, with
-/// `window` named in the line.
-void DrawGDIRect(HDC dc, const PixelRect& rect, HWND window);
+/// One region: an unfilled rectangle, two pixels wide, in the alarm's colour and wider while it is in alarm.
+/// A failure is only logged, with `window` named in the line.
+void DrawGDIRect(HDC dc, const PixelRect& rect, bool alarm, HWND window);
 
 /// Everything over one picture, in a device context whose origin is the window's: regions first, then the
 /// host's graphic objects, caption and border on top.

@@ -33,7 +33,9 @@ struct DisplayFrame {
     codec::PixelFormat format = codec::PixelFormat::kBgr24;
 
     std::array<PixelRect, kRegionCount> regions;  // picture coordinates
-    std::array<bool, kRegionCount> alarms{};      // the region's level has reached its threshold
+    std::array<bool, kRegionCount> used{};
+    std::array<bool, kRegionCount> alarms{};          // the region's level has reached its threshold
+    std::array<std::uint8_t, kRegionCount> levels{};  // of motion, in percent
 
     int Stride() const { return PictureStride(format, size.width); }
 };

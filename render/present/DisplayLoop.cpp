@@ -65,7 +65,7 @@ void DisplayLoop::Present(const DisplayFrame& frame, CCtrlParam& param) {
     if (param.displayChanged.Exchange(false)) m_pipeline.sink->DisplayChanged();
     std::array<bool, kRegionCount> drawn{};
     for (std::size_t i = 0; i < kRegionCount; ++i) {
-        drawn[i] = frame.alarms[i] && param.showRegions.Get() && param.regionShown[i].Get();
+        drawn[i] = frame.used[i] && param.showRegions.Get() && param.regionShown[i].Get();
     }
     m_pipeline.sink->Show(frame, drawn);
 }

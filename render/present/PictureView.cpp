@@ -70,6 +70,12 @@ void PictureView::SetBorderShown(bool shown) {
     m_borderShown = shown;
 }
 
+void PictureView::SetRegionNames(const RegionNames& names) {
+    auto shared = std::make_shared<const RegionNames>(names);
+    const std::lock_guard lock(m_lock);
+    m_regionNames.swap(shared);
+}
+
 /// With m_lock held.
 void PictureView::Adopt(PixelSize picture) {
     if (picture == m_picture) return;
@@ -87,7 +93,8 @@ PictureView::Settings PictureView::Current(PixelSize picture) {
     Adopt(picture);
     // All zero, which nobody can set, means that digital PTZ was on before the first picture.
     if (!m_digitalPtz || m_source == PixelRect{}) m_source = Whole(picture);
-    return {UsableSource(m_source, picture), m_rotation, m_captionShown ? m_caption : nullptr, m_borderShown};
+    return {UsableSource(m_source, picture), m_rotation, m_captionShown ? m_caption : nullptr, m_borderShown,
+            m_regionNames};
 }
 
 }  // namespace norix

@@ -6,22 +6,27 @@
 // of a stream keeps the view. The window thread sets, the display thread takes a copy per picture; a call
 // holds the lock only while it copies.
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
 
+#include "media/FrameInfo.h"
 #include "render/present/Geometry.h"
 
 namespace norix {
 
 class PictureView {
   public:
+    using RegionNames = std::array<std::wstring, kRegionCount>;
+
     struct Settings {
         PixelRect source;                             // picture coordinates, usable as it stands
         Rotation rotation = Rotation::k0;             // drawn by the GDI presenter only
         std::shared_ptr<const std::wstring> caption;  // null: no caption
         bool border = false;
+        std::shared_ptr<const RegionNames> regionNames;  // null: none is known
     };
 
     // ---- Any thread.
@@ -48,6 +53,8 @@ class PictureView {
     void SetCaption(const std::wstring& text);
     void SetCaptionShown(bool shown);
     void SetBorderShown(bool shown);
+    /// What is written at the regions beside their level.
+    void SetRegionNames(const RegionNames& names);
 
     /// The part that digital PTZ shows stays the same part of a picture of another size.
     /// Decode thread, at each change of size, before the presenter is initialised for it.
@@ -68,6 +75,7 @@ class PictureView {
     std::shared_ptr<const std::wstring> m_caption;
     bool m_captionShown = true;
     bool m_borderShown = false;
+    std::shared_ptr<const RegionNames> m_regionNames;
 };
 
 }  // namespace norix

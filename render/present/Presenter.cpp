@@ -11,7 +11,7 @@ void Presenter::Show(const DisplayFrame& frame, const std::array<bool, kRegionCo
     picture.size = frame.size;
     picture.stride = frame.Stride();
     for (std::size_t i = 0; i < kRegionCount; ++i)
-        picture.regions[i] = {frame.regions[i], drawn[i]};
+        picture.regions[i] = {frame.regions[i], drawn[i], frame.alarms[i], frame.levels[i]};
     Present(picture);
     // Wine brings what a thread has drawn to the screen when that thread finds its message queue empty. This
     // one has no messages to look for, so every other picture would wait for the next. GdiFlush is no help.

@@ -38,11 +38,13 @@ struct Picture {
     PixelSize size;
     int stride = 0;  // bytes from one row to the next; `data` has stride * height of them
 
-    /// Motion or analytics regions in picture coordinates. The caller decides which are drawn: those in
-    /// alarm, while region display and that region are switched on.
+    /// Motion or analytics regions in picture coordinates. The caller decides which are drawn: those in use,
+    /// while region display and that region are switched on.
     struct Region {
         PixelRect rect;
         bool drawn = false;
+        bool alarm = false;
+        std::uint8_t level = 0;  // of motion, in percent
     };
     std::array<Region, 3> regions;
 };

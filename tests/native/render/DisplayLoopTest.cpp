@@ -75,14 +75,14 @@ TEST(DisplayLoop, MotionJpegSnapshotsAreTheFrameItself) {
     EXPECT_FALSE(rig.param.snapshots.DataWanted());
 }
 
-TEST(DisplayLoop, DrawsRegionsInAlarmThatAreSwitchedOn) {
+TEST(DisplayLoop, DrawsRegionsInUseThatAreSwitchedOn) {
     Rig rig(VideoCodec::None);
     DisplayFrame* frame = nullptr;
     const auto show = [&] {
         rig.pipeline.pool.TakeFree(&frame);
         frame->size = {8, 8};
         frame->format = codec::PixelFormat::kYuy2;
-        frame->alarms = {true, true, false};
+        frame->used = {true, true, false};
         frame->picture = PictureBuffer(128);
         std::fill_n(frame->picture.Data(), 128, std::uint8_t{0});
         rig.pipeline.pool.PutDisplayable(frame, 1);

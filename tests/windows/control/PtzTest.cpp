@@ -22,7 +22,7 @@ class Ptz : public ControlTest {
         Put(L"HttpPort", m_server.Port());
     }
 
-    std::string m_reply = HttpReply("200 OK", "", "");
+    std::string m_reply = ::HttpReply("200 OK", "", "");
 
   private:
     WebServer m_server{"127.0.0.1", 0, [this](const std::string&) { return m_reply; }};
@@ -62,7 +62,7 @@ TEST_F(Ptz, SendsEachCommandWithItsSpeeds) {
 
     // The channel that is viewed; nobody looks at the reply.
     Put(L"CHIndex", 4L);
-    m_reply = HttpReply("500 Oops", "", "Error");
+    m_reply = ::HttpReply("500 Oops", "", "Error");
     EXPECT_EQ(Control().SendCameraCommand(L"stop", 0), 0);
     EXPECT_EQ(Asked().front().substr(0, 52), "GET /kest-cgi/setPTZCtrl.cgi?channel=4&move=stop&spe");
     Put(L"ServerIP", L"");
@@ -97,13 +97,13 @@ TEST_F(Ptz, SavesAndNamesPresets) {
          {Reply{line + "02=door\n" + line + "01=a=b\n" + line + "03=Not Exist\n" + line + "04=lost",
                 L"door#a=b#Not Exist#"},
           Reply{line + "01=\n\nno sign\nx=1\r\n", L"###1\r#"}, Reply{"Error\nx=1\n", L""}, Reply{"", L""}}) {
-        m_reply = HttpReply("200 OK", "Content-Type: text/plain\r\n", r.reply);
+        m_reply = ::HttpReply("200 OK", "Content-Type: text/plain\r\n", r.reply);
         EXPECT_EQ(Control().GetPresetName(), r.names);
         EXPECT_EQ(Asked(), Texts{body});
     }
-    m_reply = HttpReply("200 OK", "Content-Type: text/plain; charset=gb2312\r\n", line + "01=\xc3\xc5\n");
+    m_reply = ::HttpReply("200 OK", "Content-Type: text/plain; charset=gb2312\r\n", line + "01=\xc3\xc5\n");
     EXPECT_EQ(Control().GetPresetName(), L"\u95e8#");
-    m_reply = HttpReply("404 Not Found", "", "<a href=x>\n");
+    m_reply = ::HttpReply("404 Not Found", "", "<a href=x>\n");
     EXPECT_EQ(Control().GetPresetName(), L"");
 }
 

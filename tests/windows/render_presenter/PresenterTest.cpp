@@ -189,8 +189,9 @@ TEST_P(PresenterTest, PaintsOverThePicture) {
     view.SetCaption(L"Gate (AV-TCP)");
     view.SetBorderShown(true);
     GridPicture picture = MakePicture(grid);
-    picture.Get().regions[0] = {{160, 160, 240, 220}, true};
-    picture.Get().regions[1] = {{10, 160, 60, 220}, false};
+    picture.Get().regions[0] = {{160, 160, 240, 220}, true, true, 80};
+    picture.Get().regions[1] = {{10, 160, 60, 220}, false, true};
+    picture.Get().regions[2] = {{80, 20, 150, 80}, true};
 
     // A painter that fails costs its own drawing only.
     for (const bool failing : {false, true}) {
@@ -201,6 +202,7 @@ TEST_P(PresenterTest, PaintsOverThePicture) {
         EXPECT_EQ(seen.At(200, 240), RGB(255, 0, 0));       // the region's left edge, scaled by 1.25
         EXPECT_EQ(seen.At(299, 240), RGB(255, 0, 0));       // and its right one
         EXPECT_TRUE(Alike(seen.At(250, 240), grid[2][2]));  // not filled
+        EXPECT_EQ(seen.At(100, 90), RGB(64, 200, 96));      // a region where nothing moves
         EXPECT_TRUE(Alike(seen.At(12, 240), grid[2][0]));   // the region that is not drawn
         EXPECT_EQ(seen.At(390, 9), RGB(24, 27, 33));        // the caption's band
         EXPECT_EQ(seen.At(0, 299), seen.At(399, 150));      // the border, all around
@@ -304,10 +306,12 @@ TEST_P(GdiPresenterTest, TurnsThePicture) {
     ASSERT_EQ(view.SetSourceRect(80, 0, 320, 160), S_OK);
     view.SetRotation(Rotation::k90);
     GridPicture picture = MakePicture(grid);
-    picture.Get().regions[2] = {{80, 80, 160, 160}, true};  // lower left of the part: upper left when turned
+    EXPECT_EQ(presenter->Present(picture.Get()), S_OK);
+    EXPECT_THAT(Differences(Pixels::OfScreen(kPlace), Turned(Part(grid, 1, 0, 4, 2), Rotation::k90)),
+                IsEmpty());
+    picture.Get().regions[2] = {{80, 80, 160, 160}, true, true};  // lower left of it: upper left when turned
     EXPECT_EQ(presenter->Present(picture.Get()), S_OK);
     const Pixels seen = Pixels::OfScreen(kPlace);
-    EXPECT_THAT(Differences(seen, Turned(Part(grid, 1, 0, 4, 2), Rotation::k90)), IsEmpty());
     EXPECT_EQ(seen.At(0, 50), RGB(255, 0, 0));
     EXPECT_EQ(seen.At(199, 50), RGB(255, 0, 0));
     EXPECT_FALSE(Alike(seen.At(300, 50), RGB(255, 0, 0)));
