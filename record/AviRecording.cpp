@@ -13,6 +13,8 @@ constexpr std::size_t kSilenceBlock = 8000;
 // A picture that comes so late has empty ones before it. Below a whole one, or the sound would be seen to
 // lead; above a half, or every tremble of the timestamps would leave one.
 constexpr double kLateFrames = 0.75;
+// Sound in frames is put to the nearer place: it can't be cut.
+constexpr double kLateSoundFrames = 0.5;
 constexpr double kLateSoundMs = 10;
 constexpr double kEarlySoundMs = 40;
 constexpr double kBehindMs = 1000;
@@ -131,8 +133,8 @@ FileResult AviRecording::FillSound(std::int64_t time) {
     const double late = static_cast<double>(time) - SoundMs();
     if (audio.codec == AudioCodec::Aac) {
         const double frameMs = kAacFrameSamples * 1000.0 / audio.sampleRate;
-        if (late < kLateFrames * frameMs) return FileResult::Ok;
-        return WriteSilence(static_cast<std::uint64_t>(late / frameMs + 1 - kLateFrames));
+        if (late < kLateSoundFrames * frameMs) return FileResult::Ok;
+        return WriteSilence(static_cast<std::uint64_t>(late / frameMs + 1 - kLateSoundFrames));
     }
     if (late < kLateSoundMs) return FileResult::Ok;
     return WriteSilence(static_cast<std::uint64_t>(late * audio.sampleRate / 1000.0));
@@ -148,9 +150,13 @@ FileResult AviRecording::PutAudio(RecordBytes frame, std::int64_t time) {
         m_soundStart = std::max(static_cast<double>(since), -kEarlySoundMs);
     }
     if (const FileResult result = FillSound(since); result != FileResult::Ok || m_full) return result;
-    if (audio.codec == AudioCodec::Aac) return m_writer.WriteAudio(frame, 1);
     // More sound than time: what is too much goes, or it would stay behind the picture from now on.
     const double early = SoundMs() - static_cast<double>(since);
+    if (audio.codec == AudioCodec::Aac) {
+        const double frameMs = kAacFrameSamples * 1000.0 / audio.sampleRate;
+        if (early > std::max(kEarlySoundMs, (1 - kLateSoundFrames) * frameMs)) return FileResult::Ok;
+        return m_writer.WriteAudio(frame, 1);
+    }
     if (early > kEarlySoundMs) {
         const auto cut = static_cast<std::size_t>(early * audio.sampleRate / 1000.0);
         if (cut >= frame.size()) return FileResult::Ok;
