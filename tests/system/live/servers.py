@@ -37,14 +37,14 @@ _MOUNTS = {"/h264": ("h264.mp4", "pcmu.wav"), "/h264aac": ("h264.mp4", "aac.aac"
            "/jpeg": ("jpeg.avi", "pcmu.wav")}
 
 
-def make_clips(folder: str) -> None:
+def make_clips(folder: str, seconds: int = _SECONDS) -> None:
     runs = []
     for name, (options, _) in _CLIPS.items():
         path = os.path.join(folder, name)
         if not os.path.exists(path):
             part = os.path.join(folder, "part-" + name)
             runs.append((subprocess.Popen(["ffmpeg", "-hide_banner", "-loglevel", "error", "-nostdin", "-y", *options,
-                                           "-t", str(_SECONDS), part]), part, path))
+                                           "-t", str(seconds), part]), part, path))
     for process, part, path in runs:
         if process.wait() != 0:
             raise RuntimeError(f"FFmpeg could not make {path}")
@@ -52,13 +52,13 @@ def make_clips(folder: str) -> None:
 
 
 class RtspServer:
-    """GStreamer's, on a free port of loopback, for the rest of the program; `digest` asks who is there."""
+    """GStreamer's, for the rest of the program; `digest` asks who is there. Without a port, on a free one."""
 
-    def __init__(self, folder: str, digest: bool = False) -> None:
+    def __init__(self, folder: str, digest: bool = False, address: str = "127.0.0.1", port: str = "0") -> None:
         Gst.init(None)
         self._server = GstRtspServer.RTSPServer()
-        self._server.set_address("127.0.0.1")
-        self._server.set_service("0")
+        self._server.set_address(address)
+        self._server.set_service(port)
         launches = {mount: " ".join(f"filesrc location={os.path.join(folder, name)} ! {_CLIPS[name][1]} name=pay{position}"
                                     for position, name in enumerate(names)) for mount, names in _MOUNTS.items()}
         launches |= {mount: f"filesrc location={os.path.join(folder, 'h264.mp4')} ! qtdemux ! "
