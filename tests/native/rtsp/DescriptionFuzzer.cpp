@@ -16,6 +16,7 @@
 #include "live/rtp/ByteReader.h"
 #include "live/rtp/RtpFrameSource.h"
 #include "media/CtrlParam.h"
+#include "tests/native/rtsp/FrameTaker.h"
 #include "tests/native/rtsp/FuzzNetwork.h"
 
 namespace {
@@ -54,15 +55,6 @@ class Budget {
     const std::size_t m_before = __sanitizer_get_current_allocated_bytes();
 };
 
-void TakeAll(CCtrlParam& param) {
-    VideoFrameRecord* video = nullptr;
-    while (param.GetFilledVideoFrame(&video) == kResultOk)
-        param.PutEmptyVideoFrame(video);
-    AudioFrameRecord* audio = nullptr;
-    while (param.GetFilledAudioFrame(&audio) == kResultOk)
-        param.PutEmptyAudioFrame(audio);
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -77,6 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     MediaSettings settings;
     settings.videoBufferNum = settings.audioBufferNum = 2;
     CCtrlParam param(settings);
+    param.SetRecorder(std::make_shared<fuzz::FrameTaker>(param));
     Connection connection;
     const EventLoopWatchVariable stop{0};
     std::vector<MediaSubsession*> media;
@@ -101,7 +94,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             const unsigned channel = packets.u8() % 4;
             const auto packet = packets.take(std::min<std::size_t>(packets.u16(), packets.left()));
             if (connection.receivers[channel]) connection.receivers[channel]->onInterleaved(packet);
-            TakeAll(param);
         }
         budget.Check(1'000'000 + media.size() * (2 * kReceiveBuffer + 500'000) + 80 * size);
         for (MediaSubsession* const subsession : media)

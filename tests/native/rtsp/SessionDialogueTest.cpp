@@ -130,7 +130,7 @@ class SessionTest : public testing::Test {
             EXPECT_FALSE(StartsAnyWith(lines, unwanted)) << unwanted << "\n" << seen;
         for (const std::string& text : script.logged)
             EXPECT_TRUE(log.Contains(text)) << text << "\n" << seen;
-        EXPECT_LT(took, std::chrono::milliseconds(250));
+        EXPECT_LT(took, std::chrono::seconds(4)) << "waited for somebody";
         EXPECT_EQ(server.complaint(), "") << seen;
         const auto after = notes.Lines();
         EXPECT_EQ(std::count_if(after.begin(), after.end(), IsStatus),

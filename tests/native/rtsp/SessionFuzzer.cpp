@@ -13,6 +13,7 @@
 #include "media/CtrlParam.h"
 #include "net/KnownServers.h"
 #include "protocol/Text.h"
+#include "tests/native/rtsp/FrameTaker.h"
 #include "tests/native/rtsp/FuzzNetwork.h"
 
 namespace {
@@ -23,24 +24,6 @@ constexpr char kHome[] = "192.0.2.1:554";
 constexpr char kTunnelHome[] = "192.0.2.1:80";
 constexpr char kUser[] = "kzqx", kPassword[] = "wvyj";
 constexpr std::int64_t kLongest = 20'000;  // milliseconds
-
-// Empties the pools, since nobody decodes.
-class Taker final : public MediaRecorder {
-  public:
-    explicit Taker(CCtrlParam& param) : m_param(param) {}
-    bool IsRecordingRequested() const override { return true; }
-    void RecMedia(RecordMedia, const std::uint8_t*, std::size_t, std::uint32_t) override {
-        VideoFrameRecord* video = nullptr;
-        while (m_param.GetFilledVideoFrame(&video) == kResultOk)
-            m_param.PutEmptyVideoFrame(video);
-        AudioFrameRecord* audio = nullptr;
-        while (m_param.GetFilledAudioFrame(&audio) == kResultOk)
-            m_param.PutEmptyAudioFrame(audio);
-    }
-
-  private:
-    CCtrlParam& m_param;
-};
 
 class ScriptedServer final : public fuzz::Server {
   public:
@@ -151,7 +134,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     media.videoBufferNum = media.audioBufferNum = 2;
     const auto param = std::make_shared<CCtrlParam>(media);
     param->mediaType.Set(kMedia[data[0] / 4 % 3]);
-    param->SetRecorder(std::make_shared<Taker>(*param));
+    param->SetRecorder(std::make_shared<fuzz::FrameTaker>(*param));
     {
         RTSPSession session(settings, param, nullptr);
         server.session = &session;
