@@ -160,22 +160,40 @@ void AddObject(GraphicObjects& objects, Kinds kind, const PixelRect& box, long p
     }
 }
 
-// The third argument: how many graphic objects. The fourth: of which kinds.
-void WithObjects(benchmark::State& state, DisplayMode mode) {
+std::shared_ptr<GraphicObjects> MakeObjects(std::int64_t count, Kinds only) {
     const auto objects = std::make_shared<GraphicObjects>();
     const long pen = objects->CreatePen(PS_SOLID, 2, RGB(255, 200, 0));
     const long brush = objects->CreateBrush(RGB(0, 80, 160));
     const long font = objects->CreateFont(120, L"Tahoma", RGB(255, 255, 255), nullptr);
-    for (int i = 0; i < state.range(2); ++i) {
+    for (int i = 0; i < count; ++i) {
         constexpr Kinds kInTurn[] = {kLines,    kFrames, kDiscs,  kLines,    kFilled,
                                      kOutlines, kLines,  kFrames, kOutlines, kTexts};
-        const auto only = static_cast<Kinds>(state.range(3));
         const int x = i % 10 * 90;
         const int y = i / 10 * 50;
         AddObject(*objects, only == kAllKinds ? kInTurn[i % 10] : only, {x, y, x + 60, y + 40}, pen, brush,
                   font);
     }
-    RunPresenter(state, mode, std::make_shared<PictureView>(), objects);
+    return objects;
+}
+
+// The third argument: how many graphic objects. The fourth: of which kinds.
+void WithObjects(benchmark::State& state, DisplayMode mode) {
+    RunPresenter(state, mode, std::make_shared<PictureView>(),
+                 MakeObjects(state.range(2), static_cast<Kinds>(state.range(3))));
+}
+
+// A hundred objects without a picture, into a bitmap in memory: the above hides them in its noise.
+void ObjectsAlone(benchmark::State& state) {
+    BITMAPINFO info = {};
+    info.bmiHeader = {
+        sizeof(info.bmiHeader), kSmallWindow, kSmallWindow * 9 / 16, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    const util::UniqueMemoryDc dc(CreateCompatibleDC(nullptr));
+    void* bits = nullptr;
+    const util::UniqueBitmap bitmap(CreateDIBSection(dc.Get(), &info, DIB_RGB_COLORS, &bits, nullptr, 0));
+    const util::SelectGuard selected(dc.Get(), bitmap.Get());
+    const auto objects = MakeObjects(100, static_cast<Kinds>(state.range(0)));
+    for (auto _ : state)
+        objects->PaintOverlays(dc.Get());
 }
 
 void GdiWithObjects(benchmark::State& state) {
@@ -286,6 +304,7 @@ BENCHMARK(GdiWithCaption)->Apply(Sizes);
 BENCHMARK(GdiTurned)->Apply(Sizes);
 BENCHMARK(GdiWithObjects)->Apply(ObjectCounts);
 BENCHMARK(DirectDrawWithObjects)->Apply(ObjectCounts);
+BENCHMARK(ObjectsAlone)->DenseRange(kAllKinds, kTexts)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BareBlt)->Apply(Sizes);
 BENCHMARK(BareStretchToWindow)->Apply(Sizes);
 BENCHMARK(BareCopyOfYuy2)->Args({720, 0})->Args({1080, 0})->Unit(benchmark::kMillisecond);

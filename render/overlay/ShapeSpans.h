@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <vector>
 
+#include "util/Handles.h"
+
 namespace norix {
 
-/// The pixels of a shape as horizontal runs of one colour each. To draw a round shape with a thick pen, GDI
-/// joins dozens of small polygons, anew for every picture; its runs are found once and cost a fraction of
-/// that. Belongs to one thread at a time.
+/// The pixels of a shape, as a region for each of its colours. To draw a round shape with a thick pen, GDI
+/// joins dozens of small polygons, anew for every picture; its pixels are found once, and filling them costs
+/// a fraction of that. Belongs to one thread at a time.
 class ShapeSpans {
   public:
     /// Draws a shape into any device context, as it stands.
@@ -21,34 +23,35 @@ class ShapeSpans {
         ~Shape() = default;
     };
 
-    /// Finds the runs of what the shape draws within `bounds`. False, and nothing kept, for one that is very
-    /// large or has too many colours or runs, or without memory: that is to be drawn as a shape.
+    ~ShapeSpans() { Forget(); }
+    ShapeSpans() = default;
+    ShapeSpans(const ShapeSpans&) = delete;
+    ShapeSpans& operator=(const ShapeSpans&) = delete;
+
+    /// Finds what the shape draws within `bounds`. False, and nothing kept, for one that is very large or has
+    /// too many colours or pixels, without memory, and when the process has very many of these: that is to be
+    /// drawn as a shape.
     bool Find(const RECT& bounds, const Shape& shape) noexcept;
 
-    /// Leaves the device context as it was; allocates nothing. Into a bitmap in memory, clipped by its edges
-    /// only, it writes by itself, which is faster still.
+    /// Leaves the device context, which has no clipping of its own, as it was; allocates nothing.
     void Draw(HDC dc) const;
 
   private:
-    /// Pixels of a row, from the bounds' upper left corner.
-    struct Run {
-        std::int16_t row;
-        std::int16_t begin;
-        std::int16_t end;
-    };
     struct Colour {
         COLORREF colour;
-        std::vector<Run> runs;
+        std::vector<RECT> runs;  // of a row each, while they are sought
+        util::UniqueRegion region;
+        RECT bounds;
     };
 
-    bool DrawInMemory(HDC dc) const;
-    void DrawLines(HDC dc) const;
     bool Collect(const std::uint32_t* pixels, int width, int height);
-    bool Add(std::uint32_t pixel, Run run);
+    bool Add(std::uint32_t pixel, const RECT& run);
+    bool MakeRegions(POINT corner);
+    void Forget() noexcept;
 
-    POINT m_corner = {};
     std::vector<Colour> m_colours;
-    std::size_t m_count = 0;
+    std::size_t m_count = 0;  // of runs
+    long m_regions = 0;       // counted as the process's
 };
 
 }  // namespace norix

@@ -51,29 +51,75 @@ HRESULT DirectDrawPresenter::Initialize(int width, int height) {
 
 HRESULT DirectDrawPresenter::Present(const Picture& picture) {
     if (!picture.data || picture.size.IsEmpty()) return E_INVALIDARG;
-    const PictureView::Settings settings = m_config.view->Current(picture.size);
+    PictureView::Settings settings = m_config.view->Current(picture.size);
+    settings.rotation = Rotation::k0;
     PixelSize window;
     {
         const std::lock_guard lock(m_lock);
-        const HRESULT shown = Show(picture, settings, window);
+        const HRESULT filled = Fill(picture, settings, window);
+        // New surfaces cost this picture on the screen, but not what is painted before the next one.
+        if (filled == S_FALSE && m_picture && !m_filled && CopyToSurface(picture) == S_OK)
+            m_lastSource = settings.source;
+        if (filled != S_OK) return filled;
+        if (!HasDecoration(picture, settings, m_config.overlays.get()))
+            return ShowOnScreen(*m_picture.Get(), {settings.source, Whole(window)});
+    }
+    return ShowDecorated(picture, settings, window);
+}
+
+// The surfaces stay as they are meanwhile: they are made by this thread, or while it is held.
+HRESULT DirectDrawPresenter::ShowDecorated(const Picture& picture, const PictureView::Settings& settings,
+                                           PixelSize window) {
+    const auto decorate = [&](HDC dc) {
+        DrawOverPicture(dc, window, picture, settings, m_config.overlays.get(), m_config.videoWindow);
+    };
+    HDC dc = nullptr;
+    HRESULT composed = Compose(settings.source, window);
+    if (composed == S_OK) composed = m_composed->GetDC(&dc);
+    if (composed == S_OK) {
+        decorate(dc);
+        m_composed->ReleaseDC(dc);
+        const std::lock_guard lock(m_lock);
+        return ShowOnScreen(*m_composed.Get(), {Whole(window), Whole(window)});
+    }
+    m_composed.Reset();
+    if (composed != DDERR_SURFACELOST) m_composes = false;
+    {
+        const std::lock_guard lock(m_lock);
+        const HRESULT shown = ShowOnScreen(*m_picture.Get(), {settings.source, Whole(window)});
         if (shown != S_OK) return shown;
     }
-    if (HasDecoration(picture, settings, m_config.overlays.get())) {
-        PictureView::Settings upright = settings;
-        upright.rotation = Rotation::k0;
-        const util::WindowDc dc(m_config.videoWindow);
-        if (dc)
-            DrawOverPicture(dc.Get(), window, picture, upright, m_config.overlays.get(),
-                            m_config.videoWindow);
-    }
+    const util::WindowDc screen(m_config.videoWindow);
+    if (screen) decorate(screen.Get());
     return S_OK;
+}
+
+// Brings the picture to the window's size in memory, so that what is drawn over it is never seen to come and
+// go. Not every driver stretches into such a surface.
+HRESULT DirectDrawPresenter::Compose(const PixelRect& source, PixelSize window) {
+    if (!m_composes) return S_FALSE;
+    if (!m_composed || !(m_composedSize == window)) {
+        DDSCAPS2 caps = {};
+        m_picture->GetCaps(&caps);
+        DDSURFACEDESC2 description = NewDescription();
+        description.dwFlags = DDSD_CAPS | DDSD_WIDTH | DDSD_HEIGHT;
+        description.dwWidth = static_cast<DWORD>(window.width);
+        description.dwHeight = static_cast<DWORD>(window.height);
+        description.ddsCaps.dwCaps = DDSCAPS_OFFSCREENPLAIN | (caps.dwCaps & DDSCAPS_VIDEOMEMORY);
+        const HRESULT created = CreateSurface(description, m_composed);
+        if (FAILED(created)) return created;
+        m_composedSize = window;
+    }
+    RECT from = ToRect(WholePairs(source, m_pictureSize));
+    RECT to = ToRect(Whole(window));
+    return m_composed->Blt(&to, m_picture.Get(), &from, DDBLT_WAIT, nullptr);
 }
 
 void DirectDrawPresenter::DisplayChanged() {
     m_displayChanged = true;
 }
 
-bool DirectDrawPresenter::DrawLast(HDC dc, const RECT& target) try {
+bool DirectDrawPresenter::DrawOwn(HDC dc, const RECT& target) try {
     std::unique_lock lock(m_lock, std::defer_lock);
     if (!lock.try_lock_for(kMoment) || !m_filled) return false;
 
@@ -226,6 +272,8 @@ HRESULT DirectDrawPresenter::CreateSurface(DDSURFACEDESC2 description,
 }
 
 void DirectDrawPresenter::ReleaseAll() {
+    m_composed.Reset();
+    m_composes = true;
     m_picture.Reset();
     m_primary.Reset();
     m_clipper.Reset();
@@ -237,7 +285,8 @@ void DirectDrawPresenter::ReleaseAll() {
     m_filled = false;
 }
 
-HRESULT DirectDrawPresenter::Show(const Picture& picture, const PictureView::Settings& settings,
+// Puts the picture into its surface, and tells the window's size.
+HRESULT DirectDrawPresenter::Fill(const Picture& picture, const PictureView::Settings& settings,
                                   PixelSize& window) {
     RECT client;
     if (!GetClientRect(m_config.videoWindow, &client) || IsRectEmpty(&client)) return S_FALSE;
@@ -247,25 +296,28 @@ HRESULT DirectDrawPresenter::Show(const Picture& picture, const PictureView::Set
     if (FAILED(result)) return result;
     if (!m_picture) return S_FALSE;
     result = CopyToSurface(picture);
-    if (result != S_OK) return result;
+    if (result == S_OK) m_lastSource = settings.source;
+    return result;
+}
 
+// Part of a surface over part of the window.
+HRESULT DirectDrawPresenter::ShowOnScreen(IDirectDrawSurface7& surface, const Stretch& inWindow) {
     POINT corner = {};
     ClientToScreen(m_config.videoWindow, &corner);
-    const PixelRect target = Offset(Whole(window), corner.x - m_origin.x, corner.y - m_origin.y);
-    m_lastSource = settings.source;
+    const PixelRect target = Offset(inWindow.target, corner.x - m_origin.x, corner.y - m_origin.y);
     // The clipper keeps to the window's visible part, but some drivers refuse a target that leaves the
     // surface.
-    Stretch stretch = ClipStretch({settings.source, target}, Whole(m_primarySize));
+    Stretch stretch = ClipStretch({inWindow.source, target}, Whole(m_primarySize));
     if (stretch.IsEmpty()) return S_OK;  // nothing of the window is on this monitor
-    stretch.source = WholePairs(stretch.source, m_pictureSize);
+    if (&surface == m_picture.Get()) stretch.source = WholePairs(stretch.source, m_pictureSize);
 
     if (m_config.waitForVerticalBlank) m_device->WaitForVerticalBlank(DDWAITVB_BLOCKBEGIN, nullptr);
     RECT from = ToRect(stretch.source);
     RECT to = ToRect(stretch.target);
-    result = m_primary->Blt(&to, m_picture.Get(), &from, DDBLT_WAIT, nullptr);
+    const HRESULT result = m_primary->Blt(&to, &surface, &from, DDBLT_WAIT, nullptr);
     if (result == DDERR_SURFACELOST) {
         m_primary->Restore();
-        return HandleLoss(result, picture.size);
+        return HandleLoss(result, m_pictureSize);
     }
     return result;
 }

@@ -17,9 +17,10 @@
 namespace norix {
 
 /// Presents YUY2 pictures with DirectDraw 7: copied into an off-screen surface and stretched from there onto
-/// the primary surface, clipped to the window. The surfaces live on the device of the monitor that shows the
-/// control, and are rebuilt when it moves to another, when they are lost and when the display mode changes.
-/// Does not rotate.
+/// the primary surface, clipped to the window. Where something lies over the picture, both are put together
+/// in a surface of the window's size first, or on the screen where the driver can't do that. The surfaces
+/// live on the device of the monitor that shows the control, and are rebuilt when it moves to another, when
+/// they are lost and when the display mode changes. Does not rotate.
 class DirectDrawPresenter final : public Presenter {
   public:
     /// The last two are for tests.
@@ -32,9 +33,10 @@ class DirectDrawPresenter final : public Presenter {
     HRESULT Initialize(int width, int height) override;
     HRESULT Present(const Picture& picture) override;
     void DisplayChanged() override;
-    bool DrawLast(HDC dc, const RECT& target) override;
 
   private:
+    bool DrawOwn(HDC dc, const RECT& target) override;
+
     struct EnumDDrawDevice {
         GUID guid = {};
         bool isDefault = false;  // known by no GUID
@@ -53,11 +55,15 @@ class DirectDrawPresenter final : public Presenter {
     HRESULT CreateSurface(DDSURFACEDESC2 description,
                           Microsoft::WRL::ComPtr<IDirectDrawSurface7>& surface) const;
     void ReleaseAll();
-    HRESULT Show(const Picture& picture, const PictureView::Settings& settings, PixelSize& window);
+    HRESULT Fill(const Picture& picture, const PictureView::Settings& settings, PixelSize& window);
+    HRESULT ShowOnScreen(IDirectDrawSurface7& surface, const Stretch& inWindow);
     HRESULT FollowMonitor(PixelSize picture);
     HRESULT CopyToSurface(const Picture& picture);
     HRESULT HandleLoss(HRESULT loss, PixelSize picture);
     HRESULT Rebuild(PixelSize picture);
+    /// Without it, since others' code draws:
+    HRESULT ShowDecorated(const Picture& picture, const PictureView::Settings& settings, PixelSize window);
+    HRESULT Compose(const PixelRect& source, PixelSize window);
 
     const PresenterConfig m_config;
     const DirectDrawFunctions m_directDraw;
@@ -83,6 +89,11 @@ class DirectDrawPresenter final : public Presenter {
     bool m_surfaceLost = false;
     bool m_filled = false;   // m_picture holds a picture
     PixelRect m_lastSource;  // the part of it that was shown
+
+    // Display thread; the decode thread while that one is held.
+    Microsoft::WRL::ComPtr<IDirectDrawSurface7> m_composed;  // a picture with what lies over it
+    PixelSize m_composedSize;
+    bool m_composes = true;  // until it is refused
 };
 
 }  // namespace norix

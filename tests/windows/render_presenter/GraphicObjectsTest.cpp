@@ -297,7 +297,7 @@ TEST(GraphicObjectList, DrawsEllipsesLikeGdi) {
                 objects.PaintOverlays(written.Dc());
                 EXPECT_TRUE(written.Colours() == expected.Colours())
                     << kind.style << ' ' << kind.width << ' ' << filled << ' ' << box.left;
-                // Moved device contexts, like those of windows, are left to GDI.
+                // The same in moved device contexts, like those of windows.
                 const Sheet moved;
                 SetViewportOrgEx(moved.Dc(), 1, 0, nullptr);
                 SetWindowOrgEx(moved.Dc(), 1, 0, nullptr);
