@@ -53,12 +53,12 @@ void DecodeLoop::DecodeRecord(const VideoFrameRecord& record) {
     // Here rather than behind the queue, where the display thread may already be ahead of it.
     m_param->Trace().Record(record.pts, FrameTimingTrace::kDecoded, platform::Ticks100ns());
     if (picture) PushBackToDisplayQueue(m_underWay.Of(*picture));
-    if (m_pipeline.kind == VideoCodec::Mjpeg) SaveJpegOnRequest(record);
+    if (picture && m_pipeline.kind == VideoCodec::Mjpeg) SaveJpegOnRequest(record);
 }
 
 void DecodeLoop::SaveJpegOnRequest(const VideoFrameRecord& record) {
     SnapshotTaker* const taker = m_pipeline.snapshots.get();
-    if (!taker || !m_param->snapshots.FileWanted() || !taker->HasRoom()) return;
+    if (!taker || !m_param->snapshots.FileWanted() || !taker->HasRoom(Snapshot::kFile)) return;
     if (auto file = m_param->snapshots.TakeFile()) {
         taker->SaveJpeg(std::move(*file), record.data.get(), record.payloadLength);
     }

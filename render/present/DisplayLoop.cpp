@@ -1,5 +1,7 @@
 #include "render/present/DisplayLoop.h"
 
+#include <utility>
+
 #include "util/Log.h"
 
 namespace norix {
@@ -80,8 +82,10 @@ void DisplayLoop::ServeSnapshots(DisplayFrame& frame) {
         if (requests.DataWanted()) requests.TakeData();
         return;
     }
-    if ((!requests.FileWanted() && !requests.DataWanted()) || !taker->HasRoom()) return;
-    taker->TakePicture({requests.TakeFile(), requests.TakeData()}, frame, m_pipeline.param);
+    SnapshotOrder order;
+    if (requests.FileWanted() && taker->HasRoom(Snapshot::kFile)) order.file = requests.TakeFile();
+    if (requests.DataWanted() && taker->HasRoom(Snapshot::kData)) order.format = requests.TakeData();
+    if (order.file || order.format) taker->TakePicture(std::move(order), frame, m_pipeline.param);
 }
 
 }  // namespace norix

@@ -11,7 +11,7 @@ bool SnapshotQueue::HasRoom() {
     return !m_closed && !m_free.empty();
 }
 
-SnapshotJob* SnapshotQueue::TakeFree() {
+SnapshotJob* SnapshotQueue::Reserve() {
     const std::lock_guard lock(m_lock);
     if (m_closed || m_free.empty()) return nullptr;
     SnapshotJob* const job = m_free.back();
@@ -19,14 +19,14 @@ SnapshotJob* SnapshotQueue::TakeFree() {
     return job;
 }
 
-void SnapshotQueue::PutFilled(SnapshotJob* job) {
+void SnapshotQueue::Put(SnapshotJob* job) {
     const std::lock_guard lock(m_lock);
     m_filled[m_filledCount++] = job;
     m_filledOrClosed.notify_one();
 }
 
 bool SnapshotQueue::PutJpeg(SnapshotRequests::File file, const std::uint8_t* jpeg, std::size_t size) {
-    SnapshotJob* const job = TakeFree();
+    SnapshotJob* const job = Reserve();
     if (!job) return false;
     try {
         job->jpeg.assign(jpeg, jpeg + size);
@@ -36,13 +36,13 @@ bool SnapshotQueue::PutJpeg(SnapshotRequests::File file, const std::uint8_t* jpe
     }
     job->isJpeg = true;
     job->order = {std::move(file), std::nullopt};
-    PutFilled(job);
+    Put(job);
     return true;
 }
 
 bool SnapshotQueue::PutPicture(SnapshotOrder order, DisplayFrame& frame,
-                               const std::shared_ptr<CCtrlParam>& param) {
-    SnapshotJob* const job = TakeFree();
+                               const std::shared_ptr<CCtrlParam>& param, SnapshotJob* next) {
+    SnapshotJob* const job = Reserve();
     if (!job) return false;
     const std::size_t capacity = frame.picture.Capacity();
     if (job->frame.picture.Capacity() != capacity) job->frame.picture = PictureBuffer(capacity);
@@ -56,7 +56,8 @@ bool SnapshotQueue::PutPicture(SnapshotOrder order, DisplayFrame& frame,
     job->frame.format = frame.format;
     if (order.format) job->param = param;
     job->order = std::move(order);
-    PutFilled(job);
+    job->next = next;
+    Put(job);
     return true;
 }
 
@@ -72,6 +73,7 @@ SnapshotJob* SnapshotQueue::Take() {
 
 void SnapshotQueue::Release(SnapshotJob* job) {
     job->param.reset();
+    job->next = nullptr;
     const std::lock_guard lock(m_lock);
     m_free.push_back(job);
 }

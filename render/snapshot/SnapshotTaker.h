@@ -11,6 +11,8 @@
 
 namespace norix {
 
+enum class Snapshot { kFile, kData };
+
 /// What is wanted of one picture.
 struct SnapshotOrder {
     std::optional<SnapshotRequests::File> file;
@@ -24,8 +26,9 @@ class SnapshotTaker {
   public:
     virtual ~SnapshotTaker() = default;
 
-    /// False while too many pictures wait to be dealt with: the request stays for a later picture.
-    virtual bool HasRoom() = 0;
+    /// False while too many pictures wait to be dealt with in that way: the request stays for a later
+    /// picture.
+    virtual bool HasRoom(Snapshot kind) = 0;
 
     /// Decode thread: a Motion JPEG frame, valid during the call only, to be saved as it is.
     virtual void SaveJpeg(SnapshotRequests::File file, const std::uint8_t* jpeg, std::size_t size) = 0;

@@ -19,19 +19,35 @@ void SnapshotWork::Run() {
     }
 }
 
-void SnapshotWork::Serve(SnapshotJob& job) {
-    // The window first: the file may go to a slow share, and until the data are sent the job holds on to the
-    // connection's parameter block.
-    if (job.order.format && job.param) Send(job);
+void SnapshotSaving::Serve(SnapshotJob& job) {
     if (!job.order.file) return;
     const SnapshotShaper::Bytes jpeg =
-        job.isJpeg ? SnapshotShaper::Bytes{job.jpeg.data(), job.jpeg.size()} : m_shaper.Jpeg(job.frame);
+        job.isJpeg ? SnapshotShaper::Bytes{job.jpeg.data(), job.jpeg.size()} : Shaper().Jpeg(job.frame);
     if (!jpeg.empty()) m_store.Save(*job.order.file, jpeg);
 }
 
-void SnapshotWork::Send(SnapshotJob& job) {
+void SnapshotSending::Serve(SnapshotJob& job) {
+    try {
+        if (job.order.format && job.param) Send(job);
+    } catch (const std::bad_alloc&) {
+        PassOn(job);
+        throw;
+    }
+    PassOn(job);
+}
+
+void SnapshotSending::PassOn(SnapshotJob& job) {
+    SnapshotJob* const next = std::exchange(job.next, nullptr);
+    if (!next) return;
+    next->isJpeg = false;
+    next->order = {std::move(job.order.file), std::nullopt};
+    std::swap(next->frame, job.frame);
+    m_saving.Put(next);
+}
+
+void SnapshotSending::Send(SnapshotJob& job) {
     const std::shared_ptr<CCtrlParam> param = std::exchange(job.param, nullptr);
-    const SnapshotShaper::Bytes bytes = m_shaper.InFormat(*job.order.format, job.frame);
+    const SnapshotShaper::Bytes bytes = Shaper().InFormat(*job.order.format, job.frame);
     if (bytes.empty()) return;
     const SnapshotDescription description{static_cast<std::uint32_t>(job.frame.size.width),
                                           static_cast<std::uint32_t>(job.frame.size.height),

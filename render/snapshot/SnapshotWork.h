@@ -14,25 +14,54 @@ class SnapshotStore {
     virtual void Save(const SnapshotRequests::File& file, SnapshotShaper::Bytes jpeg) = 0;
 };
 
-/// The work of a decoder's snapshot thread: packs what the queue gives, has it saved, and sends it to the
-/// control's window. Belongs to that thread.
+/// The work of one of a decoder's snapshot threads: deals with what its queue gives. Belongs to that thread.
 class SnapshotWork {
   public:
-    /// `bufferSize`: bytes of the largest picture. Queue and store outlive it.
-    SnapshotWork(SnapshotQueue& queue, SnapshotStore& store, std::size_t bufferSize)
-        : m_queue(queue), m_store(store), m_packer(bufferSize) {}
+    virtual ~SnapshotWork() = default;
+    SnapshotWork(const SnapshotWork&) = delete;
+    SnapshotWork& operator=(const SnapshotWork&) = delete;
 
     /// Until the queue is closed and empty.
     void Run();
 
-  private:
-    void Serve(SnapshotJob& job);
-    void Send(SnapshotJob& job);
+  protected:
+    /// `bufferSize`: bytes of the largest picture. The queue outlives it.
+    SnapshotWork(SnapshotQueue& queue, std::size_t bufferSize) : m_queue(queue), m_packer(bufferSize) {}
 
+    virtual void Serve(SnapshotJob& job) = 0;
+    SnapshotShaper& Shaper() { return m_shaper; }
+
+  private:
     SnapshotQueue& m_queue;
-    SnapshotStore& m_store;
     CIntelJpegPacker m_packer;
     SnapshotShaper m_shaper{m_packer};
+};
+
+/// Has pictures saved.
+class SnapshotSaving final : public SnapshotWork {
+  public:
+    SnapshotSaving(SnapshotQueue& queue, SnapshotStore& store, std::size_t bufferSize)
+        : SnapshotWork(queue, bufferSize), m_store(store) {}
+
+  private:
+    void Serve(SnapshotJob& job) override;
+
+    SnapshotStore& m_store;
+};
+
+/// Sends pictures to the control's window; those that are to be saved as well go on to the queue of their
+/// next job.
+class SnapshotSending final : public SnapshotWork {
+  public:
+    SnapshotSending(SnapshotQueue& queue, SnapshotQueue& saving, std::size_t bufferSize)
+        : SnapshotWork(queue, bufferSize), m_saving(saving) {}
+
+  private:
+    void Serve(SnapshotJob& job) override;
+    void Send(SnapshotJob& job);
+    void PassOn(SnapshotJob& job);
+
+    SnapshotQueue& m_saving;
 };
 
 }  // namespace norix

@@ -17,7 +17,7 @@ using test::Bytes;
 using test::Rig;
 
 struct TakerLog final : SnapshotTaker {
-    bool HasRoom() override { return room; }
+    bool HasRoom(Snapshot kind) override { return room && (kind != Snapshot::kFile || !fileIsSlow); }
     void SaveJpeg(SnapshotRequests::File, const std::uint8_t* jpeg, std::size_t size) override {
         calls.push_back("jpeg");
         saved.assign(jpeg, jpeg + size);
@@ -27,6 +27,7 @@ struct TakerLog final : SnapshotTaker {
         if (order.format) calls.push_back("send " + std::to_string(*order.format));
     }
     bool room = true;
+    bool fileIsSlow = false;
     std::vector<std::string> calls;
     Bytes saved;
 };
@@ -59,6 +60,16 @@ TEST(DisplayLoop, WithDisplayOffEverythingButTheShowingHappens) {
     taker.room = true;
     rig.Play(LoadPackets("h264_baseline_64x48")[3], 0, 1);
     EXPECT_EQ(taker.calls, (std::vector<std::string>{"picture 64", "send 2", "send 0"}));
+
+    // Files that can't be written any faster hold no data back, and come when they can.
+    taker.fileIsSlow = true;
+    rig.param.snapshots.RequestFile({});
+    rig.param.snapshots.RequestData(3);
+    rig.Play(LoadPackets("h264_baseline_64x48")[0]);
+    taker.fileIsSlow = false;
+    rig.Play(LoadPackets("h264_baseline_64x48")[1], 0, 1);
+    EXPECT_EQ(taker.calls,
+              (std::vector<std::string>{"picture 64", "send 2", "send 0", "send 3", "picture 64"}));
 }
 
 TEST(DisplayLoop, MotionJpegSnapshotsAreTheFrameItself) {
@@ -73,6 +84,14 @@ TEST(DisplayLoop, MotionJpegSnapshotsAreTheFrameItself) {
     EXPECT_EQ(taker.calls, std::vector<std::string>{"jpeg"});
     EXPECT_EQ(taker.saved, jpeg);
     EXPECT_FALSE(rig.param.snapshots.DataWanted());
+
+    // What does not decode is no picture: the request waits for one.
+    rig.param.snapshots.RequestFile({});
+    rig.Play(Bytes(64, 0x55));
+    EXPECT_EQ(taker.calls.size(), 1u);
+    rig.Play(jpeg);
+    EXPECT_EQ(taker.calls.size(), 2u);
+    EXPECT_EQ(taker.saved, jpeg);
 }
 
 TEST(DisplayLoop, DrawsRegionsInUseThatAreSwitchedOn) {

@@ -132,50 +132,55 @@ class SnapshotWorkTest : public testing::Test, protected SnapshotStore {
     void Save(const SnapshotRequests::File& file, SnapshotShaper::Bytes jpeg) override {
         saved.push_back({file.name, Copy(jpeg)});
     }
+    void Send() { SnapshotSending(sending, saving, 1 << 16).Run(); }
+    void SaveAll() { SnapshotSaving(saving, *this, 1 << 16).Run(); }
     void RunToTheEnd() {
-        queue.Close();
-        SnapshotWork(queue, *this, 1 << 16).Run();
+        sending.Close();
+        Send();
+        saving.Close();
+        SaveAll();
     }
     static SnapshotRequests::File Named(const wchar_t* name) { return {L"folder", name}; }
 
     platform::FakePlatform platform;
     const std::shared_ptr<CCtrlParam> param = std::make_shared<CCtrlParam>(MediaSettings());
-    SnapshotQueue queue;
+    SnapshotQueue saving;
+    SnapshotQueue sending;
     std::vector<std::pair<std::wstring, Pixels>> saved;
     std::vector<std::pair<std::int32_t, std::uint32_t>> sent;
 };
 
 TEST_F(SnapshotWorkTest, ServesWhatWaitsAlsoAfterTheClosing) {
     const Pixels received = {0xFF, 0xD8, 1, 2, 3, 0xFF, 0xD9};
-    ASSERT_TRUE(queue.PutJpeg(Named(L"received"), received.data(), received.size()));
+    ASSERT_TRUE(saving.PutJpeg(Named(L"received"), received.data(), received.size()));
     DisplayFrame frame = MakeFrame(PixelFormat::kYuy2, {10, 4});
-    ASSERT_TRUE(queue.PutPicture({Named(L"both"), SnapshotShaper::kYuy2}, frame, param));
-    ASSERT_TRUE(queue.PutPicture({std::nullopt, SnapshotShaper::kBgr}, frame, param));
+    ASSERT_TRUE(sending.PutPicture({Named(L"both"), SnapshotShaper::kYuy2}, frame, param, saving.Reserve()));
+    ASSERT_TRUE(sending.PutPicture({std::nullopt, SnapshotShaper::kBgr}, frame, param));
     RunToTheEnd();
     ASSERT_EQ(saved.size(), 2u);
     EXPECT_EQ(saved[0], std::pair(std::wstring(L"received"), received));
     EXPECT_EQ(saved[1].second.at(1), 0xD8);
     EXPECT_EQ(sent, (std::vector<std::pair<std::int32_t, std::uint32_t>>{{2, 10 * 2 * 4}, {1, 10 * 3 * 4}}));
     EXPECT_EQ(param.use_count(), 1);  // nothing holds on to the connection
-    EXPECT_FALSE(queue.PutPicture({Named(L"late"), std::nullopt}, frame, param));
+    EXPECT_FALSE(saving.PutPicture({Named(L"late"), std::nullopt}, frame, param));
 }
 
 TEST_F(SnapshotWorkTest, TakesNoMoreThanItHasRoomForAndLeavesTheFrameABuffer) {
     DisplayFrame frame = MakeFrame(PixelFormat::kBgr24, {8, 8});
     const std::size_t capacity = frame.picture.Capacity();
     std::size_t taken = 0;
-    for (const std::uint8_t* before = frame.picture.Data(); queue.HasRoom(); before = frame.picture.Data()) {
-        ASSERT_TRUE(queue.PutPicture({Named(L"x"), std::nullopt}, frame, param));
+    for (const std::uint8_t* before = frame.picture.Data(); saving.HasRoom(); before = frame.picture.Data()) {
+        ASSERT_TRUE(saving.PutPicture({Named(L"x"), std::nullopt}, frame, param));
         EXPECT_NE(frame.picture.Data(), before);
         EXPECT_EQ(frame.picture.Capacity(), capacity);
         std::fill_n(frame.picture.Data(), capacity, std::uint8_t{9});
         ++taken;
     }
     EXPECT_EQ(taken, SnapshotQueue::kCapacity);
-    EXPECT_FALSE(queue.PutPicture({Named(L"y"), std::nullopt}, frame, param));
+    EXPECT_FALSE(saving.PutPicture({Named(L"y"), std::nullopt}, frame, param));
     EXPECT_EQ(frame.picture.Capacity(), capacity);
-    std::thread work([this] { SnapshotWork(queue, *this, 1 << 16).Run(); });
-    queue.Close();
+    std::thread work([this] { SaveAll(); });
+    saving.Close();
     work.join();
     EXPECT_EQ(saved.size(), taken);
 }
