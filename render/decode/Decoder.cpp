@@ -76,6 +76,7 @@ bool CDecoder::Stop() {
 
 void CDecoder::SetPresenter(std::shared_ptr<Presenter> presenter) {
     if (!presenter) return;
+    presenter->TakeOver(m_presenter);
     m_presenter = presenter;
     if (m_decodeThread.Started() || m_displayThread.Started()) {
         m_pipeline->OfferSink(std::move(presenter));

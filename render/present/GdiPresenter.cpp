@@ -90,7 +90,7 @@ void GdiPresenter::DisplayChanged() {
     m_displayMode.fetch_add(1, std::memory_order_relaxed);
 }
 
-bool GdiPresenter::DrawLast(HDC dc, const RECT& target) {
+bool GdiPresenter::DrawOwn(HDC dc, const RECT& target) {
     const std::lock_guard lock(m_lock);
     if (!m_front) return false;
     const PixelSize size = m_front->Size();

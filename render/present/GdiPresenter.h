@@ -24,9 +24,10 @@ class GdiPresenter final : public Presenter {
     HRESULT Initialize(int width, int height) override;
     HRESULT Present(const Picture& picture) override;
     void DisplayChanged() override;
-    bool DrawLast(HDC dc, const RECT& target) override;
 
   private:
+    bool DrawOwn(HDC dc, const RECT& target) override;
+
     class Canvas;
 
     Canvas* PrepareBack(HDC windowDc, PixelSize window);

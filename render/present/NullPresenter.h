@@ -24,7 +24,6 @@ class NullPresenter final : public Presenter {
         return S_OK;
     }
     void DisplayChanged() override { ++displayChanges; }
-    bool DrawLast(HDC, const RECT&) override { return false; }
 
     std::atomic<int> initialized{0};
     std::atomic<int> width{0};  // of the last Initialize()
@@ -34,6 +33,8 @@ class NullPresenter final : public Presenter {
     std::atomic<HRESULT> initializeResult{S_OK};
 
   private:
+    bool DrawOwn(HDC, const RECT&) override { return false; }
+
     const codec::PixelFormat m_format;
 };
 

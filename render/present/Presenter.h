@@ -9,7 +9,8 @@
 //   Present         display thread                          shows a picture with all that lies over it
 //   DisplayChanged  any                                     new display mode: rebuild at the next picture
 //   DrawLast        window thread                           draws the last picture into any device context
-//   destructor      the owner's, after both threads ended   releases everything
+//   TakeOver        the owner's, before any other           keeps what is seen until there is a picture
+//   destructor      the last owner's                        releases everything
 //
 // The loops call Initialize and Present by the names of PictureSink. None of them throws.
 // There is no call for a new window size or position: every Present() reads the window.
@@ -20,8 +21,10 @@
 #include <windows.h>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 
 #include "render/present/Geometry.h"
 #include "render/present/PictureSink.h"
@@ -80,6 +83,9 @@ class Presenter : public PictureSink {
     bool Prepare(PixelSize size) final { return SUCCEEDED(Initialize(size.width, size.height)); }
     void Show(const DisplayFrame& frame, const std::array<bool, kRegionCount>& drawn) final;
 
+    /// Until this one has shown a picture, the last one is that of the presenter before it.
+    void TakeOver(std::shared_ptr<Presenter> before);
+
     /// 0 on success. After a failure nothing is shown until a later call, or a rebuild inside Present(),
     /// succeeds.
     virtual HRESULT Initialize(int width, int height) = 0;
@@ -91,10 +97,20 @@ class Presenter : public PictureSink {
 
     /// False when there is no last picture, or it is busy for longer than a moment: paint something else
     /// then.
-    virtual bool DrawLast(HDC dc, const RECT& target) = 0;
+    bool DrawLast(HDC dc, const RECT& target);
 
   protected:
     Presenter() = default;
+
+    /// DrawLast, of this presenter's own pictures.
+    virtual bool DrawOwn(HDC dc, const RECT& target) = 0;
+
+  private:
+    std::shared_ptr<Presenter> Before() const;
+
+    std::atomic<bool> m_hasShown{false};
+    mutable std::mutex m_lock;
+    std::shared_ptr<Presenter> m_before;  // guarded by m_lock; null once a picture was shown
 };
 
 std::unique_ptr<Presenter> CreatePresenter(DisplayMode mode, const PresenterConfig& config);

@@ -60,9 +60,10 @@ class CallingPresenter final : public Presenter {
         return S_OK;
     }
     void DisplayChanged() override {}
-    bool DrawLast(HDC, const RECT&) override { return false; }
 
   private:
+    bool DrawOwn(HDC, const RECT&) override { return false; }
+
     const std::function<void()> m_present;
 };
 
