@@ -44,7 +44,7 @@ BOOL COleControlModule::OnDllMain(HINSTANCE instance, DWORD reason, void* reserv
             // ever: the system reclaims everything, so nothing is touched.
             if (reserved == nullptr) {
                 ExitInstance();
-                CWnd::UnregisterWindowClass(instance);
+                CWnd::UnregisterWindowClasses(instance);
 #ifdef __GLIBCXX__
                 __gnu_cxx::__freeres();
 #endif

@@ -6,14 +6,28 @@
 namespace framework {
 
 namespace {
-bool RegisterWindowClass(HINSTANCE instance, WNDPROC procedure) {
+struct ClassName {
+    explicit ClassName(WindowKind kind) {
+        lstrcpynW(text, COleControlModule::Get().WindowClass(), kLongest);
+        if (kind == WindowKind::kBox) lstrcatW(text, L"Box");
+    }
+    static constexpr int kLongest = 64;
+    wchar_t text[kLongest + 4];
+};
+
+bool RegisterWindowClass(HINSTANCE instance, WNDPROC procedure, WindowKind kind) {
+    const ClassName name(kind);
     WNDCLASSEXW windowClass = {};
     windowClass.cbSize = sizeof(windowClass);
     windowClass.style = CS_DBLCLKS | CS_HREDRAW | CS_VREDRAW;
     windowClass.lpfnWndProc = procedure;
     windowClass.hInstance = instance;
     windowClass.hCursor = LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
-    windowClass.lpszClassName = COleControlModule::Get().WindowClass();
+    windowClass.lpszClassName = name.text;
+    if (kind == WindowKind::kBox) {
+        windowClass.hbrBackground = static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH));
+        windowClass.hIcon = LoadIconW(nullptr, reinterpret_cast<LPCWSTR>(IDI_APPLICATION));
+    }
     return RegisterClassExW(&windowClass) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
 }
 }  // namespace
@@ -22,10 +36,11 @@ CWnd::~CWnd() {
     DestroyWindow();
 }
 
-bool CWnd::Create(const wchar_t* title, DWORD style, DWORD exStyle, const RECT& bounds, HWND parent) {
+bool CWnd::Create(const wchar_t* title, DWORD style, DWORD exStyle, const RECT& bounds, HWND parent,
+                  WindowKind kind) {
     const HINSTANCE instance = COleControlModule::Get().Instance();
-    if (m_window != nullptr || !RegisterWindowClass(instance, &CWnd::WindowProc)) return false;
-    CreateWindowExW(exStyle, COleControlModule::Get().WindowClass(), title, style, bounds.left, bounds.top,
+    if (m_window != nullptr || !RegisterWindowClass(instance, &CWnd::WindowProc, kind)) return false;
+    CreateWindowExW(exStyle, ClassName(kind).text, title, style, bounds.left, bounds.top,
                     bounds.right - bounds.left, bounds.bottom - bounds.top, parent, nullptr, instance, this);
     // Not the return value: a handler of WM_CREATE may already have destroyed the window again.
     return m_window != nullptr;
@@ -35,8 +50,9 @@ void CWnd::DestroyWindow() {
     if (m_window != nullptr) ::DestroyWindow(m_window);
 }
 
-void CWnd::UnregisterWindowClass(HINSTANCE instance) {
-    UnregisterClassW(COleControlModule::Get().WindowClass(), instance);
+void CWnd::UnregisterWindowClasses(HINSTANCE instance) {
+    for (const WindowKind kind : {WindowKind::kPlain, WindowKind::kBox})
+        UnregisterClassW(ClassName(kind).text, instance);
 }
 
 LRESULT CWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {

@@ -4,6 +4,10 @@
 
 namespace framework {
 
+/// Which of the module's window classes: windows that cover themselves, or boxes with a caption that the
+/// system fills with black.
+enum class WindowKind { kPlain, kBox };
+
 /// A window whose messages go to a C++ object.
 ///
 /// All calls run on the thread that created the window. The object must outlive its window or destroy it
@@ -17,14 +21,15 @@ class CWnd {
 
     /// Creates the window. `bounds` are in the parent's client pixels (screen pixels without a parent).
     /// False when the system refuses or OnMessage answered WM_CREATE with -1.
-    bool Create(const wchar_t* title, DWORD style, DWORD exStyle, const RECT& bounds, HWND parent);
+    bool Create(const wchar_t* title, DWORD style, DWORD exStyle, const RECT& bounds, HWND parent,
+                WindowKind kind = WindowKind::kPlain);
     void DestroyWindow();
 
     HWND Handle() const { return m_window; }
     bool HasWindow() const { return m_window != nullptr; }
 
-    /// Removes the window class of this module; the class would otherwise outlive the code it points to.
-    static void UnregisterWindowClass(HINSTANCE instance);
+    /// Removes the window classes of this module; they would otherwise outlive the code they point to.
+    static void UnregisterWindowClasses(HINSTANCE instance);
 
   protected:
     /// Handles one message; the default is DefWindowProc. Exceptions are caught by the caller, since none may

@@ -28,7 +28,7 @@ bool FullScreen::Enter(HWND window) {
     m_exStyle = GetWindowLongPtrW(window, GWL_EXSTYLE);
     GetWindowRect(window, &m_place);
     MapWindowPoints(nullptr, parent, reinterpret_cast<POINT*>(&m_place), 2);
-    m_visible = true;
+    m_above = GetWindow(window, GW_HWNDPREV);
     m_window = window;
 
     const RECT monitor = MonitorOf(window);
@@ -49,6 +49,8 @@ void FullScreen::Leave() {
     // First: the messages that follow must find it off.
     const HWND window = std::exchange(m_window, nullptr);
     if (window == nullptr || !IsWindow(window)) return;
+    // The system hides it together with a host that is minimised: that is not the host's wish.
+    const bool visible = IsWindowVisible(window) || IsIconic(GetAncestor(m_parent, GA_ROOT));
     ShowWindow(window, SW_HIDE);
     SetWindowPos(window, HWND_NOTOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
     if (!IsWindow(m_parent)) return;
@@ -57,9 +59,10 @@ void FullScreen::Leave() {
     SetWindowLongPtrW(window, GWL_STYLE, hidden);
     SetWindowLongPtrW(window, GWL_EXSTYLE, m_exStyle);
     SetParent(window, m_parent);
-    MoveTo(window, HWND_TOP, m_place, SWP_NOACTIVATE | (m_visible ? SWP_SHOWWINDOW : 0));
+    const bool covered = IsWindow(m_above) && GetAncestor(m_above, GA_PARENT) == m_parent;
+    MoveTo(window, covered ? m_above : HWND_TOP, m_place, SWP_NOACTIVATE | (visible ? SWP_SHOWWINDOW : 0));
     SetForegroundWindow(GetAncestor(m_parent, GA_ROOT));
-    if (m_visible) SetFocus(window);
+    if (visible) SetFocus(window);
 }
 
 }  // namespace norix

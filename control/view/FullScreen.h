@@ -13,22 +13,18 @@ class FullScreen {
 
     /// False for a window that is no visible child.
     bool Enter(HWND window);
-    /// Back into its parent, where and as visible as the host last wanted it.
+    /// Back into its parent, where and below what it was. Hidden, if the host has hidden it meanwhile.
     void Leave();
     /// The window goes.
     void Forget() { m_window = nullptr; }
 
-    /// While it is on: where the host wants the window in the parent, and whether it wants to see it.
-    void SetPlace(const RECT& place) { m_place = place; }
-    void SetVisible(bool visible) { m_visible = visible; }
-
   private:
     HWND m_window = nullptr;  // while it is on
     HWND m_parent = nullptr;
+    HWND m_above = nullptr;  // the sibling that covered it, if any
     LONG_PTR m_style = 0;
     LONG_PTR m_exStyle = 0;
     RECT m_place = {};  // in the parent's client pixels
-    bool m_visible = true;
 };
 
 }  // namespace norix

@@ -31,7 +31,8 @@ PixelSize ClientSize(HWND window) {
 bool COverlappedWnd::CreateOver(HWND parent, const RECT& bounds, bool resizable,
                                 const std::wstring& caption) {
     m_resizable = resizable;
-    if (!Create(caption.c_str(), resizable ? kStyle | kResizable : kStyle, kExStyle, bounds, parent))
+    if (!Create(caption.c_str(), resizable ? kStyle | kResizable : kStyle, kExStyle, bounds, parent,
+                framework::WindowKind::kBox))
         return false;
     Place(bounds);  // the system asks for the least size before it knows whom to ask
     return true;
@@ -64,13 +65,6 @@ void COverlappedWnd::LeaveMessage() {
 
 LRESULT COverlappedWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
-        case WM_ERASEBKGND: {
-            RECT client;
-            GetClientRect(Handle(), &client);
-            FillRect(reinterpret_cast<HDC>(wParam), &client,
-                     static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
-            return 1;
-        }
         case WM_GETMINMAXINFO:
             // Left alone, the system would not let a captioned window be as small as the host wants it.
             reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {1, 1};
@@ -93,6 +87,7 @@ LRESULT COverlappedWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
             return DLGC_WANTARROWS;
         case WM_KEYDOWN:
             if (OnKey(wParam)) return 0;
+            if (wParam == VK_ESCAPE) return SendMessageW(GetParent(Handle()), message, wParam, lParam);
             break;
         case WM_CLOSE:
             return 0;  // the host's affair
