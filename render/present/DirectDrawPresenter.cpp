@@ -74,8 +74,12 @@ HRESULT DirectDrawPresenter::ShowDecorated(const Picture& picture, const Picture
         DrawOverPicture(dc, window, picture, settings, m_config.overlays.get(), m_config.videoWindow);
     };
     HDC dc = nullptr;
-    HRESULT composed = Compose(settings.source, window);
-    if (composed == S_OK) composed = m_composed->GetDC(&dc);
+    HRESULT composed;
+    {
+        const std::lock_guard lock(m_lock);
+        composed = Compose(settings.source, window);
+        if (composed == S_OK) composed = m_composed->GetDC(&dc);
+    }
     if (composed == S_OK) {
         decorate(dc);
         m_composed->ReleaseDC(dc);

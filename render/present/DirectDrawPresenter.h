@@ -61,9 +61,9 @@ class DirectDrawPresenter final : public Presenter {
     HRESULT CopyToSurface(const Picture& picture);
     HRESULT HandleLoss(HRESULT loss, PixelSize picture);
     HRESULT Rebuild(PixelSize picture);
+    HRESULT Compose(const PixelRect& source, PixelSize window);
     /// Without it, since others' code draws:
     HRESULT ShowDecorated(const Picture& picture, const PictureView::Settings& settings, PixelSize window);
-    HRESULT Compose(const PixelRect& source, PixelSize window);
 
     const PresenterConfig m_config;
     const DirectDrawFunctions m_directDraw;

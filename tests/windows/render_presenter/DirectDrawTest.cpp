@@ -57,6 +57,7 @@ struct Script {
     int withoutMemory = 0;  // locks that succeed and give no address
     DWORD refusedCaps = 0;  // surfaces with all of these are refused
     int failingCreations = 0;
+    bool composes = true;  // stretches into surfaces that are not the screen's
 
     int restores = 0;
     int blanks = 0;
@@ -90,6 +91,9 @@ HRESULT WINAPI Lock(IDirectDrawSurface7* self, RECT* rect, DDSURFACEDESC2* descr
 
 HRESULT WINAPI Blt(IDirectDrawSurface7* self, RECT* to, IDirectDrawSurface7* from, RECT* source, DWORD flags,
                    DDBLTFX* effects) {
+    DDSCAPS2 caps = {};
+    self->GetCaps(&caps);
+    if (!g_script.composes && (caps.dwCaps & DDSCAPS_PRIMARYSURFACE) == 0) return DDERR_UNSUPPORTED;
     g_script.lastTarget = *to;
     if (g_script.failingBlts > 0) {
         --g_script.failingBlts;
@@ -362,6 +366,22 @@ TEST_F(DirectDrawTest, CreationFailuresAreReportedAndRetried) {
     Make();
     EXPECT_EQ(Initialize(), DDERR_GENERIC);
     EXPECT_EQ(Show(), DDERR_GENERIC);
+}
+
+TEST_F(DirectDrawTest, DrawsOverThePictureOnTheScreenWhereItHasTo) {
+    view.SetBorderShown(true);
+    for (const bool composes : {true, false, true}) {
+        g_script.composes = composes;
+        ASSERT_EQ(Initialize(), DD_OK);
+        for (int pictures = 0; pictures < 2; ++pictures) {
+            InvalidateRect(window.Handle(), nullptr, TRUE);
+            UpdateWindow(window.Handle());
+            EXPECT_EQ(Show(), S_OK);
+            const Pixels seen = Pixels::OfScreen(kPlace);
+            EXPECT_EQ(seen.At(0, 299), RGB(96, 102, 112)) << composes;
+            EXPECT_TRUE(Alike(seen.At(50, 50), TestGrid()[0][0])) << composes;
+        }
+    }
 }
 
 TEST_F(DirectDrawTest, WaitsForTheVerticalBlankOnlyWhenAskedTo) {

@@ -252,6 +252,31 @@ TEST_P(PresenterTest, GivesTheLastPictureToAnyDevice) {
         IsEmpty());
 }
 
+TEST_P(PresenterTest, PassesItsPictureOnUntilThereIsAnother) {
+    const auto show = [](Presenter& on) {
+        DisplayFrame frame;
+        frame.format = on.Format();
+        frame.size = kPicture;
+        frame.picture = PictureBuffer(PictureSizeBytes(frame.format, kPicture));
+        std::fill_n(frame.picture.Data(), frame.picture.Capacity(), std::uint8_t{128});
+        on.Show(frame, {});
+    };
+    show(*presenter);
+    const std::shared_ptr<Presenter> first = std::move(presenter);
+    const util::WindowDc dc(window.Handle());
+    std::shared_ptr<Presenter> last = first;
+    for (int i = 0; i < 3; ++i) {
+        std::shared_ptr<Presenter> next = CreatePresenter(DisplayMode::Gdi, config);
+        EXPECT_FALSE(next->DrawLast(dc.Get(), {0, 0, 50, 50}));
+        next->TakeOver(last);
+        EXPECT_TRUE(next->DrawLast(dc.Get(), {0, 0, 50, 50})) << i;
+        last = std::move(next);
+    }
+    show(*last);
+    EXPECT_TRUE(last->DrawLast(dc.Get(), {0, 0, 50, 50}));
+    EXPECT_EQ(first.use_count(), 1);
+}
+
 TEST_P(PresenterTest, SurvivesAChangeOfDisplay) {
     EXPECT_EQ(Show(grid), S_OK);
     presenter->DisplayChanged();
