@@ -1,6 +1,7 @@
 #include "live/rtsp/RtspFramer.h"
 
 #include <algorithm>
+#include <array>
 
 #include "protocol/Text.h"
 
@@ -69,6 +70,19 @@ bool mayBegin(std::string_view text) {
     return end <= kLongestToken && (end == text.size() || (end > 0 && text[end] == ' '));
 }
 
+// Where something may begin, or the next line does.
+std::size_t nextNotable(std::string_view text, std::size_t at) {
+    static constexpr auto kNotable = [] {
+        std::array<bool, 256> notable{};
+        for (const char c : {kPacketMark, '\n', 'R', 'H'})
+            notable[static_cast<unsigned char>(c)] = true;
+        return notable;
+    }();
+    while (at < text.size() && !kNotable[static_cast<unsigned char>(text[at])])
+        ++at;
+    return at;
+}
+
 }  // namespace
 
 void Message::clear() {
@@ -105,10 +119,10 @@ Framer::Item Framer::next(rtp::Bytes received) {
 Framer::Item Framer::garbage(std::string_view text, std::size_t start) {
     std::size_t at = start + 1;
     for (; at < text.size(); ++at) {
-        const char c = text[at];
-        if (c == kPacketMark) break;
-        const bool candidate =
-            text[at - 1] == '\n' || ((c == 'R' || c == 'H') && beginsLikeReply(text.substr(at)));
+        const bool lineBegins = text[at - 1] == '\n';
+        if (!lineBegins) at = nextNotable(text, at);
+        if (at == text.size() || text[at] == kPacketMark) break;
+        const bool candidate = lineBegins || beginsLikeReply(text.substr(at));
         if (candidate && mayBegin(text.substr(at))) break;
     }
     m_offset = 0;
