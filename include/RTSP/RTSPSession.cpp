@@ -66,6 +66,15 @@ bool GroupRefused(const Subsession& subsession) {
     return false;
 }
 
+// What a server or the system says, as a caption can take it.
+std::string Readable(std::string_view text) {
+    constexpr std::size_t kMost = 100;
+    std::string readable(text.substr(0, kMost));
+    std::replace_if(
+        readable.begin(), readable.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return readable;
+}
+
 bool OverIpv6(const RTSPClient& client) {
     sockaddr_storage local{};
     socklen_t length = sizeof local;
@@ -366,7 +375,7 @@ bool RTSPSession::hasSinkOfKind(const RTSPClientCustom& client, const MediaSubse
 
 void RTSPSession::noteFailed(const MediaSubsession& subsession, const std::string& why) {
     const int kind = KindOf(subsession);
-    if (kind >= 0 && m_failed[kind].empty()) m_failed[kind] = why;
+    if (kind >= 0 && m_failed[kind].empty()) m_failed[kind] = Readable(why);
 }
 
 void RTSPSession::noteUnsupported(const MediaSubsession& subsession) {
@@ -377,7 +386,7 @@ void RTSPSession::noteUnsupported(const MediaSubsession& subsession) {
     std::string name(protocol == "RTP" ? "" : protocol);
     if (!name.empty() && !codec.empty()) name += ' ';
     name += codec;
-    if (m_unsupported[kind].empty()) m_unsupported[kind] = name;
+    if (m_unsupported[kind].empty()) m_unsupported[kind] = Readable(name);
 }
 
 // At once and by name, instead of a picture that never comes.
