@@ -161,7 +161,7 @@ void AddObject(GraphicObjects& objects, Kinds kind, const PixelRect& box, long p
 }
 
 std::shared_ptr<GraphicObjects> MakeObjects(std::int64_t count, Kinds only) {
-    const auto objects = std::make_shared<GraphicObjects>();
+    auto objects = std::make_shared<GraphicObjects>();
     const long pen = objects->CreatePen(PS_SOLID, 2, RGB(255, 200, 0));
     const long brush = objects->CreateBrush(RGB(0, 80, 160));
     const long font = objects->CreateFont(120, L"Tahoma", RGB(255, 255, 255), nullptr);
