@@ -28,9 +28,13 @@ class RecordEnvironment {
     virtual LocalTime Now() = 0;
     /// "FileNameFormat" of the module's ini file; empty when there is none.
     virtual std::wstring NameFormat() = 0;
-    /// Tells the host that the next file needs a name. The host's answer comes to
-    /// RecordWriter::OnNameAnswered, perhaps before this returns. False: nobody can be asked.
-    virtual bool AskFileName(const LocalTime& time) = 0;
+    enum class Question {
+        Asked,       // the answer comes to RecordWriter::OnNameAnswered, perhaps before the call returns
+        Unanswered,  // there will be none
+        NobodyThere,
+    };
+    /// Tells the host that the next file needs a name.
+    virtual Question AskFileName(const LocalTime& time) = 0;
 
     struct Created {
         FileResult result = FileResult::Failed;

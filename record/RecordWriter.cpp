@@ -234,7 +234,9 @@ void RecordWriter::Close(bool askName) {
     m_answered.Acquire(0);
     m_hasAnswer.store(false);
     m_dontWait.store(false);
-    m_asked = m_environment.AskFileName(m_environment.Now());
+    const RecordEnvironment::Question question = m_environment.AskFileName(m_environment.Now());
+    m_asked = question != RecordEnvironment::Question::NobodyThere;
+    if (question == RecordEnvironment::Question::Unanswered) m_dontWait.store(true);
 }
 
 void RecordWriter::CloseFile() {

@@ -71,7 +71,7 @@ class Recorder::Session final : public RecordEnvironment {
                 now.wHour, now.wMinute, now.wSecond,    now.wMilliseconds};
     }
     std::wstring NameFormat() override;
-    bool AskFileName(const LocalTime& time) override;
+    Question AskFileName(const LocalTime& time) override;
     Created Create(const std::wstring& folder, const std::wstring& name,
                    const std::wstring& extension) override;
 
@@ -129,9 +129,11 @@ std::wstring Recorder::Session::NameFormat() {
 
 // Without any lock: the host may do anything in its handler. The window's thread may be hanging, and read the
 // time after this has given up: it stays where it is for as long as the recorder lives.
-bool Recorder::Session::AskFileName(const LocalTime& time) {
+RecordEnvironment::Question Recorder::Session::AskFileName(const LocalTime& time) {
     m_asked = time;
-    return param->window.SendWithin(kFinishMs, WM_OnRequestFileName, &m_asked, nullptr);
+    if (!param->window.Get()) return Question::NobodyThere;
+    const bool heard = param->window.SendWithin(kFinishMs, WM_OnRequestFileName, &m_asked, nullptr);
+    return heard ? Question::Asked : Question::Unanswered;
 }
 
 RecordEnvironment::Created Recorder::Session::Create(const std::wstring& path, const std::wstring& name,

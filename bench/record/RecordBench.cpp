@@ -157,7 +157,7 @@ class Recording final : public RecordEnvironment {
     void WishKeyFrame() override {}
     LocalTime Now() override { return {}; }
     std::wstring NameFormat() override { return {}; }
-    bool AskFileName(const LocalTime&) override { return false; }
+    Question AskFileName(const LocalTime&) override { return Question::NobodyThere; }
     Created Create(const std::wstring&, const std::wstring&, const std::wstring&) override {
         if (m_disk) return {FileResult::Ok, std::make_unique<DiskFile>(*m_disk)};
         gate.Pass(kCreate);

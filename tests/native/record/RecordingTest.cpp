@@ -31,36 +31,23 @@ class RecordingOfTest : public testing::TestWithParam<Streams> {};
 TEST_P(RecordingOfTest, EveryFrameIsThereAsItCame) {
     const auto [video, audio, form] = GetParam();
     Rig rig(video, audio);
-    rig.param.streamForm.Set(form);
     rig.controller.Start(RecordFormat::Avi);
-    std::vector<Bytes> pictures;
-    Bytes sound;
-    for (std::uint32_t i = 0; i < 50; ++i, rig.now += 40) {
-        const bool header = form == StreamForm::WithHeader;
-        if (video != VideoCodec::None) {
-            pictures.push_back(i % 10 == 0 ? KeyFrame(video, i, 400 + i) : OtherFrame(video, i, 200 + i));
-            rig.Video(header ? WithHeader(pictures.back(), 0xE0) : pictures.back(), rig.now);
-        }
-        if (audio != AudioCodec::None) {
-            const Bytes block = Sound(320, static_cast<std::uint8_t>(i + 1));
-            // An AAC frame of 64 ms goes with every 40 ms here: what counts is that none is lost.
-            rig.Audio(header ? WithHeader(block, 0xC0) : block,
-                      audio == AudioCodec::Aac ? 1000 + i * 64 : rig.now);
-            sound.insert(sound.end(), block.begin(), block.end());
-        }
-    }
+    rig.Send(GetParam());
     rig.Stop();
     EXPECT_EQ(rig.reports.front(), Started);
     EXPECT_EQ(rig.reports.back(), Stopped);
     EXPECT_EQ(rig.Count(Recording), static_cast<int>(rig.reports.size()) - 2);
 
     const AviContents avi = OnlyFile(rig);
-    EXPECT_EQ(PicturesOf(avi), pictures);
+    EXPECT_EQ(PicturesOf(avi), rig.pictures);
     for (std::size_t i = 0; i < avi.Video().size(); ++i)
         EXPECT_EQ(avi.Video()[i].key, video == VideoCodec::Mjpeg || i % 10 == 0) << i;
     Bytes recorded;
     for (const auto& chunk : avi.Audio())
         recorded.insert(recorded.end(), chunk.data.begin(), chunk.data.end());
+    Bytes sound;
+    for (const Bytes& block : rig.sounds)
+        sound.insert(sound.end(), block.begin(), block.end());
     EXPECT_EQ(recorded, sound);
     if (video != VideoCodec::None) {
         EXPECT_EQ(avi.width, 320u);
@@ -328,7 +315,6 @@ TEST(RecordingTest, AsksForTheNextNameAndUsesTheAnswer) {
     rig.onQuestion = [&] {
         rig.writer.SetNaming({L"D:/", L"second.avi", true});
         rig.writer.OnNameAnswered();
-        return true;
     };
     rig.controller.SetLimits({0, 1});
     rig.controller.Start(RecordFormat::Avi);
@@ -344,16 +330,22 @@ TEST(RecordingTest, AsksForTheNextNameAndUsesTheAnswer) {
     rig.Pictures(10, 40);
     rig.Stop();
     EXPECT_EQ(rig.disk.Names().back(), "D:/third.avi");
+    // A host that hangs has given no name.
+    rig.onQuestion = nullptr;
+    rig.question = RecordEnvironment::Question::Unanswered;
+    for (int i = 0; i < 2; ++i) {
+        rig.controller.Start(RecordFormat::Avi);
+        rig.Pictures(10, 40);
+        rig.Stop();
+    }
+    EXPECT_EQ(rig.disk.Names().back(), "D:/2024_05_06_00_00_03_400.avi");
 }
 
 // The host ends the recording inside the question, and never answers: the frames that wait get a file.
 TEST(RecordingTest, StopInsideTheQuestion) {
     Rig rig(VideoCodec::Mjpeg, AudioCodec::None);
     rig.writer.SetNaming({L"D:/", L"first.avi", true});
-    rig.onQuestion = [&] {
-        rig.controller.Stop(RecordFormat::Avi);
-        return true;
-    };
+    rig.onQuestion = [&] { rig.controller.Stop(RecordFormat::Avi); };
     rig.controller.SetLimits({0, 1});
     rig.controller.Start(RecordFormat::Avi);
     rig.Pictures(28, 40);

@@ -106,6 +106,24 @@ void Rig::Pictures(int count, int intervalMs, int group) {
     }
 }
 
+void Rig::Send(const Streams& streams) {
+    const auto [codec, audio, form] = streams;
+    const bool header = form == StreamForm::WithHeader;
+    param.streamForm.Set(form);
+    for (std::uint32_t i = 0; i < 50; ++i, now += 40) {
+        if (codec != VideoCodec::None) {
+            pictures.push_back(i % 10 == 0 ? KeyFrame(codec, i, 400 + i) : OtherFrame(codec, i, 200 + i));
+            Video(header ? WithHeader(pictures.back(), 0xE0) : pictures.back(), now);
+        }
+        if (audio != AudioCodec::None) {
+            sounds.push_back(Sound(320 + i % 2, static_cast<std::uint8_t>(i + 1)));
+            // An AAC frame of 64 ms goes with every 40 ms here: what counts is that none is lost.
+            Audio(header ? WithHeader(sounds.back(), 0xC0) : sounds.back(),
+                  audio == AudioCodec::Aac ? 1000 + i * 64 : now);
+        }
+    }
+}
+
 void Rig::Stop(RecordFormat format) {
     controller.Stop(format);
     RunWriter();
@@ -134,9 +152,10 @@ LocalTime Rig::Now() {
     return time;
 }
 
-bool Rig::AskFileName(const LocalTime&) {
+RecordEnvironment::Question Rig::AskFileName(const LocalTime&) {
     ++questions;
-    return !onQuestion || onQuestion();
+    if (onQuestion) onQuestion();
+    return question;
 }
 
 }  // namespace norix::tests

@@ -95,22 +95,8 @@ Bytes ReadSamples(IAVIStream* stream, std::size_t from, std::size_t count, std::
 TEST_P(SystemReaderTest, FindsEveryFrame) {
     const auto [video, audio, form] = GetParam();
     OnDisk rig(video, audio);
-    rig.param.streamForm.Set(form);
     rig.controller.Start(RecordFormat::Avi);
-    std::vector<Bytes> pictures;
-    std::vector<Bytes> sounds;
-    const bool header = form == StreamForm::WithHeader;
-    for (std::uint32_t i = 0; i < 50; ++i, rig.now += 40) {
-        if (video != VideoCodec::None) {
-            pictures.push_back(i % 10 == 0 ? KeyFrame(video, i, 400 + i) : OtherFrame(video, i, 200 + i));
-            rig.Video(header ? WithHeader(pictures.back(), 0xE0) : pictures.back(), rig.now);
-        }
-        if (audio != AudioCodec::None) {
-            sounds.push_back(Sound(320 + i % 2, static_cast<std::uint8_t>(i)));
-            const std::uint32_t pts = audio == AudioCodec::Aac ? 1000 + i * 64 : rig.now;
-            rig.Audio(header ? WithHeader(sounds.back(), 0xC0) : sounds.back(), pts);
-        }
-    }
+    rig.Send(GetParam());
     rig.Stop();
     ASSERT_EQ(rig.files.size(), 1u);
 
@@ -122,15 +108,15 @@ TEST_P(SystemReaderTest, FindsEveryFrame) {
         ASSERT_EQ(AVIFileGetStream(file.Get(), &stream, streamtypeVIDEO, 0), AVIERR_OK);
         AVISTREAMINFOW info = {};
         EXPECT_EQ(AVIStreamInfoW(stream.Get(), &info, sizeof(info)), AVIERR_OK);
-        EXPECT_EQ(info.dwLength, pictures.size());
+        EXPECT_EQ(info.dwLength, rig.pictures.size());
         EXPECT_EQ(info.dwRate, 25 * info.dwScale);
         const Bytes format = ReadFormat(stream.Get());
         const auto* const bitmap = reinterpret_cast<const BITMAPINFOHEADER*>(format.data());
         EXPECT_EQ(bitmap->biWidth, 320);
         EXPECT_EQ(bitmap->biHeight, 240);
-        for (std::size_t i = 0; i < pictures.size(); ++i) {
+        for (std::size_t i = 0; i < rig.pictures.size(); ++i) {
             const auto sample = static_cast<LONG>(i);
-            EXPECT_EQ(ReadSamples(stream.Get(), i, 1, kLargest), pictures[i]) << i;
+            EXPECT_EQ(ReadSamples(stream.Get(), i, 1, kLargest), rig.pictures[i]) << i;
             const bool key = video == VideoCodec::Mjpeg || i % 10 == 0;
             EXPECT_EQ(AVIStreamFindSample(stream.Get(), sample, FIND_KEY | FIND_PREV) == sample, key) << i;
         }
@@ -140,7 +126,7 @@ TEST_P(SystemReaderTest, FindsEveryFrame) {
         const Bytes format = ReadFormat(stream.Get());
         const auto* const wave = reinterpret_cast<const WAVEFORMATEX*>(format.data());
         Bytes whole;
-        for (const Bytes& sound : sounds)
+        for (const Bytes& sound : rig.sounds)
             whole.insert(whole.end(), sound.begin(), sound.end());
         if (audio == AudioCodec::Aac) {
             EXPECT_EQ(wave->wFormatTag, 0xFF);
