@@ -189,8 +189,11 @@ Result CameraCommands::RequestMotionSettings(const StreamSelection& selection) {
     return GetParams(MotionTable(Rules(selection), m_motion));
 }
 
-Result CameraCommands::SaveMotionSettings(const StreamSelection& selection) {
-    return SetParams(MotionTable(Rules(selection), m_motion));
+Result CameraCommands::SaveMotionSettings(const StreamSelection& selection, MotionSettings settings) {
+    const Result result = SetParams(MotionTable(Rules(selection), settings));
+    if (result != kResultOk || m_status != kOk) return kResultFail;
+    m_motion = std::move(settings);
+    return kResultOk;
 }
 
 CameraCommands::Outcome CameraCommands::RequestCameraInformation(StreamSelection& selection) {

@@ -85,8 +85,8 @@ class CameraCommands {
     Result RequestCodecList(StreamSelection& selection);
     Result RequestVideoSettings(const StreamSelection& selection);
     Result RequestMotionSettings(const StreamSelection& selection);
-    /// Writes Motion() to the camera.
-    Result SaveMotionSettings(const StreamSelection& selection);
+    /// Writes them to the camera; they are Motion() only once it has taken them.
+    Result SaveMotionSettings(const StreamSelection& selection, MotionSettings settings);
 
     struct Outcome {
         Result result = kResultOk;
@@ -117,7 +117,6 @@ class CameraCommands {
     /// Null when the camera named none.
     const CodecList* Codecs() const { return m_codecs ? &*m_codecs : nullptr; }
     const VideoSettings& Video() const { return m_video; }
-    MotionSettings& Motion() { return m_motion; }
     const MotionSettings& Motion() const { return m_motion; }
     const std::string& Charset() const { return m_charset; }
 

@@ -123,6 +123,7 @@ void ControlAsConnectionHost::EndDigitalPtz() {
 }
 void ControlAsConnectionHost::ConnectionEnds() {
     m_control.FinishRecording();
+    m_control.EndMotionEditing();
     m_control.AudioPost(false);
     m_control.AudioPostEx(false, L"", 0, 0);
 }

@@ -155,6 +155,7 @@ void CNorixSDKCtrl::OnDestroy() {
     if (m_dropTarget != nullptr) std::exchange(m_dropTarget, nullptr)->Revoke();
     m_mouse.Forget();
     m_overlapped.Clear();
+    m_motionEditor.Close();
     m_fullScreen.Forget();
     // The system gives window handles out again: no worker may post to this one any more.
     SetReportWindow(nullptr);
@@ -210,7 +211,7 @@ void CNorixSDKCtrl::ViewChanged() {
     for (std::size_t i = 0; i < names.size(); ++i)
         names[i] = util::Utf8ToWide(protocol::trim(motion.windows[i].name));
     view.SetRegionNames(names);
-    m_overlapped.Follow();
+    FollowView();
     InvalidateControl();
 }
 
@@ -298,7 +299,7 @@ void CNorixSDKCtrl::OnSize() {
     const PixelSize before = std::exchange(m_windowSize, size);
     if (before == size) return;
     m_drawingCommands.Resize(before, size);
-    m_overlapped.Follow();
+    FollowView();
 }
 
 void CNorixSDKCtrl::OnTimer(UINT_PTR id) {

@@ -23,6 +23,7 @@
 #include "control/view/OverlappedWindows.h"
 #include "control/view/StatusView.h"
 #include "control/view/ViewCommands.h"
+#include "control/view/motion/MotionEditor.h"
 #include "framework/ObjectFactory.h"
 #include "framework/ObjectSafety.h"
 #include "framework/OleControl.h"
@@ -48,7 +49,10 @@ inline constexpr UINT kTimerPeriod = 1000;
 /// A façade. It owns the parts that do the work and is where they meet: automation methods forward to them,
 /// messages of worker threads arrive here and become events. Everything runs on the thread that created it;
 /// worker threads reach it only through the private window messages of media/ControlMessages.h.
-class CNorixSDKCtrl final : public framework::COleControl, private DropSink, private AudioPanelSink {
+class CNorixSDKCtrl final : public framework::COleControl,
+                            private DropSink,
+                            private AudioPanelSink,
+                            private MotionEditHost {
   public:
     class CNorixSDKCtrlFactory final : public framework::COleObjectFactory {
       public:
@@ -85,7 +89,9 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     void WatchDisk();
 
     /// Digital PTZ shows another part of the picture.
-    void OnViewMoved() { m_overlapped.Follow(); }
+    void OnViewMoved() { FollowView(); }
+    /// Ends with the connection.
+    void EndMotionEditing() { m_motionEditor.Close(); }
 
     /// Opened when a connection starts, closed when it ends.
     void OpenDeliveries();
@@ -224,6 +230,14 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     void OnParentChanged();
     HRESULT OnMovedIntoContainer() override { return ReadHostPage(); }
     bool OnTranslateAccelerator(const MSG& message) override;
+    MotionSettings CameraMotion(bool anew) override;
+    bool SaveCameraMotion(const MotionSettings& settings) override;
+    void TellSaving(MotionSaving result) override;
+    void OnMotionSaved(MotionSaving result);
+    void OnMotionWindowUpdate(std::size_t index);
+    StreamSelection ViewedStream() const;
+    /// What lies over the picture keeps its place on it.
+    void FollowView();
     void SetMute(bool mute) override;
     void SetVolume(int volume) override;
     /// Shows or hides it, and shows in it what the properties say.
@@ -258,6 +272,7 @@ class CNorixSDKCtrl final : public framework::COleControl, private DropSink, pri
     DrawingCommands m_drawingCommands{m_viewHost, m_viewCommands};
     FullScreen m_fullScreen;
     OverlappedWindows m_overlapped{m_viewHost, m_viewCommands};
+    MotionEditor m_motionEditor{m_viewHost, m_viewCommands, *this};
     PixelSize m_windowSize;  // the last one at which there was something to see
     AudioPanel m_audioPanel{*this};
     Connection m_connection{m_connectionHost, m_means, m_camera, m_session};

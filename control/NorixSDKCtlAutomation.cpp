@@ -44,11 +44,6 @@ void CNorixSDKCtrl::OnSignInChanged() {
     SetModifiedFlag();
 }
 
-void CNorixSDKCtrl::OnMotionEditModeChanged() {
-    WaitForWindowCreation();
-    SetModifiedFlag();
-}
-
 void CNorixSDKCtrl::OnEnableAudioControlChanged() {
     WaitForWindowCreation();
     SetModifiedFlag();

@@ -39,7 +39,11 @@ bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam)
     m_session->param.window.TakeEvent(message, wParam, lParam);
     switch (message) {
         case WM_OnMotionWindowUpdate:
-            return true;  // the motion windows are no longer being edited
+            OnMotionWindowUpdate(static_cast<std::size_t>(wParam));
+            return true;
+        case WM_OnMotionSaved:
+            OnMotionSaved(static_cast<MotionSaving>(first));
+            return true;
         case WM_OnDIOStatus:
             m_dioStatusDelivery.Deliver([&] { FireEvent(events::OnDIOStatus, first, second); });
             return true;
@@ -47,7 +51,7 @@ bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam)
             OnRecordStatus(first);
             return true;
         case WM_OnResolutionChanged:
-            m_overlapped.Follow();
+            FollowView();
             FireEvent(events::OnResolutionChanged, first, second);
             return true;
         case WM_OnMDAlert:

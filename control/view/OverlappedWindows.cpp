@@ -70,6 +70,20 @@ std::wstring OverlappedWindows::InJson(long index) const {
            std::to_wstring(video.width) + L", \"video_height\": " + std::to_wstring(video.height) + L" }";
 }
 
+std::optional<OverlappedWindows::Window> OverlappedWindows::Get(long index) const {
+    const std::shared_ptr<COverlappedWnd> window = Find(index);
+    if (!window) return std::nullopt;
+    std::wstring caption(static_cast<std::size_t>(GetWindowTextLengthW(window->Handle())) + 1, L'\0');
+    const int length = GetWindowTextW(window->Handle(), caption.data(), static_cast<int>(caption.size()));
+    caption.resize(static_cast<std::size_t>(length));
+    return Window{window->place, std::move(caption)};
+}
+
+void OverlappedWindows::SetCaption(long index, const std::wstring& caption) {
+    if (const std::shared_ptr<COverlappedWnd> window = Find(index))
+        SetWindowTextW(window->Handle(), caption.c_str());
+}
+
 void OverlappedWindows::Follow() {
     for (const auto& window : std::vector(m_windows)) {
         if (const std::optional<ViewBox> bounds = m_view.ToWindow(window->place))

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,14 @@ class OverlappedWindows final : private OverlappedOwner {
     long Delete(long index);
     /// Place and size on the video, and the video's size; empty when there is none.
     std::wstring InJson(long index) const;
+
+    struct Window {
+        ViewBox place;  // on the video
+        std::wstring caption;
+    };
+    std::optional<Window> Get(long index) const;
+    /// Nothing when there is none.
+    void SetCaption(long index, const std::wstring& caption);
 
     /// The window, or what it shows, has changed.
     void Follow();

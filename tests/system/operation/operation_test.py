@@ -21,6 +21,7 @@ from host import WINE_RUN, until, wine, windows_path  # noqa: E402
 SKIPPED = 77
 # Middles of buttons, from the window's lower right corner.
 LEFT, RIGHT, UP, ZOOM, SAVE = (-276, -124), (-208, -124), (-242, -154), (-266, -63), (-37, -98)
+SAVE_MOTION, NAME_MOTION = (-642, -202), (-682, -278)
 
 
 def input_of(*command: object) -> None:
@@ -58,7 +59,8 @@ class Pad:
                                text=True).stdout
         place = dict(line.split("=") for line in shell.split())
         self._corner = int(place["X"]) + int(place["WIDTH"]), int(place["Y"]) + int(place["HEIGHT"])
-        input_of("windowfocus", found[-1])
+        self._window = found[-1]
+        self.focus()
         return self
 
     def __exit__(self, *_unused: object) -> None:
@@ -66,6 +68,10 @@ class Pad:
         if self._process.poll() is None:
             self._process.terminate()
             self._process.wait()
+
+    def focus(self) -> None:
+        """There is no window manager that would do it after a message box."""
+        input_of("windowfocus", "--sync", self._window)
 
     def point(self, at: tuple[int, int]) -> None:
         input_of("mousemove", self._corner[0] + at[0], self._corner[1] + at[1])
@@ -149,6 +155,47 @@ def events(pad: Pad) -> None:
     until(lambda: re.search(r"event OnMDAlert\(iMotionID=2, iPersentage=\d+\)", pad.log()), "OnMDAlert")
 
 
+def motion_windows(pad: Pad) -> None:
+    """A motion window is dragged, sized and named; the camera gets what is seen, once it can be sent."""
+    def values() -> list[str]:
+        return [pad.camera.parameter(f"motiondetect_win{key}01") for key in ("name", "left", "top", "width", "height")]
+
+    def drag(at: tuple[int, int], to: tuple[int, int]) -> None:
+        pad.point(at)
+        input_of("mousedown", 1)
+        for step in range(1, 11):
+            pad.point((at[0] + (to[0] - at[0]) * step // 10, at[1] + (to[1] - at[1]) * step // 10))
+        input_of("mouseup", 1)
+
+    def save(answer: str) -> None:
+        pad.point(SAVE_MOTION)
+        input_of("click", 1)
+        box = str(until(lambda: subprocess.run(["xdotool", "search", "--name", f"^{answer}$"], capture_output=True,
+                                               text=True).stdout.strip(), f"'{answer}'"))
+        input_of("windowfocus", box.split()[-1], "key", "Return")
+        until(lambda: subprocess.run(["xdotool", "search", "--name", f"^{answer}$"],
+                                     capture_output=True).returncode != 0, f"end of '{answer}'")
+        pad.focus()
+
+    before = values()
+    save("info")
+    assert values() == before, f"{values()}, not {before}"
+    drag((-630, -335), (-430, -335))  # by its caption
+    drag((-355, -222), (-305, -222))  # by its corner
+    pad.point(NAME_MOTION)
+    input_of("click", 1, "key", "End", "type", ",")
+    save("Warning")
+    assert values() == before, f"{values()}, not {before}"
+    pad.point(NAME_MOTION)
+    input_of("click", 1, "key", "End", "key", "BackSpace", "type", "b")
+    save("info")
+    name, *place = values()
+    assert name == before[0] + "b", name
+    # The window has 800 x 300 pixels, the camera's frame of reference 1280 x 720.
+    wanted = [160 + 200 * 1.6, 320, 240 + 50 * 1.6, 300]
+    assert all(abs(int(is_now) - value) <= 4 for is_now, value in zip(place, wanted)), f"{place}, not {wanted}"
+
+
 def main(module: str, program: str, folder: str, pattern: str = "") -> int:
     os.makedirs(folder, exist_ok=True)
     wine("regsvr32", "/s", windows_path(module))
@@ -158,6 +205,7 @@ def main(module: str, program: str, folder: str, pattern: str = "") -> int:
         (by_mouse, [], {}, []),
         (without_pan, ["--ptz", "zoom"], {}, []),
         (events, ["--sections"], {"ShowMDWindow": "true"}, []),
+        (motion_windows, [], {"MotionEditMode": "true"}, []),
         (events, ["--sections", "--codec", "mjpeg"], {"VideoProtocol": 3}, []),
     ]
     for scenario, arguments, properties, steps in scenarios:

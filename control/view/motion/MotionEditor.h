@@ -1,0 +1,61 @@
+#pragma once
+
+#include <optional>
+
+#include "camera/motion/MotionRules.h"
+#include "control/view/OverlappedWindows.h"
+#include "ui/MotionPanel.h"
+
+namespace norix {
+
+/// What the editor needs of the control. Window thread.
+class MotionEditHost {
+  public:
+    /// The camera's motion windows; `anew`: as it says now, if it answers.
+    virtual MotionSettings CameraMotion(bool anew) = 0;
+    /// False when the camera does not take them; then it has those of before.
+    virtual bool SaveCameraMotion(const MotionSettings& settings) = 0;
+    /// Tells the user later, from the window's queue.
+    virtual void TellSaving(MotionSaving result) = 0;
+
+  protected:
+    ~MotionEditHost() = default;
+};
+
+/// Lets the user edit the camera's motion windows: each is an overlapped window over the video, with a panel
+/// to switch them on, name and save them. Window thread.
+class MotionEditor final : private MotionPanelSink {
+  public:
+    MotionEditor(ViewHost& view, const ViewCommands& commands, MotionEditHost& host)
+        : m_view(view), m_commands(commands), m_host(host), m_windows(view, commands) {}
+
+    /// Shows the camera's windows as they are, with the panel. Nothing happens while the size of the video is
+    /// not known.
+    void Open(bool anew);
+    /// The camera reports this window, from 0 on: it is shown as the camera has it. Opens the editor first.
+    void Refresh(std::size_t index);
+    /// Removes everything; what was not saved is lost.
+    void Close();
+    bool IsOpen() const { return m_panel.IsShown(); }
+
+    /// The window, or what it shows, has changed.
+    void Follow();
+    MotionSaving Save();
+
+    OverlappedWindows& Windows() { return m_windows; }
+    MotionPanel& Panel() { return m_panel; }
+
+  private:
+    void OnMotionWindow(int index, bool on) override;
+    void OnMotionName(int index, const std::wstring& name) override { m_windows.SetCaption(index, name); }
+    void OnSaveMotion() override { m_host.TellSaving(Save()); }
+    void ShowWindow(const MotionSettings& settings, std::size_t index);
+
+    ViewHost& m_view;
+    const ViewCommands& m_commands;
+    MotionEditHost& m_host;
+    OverlappedWindows m_windows;  // numbered from 0; one that is not there is switched off
+    MotionPanel m_panel{*this};
+};
+
+}  // namespace norix

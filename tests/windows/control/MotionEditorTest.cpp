@@ -1,0 +1,135 @@
+// The editor of motion windows: what it shows of the camera's settings, and what it makes of the user's
+// doing.
+
+#include "control/view/motion/MotionEditor.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "control/view/ViewCommands.h"
+#include "media/CtrlParam.h"
+#include "util/Handles.h"
+
+namespace norix::test {
+namespace {
+
+constexpr int kFirstCheck = 1, kFirstName = 11, kSave = 22;  // the panel's children
+
+class MotionEditorTest : public testing::Test, protected ViewHost, protected MotionEditHost {
+  protected:
+    MotionEditorTest() {
+        m_window = CreateWindowExW(0, L"STATIC", L"", WS_POPUP | WS_CLIPCHILDREN | WS_VISIBLE, 0, 0, 320, 180,
+                                   nullptr, nullptr, nullptr, nullptr);
+        camera.sensitivity = 50;
+        camera.referenceWidth = 1000;  // none of the video's
+        camera.referenceHeight = 1000;
+        camera.windows[0] = {"Gate\r", 1, 101, 103, 305, 307, 9};
+        camera.windows[2] = {"off", 0, 1, 2, 3, 4, 9};
+        view.SetVideoSize(640, 360);
+    }
+    ~MotionEditorTest() override {
+        editor.Close();
+        DestroyWindow(m_window);
+    }
+
+    HWND Window() const override { return m_window; }
+    CCtrlParam& Param() override { return m_param; }
+    std::shared_ptr<CDecoder> Decoder() override { return {}; }
+    void DrawByGdi() override {}
+    void ViewChanged() override {}
+    void OnViewMoved() override {}
+    void StartDeferredViewTimer() override {}
+    void StopDeferredViewTimer() override {}
+    MotionSettings CameraMotion(bool) override { return camera; }
+    bool SaveCameraMotion(const MotionSettings& settings) override {
+        if (!refuses) camera = settings;
+        return !refuses;
+    }
+    void TellSaving(MotionSaving result) override { told.push_back(result); }
+
+    HWND Child(int id) { return GetDlgItem(editor.Panel().Window(), id); }
+    void Click(int id) { SendMessageW(Child(id), BM_CLICK, 0, 0); }
+    std::string Place(long index) {
+        const auto window = editor.Windows().Get(index);
+        if (!window) return "none";
+        const ViewBox& box = window->place;
+        return std::to_string(box.corner.x) + ',' + std::to_string(box.corner.y) + ' ' +
+               std::to_string(box.size.width) + 'x' + std::to_string(box.size.height);
+    }
+    MotionSaving Saved() {
+        Click(kSave);
+        return told.back();
+    }
+
+    MotionSettings camera;
+    bool refuses = false;
+    std::vector<MotionSaving> told;
+
+  private:
+    HWND m_window = nullptr;
+    CCtrlParam m_param;
+
+  protected:
+    ViewCommands view{*this};
+    MotionEditor editor{*this, view, *this};
+};
+
+TEST_F(MotionEditorTest, ShowsTheCamerasWindowsAndGivesThemBack) {
+    const MotionSettings before = camera;
+    editor.Open(false);
+    EXPECT_EQ(SendMessageW(Child(kFirstCheck), BM_GETCHECK, 0, 0), BST_CHECKED);
+    EXPECT_EQ(SendMessageW(Child(kFirstCheck + 2), BM_GETCHECK, 0, 0), BST_UNCHECKED);
+    EXPECT_EQ(editor.Panel().Name(0), L"Gate");
+    EXPECT_EQ(Place(0), "65,37 195x111");
+    EXPECT_EQ(Place(2), "none");
+    EXPECT_EQ(Saved(), MotionSaving::Saved);
+    EXPECT_EQ(camera.windows[0].left, before.windows[0].left);
+    EXPECT_EQ(camera.windows[0].height, before.windows[0].height);
+    EXPECT_EQ(camera.windows[2].width, 3);
+
+    camera.windows[0].left = 500;  // the camera has other ones meanwhile
+    editor.Refresh(0);
+    EXPECT_EQ(Place(0), "320,37 195x111");
+    editor.Close();
+    EXPECT_EQ(GetWindow(Window(), GW_CHILD), nullptr) << "something is left";
+}
+
+TEST_F(MotionEditorTest, SavesWhatTheUserMakes) {
+    editor.Open(false);
+    Click(kFirstCheck);  // off
+    SetWindowTextW(Child(kFirstName + 2), L"Door");
+    Click(kFirstCheck + 2);
+    EXPECT_EQ(Place(2), "0,0 320x180");
+    SetWindowTextW(Child(kFirstName + 2), L"Tor, T\u00fcr");
+    EXPECT_EQ(Saved(), MotionSaving::BadName);
+    SetWindowTextW(Child(kFirstName + 2), L"Tor");
+    editor.Windows().Create(2, {{320, 90}, {31, 90}}, true, true, L"Tor");
+    EXPECT_EQ(Saved(), MotionSaving::TooSmall);
+    editor.Windows().Create(2, {{320, 90}, {32, 90}}, true, true, L"Tor");
+    refuses = true;
+    EXPECT_EQ(Saved(), MotionSaving::Failed);
+    EXPECT_EQ(camera.windows[0].enable, 1) << "the camera has what it had";
+    EXPECT_EQ(editor.Windows().Get(2)->caption, L"Tor") << "the user has what he made";
+    refuses = false;
+    EXPECT_EQ(Saved(), MotionSaving::Saved);
+    EXPECT_EQ(camera.windows[0].enable, 0);
+    const MotionWindow& saved = camera.windows[2];
+    EXPECT_EQ(saved.name, "Tor");
+    EXPECT_EQ(saved.enable, 1);
+    EXPECT_EQ(saved.left, 500);
+    EXPECT_EQ(saved.top, 250);
+    EXPECT_EQ(saved.width, 50);
+    EXPECT_EQ(saved.height, 250);
+}
+
+TEST_F(MotionEditorTest, StaysAwayWithoutAPicture) {
+    view.SetVideoSize(0, 0);
+    editor.Open(true);
+    editor.Refresh(1);
+    EXPECT_FALSE(editor.IsOpen());
+    EXPECT_EQ(GetWindow(Window(), GW_CHILD), nullptr);
+}
+
+}  // namespace
+}  // namespace norix::test
