@@ -51,8 +51,10 @@ RECT COverlappedWnd::Bounds() const {
 }
 
 void COverlappedWnd::Place(const RECT& bounds) {
+    m_placing = true;
     SetWindowPos(Handle(), nullptr, bounds.left, bounds.top, bounds.right - bounds.left,
                  bounds.bottom - bounds.top, SWP_NOZORDER | SWP_NOACTIVATE);
+    m_placing = false;
 }
 
 void COverlappedWnd::EnterMessage() {
@@ -75,9 +77,14 @@ LRESULT COverlappedWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_SIZING:
             OnSizing(*reinterpret_cast<RECT*>(lParam));
             return TRUE;
-        case WM_EXITSIZEMOVE:
-            if (m_owner) m_owner->OnUserPlaced(*this);
-            return 0;
+        case WM_WINDOWPOSCHANGED: {
+            // Whatever we did not do ourselves was the user, and it counts only now: windows that are dragged
+            // as a frame have their place after the drag has ended.
+            const bool placed = (reinterpret_cast<const WINDOWPOS*>(lParam)->flags &
+                                 (SWP_NOMOVE | SWP_NOSIZE)) != (SWP_NOMOVE | SWP_NOSIZE);
+            if (placed && !m_placing && m_owner) m_owner->OnUserPlaced(*this);
+            break;
+        }
         case WM_LBUTTONDOWN:
         case WM_NCLBUTTONDOWN:
             SetFocus(Handle());

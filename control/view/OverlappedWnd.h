@@ -54,6 +54,7 @@ class COverlappedWnd final : public framework::CWnd, public std::enable_shared_f
     OverlappedOwner* m_owner;  // null once it was let go
     const long m_index;
     bool m_resizable = false;
+    bool m_placing = false;                  // inside Place
     int m_depth = 0;                         // messages that are being handled
     std::shared_ptr<COverlappedWnd> m_self;  // while there are any
 };

@@ -170,9 +170,10 @@ def motion_windows(pad: Pad) -> None:
     def save(answer: str) -> None:
         pad.point(SAVE_MOTION)
         input_of("click", 1)
-        box = str(until(lambda: subprocess.run(["xdotool", "search", "--name", f"^{answer}$"], capture_output=True,
-                                               text=True).stdout.strip(), f"'{answer}'"))
-        input_of("windowfocus", box.split()[-1], "key", "Return")
+        # There, and to be seen.
+        until(lambda: subprocess.run(["xdotool", "search", "--name", f"^{answer}$", "windowfocus"],
+                                     capture_output=True).returncode == 0, f"'{answer}'")
+        input_of("key", "Return")
         until(lambda: subprocess.run(["xdotool", "search", "--name", f"^{answer}$"],
                                      capture_output=True).returncode != 0, f"end of '{answer}'")
         pad.focus()
