@@ -182,7 +182,7 @@ def motion_windows(pad: Pad) -> None:
     save("info")
     assert values() == before, f"{values()}, not {before}"
     drag((-630, -335), (-430, -335))  # by its caption
-    drag((-355, -222), (-305, -222))  # by its corner
+    drag((-357, -226), (-307, -226))  # by its corner
     pad.point(NAME_MOTION)
     input_of("click", 1, "key", "End", "type", ",")
     save("Warning")
