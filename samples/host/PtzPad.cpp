@@ -256,6 +256,7 @@ void PtzPad::SavePreset() {
 }
 
 void PtzPad::Add(PtzOrder order) {
+    if (!window_) return;
     queue_.Add(std::move(order));
     SetTimer(window_, kSendTimer, USER_TIMER_MINIMUM, nullptr);
 }
