@@ -89,15 +89,10 @@ void LiveView::OnEvent(const Event& event) {
     } else if (name == L"OnNewFrame") {
         if (onNewFrame) onNewFrame();
     }
-    if (onAny) onAny(event);
 }
 
 void LiveView::Set(const wchar_t* property, const _variant_t& value) {
     SetProperty(automation_.Get(), property, value);
-}
-
-_variant_t LiveView::Get(const wchar_t* property) const {
-    return GetProperty(automation_.Get(), property);
 }
 
 _variant_t LiveView::Call(const wchar_t* method, std::vector<_variant_t> arguments) {

@@ -46,7 +46,6 @@ class LiveView {
     LiveView& operator=(const LiveView&) = delete;
 
     void Set(const wchar_t* property, const _variant_t& value);
-    _variant_t Get(const wchar_t* property) const;
     _variant_t Call(const wchar_t* method, std::vector<_variant_t> arguments = {});
     // Stream 1 is large (720p), 2 is small (360p).
     void Aim(const Way& way, long stream = 2);
@@ -68,12 +67,11 @@ class LiveView {
     bool PictureChanged() const;
     void Remember();
 
-    std::vector<int> statuses;                // since the last Connect
-    std::function<void(int)> onStatus;        // called inside the event
-    std::function<void()> onNewFrame;         // the same; NotifyVideoData has to be on
-    std::function<void(const Event&)> onAny;  // the same, of every event
-    double connectMs = 0;                     // how long the last Connect took
-    double frameRate = 0;                     // as last reported
+    std::vector<int> statuses;          // since the last Connect
+    std::function<void(int)> onStatus;  // called inside the event
+    std::function<void()> onNewFrame;   // the same; NotifyVideoData has to be on
+    double connectMs = 0;               // how long the last Connect took
+    double frameRate = 0;               // as last reported
 
   private:
     std::vector<COLORREF> Look() const;
