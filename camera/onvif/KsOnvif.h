@@ -42,6 +42,14 @@ enum KsOnvifTransport : std::uint32_t {
     kKsOnvifMulticast = 4,
 };
 
+/// How pictures are coded.
+enum KsOnvifCodec : std::uint32_t {
+    kKsOnvifAnyCodec = 0,
+    kKsOnvifMpeg4 = 1,
+    kKsOnvifJpeg = 2,
+    kKsOnvifH264 = 4,
+};
+
 /// Whom to ask. Every pointer is valid, at least to an empty text, and only during the call.
 struct KsOnvifCamera {
     const char* host;
@@ -67,8 +75,11 @@ class IKsOnvifMedia {
     /// Names the camera that the other calls are about and forgets the one before. Whether it asks the camera
     /// already is its own affair.
     virtual KsOnvifResult KSONVIF_CALL Open(const KsOnvifCamera* camera) noexcept = 0;
-    /// The token of the profile at the place `streamIndex`, counted from 1.
-    virtual KsOnvifResult KSONVIF_CALL GetProfileByIndex(std::uint32_t streamIndex, char* token,
+    /// The token of the profile at the place `streamIndex`, counted from 1 among those of the camera's video
+    /// source `channel`, counted from 1. `codec` is a KsOnvifCodec: where there are so many profiles of it,
+    /// only those count.
+    virtual KsOnvifResult KSONVIF_CALL GetProfileByIndex(std::uint32_t channel, std::uint32_t streamIndex,
+                                                         std::uint32_t codec, char* token,
                                                          std::uint32_t room) noexcept = 0;
     /// Is there a profile with this token?
     virtual KsOnvifResult KSONVIF_CALL GetProfileByToken(const char* token) noexcept = 0;
@@ -86,7 +97,7 @@ class IKsOnvifMedia {
 /// Raised with every change to the interface above. A library that doesn't serve the version it is asked for
 /// answers kKsOnvifNoInterface and leaves *media null. An object that nevertheless states another version is
 /// released at once, without any other call. Either way our own implementation takes its place.
-inline constexpr std::uint32_t kKsOnvifInterfaceVersion = 1;
+inline constexpr std::uint32_t kKsOnvifInterfaceVersion = 2;
 
 inline constexpr wchar_t kKsOnvifLibraryFile[] = L"KsOnvifDll.dll";
 inline constexpr char kKsOnvifCreateName[] = "KsOnvifCreateMedia";

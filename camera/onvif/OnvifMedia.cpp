@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "camera/onvif/OnvifSession.h"
+#include "camera/onvif/ProfileChoice.h"
 #include "util/Log.h"
 #include "util/Redact.h"
 
@@ -40,7 +41,8 @@ class OnvifMedia final : public IKsOnvifMedia {
     void KSONVIF_CALL Release() noexcept override { delete this; }
     std::uint32_t KSONVIF_CALL InterfaceVersion() noexcept override { return kKsOnvifInterfaceVersion; }
     KsOnvifResult KSONVIF_CALL Open(const KsOnvifCamera* camera) noexcept override;
-    KsOnvifResult KSONVIF_CALL GetProfileByIndex(std::uint32_t streamIndex, char* token,
+    KsOnvifResult KSONVIF_CALL GetProfileByIndex(std::uint32_t channel, std::uint32_t streamIndex,
+                                                 std::uint32_t codec, char* token,
                                                  std::uint32_t room) noexcept override;
     KsOnvifResult KSONVIF_CALL GetProfileByToken(const char* token) noexcept override;
     KsOnvifResult KSONVIF_CALL GetStreamUri(const char* token, std::uint32_t transport, char* uri,
@@ -68,19 +70,21 @@ KsOnvifResult OnvifMedia::Open(const KsOnvifCamera* camera) noexcept {
     });
 }
 
-KsOnvifResult OnvifMedia::GetProfileByIndex(std::uint32_t streamIndex, char* token,
-                                            std::uint32_t room) noexcept {
+KsOnvifResult OnvifMedia::GetProfileByIndex(std::uint32_t channel, std::uint32_t streamIndex,
+                                            std::uint32_t codec, char* token, std::uint32_t room) noexcept {
     return Guarded([&]() -> KsOnvifResult {
         if (token == nullptr) return kKsOnvifNoObject;
-        if (streamIndex == 0) return kKsOnvifBadArgument;
+        if (channel == 0 || streamIndex == 0) return kKsOnvifBadArgument;
         if (const KsOnvifResult result = LearnProfiles(); result != kKsOnvifOk) return result;
         const auto& profiles = m_session->Profiles();
-        if (streamIndex > profiles.size() || profiles[streamIndex - 1].token.empty()) {
-            NORIX_LOG("OnvifMedia::GetProfileByIndex", 1, "no profile %u of %u", streamIndex,
-                      static_cast<unsigned>(profiles.size()));
+        const onvif::Profile* const profile =
+            onvif::ChooseProfile(profiles, channel, streamIndex, static_cast<KsOnvifCodec>(codec));
+        if (profile == nullptr || profile->token.empty()) {
+            NORIX_LOG("OnvifMedia::GetProfileByIndex", 1, "no profile %u of channel %u, of %u", streamIndex,
+                      channel, static_cast<unsigned>(profiles.size()));
             return kKsOnvifNotFound;
         }
-        return Copy(profiles[streamIndex - 1].token, token, room);
+        return Copy(profile->token, token, room);
     });
 }
 

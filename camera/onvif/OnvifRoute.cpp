@@ -40,7 +40,8 @@ std::optional<OnvifStream> AskOnvif(IKsOnvifMedia& media, const OnvifQuestion& q
     stream.profileToken = question.profileToken;
     if (question.profileToken.empty()) {
         std::array<char, kKsOnvifTokenRoom> token{};
-        result = media.GetProfileByIndex(question.streamIndex, token.data(), token.size());
+        result = media.GetProfileByIndex(question.channel, question.streamIndex, question.codec, token.data(),
+                                         token.size());
         if (result < 0) return failed("GetProfileByIndex", result);
         token.back() = '\0';
         stream.profileToken = token.data();

@@ -24,8 +24,10 @@ struct OnvifQuestion {
     std::string user;
     std::string password;
     std::string mediaServiceUri;  // if not empty, it names host and port as well
-    std::string profileToken;     // if not empty, it counts and streamIndex doesn't
+    std::string profileToken;     // if not empty, it counts and the next three don't
+    std::uint32_t channel = 1;
     std::uint32_t streamIndex = 1;
+    KsOnvifCodec codec = kKsOnvifAnyCodec;
     std::uint32_t protocol = kKsOnvifUdp;  // 1 to 4 as KsOnvifTransport; nothing is asked for any other
 };
 

@@ -73,6 +73,13 @@ std::uint32_t FrameRate(const pugi::xml_node& node) {
     return protocol::parseNumber(protocol::take(whole, '.'), kMost).value_or(0);
 }
 
+KsOnvifCodec CodecOf(const pugi::xml_node& encoding) {
+    const std::string name = TextOf(encoding);
+    if (name == "JPEG") return kKsOnvifJpeg;
+    if (name == "MPEG4") return kKsOnvifMpeg4;
+    return name == "H264" ? kKsOnvifH264 : kKsOnvifAnyCodec;
+}
+
 }  // namespace
 
 bool Fault::IsDenial() const {
@@ -123,6 +130,8 @@ std::optional<std::vector<Profile>> ParseProfiles(std::string_view text) {
         if (profiles.size() == kOnvifMostProfiles) break;
         Profile profile;
         profile.token = node.attribute("token").value();
+        profile.source = TextOf(Descend(node, {"VideoSourceConfiguration", "SourceToken"}));
+        profile.codec = CodecOf(Descend(node, {"VideoEncoderConfiguration", "Encoding"}));
         profile.frameRateLimit =
             FrameRate(Descend(node, {"VideoEncoderConfiguration", "RateControl", "FrameRateLimit"}));
         profiles.push_back(std::move(profile));

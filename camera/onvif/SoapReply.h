@@ -9,10 +9,14 @@
 #include <string_view>
 #include <vector>
 
+#include "camera/onvif/KsOnvif.h"
+
 namespace norix::onvif {
 
 struct Profile {
-    std::string token;                 // as the camera wrote it, also if empty
+    std::string token;   // as the camera wrote it, also if empty
+    std::string source;  // the token of its video source; empty: it names none
+    KsOnvifCodec codec = kKsOnvifAnyCodec;
     std::uint32_t frameRateLimit = 0;  // pictures per second, at most 1000; 0: not stated
 };
 

@@ -15,6 +15,8 @@ void SetField(Dialogue& dialogue, std::string_view name, const std::string& valu
     if (name == "password") question.password = value;
     if (name == "mediaService") question.mediaServiceUri = value;
     if (name == "token") question.profileToken = value;
+    if (name == "channel") question.channel = number;
+    if (name == "codec") question.codec = static_cast<norix::KsOnvifCodec>(number);
     if (name == "index") question.streamIndex = number;
     if (name == "protocol") question.protocol = number;
     if (name == "expect") dialogue.expected = value;

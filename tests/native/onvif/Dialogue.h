@@ -1,7 +1,7 @@
 #pragma once
 
 // Conversations with cameras, as files. Each begins with lines "name: value":
-//   host, port, secure, user, password, mediaService, token, index, protocol   what is asked
+//   host, port, secure, user, password, mediaService, token, channel, index, codec, protocol   what is asked
 //   expect    "URI TOKEN RATE", or "nothing"
 //   sent      must be in one of the requests' bodies, in this order
 //   log       must be in the log, in any order; never: must not

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "Dialogue.h"
+#include "camera/onvif/ProfileChoice.h"
 #include "camera/onvif/SoapReply.h"
 #include "camera/onvif/SoapRequest.h"
 #include "protocol/Digest.h"
@@ -109,6 +110,27 @@ TEST(OnvifLimits, OfRepliesAndProfiles) {
     EXPECT_EQ(stream(1, deep), "nothing");
 }
 
+TEST(OnvifProfiles, AreMeantByChannelStreamAndCodec) {
+    const std::vector<onvif::Profile> profiles = {
+        {"a1", "a", kKsOnvifH264, 0}, {"a2", "a", kKsOnvifJpeg, 0}, {"b1", "b", kKsOnvifJpeg, 0},
+        {"a3", "a", kKsOnvifH264, 0}, {"b2", "b", kKsOnvifH264, 0},
+    };
+    const struct {
+        std::uint32_t channel, stream;
+        KsOnvifCodec codec;
+        const char* token;
+    } cases[] = {
+        {1, 1, kKsOnvifAnyCodec, "a1"}, {1, 2, kKsOnvifAnyCodec, "a2"}, {1, 3, kKsOnvifAnyCodec, "a3"},
+        {1, 4, kKsOnvifAnyCodec, ""},   {2, 1, kKsOnvifAnyCodec, "b1"}, {2, 2, kKsOnvifAnyCodec, "b2"},
+        {9, 1, kKsOnvifAnyCodec, "b1"}, {1, 2, kKsOnvifH264, "a3"},     {1, 1, kKsOnvifJpeg, "a2"},
+        {1, 3, kKsOnvifJpeg, "a3"},     {2, 1, kKsOnvifH264, "b2"},     {2, 0, kKsOnvifH264, ""},
+    };
+    for (const auto& c : cases) {
+        const onvif::Profile* const chosen = onvif::ChooseProfile(profiles, c.channel, c.stream, c.codec);
+        EXPECT_EQ(chosen ? chosen->token : "", c.token) << c.channel << " " << c.stream << " " << c.codec;
+    }
+}
+
 // A camera that takes 2.5 seconds for each answer, and never has one that helps.
 TEST(OnvifLimits, OfTime) {
     struct SlowCamera : HttpTransport {
@@ -140,7 +162,7 @@ TEST(OnvifMedia, KeepsTheContractOfTheInterface) {
     const OnvifMediaPtr media = CreateOnvifMedia(camera, QuietSurroundings());
     std::array<char, 3> token{};
     std::uint32_t limit = 7;
-    EXPECT_EQ(media->GetProfileByIndex(1, token.data(), token.size()), kKsOnvifFail);  // not opened
+    EXPECT_EQ(media->GetProfileByIndex(1, 1, 0, token.data(), token.size()), kKsOnvifFail);  // not opened
     EXPECT_EQ(media->Open(nullptr), kKsOnvifNoObject);
     KsOnvifCamera whom{"", 80, 0, "", "", "rtsp://camera/media"};
     EXPECT_EQ(media->Open(&whom), kKsOnvifBadArgument);
@@ -149,9 +171,9 @@ TEST(OnvifMedia, KeepsTheContractOfTheInterface) {
     whom.mediaService = "http://camera/media";
     ASSERT_EQ(media->Open(&whom), kKsOnvifOk);
 
-    EXPECT_EQ(media->GetProfileByIndex(0, token.data(), token.size()), kKsOnvifBadArgument);
-    EXPECT_EQ(media->GetProfileByIndex(1, token.data(), 2), kKsOnvifTooSmall);
-    EXPECT_EQ(media->GetProfileByIndex(1, token.data(), token.size()), kKsOnvifOk);
+    EXPECT_EQ(media->GetProfileByIndex(1, 0, 0, token.data(), token.size()), kKsOnvifBadArgument);
+    EXPECT_EQ(media->GetProfileByIndex(1, 1, 0, token.data(), 2), kKsOnvifTooSmall);
+    EXPECT_EQ(media->GetProfileByIndex(1, 1, 0, token.data(), token.size()), kKsOnvifOk);
     EXPECT_STREQ(token.data(), "p1");
     EXPECT_EQ(media->GetProfileByToken("p2"), kKsOnvifNotFound);
     EXPECT_EQ(media->GetFrameRateLimit("p1", &limit), kKsOnvifOk);

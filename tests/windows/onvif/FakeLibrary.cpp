@@ -31,7 +31,7 @@ class Media final : public IKsOnvifMedia {
     KsOnvifResult KSONVIF_CALL Open(const KsOnvifCamera*) noexcept override {
         return kKsOnvifOk;
     }
-    KsOnvifResult KSONVIF_CALL GetProfileByIndex(std::uint32_t, char* token,
+    KsOnvifResult KSONVIF_CALL GetProfileByIndex(std::uint32_t, std::uint32_t, std::uint32_t, char* token,
                                                  std::uint32_t room) noexcept override {
         // As careless as a library may be: the text isn't ended.
         std::memset(token, 't', room);
