@@ -21,7 +21,7 @@ long CNorixSDKCtrl::StartRecording(short format) {
     const std::wstring root = web ? m_trust.FileFolder() : std::wstring();
     if (web && root.empty()) {
         OnRecordStatus(ersPathInvalid);
-        return E_ACCESSDENIED;
+        return S_OK;  // what comes of a recording is told by its status
     }
     m_recorder.SetLevel(m_trust.Level());
     m_recorder.SetPageFolder(root);
