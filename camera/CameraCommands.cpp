@@ -85,6 +85,7 @@ CameraCommands::Reply CameraCommands::Request(std::string_view sendType, std::st
     const HttpReply reply = m_transport->Send(request);
     m_status = reply.answered ? reply.status : 0;
     m_unauthorized = m_status == kUnauthorized;
+    m_failure = reply.failure;
     if (!reply.answered) return {std::string(kErrorReply), true};
     m_reached = true;
     if (auto charset = FindCharset(reply.headers)) m_charset = std::move(*charset);
@@ -199,6 +200,7 @@ Result CameraCommands::SaveMotionSettings(const StreamSelection& selection, Moti
 CameraCommands::Outcome CameraCommands::RequestCameraInformation(StreamSelection& selection) {
     m_reached = false;
     m_unauthorized = false;
+    m_failure.clear();
     const auto begin = std::chrono::steady_clock::now();
     const auto inform = [&] {
         // A wrong password is not tried over and over: cameras may lock a user out for that. And nobody waits
@@ -215,7 +217,7 @@ CameraCommands::Outcome CameraCommands::RequestCameraInformation(StreamSelection
         return kResultOk;
     };
     const Result result = inform();
-    return {result, m_reached, m_unauthorized};
+    return {result, m_reached, m_unauthorized, m_failure};
 }
 
 std::wstring CameraCommands::ServerModelType() {

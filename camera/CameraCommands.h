@@ -92,6 +92,7 @@ class CameraCommands {
         Result result = kResultOk;
         bool reached = false;       // the server answered at least once, whatever it said
         bool unauthorized = false;  // its last answer was 401
+        std::string failure;        // why it was not reached, for a person
     };
     /// All of the above but the last, in this order; the first failure, or refusal of the user, ends it. Fits
     /// `selection`.
@@ -144,6 +145,7 @@ class CameraCommands {
     unsigned m_status = 0;  // of the last reply; 0: there was none
     bool m_reached = false;
     bool m_unauthorized = false;
+    std::string m_failure;  // of the last request
 };
 
 }  // namespace norix

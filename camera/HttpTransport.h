@@ -28,7 +28,8 @@ struct HttpReply {
     unsigned status = 0;    // 200...
     std::string headers;    // lines with CR LF, the status line first
     std::string body;
-    bool stalled = false;  // the body did not come to its end in time; it is empty then
+    bool stalled = false;      // the body did not come to its end in time; it is empty then
+    std::string failure = {};  // not answered: why, for a person (net/Failure.h); empty: nothing known
 };
 
 /// How requests reach a camera. Send blocks until the reply is there, at most 1000 ms in each phase (connect,

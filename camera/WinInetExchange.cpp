@@ -4,6 +4,7 @@
 #include <array>
 
 #include "camera/HttpPolicy.h"
+#include "net/Failure.h"
 #include "protocol/Origin.h"
 #include "util/Log.h"
 #include "util/Text.h"
@@ -71,6 +72,19 @@ void AcceptAnyIssuer(HINTERNET request) {
 bool IsForTheCertificate(DWORD error) {
     return error == ERROR_INTERNET_INVALID_CA || error == ERROR_INTERNET_SEC_CERT_CN_INVALID ||
            error == ERROR_INTERNET_SEC_CERT_ERRORS;
+}
+
+std::string FailureOf(DWORD error) {
+    switch (error) {
+        case ERROR_INTERNET_NAME_NOT_RESOLVED:
+            return net::failureOfError(net::kNameNotFound);
+        case ERROR_INTERNET_TIMEOUT:
+            return net::kNoAnswer;
+        case ERROR_INTERNET_CANNOT_CONNECT:
+            return net::failureOfError(WSAECONNREFUSED);
+        default:
+            return net::failureOfError(WSAECONNRESET);
+    }
 }
 
 }  // namespace
@@ -152,9 +166,12 @@ HttpReply WinInetExchange::Send(const HttpRequest& request, const std::string& a
         SetLastError(error);
         LogFailure("A request");
     }
-    // Nothing counts from a server whose certificate was not seen, or not accepted.
-    if (!sent || verdict != CertificateGuard::Verdict::Accepted) return {};
     HttpReply reply;
+    // Nothing counts from a server whose certificate was not seen, or not accepted.
+    if (!sent || verdict != CertificateGuard::Verdict::Accepted) {
+        reply.failure = m_certificateRefused ? net::kCertificate : FailureOf(error);
+        return reply;
+    }
     reply.answered = ReadHeaders(reply);
     return reply;
 }

@@ -9,6 +9,7 @@
 #include "camera/ExchangeWatch.h"
 #include "camera/HttpPolicy.h"
 #include "camera/WinInetExchange.h"
+#include "net/Failure.h"
 #include "net/KnownServers.h"
 #include "net/Redirection.h"
 #include "util/Log.h"
@@ -29,10 +30,6 @@ bool AllowSelfSignedCertificate() {
 std::string ClientNonce() {
     std::random_device device;
     return std::to_string(device()) + std::to_string(device());
-}
-
-bool AllowPlainWithHttps() {
-    return util::IntReg(HKEY_CURRENT_USER, util::kClientSettingKey, L"AllowPlainWithHttps").Value() != 0;
 }
 
 // One request, on an exchange that is made for it. Which kind of certificate the server has is tried: the
@@ -66,7 +63,7 @@ void Converse(HttpRequest request, bool allowSelfSigned, ExchangeWatch& watch) {
     while (!watch.Abandoned()) {
         HttpReply reply =
             Ask(exchange, watch, request, answer ? answer->line : std::string(), allowSelfSigned);
-        if (!reply.answered) return;
+        if (!reply.answered) return watch.SetReply(std::move(reply));
         if (answer && reply.status < kClientError)
             net::KnownServers::get().accepted(OriginOf(request), answer->kind);
         if (!answer) {
@@ -98,7 +95,7 @@ HttpReply WinInetTransport::Send(const HttpRequest& request) {
     if (!IsHost(request.host) || request.port == 0) return {};
     const auto watch = std::make_shared<ExchangeWatch>();
     const bool allowSelfSigned = AllowSelfSignedCertificate();
-    if (request.secure) net::KnownServers::get().askedSecurely(request.host, AllowPlainWithHttps());
+    if (request.secure) net::KnownServers::get().askedSecurely(request.host, util::AllowsPlainWithHttps());
     const bool started = util::StartLooseThread([watch, request, allowSelfSigned] {
         try {
             Converse(request, allowSelfSigned, *watch);
@@ -110,11 +107,14 @@ HttpReply WinInetTransport::Send(const HttpRequest& request) {
         watch->Finish();
     });
     if (!started) return {};
-    if (!watch->WaitForFinish()) {
+    const bool finished = watch->WaitForFinish();
+    if (!finished) {
         watch->Abandon();
         NORIX_LOG("WinInetTransport::Send", 1, "No reply in time from %s", request.host.c_str());
     }
-    return watch->TakeReply();
+    HttpReply reply = watch->TakeReply();
+    if (!finished && !reply.answered) reply.failure = net::kNoAnswer;
+    return reply;
 }
 
 }  // namespace norix

@@ -64,6 +64,14 @@ protocol::HostRoute ControlAsConnectionHost::Route() const {
 bool ControlAsConnectionHost::MayReachGroups() {
     return m_control.Trust().AdmitGroups();
 }
+std::function<bool()> ControlAsConnectionHost::GroupRule() const {
+    return [reach = m_control.Trust().Connections()] { return reach->MayJoinGroups(); };
+}
+PlainStream ControlAsConnectionHost::JudgePlainStream(const std::string& host) {
+    if (util::AllowsPlainWithHttps()) return PlainStream::Silently;
+    if (!m_control.Trust().IsWeb()) return PlainStream::Told;
+    return m_control.Trust().AdmitInClear(host) ? PlainStream::Silently : PlainStream::Refused;
+}
 bool ControlAsConnectionHost::IsTrusted() {
     return !m_control.Trust().IsWeb();
 }
@@ -98,6 +106,10 @@ void ControlAsConnectionHost::Redraw() {
     if (HasWindow()) m_control.ViewChanged();
 }
 
+void ControlAsConnectionHost::ShowStatusText(const std::string& text) {
+    m_control.ShowStatusText(util::Utf8ToWide(text));
+}
+
 void ControlAsConnectionHost::FireStatus(EConnectStatus status) {
     m_control.FireEvent(events::OnConnStatus, static_cast<short>(status));
 }
@@ -111,6 +123,10 @@ void ControlAsConnectionHost::ReportFrameRate(int picturesPerSecond) {
 }
 void ControlAsConnectionHost::AskForSignIn() {
     if (HasWindow()) PostMessageW(m_control.Handle(), WM_OnShowAuthDialog, 0, 0);
+}
+
+void ControlAsConnectionHost::WithdrawSignIn() {
+    m_control.WithdrawSignIn();
 }
 
 void ControlAsConnectionHost::ConnectionBegins() {

@@ -20,6 +20,8 @@ class ControlAsConnectionHost final : public ConnectionHost {
     UserChoices ReadUserChoices() override;
     bool MayReach(const std::string& host) override;
     bool MayReachGroups() override;
+    std::function<bool()> GroupRule() const override;
+    PlainStream JudgePlainStream(const std::string& host) override;
     bool IsTrusted() override;
     protocol::HostRoute Route() const override;
     bool WaitForWindow() override;
@@ -30,9 +32,11 @@ class ControlAsConnectionHost final : public ConnectionHost {
     void ShowCaption(const std::wstring& caption) override;
     std::wstring Caption() const override;
     void Redraw() override;
+    void ShowStatusText(const std::string& text) override;
     void FireStatus(EConnectStatus status) override;
     void ReportFrameRate(int picturesPerSecond) override;
     void AskForSignIn() override;
+    void WithdrawSignIn() override;
     void ConnectionBegins() override;
     void EndDigitalPtz() override;
     void ConnectionEnds() override;

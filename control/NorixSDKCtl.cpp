@@ -83,7 +83,7 @@ IUnknown* CNorixSDKCtrl::CNorixSDKCtrlFactory::CreateObject() {
 CNorixSDKCtrl::CNorixSDKCtrl()
     : COleControl(kControl, Table()), m_objectSafety(*this), m_trust([this] {
           const bool untrusted = (m_objectSafety.Enabled() & INTERFACESAFE_FOR_UNTRUSTED_CALLER) != 0;
-          return TrustGuard::Host{Embedding().Site(), untrusted, Handle()};
+          return TrustGuard::Host{Embedding().Site(), untrusted, Handle(), &InPlaceState()};
       }) {
     util::ReadLogSwitches();
     net::rememberServersInRegistry();

@@ -82,6 +82,12 @@ class CNorixSDKCtrl final : public framework::COleControl,
     /// How the picture is to look has changed: shows it so.
     void ViewChanged();
 
+    /// One line in the container's status bar; empty takes it away.
+    void ShowStatusText(const std::wstring& text) { InPlaceState().ShowStatusText(text); }
+
+    /// A sign-in that was asked for is not wanted any more.
+    void WithdrawSignIn();
+
     /// The control has changed a property by itself: tells those who bind to it.
     void NotifyChanged(const wchar_t* property);
 
@@ -284,6 +290,7 @@ class CNorixSDKCtrl final : public framework::COleControl,
     bool m_winsockStarted = false;
     bool m_userInterfaceDead = false;  // the container wants no reaction to the user (ambient UIDead)
     bool m_signInOpen = false;
+    bool m_signInWithdrawn = false;  // the host has ended the connection since it was asked for
 };
 
 }  // namespace norix

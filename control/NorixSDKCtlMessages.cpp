@@ -173,6 +173,7 @@ void CNorixSDKCtrl::OnShowAuthDialog() {
     // Another rejection may come while the user is still typing.
     if (!m_properties.showUserAuthenticationDialog || m_signInOpen) return;
     m_signInOpen = true;
+    m_signInWithdrawn = false;
     const std::vector<protocol::Origin> wanting = m_camera.Who().Wanting(m_camera.WebOrigin());
     const bool web = m_trust.IsWeb();
     std::optional<Credentials> entered;
@@ -195,7 +196,18 @@ void CNorixSDKCtrl::OnShowAuthDialog() {
         NotifyChanged(L"password");
         m_camera.Who().MarkHostsAsTyped(true);
     }
-    m_connection.OnSignedIn();
+    if (!m_signInWithdrawn) m_connection.OnSignedIn();
+}
+
+void CNorixSDKCtrl::WithdrawSignIn() {
+    m_signInWithdrawn = true;
+    MSG message;
+    while (HasWindow() &&
+           PeekMessageW(&message, Handle(), WM_OnShowAuthDialog, WM_OnShowAuthDialog, PM_REMOVE)) {
+        if (message.message != WM_QUIT) continue;  // it passes every filter
+        PostQuitMessage(static_cast<int>(message.wParam));
+        return;
+    }
 }
 
 }  // namespace norix

@@ -180,6 +180,11 @@ void InPlace::TellDeactivated(IOleInPlaceSite* site) {
     if (site != nullptr && m_owner.Embedding().Site() != nullptr) site->OnInPlaceDeactivate();
 }
 
+void InPlace::ShowStatusText(const std::wstring& text) {
+    const ComPtr<IOleInPlaceFrame> frame = m_frame;
+    if (frame != nullptr) frame->SetStatusText(text.c_str());
+}
+
 InPlace::Modal::Modal(InPlace& inPlace) : m_frame(inPlace.m_frame) {
     if (m_frame != nullptr) m_frame->EnableModeless(FALSE);
 }

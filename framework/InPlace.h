@@ -6,6 +6,7 @@
 #include <wrl/client.h>
 
 #include <optional>
+#include <string>
 
 #include "framework/InterfacePart.h"
 
@@ -54,6 +55,10 @@ class InPlace final : public InterfacePart<COleControl, IOleInPlaceObject, IOleI
     void OnMouseActivate();
     /// Puts the window where the container wanted it last.
     void PlaceAgain();
+
+    /// Shows a line in the container's status bar while active; an empty one takes it away. Calls the
+    /// container.
+    void ShowStatusText(const std::wstring& text);
 
     /// For the time of a modal dialog of ours: the container's modeless windows are disabled.
     class Modal {

@@ -79,6 +79,8 @@ void CCtrlParam::ResetForNewStream() {
     soundPlayed.Set(true);
     streamForm.Set(StreamForm::Unknown);
     refusal.Set(0);
+    groupsRefused.Set(false);
+    failure.Set({});
     for (auto& level : regionLevel)
         level.Set(0);
     m_pictureWidth.Set(0);

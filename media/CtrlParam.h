@@ -100,6 +100,10 @@ class CCtrlParam {
 
     /// The status (RTSP, HTTP) with which the stream's server has refused it; 0: it has not.
     Shared<std::int32_t> refusal{0};
+    /// The server has named multicast groups that the host's page was not allowed to join.
+    Shared<bool> groupsRefused{false};
+    /// Why the stream does not come, or no longer, for the user (net/Failure.h); empty: nothing known.
+    Guarded<std::string> failure;
 
     // ---- Written by the decode thread
 

@@ -72,12 +72,6 @@ bool KnownServers::wantsSecurity(const std::string& host) {
     return m_secureHosts.contains(protocol::plainHost(host));
 }
 
-void KnownServers::notePlainStream(const protocol::Origin& server) {
-    if (!wantsSecurity(server.host)) return;
-    NORIX_LOG("KnownServers::notePlainStream", 1, "The stream from %s is not encrypted; requests are",
-              protocol::toText(server).c_str());
-}
-
 bool KnownServers::isPinned(const protocol::Origin& server, const std::string& fingerprint) {
     const std::string name = certificateName(server);
     if (const auto known = recall(name)) return *known == fingerprint;

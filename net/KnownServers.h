@@ -42,9 +42,6 @@ class KnownServers {
     /// Whether askedSecurely was called for the host, without leave for what goes in clear.
     bool wantsSecurity(const std::string& host);
 
-    /// Says in the log when a stream from there, in clear, begins although the host is asked by HTTPS.
-    void notePlainStream(const protocol::Origin& server);
-
     /// Whether this is the certificate (its fingerprint, as text) that was accepted for the server before;
     /// the first one that is shown for it is.
     bool isPinned(const protocol::Origin& server, const std::string& fingerprint);

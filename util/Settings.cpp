@@ -122,6 +122,10 @@ uint32_t RecordBufferSize() noexcept {
 
 }  // namespace Settings
 
+bool AllowsPlainWithHttps() {
+    return IntReg(HKEY_CURRENT_USER, kClientSettingKey, L"AllowPlainWithHttps").Value() != 0;
+}
+
 ClientOptions ReadClientOptions() noexcept {
     try {
         CRegistryEx key;

@@ -66,6 +66,9 @@ struct ClientOptions {
     uint32_t protocol = 0;
 };
 
+/// Whether the user lets what a camera that is asked by HTTPS sends in clear come without a word.
+bool AllowsPlainWithHttps();
+
 /// Creates the key when it is missing, for the dialog to find.
 ClientOptions ReadClientOptions() noexcept;
 

@@ -1,5 +1,7 @@
 #include "control/connection/CameraInquiry.h"
 
+#include <algorithm>
+
 #include "control/connection/StreamAddress.h"
 
 namespace norix {
@@ -24,6 +26,9 @@ void CameraInquiry::Run() {
         onvif.password = access.password;
     }
     onvif.protocol = static_cast<std::uint32_t>(protocol);
+    onvif.channel = static_cast<std::uint32_t>(std::max(selection.channel, 1));
+    onvif.streamIndex = static_cast<std::uint32_t>(std::max(selection.stream, 1));
+    if (known || codecChosen) onvif.codec = static_cast<KsOnvifCodec>(selection.codec);
     KsOnvifResult result = kKsOnvifOk;
     stream = AskOnvif(services->Onvif(), onvif, &result);
     onvifDenied = result == kKsOnvifDenied;

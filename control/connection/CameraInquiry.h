@@ -30,6 +30,7 @@ struct CameraInquiry {
     CameraCommands commands;
     protocol::Origin asked;  // the web server that `commands` begin with
     StreamSelection selection;
+    bool codecChosen = false;  // by the user; else the camera's list has to name it
     EConnectProtocol protocol = ecpUDP;
     bool streamKnown = false;  // the host has said where the stream is: nobody is asked for that
     OnvifQuestion onvif;       // all but the server's address

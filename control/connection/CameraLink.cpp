@@ -1,6 +1,5 @@
 #include "control/connection/CameraLink.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "protocol/Url.h"
@@ -34,6 +33,12 @@ SignIn CameraLink::SignInFor(const protocol::Origin& place) {
 protocol::Origin CameraLink::WebOrigin() {
     const CameraAccess& access = Commands().access;
     return OriginOf(access, access.serverIP);
+}
+
+void CameraLink::AskBy(std::optional<std::uint16_t> httpsPort) {
+    Commands();  // forgets the scheme of another camera
+    m_https = httpsPort.has_value();
+    m_httpsPort = httpsPort.value_or(kDefaultHttpsPort);
 }
 
 CameraCommands& CameraLink::Commands() {
@@ -83,7 +88,6 @@ std::shared_ptr<CameraInquiry> CameraLink::Prepare(const StreamSelection& select
     }
     inquiry->asked = OriginOf(commands.access, commands.access.serverIP);
     inquiry->onvif.profileToken = settings.profileToken;
-    inquiry->onvif.streamIndex = static_cast<std::uint32_t>(std::max(settings.stream, 1));
     return inquiry;
 }
 
@@ -112,7 +116,8 @@ void CameraLink::Take(const CameraInquiry& inquiry) {
 void CameraLink::RequestKeyFrame(std::int32_t channel, std::int32_t stream) {
     const auto services = m_means.MakeCameraServices();
     const auto commands = std::make_shared<CameraCommands>(services->Transport(), Commands());
-    m_means.RunBeside([services, commands, channel, stream] { commands->RequestIFrame(channel, stream); });
+    m_keyFrames->Ask(m_means,
+                     [services, commands, channel, stream] { commands->RequestIFrame(channel, stream); });
 }
 
 }  // namespace norix

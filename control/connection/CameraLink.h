@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -8,6 +9,7 @@
 #include "control/connection/CameraInquiry.h"
 #include "control/connection/ConnectionHost.h"
 #include "control/connection/ConnectionMeans.h"
+#include "control/connection/KeyFrameRequests.h"
 #include "control/connection/SignIns.h"
 #include "protocol/Origin.h"
 
@@ -40,6 +42,9 @@ class CameraLink {
     /// The command channel for another server: with the sign-in of that one, if any.
     CameraCommands& CommandsFor(const std::string& host);
 
+    /// An address of the host says by which scheme the camera is asked; `httpsPort` where it is HTTPS.
+    void AskBy(std::optional<std::uint16_t> httpsPort);
+
     /// Where the camera's web server is, as the properties and the camera say.
     protocol::Origin WebOrigin();
     /// Who signs in where, with what the properties say now.
@@ -54,6 +59,7 @@ class CameraLink {
     ConnectionMeans& m_means;
     SignIns m_signIns;
     const std::shared_ptr<CameraServices> m_services;
+    const std::shared_ptr<KeyFrameRequests> m_keyFrames = std::make_shared<KeyFrameRequests>();
     CameraCommands m_commands;
     std::pair<std::string, std::int32_t> m_known;  // host and port of the camera last read
     bool m_https = false;                          // as the camera at that server said

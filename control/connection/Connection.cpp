@@ -8,6 +8,8 @@
 #include "camera/FrameRateIndex.h"
 #include "control/connection/StreamAddress.h"
 #include "media/MediaPlatform.h"
+#include "net/Failure.h"
+#include "net/KnownServers.h"
 #include "protocol/Url.h"
 #include "util/Log.h"
 #include "util/Redact.h"
@@ -23,39 +25,14 @@ constexpr unsigned kReportsMs = 500;
 /// Beyond all limits that a conversation with a camera keeps by itself.
 constexpr unsigned kStepLimitMs = 20000;
 
-/// How each status shows itself. A null caption leaves the caption and picture as they are.
-struct StatusAppearance {
-    const char* name;
-    const wchar_t* caption;
-    bool failure;  // ends the session
-};
-
-const StatusAppearance& AppearanceOf(EConnectStatus status) {
-    static constexpr StatusAppearance kAppearances[] = {
-        {"eConnecting", L"Connecting...", false},
-        {"eConnected", L"Connected!", false},
-        {"eDisconnect", L"Disconnect!", false},
-        {"eConnectFail", L"Connect Fail!", true},
-        {"eMulticastError", L"Multicast Conflict!", false},
-        {"eUserAuthenticationFail", L"Authentication Fail!", true},
-    };
-    static constexpr StatusAppearance kUnknown = {"unknown", nullptr, false};
-    const auto index = static_cast<std::size_t>(status);
-    return index < std::size(kAppearances) ? kAppearances[index] : kUnknown;
-}
-
-/// The codec that the user's setting prefers: one of VideoCodec's numbers, or H.264.
-VideoCodec PreferredCodec(std::uint32_t videoOption) {
+/// The user's setting prefers a codec: one of VideoCodec's numbers.
+bool IsPreference(std::uint32_t videoOption) {
     const auto codec = static_cast<VideoCodec>(videoOption);
-    return codec == VideoCodec::Mpeg4 || codec == VideoCodec::Mjpeg ? codec : VideoCodec::H264;
+    return codec == VideoCodec::Mpeg4 || codec == VideoCodec::Mjpeg;
 }
 
-/// Texts of our own and of protocols.
-std::wstring Widen(const std::string& ascii) {
-    std::wstring text;
-    for (const char c : ascii)
-        text += c > 0 && c < 0x7F ? static_cast<wchar_t>(c) : L'?';
-    return text;
+VideoCodec PreferredCodec(std::uint32_t videoOption) {
+    return IsPreference(videoOption) ? static_cast<VideoCodec>(videoOption) : VideoCodec::H264;
 }
 
 /// 0 or less: not known.
@@ -68,7 +45,11 @@ void SetServerFrameRate(CCtrlParam& param, std::int32_t framesPerSecond) {
 
 Connection::Connection(ConnectionHost& host, ConnectionMeans& means, CameraLink& camera,
                        std::shared_ptr<SessionContext> session)
-    : m_host(host), m_means(means), m_camera(camera), m_session(std::move(session)) {}
+    : m_host(host),
+      m_means(means),
+      m_camera(camera),
+      m_session(std::move(session)),
+      m_display(m_host, *m_session) {}
 Connection::~Connection() = default;
 
 // ---- Connecting
@@ -96,7 +77,7 @@ void Connection::WorkOn(unsigned number) {
         const std::shared_ptr<StepSignal> signal = m_attempt.signal;
         const bool done = m_means.Await(*signal, kStepLimitMs);
         if (!IsCurrent(number)) return;
-        if (!done) return Fail();
+        if (!done) return Fail(ecsConnectFail, net::kNoAnswer);
         OnStepDone(step);
     }
 }
@@ -137,11 +118,12 @@ void Connection::Start() {
     m_attempt.protocol = ChooseProtocol(settings.videoProtocol, choices.protocol);
     m_attempt.media = ChooseMedia(settings.mediaType);
     m_attempt.selection = {settings.channel, settings.stream, PreferredCodec(choices.video)};
+    m_attempt.codecChosen = IsPreference(choices.video);
     const unsigned number = m_attempts;
     const bool allowed = MayReachAll();
     // The user may have been asked, and the host may have ended the attempt meanwhile.
     if (!IsCurrent(number)) return;
-    if (!allowed) return Fail();
+    if (!allowed) return Fail(ecsConnectFail, net::kMayNotReach);
 
     const bool push = settings.onPage && m_attempt.protocol == ecpMulticastPush;
     if (push) return StartStream();
@@ -176,6 +158,7 @@ void Connection::LocateCamera() {
         if (const auto location = norix::LocateCamera(settings.streamUri, settings.mediaServiceUri)) {
             m_host.SetServerIP(location->host);
             if (location->httpPort) m_host.SetHttpPort(*location->httpPort);
+            if (location->httpPort || location->httpsPort) m_camera.AskBy(location->httpsPort);
             BindAddressSignIn(*location);
         }
     }
@@ -229,6 +212,7 @@ void Connection::NextStep() {
 /// Has a worker ask the camera; true when the stream has to wait for that.
 bool Connection::Ask() {
     auto inquiry = m_camera.Prepare(m_attempt.selection, m_attempt.protocol);
+    inquiry->codecChosen = m_attempt.codecChosen;
     const auto runBeside = [&](const std::shared_ptr<StepSignal>& signal) {
         return m_means.RunBeside([inquiry, signal] {
             const util::CTimeDiff timing("CNorixSDKCtrl::Connect() SendCGICommand");
@@ -285,7 +269,13 @@ void Connection::TakeInquiry(const CameraInquiry& inquiry) {
     m_camera.Take(inquiry);
     m_attempt.selection = inquiry.selection;
     m_attempt.reached = inquiry.outcome.reached;
+    m_attempt.silence = inquiry.outcome.failure;
     m_attempt.onvif = inquiry.stream;
+    if (m_attempt.onvif) {
+        const auto service = protocol::parseUrl(inquiry.onvif.mediaServiceUri);
+        m_attempt.onvif->uri =
+            ReachableStreamUri(m_attempt.onvif->uri, service ? service->host : inquiry.onvif.host);
+    }
     m_refused = inquiry.outcome.unauthorized;
     m_onvifDenied = inquiry.onvifDenied;
 }
@@ -315,17 +305,20 @@ void Connection::StartStream() {
     if (!AwaitParam(m_hostWaits)) {
         if (!IsCurrent(number)) return;
         NORIX_LOG("CNorixSDKCtrl::Connect", 1, "a thread of the previous connection has not ended yet");
-        return Fail();
+        return Fail(ecsConnectFail, "the connection before has not ended yet");
     }
     Prepare();
     const bool overHttp =
         m_host.Settings().streamUri.empty() && StreamsOverHttp(m_attempt.protocol, m_attempt.selection.codec);
     if (overHttp) {
         // The stream comes from the same server and port that has just not answered.
-        if ((m_attempt.asked && !m_attempt.reached) || !StartHttp()) Fail();
+        if (m_attempt.asked && !m_attempt.reached) return Fail(ecsConnectFail, m_attempt.silence);
+        if (!StartHttp() && IsCurrent(number)) Fail();
         return;
     }
-    if (!StartRtsp()) return Fail();
+    const bool started = StartRtsp();
+    if (!IsCurrent(number)) return;
+    if (!started) return Fail();
     NORIX_LOG("CNorixSDKCtrl::Connect", 1, "CNorixSDKCtrl::Connect(%s) ends",
               m_host.Settings().serverIP.c_str());
     End(0);
@@ -336,10 +329,11 @@ void Connection::End(long result) {
     m_attempt.step = 0;
 }
 
-/// Reports that nothing was started.
-void Connection::Fail(EConnectStatus status) {
+/// Reports that nothing was started. `reason` is for the user.
+void Connection::Fail(EConnectStatus status, const std::string& reason) {
     End(-1);
-    NORIX_LOG("CNorixSDKCtrl::Connect", 1, "OnConnectStatus(%s)", AppearanceOf(status).name);
+    if (!reason.empty()) m_attempt.failure = reason;
+    NORIX_LOG("CNorixSDKCtrl::Connect", 1, "OnConnectStatus(%s)", StatusDisplay::NameOf(status));
     HandleStatus(Interpret(status));
 }
 
@@ -364,10 +358,32 @@ void Connection::DescribeStream() {
     SetServerFrameRate(param,
                        FramesPerSecondOfIndex(video.standard, video.frameRateType, video.frameRateLimit)
                            .value_or(video.frameRateLimit));
-    param.captionText.Set(video.text + Widen(ConnectionCaption("", m_attempt.media, m_attempt.protocol)));
+    const std::string how = ConnectionCaption("", m_attempt.media, m_attempt.protocol);
+    param.captionText.Set(video.text + std::wstring(how.begin(), how.end()));
+}
+
+/// Streams are not encrypted. Where the camera is asked by HTTPS, its stream does not come in clear behind
+/// the user's back. The user may be asked.
+bool Connection::MayComeInClear(const std::string& host) {
+    const protocol::Origin web = m_camera.WebOrigin();
+    const bool asked = web.scheme == "https" && web.host == protocol::plainHost(host);
+    if (!asked && !net::KnownServers::get().wantsSecurity(host)) return true;
+    const unsigned number = m_attempts;
+    switch (m_host.JudgePlainStream(host)) {
+        case PlainStream::Silently:
+            return IsCurrent(number);
+        case PlainStream::Told:
+            m_attempt.inClear = true;
+            return true;
+        case PlainStream::Refused:
+            break;
+    }
+    if (IsCurrent(number)) m_attempt.failure = net::kNotEncrypted;
+    return false;
 }
 
 bool Connection::StartHttp() {
+    if (!MayComeInClear(m_camera.Commands().access.serverIP)) return false;
     const CameraAccess& access = m_camera.Commands().access;
     const std::string query = "?channel=" + std::to_string(m_attempt.selection.channel) +
                               "&stream=" + std::to_string(m_attempt.selection.stream);
@@ -380,7 +396,7 @@ bool Connection::StartHttp() {
     source.route = m_host.Route();
     if (source.route) {
         const auto host = source.route(source.host);
-        if (!host) return false;
+        if (!host) return Refuse(net::kMayNotReach);
         source.host = *host;
     }
     if (m_attempt.media != MediaType::Audio) source.videoPath = "/kest-cgi/mjpeg.cgi" + query;
@@ -390,16 +406,24 @@ bool Connection::StartHttp() {
     return m_reception->BeginHttp(source, [signal = m_attempt.signal] { signal->Done(); });
 }
 
+/// For the reason why nothing is started.
+bool Connection::Refuse(const std::string& reason) {
+    m_attempt.failure = reason;
+    return false;
+}
+
 bool Connection::StartRtsp() {
     const CameraAccess& access = m_camera.Commands().access;
     const bool push = m_attempt.protocol == ecpMulticastPush;
-    if (access.serverIP.empty() && !push) return false;
+    if (access.serverIP.empty() && !push) return Refuse("no address");
     SessionSettings source;
     source.streamUri = GetStreamUri();
     if (source.streamUri.empty() && !push) return false;
     source.protocol = m_attempt.protocol;
     if (const auto url = protocol::parseUrl(source.streamUri)) {
-        if (!m_host.MayReach(url->host)) return false;
+        const unsigned number = m_attempts;
+        if (!m_host.MayReach(url->host)) return Refuse(net::kMayNotReach);
+        if (!IsCurrent(number) || !MayComeInClear(url->host)) return false;
         const bool tunnelled = m_attempt.protocol == ecpHTTP;
         const SignIn signIn = StreamSignIn(
             tunnelled ? protocol::makeOrigin("http", url->host, static_cast<std::uint16_t>(access.httpPort))
@@ -408,8 +432,17 @@ bool Connection::StartRtsp() {
         source.password = signIn.password;
         if (const protocol::HostRoute route = m_host.Route()) {
             const auto routed = RouteStreamUri(source.streamUri, route);
-            if (!routed) return false;
+            if (!routed) return Refuse(net::kMayNotReach);
             source.streamUri = *routed;
+            source.route = route;
+        }
+        // Groups of its own choice are the server's; whether the page may join them is not.
+        if (auto rule = m_host.GroupRule()) {
+            source.mayJoinGroups = [rule = std::move(rule), session = m_session] {
+                const bool may = rule();
+                if (!may) session->param.groupsRefused.Set(true);
+                return may;
+            };
         }
     } else if (!push) {
         return false;
@@ -451,6 +484,7 @@ long Connection::Disconnect() {
     NORIX_LOG("CNorixSDKCtrl::Disconnect", 1, "CNorixSDKCtrl::Disconnect(%s) begins", server.c_str());
     if (!m_host.WaitForWindow() || m_disconnecting) return 0;
     m_host.StopTimer(ConnectionTimer::Reconnect);
+    m_host.WithdrawSignIn();
     m_backOff.Reset();
     if (m_reception) m_reception->StopOutput();
     m_host.EndDigitalPtz();
@@ -510,48 +544,6 @@ VideoCodec Connection::StreamCodec() const {
 
 // ---- Status
 
-void Connection::ShowStatus(EConnectStatus status) {
-    const wchar_t* caption = AppearanceOf(status).caption;
-    if (caption == nullptr) return;
-    if (status == ecsConnecting && (m_host.Settings().captionInfo & eciStatus) == 0) return;
-    switch (status) {
-        case ecsConnected:
-            m_host.ShowPicture(StatusPicture::None);  // until video comes, and while only sound does
-            break;
-        case ecsDisconnect:
-            m_host.ShowPicture(StatusPicture::Disconnect);
-            break;
-        case ecsConnectFail:
-        case ecsUserAuthenticationFail:
-            m_host.ShowPicture(StatusPicture::ConnectFail);
-            break;
-        default:
-            break;
-    }
-    m_host.ShowCaption(WithProblem(caption));
-}
-
-/// What was asked for and can't be shown is named where the user looks.
-std::wstring Connection::WithProblem(std::wstring caption) const {
-    const std::string problem = m_session->param.streamProblem.Get();
-    if (!problem.empty()) caption += L" (" + Widen(problem) + L")";
-    return caption;
-}
-
-// What keeps pictures from being shown comes first, whatever the host wants to read there.
-void Connection::RefreshCaption() {
-    const CCtrlParam& param = m_session->param;
-    std::wstring caption = param.obstacle.Get();
-    if (!caption.empty()) {
-        m_obstacleShown = true;
-    } else if (std::exchange(m_obstacleShown, false)) {
-        ShowStatus(ecsConnected);
-    }
-    if (caption.empty() && (m_host.Settings().captionInfo & eciTime) != 0) caption = param.captionText.Get();
-    if (!caption.empty() && !m_obstacleShown) caption = WithProblem(std::move(caption));
-    if (!caption.empty() && caption != m_host.Caption()) m_host.ShowCaption(caption);
-}
-
 /// A camera that refuses to tell where its stream is makes it seem not to be there. That counts only where
 /// its stream's server has answered: one that comes late, or not at all, has refused nobody.
 EConnectStatus Connection::Interpret(EConnectStatus reported) const {
@@ -578,7 +570,8 @@ void Connection::OnReportsTimer() {
 
 void Connection::HandleStatus(EConnectStatus status) {
     const unsigned number = m_attempts;
-    const bool failure = AppearanceOf(status).failure;
+    const bool failure = StatusDisplay::IsFailure(status);
+    const std::string reason = ReasonOf(status);
     if (status == ecsConnected) {
         m_backOff.Reset();
         m_frameRateMeter.Reset(platform::TimerMs());
@@ -590,7 +583,7 @@ void Connection::HandleStatus(EConnectStatus status) {
         m_failed = true;
         if (m_reception) m_reception->StopOutput();
     }
-    ShowStatus(status);
+    m_display.Show(status, reason);
     if (status == ecsUserAuthenticationFail) m_host.AskForSignIn();
 
     if (status == ecsConnected) SaveSignIns();
@@ -598,14 +591,38 @@ void Connection::HandleStatus(EConnectStatus status) {
     m_status = status;
     m_host.FireStatus(status);
     NORIX_LOG("CNorixSDKCtrl::OnConnectStatus", 1, "OnConnectStatus(%d), %s", static_cast<int>(status),
-              AppearanceOf(status).name);
+              StatusDisplay::NameOf(status));
 
     // A host that disconnects inside the event has the last word: no reconnection then.
-    if (!failure || m_status != status || !IsCurrent(number)) return;
-    FinishDisconnect(Finish::AfterFailure);
-    if (status == ecsConnectFail && m_host.Settings().autoReconnect && m_host.HasWindow()) {
-        m_host.StartTimer(ConnectionTimer::Reconnect, m_backOff.Next(std::random_device()()));
+    if (m_status != status) return;
+    if (failure) {
+        if (!IsCurrent(number)) return;
+        FinishDisconnect(Finish::AfterFailure);
+        if (status == ecsConnectFail && m_host.Settings().autoReconnect && m_host.HasWindow())
+            m_host.StartTimer(ConnectionTimer::Reconnect, m_backOff.Next(std::random_device()()));
     }
+    m_display.Tell(reason);
+    if (failure) AskForGroups(status);
+}
+
+/// A page's camera has named multicast groups: the user is asked after that, and what he allows is tried.
+void Connection::AskForGroups(EConnectStatus failure) {
+    if (!m_session->param.groupsRefused.Exchange(false) || m_active || m_status != failure) return;
+    if (m_host.MayReachGroups() && !m_active && m_status == failure && m_host.HasWindow())
+        m_host.StartTimer(ConnectionTimer::Reconnect, kSecondMs);
+}
+
+/// Why there is no stream, for the user; empty where nothing is known, or nothing is wrong.
+std::string Connection::ReasonOf(EConnectStatus status) const {
+    constexpr unsigned kUnauthorized = 401;
+    if (status == ecsUserAuthenticationFail) return net::failureOfStatus(kUnauthorized);
+    if (status == ecsConnected && m_attempt.inClear) return net::kNotEncrypted;
+    const bool refused = m_session->param.groupsRefused.Get();
+    if (status == ecsMulticastError) return refused ? net::kMayNotReach : net::kGroup;
+    if (status != ecsConnectFail) return {};
+    if (refused) return net::kMayNotReach;
+    if (!m_attempt.failure.empty()) return m_attempt.failure;
+    return m_reception ? m_session->param.failure.Get() : std::string();
 }
 
 // ---- Timers
@@ -627,7 +644,7 @@ void Connection::OnSignedIn() {
 
 void Connection::OnStatisticsTimer() {
     CCtrlParam& param = m_session->param;
-    RefreshCaption();
+    m_display.Refresh();
     const int serverFrameRate = param.serverFrameRate.Get();
     const FrameRates rates = m_frameRateMeter.Pass(platform::TimerMs(), param.TakeFrameCounts());
     if (util::Switches().fps) LogFrameRates(rates);

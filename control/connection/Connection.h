@@ -11,6 +11,7 @@
 #include "control/connection/ConnectionHost.h"
 #include "control/connection/ConnectionMeans.h"
 #include "control/connection/SessionContext.h"
+#include "control/connection/StatusDisplay.h"
 #include "control/connection/StreamReception.h"
 #include "media/FrameRateMeter.h"
 
@@ -87,12 +88,16 @@ class Connection {
         EConnectProtocol protocol = ecpUDP;
         MediaType media = MediaType::AudioVideo;
         StreamSelection selection;
+        bool codecChosen = false;                // by the user
+        bool inClear = false;                    // the stream, of a camera that is asked by HTTPS
         unsigned step = 0;                       // the one that is under way; 0 for none
         std::shared_ptr<StepSignal> signal;      // of that step
         std::shared_ptr<CameraInquiry> inquiry;  // while the camera is asked
         bool asked = false;                      // the camera was asked before the stream
         bool reached = false;                    // and its web server answered
         std::optional<OnvifStream> onvif;        // what the ONVIF service said
+        std::string silence;                     // why its web server did not answer, for the user
+        std::string failure;                     // why it failed, where that is not the stream's affair
         std::optional<long> result;              // of Connect; the attempt is over
     };
 
@@ -109,6 +114,8 @@ class Connection {
     bool AwaitParam(bool wait);
     void Prepare();
     void DescribeStream();
+    bool MayComeInClear(const std::string& host);
+    bool Refuse(const std::string& reason);
     bool StartHttp();
     bool StartRtsp();
     std::string GetStreamUri();
@@ -116,13 +123,12 @@ class Connection {
     void WorkOn(unsigned number);
     bool IsCurrent(unsigned number) const { return m_active && m_attempts == number; }
     void End(long result);
-    void Fail(EConnectStatus status = ecsConnectFail);
+    void Fail(EConnectStatus status = ecsConnectFail, const std::string& reason = {});
     void StopReception(Finish how);
     EConnectStatus Interpret(EConnectStatus reported) const;
     void HandleStatus(EConnectStatus status);
-    void ShowStatus(EConnectStatus status);
-    void RefreshCaption();
-    std::wstring WithProblem(std::wstring caption) const;
+    std::string ReasonOf(EConnectStatus status) const;
+    void AskForGroups(EConnectStatus failure);
     void LogFrameRates(const FrameRates& rates) const;
 
     ConnectionHost& m_host;
@@ -133,7 +139,6 @@ class Connection {
     bool m_active = false;         // connecting or connected
     bool m_disconnecting = false;  // inside FinishDisconnect
     bool m_failed = false;         // a failure of this connection is being told; another one adds nothing
-    bool m_obstacleShown = false;  // the caption says why there are no pictures
     bool m_hostWaits = false;      // inside the host's Connect
     bool m_refused = false;        // the camera's web server did not accept this attempt's sign-in
     bool m_onvifDenied = false;    // nor did its ONVIF service, asked where the stream is
@@ -153,6 +158,7 @@ class Connection {
     };
     std::vector<Leaving> m_leaving;
 
+    StatusDisplay m_display;
     BackOff m_backOff;
     FrameRateMeter m_frameRateMeter;
     int m_averageFrameRate = 0;

@@ -5,6 +5,7 @@
 // compiled for every build.
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -65,6 +66,13 @@ struct UserChoices {
     std::uint32_t protocol = 0;
 };
 
+/// How a stream in clear may come.
+enum class PlainStream {
+    Silently,
+    Told,  ///< the user is told, and that is all
+    Refused,
+};
+
 /// What the workflow needs. Window thread. Whatever tells the host something may be entered again from
 /// inside: the host may connect, disconnect or destroy the window.
 class ConnectionHost : public CameraHost {
@@ -77,6 +85,10 @@ class ConnectionHost : public CameraHost {
     virtual bool MayReach(const std::string& host) = 0;
     /// The same for the multicast groups that a camera names.
     virtual bool MayReachGroups() { return true; }
+    /// For the threads of a connection: whether a server may name multicast groups; null: it may.
+    virtual std::function<bool()> GroupRule() const { return {}; }
+    /// About a stream in clear from a host that is asked by HTTPS. The user may be asked.
+    virtual PlainStream JudgePlainStream(const std::string&) { return PlainStream::Told; }
     /// Whether the host is a program, or as good as one.
     virtual bool IsTrusted() { return true; }
     /// For the threads of a connection: what to connect to where an address names a host.
@@ -95,11 +107,16 @@ class ConnectionHost : public CameraHost {
     /// What is shown has changed.
     virtual void Redraw() = 0;
 
+    /// One line in the host's status bar, where it has one; empty takes it away.
+    virtual void ShowStatusText(const std::string& text) = 0;
+
     virtual void FireStatus(EConnectStatus status) = 0;
     /// Once a second while connected.
     virtual void ReportFrameRate(int picturesPerSecond) = 0;
     /// Asks for another sign-in later, from the window's queue.
     virtual void AskForSignIn() = 0;
+    /// What AskForSignIn asked for is not wanted any more.
+    virtual void WithdrawSignIn() = 0;
 
     /// Deliveries to the host begin, and the decoder to come gets the host's view.
     virtual void ConnectionBegins() = 0;

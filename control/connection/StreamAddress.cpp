@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "control/trust/Trust.h"
 #include "protocol/Origin.h"
 #include "protocol/Text.h"
 #include "protocol/Url.h"
@@ -44,6 +45,16 @@ std::optional<std::string> RouteStreamUri(const std::string& uri, const protocol
     const std::size_t begin = at == std::string::npos || at < authority ? authority : at + 1;
     const bool ipv6 = host->find(':') != std::string::npos;
     return std::string(uri).replace(begin, url->host.size(), ipv6 ? "[" + *host + "]" : *host);
+}
+
+std::string ReachableStreamUri(const std::string& uri, const std::string& asked) {
+    const auto url = protocol::parseUrl(uri);
+    const auto stated = url ? ParseAddress(url->host) : std::nullopt;
+    if (!stated || !IsInside(*stated) || asked.empty()) return uri;
+    constexpr std::size_t kSameBytes = 14;  // of an IPv4 address: a /16
+    const auto known = ParseAddress(asked);
+    if (known && std::equal(known->begin(), known->begin() + kSameBytes, stated->begin())) return uri;
+    return RouteStreamUri(uri, [&](const std::string&) { return std::optional(asked); }).value_or(uri);
 }
 
 std::string WithoutPassword(std::string_view uri) {
@@ -123,8 +134,9 @@ std::string_view TypedHost(std::string_view typed) {
 std::optional<CameraLocation> LocateCamera(std::string_view streamUri, std::string_view mediaServiceUri) {
     const auto url = protocol::parseUrl(streamUri.empty() ? mediaServiceUri : streamUri);
     if (!url) return std::nullopt;
-    CameraLocation location{url->host, protocol::originOf(*url), std::nullopt, url->user, url->password};
+    CameraLocation location{url->host, protocol::originOf(*url), {}, {}, url->user, url->password};
     if (url->scheme == "http") location.httpPort = url->port;
+    if (url->scheme == "https") location.httpsPort = url->port;
     return location;
 }
 

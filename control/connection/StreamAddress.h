@@ -32,6 +32,11 @@ std::string BuildStreamUri(const StreamRequest& request);
 /// and where its host must not be reached.
 std::optional<std::string> RouteStreamUri(const std::string& uri, const protocol::HostRoute& route);
 
+/// The address that a camera states for its stream, as whoever has `asked` under that host reaches it: behind
+/// a router, cameras state addresses that only their own network knows. A name, an address of the Internet,
+/// and one of the same network as an `asked` address stand as they are.
+std::string ReachableStreamUri(const std::string& uri, const std::string& asked);
+
 /// The address without the password that stands in it; the user's name stays.
 std::string WithoutPassword(std::string_view uri);
 
@@ -56,8 +61,9 @@ std::string_view TypedHost(std::string_view typed);
 struct CameraLocation {
     std::string host;
     protocol::Origin origin;
-    std::optional<std::uint16_t> httpPort;  // only a web address tells
-    std::string user;                       // empty: the address names none
+    std::optional<std::uint16_t> httpPort;   // only a web address tells
+    std::optional<std::uint16_t> httpsPort;  // of one of HTTPS
+    std::string user;                        // empty: the address names none
     std::string password;
 };
 

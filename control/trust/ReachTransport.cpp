@@ -1,5 +1,6 @@
 #include "control/trust/ReachTransport.h"
 
+#include "net/Failure.h"
 #include "util/Log.h"
 
 namespace norix {
@@ -8,7 +9,9 @@ HttpReply ReachTransport::Send(const HttpRequest& request) {
     const std::optional<std::string> connectTo = m_reach->Resolve(request.host);
     if (!connectTo) {
         NORIX_LOG("ReachTransport::Send", 1, "%s must not be reached", request.host.c_str());
-        return {};
+        HttpReply none;
+        none.failure = net::kMayNotReach;
+        return none;
     }
     HttpRequest routed = request;
     // A certificate is made out for the name, and proves who answers by itself.

@@ -14,7 +14,8 @@ namespace {
 
 constexpr char kGroups[] = "multicast groups";
 constexpr char kAnyGroup[] = "239.255.0.0";  // of all that are kept local (RFC 2365)
-constexpr DWORD kInputCountsFor = 1000;      // ms
+constexpr char kInClear[] = ", not encrypted";
+constexpr DWORD kInputCountsFor = 1000;  // ms
 
 TrustDialogs g_dialogs;
 
@@ -28,6 +29,16 @@ std::optional<std::string> Reach::Resolve(const std::string& host) const {
     const auto found = m_hosts.find(protocol::plainHost(host));
     if (found == m_hosts.end()) return std::nullopt;
     return found->second;
+}
+
+bool Reach::MayJoinGroups() const {
+    const std::lock_guard lock(m_lock);
+    return !m_restricted || m_groups;
+}
+
+void Reach::AddGroups() {
+    const std::lock_guard lock(m_lock);
+    m_groups = true;
 }
 
 void Reach::Restrict() {
@@ -58,6 +69,17 @@ util::TrustLevel TrustGuard::Level() {
     return m_level;
 }
 
+template <class Question>
+auto TrustGuard::Put(const Question& question) {
+    const Host host = m_host();
+    std::optional<framework::InPlace::Modal> modal;
+    if (host.inPlace != nullptr) modal.emplace(*host.inPlace);
+    m_asking = true;
+    auto answer = question(host.window, PageIdentity(m_page));
+    m_asking = false;
+    return answer;
+}
+
 /// The answer for one target, which may be a question to the user.
 bool TrustGuard::Decide(const std::string& target, const std::string& address) {
     const PageStore store(m_page);
@@ -68,10 +90,9 @@ bool TrustGuard::Decide(const std::string& target, const std::string& address) {
     if (verdict != Verdict::kAsk) return verdict == Verdict::kAllowed;
     // A page that asks again while the user is being asked does not get an answer, nor a second box.
     if (m_asking || questions == nullptr) return false;
-    m_asking = true;
-    const PageIdentity page = m_page;
-    const bool allowed = questions->AllowTarget(m_host().window, page, target, address);
-    m_asking = false;
+    const bool allowed = Put([&](HWND owner, const PageIdentity& page) {
+        return questions->AllowTarget(owner, page, target, address);
+    });
     m_answers[target] = allowed;
     store.Remember(target, allowed);
     return allowed;
@@ -106,8 +127,14 @@ bool TrustGuard::Admit(const std::string& host) {
 }
 
 bool TrustGuard::AdmitGroups() {
-    if (!IsWeb() || ReadAllowedTargets(m_page).Contains(*ParseAddress(kAnyGroup))) return true;
-    return Decide(kGroups, {});
+    if (!IsWeb()) return true;
+    if (!ReadAllowedTargets(m_page).Contains(*ParseAddress(kAnyGroup)) && !Decide(kGroups, {})) return false;
+    m_reach->AddGroups();
+    return true;
+}
+
+bool TrustGuard::AdmitInClear(const std::string& host) {
+    return !IsWeb() || Decide(protocol::plainHost(host) + kInClear, {});
 }
 
 std::wstring TrustGuard::FileFolder() {
@@ -115,9 +142,7 @@ std::wstring TrustGuard::FileFolder() {
     const PageStore store(m_page);
     std::wstring folder = store.Folder();
     if (!folder.empty() || m_asking || questions == nullptr) return folder;
-    m_asking = true;
-    folder = questions->PickFolder(m_host().window, PageIdentity(m_page));
-    m_asking = false;
+    folder = Put([](HWND owner, const PageIdentity& page) { return questions->PickFolder(owner, page); });
     if (!folder.empty()) store.RememberFolder(folder);
     return folder;
 }

@@ -13,6 +13,7 @@
 
 #include "control/trust/PageStore.h"
 #include "control/trust/Trust.h"
+#include "framework/InPlace.h"
 
 namespace norix {
 
@@ -23,6 +24,10 @@ class Reach {
     /// it, so that the name can't mean another one a moment later. Nothing: not to be reached.
     std::optional<std::string> Resolve(const std::string& host) const;
 
+    /// Whether a camera may name multicast groups.
+    bool MayJoinGroups() const;
+    void AddGroups();
+
     /// From then on only hosts that were added may be reached.
     void Restrict();
     void Add(const std::string& host, const std::string& connectTo);
@@ -30,6 +35,7 @@ class Reach {
   private:
     mutable std::mutex m_lock;
     bool m_restricted = false;
+    bool m_groups = false;
     std::map<std::string, std::string> m_hosts;  // in Origin's form, and what to connect to
 };
 
@@ -54,6 +60,7 @@ class TrustGuard {
         IOleClientSite* site = nullptr;
         bool untrustedCaller = false;
         HWND window = nullptr;
+        framework::InPlace* inPlace = nullptr;  // which tells the container of modal boxes; may be null
     };
     /// `host` says what the control knows of its host at the moment.
     explicit TrustGuard(std::function<Host()> host);
@@ -70,6 +77,9 @@ class TrustGuard {
     /// The groups that a camera's description may name.
     bool AdmitGroups();
 
+    /// A stream in clear from a host that is asked by HTTPS.
+    bool AdmitInClear(const std::string& host);
+
     /// The folder below which a page may write; asks where none was picked yet. Empty: nowhere.
     std::wstring FileFolder();
 
@@ -85,6 +95,9 @@ class TrustGuard {
 
   private:
     bool Decide(const std::string& target, const std::string& address);
+    /// Puts one question to the user; the host may do anything meanwhile.
+    template <class Question>
+    auto Put(const Question& question);
 
     const std::function<Host()> m_host;
     util::TrustLevel m_level = util::TrustLevel::kTrusted;

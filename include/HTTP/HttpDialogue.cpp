@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "include/HTTP/ContentType.h"
+#include "net/Failure.h"
 #include "net/KnownServers.h"
 #include "net/Redirection.h"
 #include "protocol/Challenge.h"
@@ -62,7 +63,7 @@ HttpDialogue::Next HttpDialogue::Take(const ReplyHead& head) {
     constexpr unsigned kUnauthorized = 401;
     if (head.status == kUnauthorized) return AnswerChallenge(head);
     if (net::isRedirection(head.status)) return FollowTo(head);
-    if (head.status != kOk) return Refuse("the camera answers " + std::to_string(head.status));
+    if (head.status != kOk) return Refuse(net::failureOfStatus(head.status));
     if (m_answered) net::KnownServers::get().accepted(Server(), *m_answered);
     if (head.encoded) return Refuse("the stream comes in an unknown coding");
     if (!IsMedia(ParseContentType(head.contentType).content, m_media)) {

@@ -11,7 +11,7 @@
 #include "include/HTTP/BodyDecoder.h"
 #include "include/HTTP/HttpDialogue.h"
 #include "media/MediaPlatform.h"
-#include "net/KnownServers.h"
+#include "net/Failure.h"
 #include "net/StreamSocket.h"
 #include "util/Log.h"
 #include "util/Redact.h"
@@ -42,7 +42,7 @@ const char* TextOf(StreamSocket::Result result) {
         case StreamSocket::Result::Done:
             return "done";
         case StreamSocket::Result::NoAddress:
-            return "the camera's name has no address";
+            return "name not found";
         case StreamSocket::Result::Closed:
             return "the camera has ended the connection";
         case StreamSocket::Result::Timeout:
@@ -95,7 +95,7 @@ class StreamSession::Receiving {
     }
     bool Fail(StreamSocket::Result result) {
         std::string reason = TextOf(result);
-        if (result == StreamSocket::Result::Failed) reason += ", error " + std::to_string(m_socket.error());
+        if (result == StreamSocket::Result::Failed) reason = net::failureOfError(m_socket.error());
         return Fail(std::move(reason));
     }
 
@@ -137,7 +137,6 @@ bool StreamSession::Receiving::Ask() {
         m_session.request, video ? http::HttpDialogue::Media::Pictures : http::HttpDialogue::Media::Sound,
         video ? RandomHex() : std::string(), RandomHex());
     if (!dialogue.Valid()) return Fail("host or path can't be asked for");
-    net::KnownServers::get().notePlainStream(protocol::makeOrigin("http", dialogue.Host(), dialogue.Port()));
     for (;;) {
         const auto connected = m_socket.connect(dialogue.Host(), dialogue.Port(), deadline.Left());
         if (connected != StreamSocket::Result::Done) return Fail(connected);
@@ -249,6 +248,7 @@ bool StreamSession::ReceiveOnce(util::StopToken& stop) {
     const bool asked = receiving.Ask();
     if (asked) receiving.Receive();
     if (stop.StopRequested()) return false;
+    if (retryMs == 0) param->failure.Set(receiving.Reason());
     NORIX_LOG(kWhere, 0, "%s:%u%s: %s: %s", request.host.c_str(), request.port,
               util::RedactSecrets(request.path).c_str(), asked ? "the stream is over" : "no stream",
               receiving.Reason().c_str());

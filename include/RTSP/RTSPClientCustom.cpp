@@ -5,6 +5,7 @@
 
 #include "include/RTSP/DummySink.h"
 #include "include/RTSP/RTSPSession.h"
+#include "net/Failure.h"
 #include "util/Log.h"
 
 namespace norix {
@@ -79,6 +80,7 @@ void RTSPClientCustom::checkConnectHandler() {
     m_connectCheckTask = nullptr;
     NORIX_LOG("RTSPClientCustom::checkConnectHandler", 0,
               "RTSPClientCustom::checkConnectHandler() connect failed.");
+    m_owner.NoteLateness();
     m_owner.ReportStatus(ecsConnectFail);
 }
 
@@ -93,6 +95,7 @@ void RTSPClientCustom::checkDisconnectHandler() {
     if (isStillConnected()) {
         startDisconnectCheck();
     } else {
+        m_owner.NoteFailure(net::kSilent);
         m_owner.ReportStatus(ecsConnectFail);
     }
 }

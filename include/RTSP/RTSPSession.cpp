@@ -16,8 +16,7 @@
 #include "include/RTSP/RTSPClientCustom.h"
 #include "media/CtrlParam.h"
 #include "media/MediaPlayers.h"
-#include "net/KnownServers.h"
-#include "protocol/Origin.h"
+#include "net/Failure.h"
 #include "util/Log.h"
 #include "util/Redact.h"
 
@@ -82,6 +81,17 @@ bool OverIpv6(const RTSPClient& client) {
            local.ss_family == AF_INET6;
 }
 
+// With another implementation, redirections go wherever it lets them.
+template <class Client>
+void SetRoute(Client& client, const protocol::HostRoute& route) {
+    if constexpr (requires { client.setRoute(route); }) client.setRoute(route);
+}
+
+template <class Session>
+void SetGroupRule(Session& session, const std::function<bool()>& mayJoin) {
+    if constexpr (requires { session.setGroupRule(mayJoin); }) session.setGroupRule(mayJoin);
+}
+
 constexpr int kVideo = 0;
 constexpr int kSound = 1;
 
@@ -120,6 +130,19 @@ void RTSPSession::ReportStatus(EConnectStatus status) {
     Report(kCallbackStatus, static_cast<unsigned>(status));
 }
 
+void RTSPSession::NoteFailure(const std::string& why) {
+    if (!m_silenced && !m_endReported) m_param->failure.Set(why);
+}
+
+void RTSPSession::NoteFailure(int resultCode) {
+    NoteFailure(resultCode > 0 ? net::failureOfStatus(static_cast<unsigned>(resultCode))
+                               : net::failureOfError(-resultCode));
+}
+
+void RTSPSession::NoteLateness() {
+    if (m_param->failure.Get().empty()) NoteFailure(net::kNoAnswer);
+}
+
 void RTSPSession::ReportStatusAndStop(EConnectStatus status) {
     m_stop = 1;
     ReportStatus(status);
@@ -140,6 +163,7 @@ int RTSPSession::RTSPStart() noexcept {
         const std::unique_ptr<RTSPClientCustom, CloseMedium> client(RTSPClientCustom::createNew(
             *this, *env, m_settings.streamUri.c_str(), 0, kApplicationName, tunnelPort));
         if (!client) return 0;
+        SetRoute(static_cast<RTSPClient&>(*client), m_settings.route);
         RunLoop(*env, *client);
         return 1;
     } catch (const std::exception& error) {
@@ -167,8 +191,6 @@ void RTSPSession::RunLoop(UsageEnvironment& env, RTSPClientCustom& client) {
     if (IsPush()) {
         continueAfterDESCRIBE(&client, 0, nullptr);
     } else {
-        if (const auto url = protocol::parseUrl(m_settings.streamUri))
-            net::KnownServers::get().notePlainStream(protocol::originOf(*url));
         client.startConnectCheck();
         SendOptions(client);
     }
@@ -228,6 +250,7 @@ void RTSPSession::afterOPTIONS(RTSPClientCustom& client, int resultCode, const s
         NORIX_LOG("RTSPCoumm::continueAfterOPTIONS", 0,
                   "RTSPCoumm::continueAfterOPTIONS() Failed to get RTSP options: %s",
                   util::RedactSecrets(result).c_str());
+        NoteFailure(resultCode);
         // Told once: asking again with the same credentials locks accounts.
         if (resultCode == kUnauthorized) ReportStatusAndStop(ecsUserAuthenticationFail);
         // A camera that starts up may be there in a moment.
@@ -235,6 +258,7 @@ void RTSPSession::afterOPTIONS(RTSPClientCustom& client, int resultCode, const s
         return;
     }
     if (!unknownMethod) client.optionsReply = result;
+    NoteFailure(std::string());  // of tries before
     client.sendDescribeCommand(continueAfterDESCRIBE, m_authenticator);
 }
 
@@ -244,6 +268,7 @@ void RTSPSession::afterDESCRIBE(RTSPClientCustom& client, int resultCode, const 
                   "RTSPCoumm::continueAfterDESCRIBE() Failed to get a SDP description: %s",
                   util::RedactSecrets(result).c_str());
         if (resultCode > 0) m_param->refusal.Set(resultCode);
+        NoteFailure(resultCode);
         ReportStatusAndStop(resultCode == kUnauthorized ? ecsUserAuthenticationFail : ecsConnectFail);
         return;
     }
@@ -256,12 +281,14 @@ void RTSPSession::afterDESCRIBE(RTSPClientCustom& client, int resultCode, const 
         state.session = MediaSessionMulticastPush::createNew(env, *m_param);
     } else {
         state.session = MediaSession::createNew(env, result.c_str());
+        if (state.session) SetGroupRule(*state.session, m_settings.mayJoinGroups);
     }
     if (!state.session) {
         NORIX_LOG("RTSPCoumm::continueAfterDESCRIBE", 0,
                   "RTSPCoumm::continueAfterDESCRIBE() Failed to create a MediaSession object from the SDP "
                   "description: %s",
                   util::RedactSecrets(env.getResultMsg()).c_str());
+        NoteFailure("the stream's description is not understood");
         ReportStatusAndStop(ecsConnectFail);
         return;
     }
@@ -269,6 +296,7 @@ void RTSPSession::afterDESCRIBE(RTSPClientCustom& client, int resultCode, const 
         NORIX_LOG("RTSPCoumm::continueAfterDESCRIBE", 0,
                   "RTSPCoumm::continueAfterDESCRIBE() This session has no media subsessions (i.e., no "
                   "\"m=\" lines)");
+        NoteFailure("there is neither picture nor sound");
         ReportStatusAndStop(ecsConnectFail);
         return;
     }
@@ -351,6 +379,7 @@ void RTSPSession::noteGroupRefused(const MediaSubsession& subsession) {
     if (KindOf(subsession) < 0 || std::exchange(m_groupRefused, true)) return;
     NORIX_LOG("RTSPCoumm::setupNextSubsession", 0,
               "RTSPCoumm::setupNextSubsession() SetConnectStatus(eMulticastError)");
+    NoteFailure(net::kGroup);
     ReportStatus(ecsMulticastError);
 }
 
@@ -469,6 +498,7 @@ void RTSPSession::afterSETUP(RTSPClientCustom& client, int resultCode, const std
             noteGroupRefused(subsession);
         } else {
             noteFailed(subsession, util::RedactSecrets(result));
+            NoteFailure(resultCode);
         }
     } else {
         NORIX_LOG("RTSPCoumm::continueAfterSETUP", 0,
@@ -524,9 +554,17 @@ void RTSPSession::afterPLAY(RTSPClientCustom& client, int resultCode, const std:
         NORIX_LOG("RTSPCoumm::continueAfterPLAY", 0,
                   "RTSPCoumm::continueAfterPLAY() Failed to start playing session: %s",
                   util::RedactSecrets(result).c_str());
+        // Where nothing could be set up, there is nothing to be played: that is the reason.
+        const std::string problem = m_param->streamProblem.Get();
+        if (!problem.empty()) {
+            NoteFailure(problem);
+        } else if (m_param->failure.Get().empty() || resultCode > 0) {
+            NoteFailure(resultCode);
+        }
         ReportStatusAndStop(ecsConnectFail);
         return;
     }
+    NoteFailure(std::string());  // of tries before
     NORIX_LOG("RTSPCoumm::continueAfterPLAY", 0, "RTSPCoumm::continueAfterPLAY() Started playing session");
     StreamClientState& state = client.state;
     if (state.duration > 0) {
@@ -561,6 +599,7 @@ void RTSPSession::subsessionAfterPlaying(void* clientData) {
     while (MediaSubsession* const subsession = subsessions.next()) {
         if (subsession->sink) return;
     }
+    client.owner().NoteFailure(net::kStreamEnded);
     client.owner().ReportStatusAndStop(ecsConnectFail);
 }
 
@@ -569,12 +608,15 @@ void RTSPSession::subsessionByeHandler(void* clientData) {
     NORIX_LOG("RTSPCoumm::subsessionByeHandler", 0,
               "RTSPCoumm::subsessionByeHandler() Received RTCP \"BYE\" on \"%s/%s\".",
               subsession->mediumName(), subsession->codecName());
-    Custom(static_cast<RTSPClient*>(subsession->miscPtr)).owner().ReportStatus(ecsConnectFail);
+    RTSPSession& owner = Custom(static_cast<RTSPClient*>(subsession->miscPtr)).owner();
+    owner.NoteFailure(net::kStreamEnded);
+    owner.ReportStatus(ecsConnectFail);
 }
 
 void RTSPSession::sessionAfterPlaying(void* clientData) {
     RTSPClientCustom& client = Custom(static_cast<RTSPClient*>(clientData));
     client.state.streamTimerTask = nullptr;
+    client.owner().NoteFailure(net::kStreamEnded);
     client.owner().ReportStatusAndStop(ecsConnectFail);
 }
 

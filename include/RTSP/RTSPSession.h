@@ -44,6 +44,11 @@ class RTSPSession {
     /// False when nobody wishes a key frame.
     bool AskForKeyFrame();
     void ReportStatus(EConnectStatus status);
+    /// Keeps why the stream does not come, or no longer, for the user; a request's result code says it, too.
+    void NoteFailure(const std::string& why);
+    void NoteFailure(int resultCode);
+    /// The time for it is over: what was noted before says more than that.
+    void NoteLateness();
     /// The event loop ends after it, and nothing else is reported: one cause may be noticed in several
     /// places.
     void ReportStatusAndStop(EConnectStatus status);

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "include/RTSP/ConnectionTypes.h"
 #include "include/RTSP/SessionPeriods.h"
 #include "media/MediaTypes.h"
+#include "protocol/HostRoute.h"
 
 namespace norix {
 
@@ -16,7 +18,9 @@ struct SessionSettings {
     std::string password;
     unsigned tunnelOverHttpPort = 0;  // of ecpHTTP
     RTSPStatusCallback* callback = nullptr;
-    void* userData = nullptr;  // alive as long as the session's thread
+    void* userData = nullptr;             // alive as long as the session's thread
+    protocol::HostRoute route;            // where redirections may lead; the URI itself has been routed
+    std::function<bool()> mayJoinGroups;  // whether the server may name multicast groups; null: it may
     SessionPeriods periods;
 };
 

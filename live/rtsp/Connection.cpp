@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "live/env/Random.h"
+#include "net/Failure.h"
 #include "protocol/Origin.h"
 #include "protocol/Text.h"
 
@@ -115,7 +116,7 @@ void Connection::onLookup() {
     if (!m_lookup->addresses().empty()) m_endpoint.address = m_lookup->addresses().front();
     m_lookup.reset();
     if (!m_endpoint.address.isKnown()) {
-        lose(0, "Failed to find the network address of \"" + m_endpoint.host + "\"");
+        lose(net::kNameNotFound, "Failed to find the network address of \"" + m_endpoint.host + "\"");
     } else if (!connectInput()) {
         lose(net::lastError(), m_env.getResultMsg());
     }

@@ -290,8 +290,11 @@ bool RTSPClient::Engine::followRedirect(const Message& reply) {
     const std::string location(protocol::trim(reply.header("Location")));
     const auto to = net::redirectionOf(reply.status, location, protocol::originOf(*m_url), m_url->path);
     if (!to) return false;
+    const auto host = m_route ? m_route(to->origin.host) : to->origin.host;
+    if (!host) return false;  // must not be reached
     ++m_redirects;
     setUrl(location.starts_with('/') ? protocol::toText(to->origin) + to->path : location);
+    if (m_url && m_route) m_url->host = *host;
     m_challenge.reset();
     m_told.reset();
     m_welcome = false;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "live/env/LifeFlag.h"
 #include "live/rtsp/Connection.h"
@@ -14,6 +15,7 @@
 #include "live/rtsp/Request.h"
 #include "live/rtsp/Url.h"
 #include "protocol/Challenge.h"
+#include "protocol/HostRoute.h"
 #include "protocol/Origin.h"
 
 namespace live::rtsp {
@@ -40,6 +42,7 @@ class RTSPClient::Engine final : private live::rtsp::ConnectionUser {
                           const Authenticator* who);
     unsigned teardown(MediaSession& session, responseHandler* handler, const Authenticator* who);
 
+    void setRoute(protocol::HostRoute route) { m_route = std::move(route); }
     unsigned sessionTimeout() const { return m_sessionTimeout; }
     int socketNum() const { return m_connection.socketNum(); }
     const std::string& baseUrl() const { return m_baseUrl; }
@@ -91,6 +94,7 @@ class RTSPClient::Engine final : private live::rtsp::ConnectionUser {
     live::LifeFlag m_life;
     const std::string m_applicationName;
     const portNumBits m_tunnelPort;
+    protocol::HostRoute m_route;         // of redirections
     std::optional<protocol::Url> m_url;  // nothing when it is none
     std::string m_baseUrl;
     protocol::Origin m_home;   // of the address that the caller gave: his credentials are for it alone

@@ -1,5 +1,7 @@
 #include "live/rtsp/RTSPClient.h"
 
+#include <utility>
+
 #include "live/rtsp/Engine.h"
 
 unsigned RTSPClient::responseBufferSize = 64 * 1024;
@@ -53,6 +55,10 @@ unsigned RTSPClient::sendGetParameterCommand(MediaSession& session, responseHand
 unsigned RTSPClient::sendTeardownCommand(MediaSession& session, responseHandler* handler,
                                          Authenticator* authenticator) {
     return m_engine->teardown(session, handler, authenticator);
+}
+
+void RTSPClient::setRoute(protocol::HostRoute route) {
+    m_engine->setRoute(std::move(route));
 }
 
 unsigned RTSPClient::sessionTimeoutParameter() const {

@@ -8,6 +8,7 @@
 
 #include "live/env/Medium.h"
 #include "live/rtsp/Authenticator.h"
+#include "protocol/HostRoute.h"
 
 class MediaSession;
 class MediaSubsession;
@@ -40,6 +41,10 @@ class RTSPClient : public Medium {
                                      char const* parameterName, Authenticator* authenticator = nullptr);
     unsigned sendTeardownCommand(MediaSession& session, responseHandler* handler,
                                  Authenticator* authenticator = nullptr);
+
+    /// Where redirections may lead, and what to connect to there; any place without one. Called from the
+    /// event loop.
+    void setRoute(protocol::HostRoute route);
 
     /// Seconds, as the server stated them with its session; 0 when it did not.
     unsigned sessionTimeoutParameter() const;

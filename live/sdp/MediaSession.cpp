@@ -150,6 +150,11 @@ bool MediaSubsession::openGroupSockets(ipv4AddressBits group, portNumBits port, 
         env().setResultMsg("No port is left for RTCP");
         return false;
     }
+    if (!m_parent.mayJoinGroups()) {
+        env().setResultMsg("Multicast groups must not be joined");
+        m_groupRefused = true;
+        return false;
+    }
     const auto rtcpPort = static_cast<portNumBits>(port + 1);
     auto rtp = Groupsock::open(env(), group, port, source);
     auto rtcp = rtp ? Groupsock::open(env(), group, rtcpPort, source) : nullptr;

@@ -2,9 +2,11 @@
 
 // A described session: what can be received, and, once it is being received, with what.
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "live/env/Medium.h"
@@ -26,6 +28,11 @@ class MediaSession : public Medium {
   public:
     /// NULL, with the reason in the environment, when the text is no SDP description.
     static MediaSession* createNew(UsageEnvironment& env, char const* sdpDescription);
+
+    /// Asked before each multicast group that the description, or the server, names; null allows all. Called
+    /// from the event loop.
+    void setGroupRule(std::function<bool()> mayJoin) { m_mayJoin = std::move(mayJoin); }
+    bool mayJoinGroups() const { return !m_mayJoin || m_mayJoin(); }
 
     Boolean hasSubsessions() const { return !m_subsessions.empty(); }
     char const* controlPath() const { return m_description.control.c_str(); }
@@ -52,6 +59,7 @@ class MediaSession : public Medium {
   private:
     friend class MediaSubsessionIterator;
 
+    std::function<bool()> m_mayJoin;
     live::sdp::Description m_description;
     live::sdp::PlayRange m_range;
     float m_scale = 1.0f;

@@ -49,11 +49,19 @@ TEST_F(ConnectionTest, TakesTheHostsAddressThenOnvifsThenTheMakers) {
     EXPECT_EQ(session->param.serverFrameRate.Get(), 12);
     connection.Disconnect();
 
+    host.settings.channel = host.settings.stream = 2;
+    camera.AnswerAs("h264;mjpg,h264", true);
+    camera.onvifUri = "rtsp://192.168.0.20:554/behind-a-router";
+    EXPECT_EQ(Connect(), 0);
+    EXPECT_EQ(camera.onvifProfile, (std::array<std::uint32_t, 3>{2, 2, kKsOnvifH264}));
+    EXPECT_EQ(Uri(), "rtsp://camera:554/behind-a-router");
+    connection.Disconnect();
+
     host.settings.streamUri = "rtsp://camera/hosts";
     EXPECT_EQ(Connect(), 0);
     EXPECT_EQ(Uri(), "rtsp://camera/hosts");
     Pump();
-    EXPECT_EQ(camera.onvifAsked, 2) << "not asked for what the host knows";
+    EXPECT_EQ(camera.onvifAsked, 3) << "not asked for what the host knows";
 }
 
 TEST_F(ConnectionTest, AsksOnvifWhereThereMayBeSuchAService) {
@@ -175,6 +183,80 @@ TEST_F(ConnectionTest, ReachesNobodyWhoMayNotBeReached) {
     camera.onvifUri = "rtsp://elsewhere/stream";
     EXPECT_EQ(Connect(), -1);
     EXPECT_FALSE(Reception().rtsp);
+}
+
+TEST_F(ConnectionTest, AServicesAddressKeepsItsSchemeAndPort) {
+    const auto last = [&] { return camera.requests.back(); };
+    host.settings.mediaServiceUri = "https://camera:8443/onvif/media";
+    Connect();
+    EXPECT_TRUE(last().secure);
+    EXPECT_EQ(last().port, 8443);
+    connection.Disconnect();
+    host.settings.mediaServiceUri = "http://camera:81/onvif/media";
+    Connect();
+    EXPECT_FALSE(last().secure);
+    EXPECT_EQ(last().port, 81);
+}
+
+TEST_F(ConnectionTest, NoStreamComesInClearBehindTheBackOfOneWhoAsksByHttps) {
+    host.settings.onPage = host.settings.pageIsHttps = true;
+    host.settings.pagePort = 443;
+    EXPECT_EQ(Connect(), 0);
+    Report(ecsConnected);
+    EXPECT_NE(host.caption.find(L"not encrypted"), std::wstring::npos);
+    EXPECT_NE(host.statusText.find("not encrypted"), std::string::npos);
+    connection.Disconnect();
+    EXPECT_EQ(host.statusText, "");
+
+    host.plainStream = PlainStream::Silently;
+    EXPECT_EQ(Connect(), 0);
+    Report(ecsConnected);
+    EXPECT_EQ(host.caption, L"Connected!");
+    connection.Disconnect();
+
+    host.plainStream = PlainStream::Refused;
+    EXPECT_EQ(Connect(), -1);
+    EXPECT_FALSE(Reception().rtsp);
+    EXPECT_NE(host.caption.find(L"not encrypted"), std::wstring::npos);
+}
+
+TEST_F(ConnectionTest, GroupsOfTheCamerasChoiceAreAskedForAndThenTried) {
+    bool allowed = false;
+    host.groupRule = [&] { return allowed; };
+    for (const bool yes : {false, true}) {
+        host.mayReachGroups = yes;
+        Connect();
+        EXPECT_FALSE(Reception().rtsp->mayJoinGroups());
+        Report(ecsConnectFail);
+        EXPECT_EQ(host.groupsAsked, yes ? 2 : 1);
+        EXPECT_EQ(host.Timer(ConnectionTimer::Reconnect).has_value(), yes);
+    }
+    allowed = true;
+    connection.OnReconnectTimer();
+    Pump();
+    EXPECT_TRUE(Reception().rtsp->mayJoinGroups());
+    Report(ecsConnectFail);
+    EXPECT_EQ(host.groupsAsked, 2);
+}
+
+TEST_F(ConnectionTest, KeyFramesAreAskedForOneAtATimeAndTheNewestCounts) {
+    for (int stream = 1; stream <= 5; ++stream)
+        link.RequestKeyFrame(1, stream);
+    EXPECT_EQ(means.work.size(), 1u);
+    camera.answer = [&](const HttpRequest&) {
+        if (camera.requests.size() == 1) link.RequestKeyFrame(1, 6), link.RequestKeyFrame(1, 7);
+        return FakeCamera::Reply(200);
+    };
+    means.RunWork();
+    ASSERT_EQ(camera.requests.size(), 2u);
+    EXPECT_NE(camera.requests[0].path.find("stream=5"), std::string::npos);
+    EXPECT_NE(camera.requests[1].path.find("stream=7"), std::string::npos);
+    means.threads = false;
+    link.RequestKeyFrame(1, 8);
+    means.threads = true;
+    link.RequestKeyFrame(1, 9);
+    means.RunWork();
+    EXPECT_EQ(camera.requests.size(), 3u);
 }
 
 // ---- What a failure means
@@ -299,6 +381,38 @@ TEST_F(ConnectionTest, StatusShowsItselfAndRunsTheStatistics) {
     host.settings.captionInfo = eciAll & ~eciStatus;
     Connect();
     EXPECT_EQ(host.caption, L"Disconnect!");
+}
+
+TEST_F(ConnectionTest, TellsWhyThereIsNoStream) {
+    Connect();
+    session->param.failure.Set("connection refused");
+    Report(ecsConnectFail);
+    EXPECT_EQ(host.caption, L"Connect Fail! (connection refused)");
+    EXPECT_EQ(host.statusText, "camera: connection refused");
+    host.settings.captionInfo = eciAll & ~eciStatus;
+    Connect();
+    EXPECT_EQ(host.statusText, "");
+    Report(ecsUserAuthenticationFail);
+    EXPECT_EQ(host.caption, L"Authentication Fail!");
+    EXPECT_EQ(host.statusText, "camera: user name or password not accepted (401)");
+    host.settings.captionInfo = eciAll;
+
+    // The web server of pictures over HTTP.
+    host.settings.videoProtocol = ecpHTTP;
+    host.settings.serverIP = "nowhere";
+    camera.AnswerAs("mjpg");
+    Connect();
+    connection.Disconnect();
+    camera.answer = [](const HttpRequest&) {
+        HttpReply none;
+        none.failure = "name not found";
+        return none;
+    };
+    EXPECT_EQ(Connect(), -1);
+    EXPECT_EQ(host.caption, L"Connect Fail! (name not found)");
+    host.forbidden = {"nowhere"};
+    EXPECT_EQ(Connect(), -1);
+    EXPECT_EQ(host.statusText, "nowhere: not to be reached by this page");
 }
 
 TEST_F(ConnectionTest, AStatusThatCannotBePostedIsFoundByTheTimer) {

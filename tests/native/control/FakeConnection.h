@@ -4,6 +4,7 @@
 // test sets, and workers that run when the test lets them.
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <map>
 #include <memory>
@@ -29,6 +30,7 @@ struct FakeCamera {
     std::uint32_t onvifFrameRate = 0;
     int onvifAsked = 0;
     std::string onvifUser;
+    std::array<std::uint32_t, 3> onvifProfile{};  // channel, stream and codec that were asked for
 
     static HttpReply Reply(unsigned status, std::string body = {}) {
         HttpReply reply;
@@ -70,8 +72,10 @@ class FakeServices final : public CameraServices, private HttpTransport, private
         m_camera.onvifUser = camera->user;
         return m_camera.onvif;
     }
-    KsOnvifResult KSONVIF_CALL GetProfileByIndex(std::uint32_t, char* token,
+    KsOnvifResult KSONVIF_CALL GetProfileByIndex(std::uint32_t channel, std::uint32_t stream,
+                                                 std::uint32_t codec, char* token,
                                                  std::uint32_t) noexcept override {
+        m_camera.onvifProfile = {channel, stream, codec};
         token[0] = 'p', token[1] = '\0';
         return m_camera.onvif;
     }
@@ -213,6 +217,12 @@ class FakeHost final : public ConnectionHost {
     bool MayReach(const std::string& host) override {
         return std::find(forbidden.begin(), forbidden.end(), host) == forbidden.end();
     }
+    bool MayReachGroups() override {
+        ++groupsAsked;
+        return mayReachGroups;
+    }
+    std::function<bool()> GroupRule() const override { return groupRule; }
+    PlainStream JudgePlainStream(const std::string&) override { return plainStream; }
     bool WaitForWindow() override { return window; }
     bool HasWindow() const override { return window; }
     void StartTimer(ConnectionTimer timer, unsigned milliseconds) override { timers[timer] = milliseconds; }
@@ -221,12 +231,14 @@ class FakeHost final : public ConnectionHost {
     void ShowCaption(const std::wstring& text) override { caption = text; }
     std::wstring Caption() const override { return caption; }
     void Redraw() override { ++redrawn; }
+    void ShowStatusText(const std::string& text) override { statusText = text; }
     void FireStatus(EConnectStatus status) override {
         fired.push_back(status);
         if (onStatus) onStatus(status);
     }
     void ReportFrameRate(int rate) override { rates.push_back(rate); }
     void AskForSignIn() override { ++signInsAsked; }
+    void WithdrawSignIn() override {}
     void ConnectionBegins() override { ++begun; }
     void EndDigitalPtz() override {}
     void ConnectionEnds() override { ++ended; }
@@ -243,10 +255,15 @@ class FakeHost final : public ConnectionHost {
     ConnectionSettings settings;
     UserChoices choices;
     std::vector<std::string> forbidden;
+    bool mayReachGroups = true;
+    int groupsAsked = 0;
+    std::function<bool()> groupRule;
+    PlainStream plainStream = PlainStream::Told;
     bool window = true;
     std::map<ConnectionTimer, unsigned> timers;
     StatusPicture picture = StatusPicture::Disconnect;
     std::wstring caption;
+    std::string statusText;
     std::vector<EConnectStatus> fired;
     std::function<void(EConnectStatus)> onStatus;
     std::vector<int> rates;

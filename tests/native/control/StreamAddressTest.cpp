@@ -56,9 +56,33 @@ TEST(StreamAddress, TellsWhereTheCameraIs) {
     const auto service = LocateCamera("", "http://cam:8080/onvif/media");
     ASSERT_TRUE(service);
     EXPECT_EQ(service->httpPort, 8080);
+    const auto secure = LocateCamera("", "https://cam:8443/onvif/media");
+    ASSERT_TRUE(secure);
+    EXPECT_FALSE(secure->httpPort);
+    EXPECT_EQ(secure->httpsPort, 8443);
     for (const char* bad : {"cam", "ftp://cam/", "rtsp://", "rtsp://cam:99999/"})
         EXPECT_FALSE(LocateCamera(bad, "http://cam/")) << bad;
     EXPECT_FALSE(LocateCamera("", ""));
+}
+
+TEST(StreamAddress, LeadsToWhereTheHostHasBeenChecked) {
+    const auto route = [](const char* uri, std::optional<std::string> to) {
+        return RouteStreamUri(uri, [&](const std::string&) { return to; }).value_or("none");
+    };
+    EXPECT_EQ(route("rtsp://cam:8554/a@b?c=@d", "10.0.0.1"), "rtsp://10.0.0.1:8554/a@b?c=@d");
+    EXPECT_EQ(route("rtsp://u:p@p@cam", "10.0.0.1"), "rtsp://u:p@p@10.0.0.1");
+    EXPECT_EQ(route("rtsp://cam/x", "fd00::1"), "rtsp://[fd00::1]/x");
+    EXPECT_EQ(route("rtsp://cam/x", "cam"), "rtsp://cam/x");
+    EXPECT_EQ(route("rtsp://cam/x", std::nullopt), "none");
+    EXPECT_EQ(route("cam", "10.0.0.1"), "none");
+}
+
+TEST(StreamAddress, BehindARouterTheHostThatWasAskedStands) {
+    EXPECT_EQ(ReachableStreamUri("rtsp://192.168.0.20:8554/x", "gate.example"), "rtsp://gate.example:8554/x");
+    EXPECT_EQ(ReachableStreamUri("rtsp://192.168.0.20/x", "203.0.113.5"), "rtsp://203.0.113.5/x");
+    EXPECT_EQ(ReachableStreamUri("rtsp://192.168.0.20/x", "10.0.0.7"), "rtsp://10.0.0.7/x");
+    for (const char* kept : {"rtsp://192.168.9.9/x", "rtsp://stream.example/x", "rtsp://203.0.113.9/x"})
+        EXPECT_EQ(ReachableStreamUri(kept, "192.168.0.20"), kept) << "a recorder may name its cameras";
 }
 
 }  // namespace

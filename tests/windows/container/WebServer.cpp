@@ -31,7 +31,13 @@ std::string HttpReply(const std::string& status, const std::string& headers, con
 std::string Challenge(const std::string& request) {
     const std::string challenge = "WWW-Authenticate: Basic realm=\"x\"\r\n";
     if (!IsRtsp(request)) return HttpReply("401 Unauthorized", challenge, "");
-    return "RTSP/1.0 401 Unauthorized\r\nCSeq: " + HeaderOf(request, "CSeq") + "\r\n" + challenge + "\r\n";
+    return RtspReply(request, "401 Unauthorized", challenge);
+}
+
+std::string RtspReply(const std::string& request, const std::string& status, const std::string& headers,
+                      const std::string& body) {
+    return "RTSP/1.0 " + status + "\r\nCSeq: " + HeaderOf(request, "CSeq") + "\r\n" + headers +
+           "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
 std::string RtspReply(const std::string& request, const std::string& media) {
@@ -75,6 +81,11 @@ WebServer::~WebServer() {
 std::vector<std::string> WebServer::Take() {
     const std::lock_guard<std::mutex> lock(lock_);
     return std::exchange(requests_, {});
+}
+
+bool WebServer::WasAsked() {
+    const std::lock_guard<std::mutex> lock(lock_);
+    return !requests_.empty();
 }
 
 bool WebServer::AwaitReadable(SOCKET socket) {

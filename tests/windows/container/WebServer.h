@@ -29,6 +29,7 @@ class WebServer {
     std::uint16_t Port() const { return port_; }
     // The requests since the last time.
     std::vector<std::string> Take();
+    bool WasAsked();  // since then
 
   private:
     bool AwaitReadable(SOCKET socket);
@@ -51,3 +52,6 @@ std::string Challenge(const std::string& request);
 std::string RtspReply(const std::string& request,
                       const std::string& media);  // of a server with these streams
 std::string HttpReply(const std::string& status, const std::string& headers, const std::string& body);
+// To an RTSP request.
+std::string RtspReply(const std::string& request, const std::string& status, const std::string& headers,
+                      const std::string& body = {});

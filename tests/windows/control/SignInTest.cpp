@@ -100,6 +100,26 @@ TEST_F(SignIn, FollowsARejection) {
     Send(WM_OnConnectStatus, ecsUserAuthenticationFail);
     MSG posted = {};
     EXPECT_TRUE(PeekMessageW(&posted, Window(), WM_OnShowAuthDialog, WM_OnShowAuthDialog, PM_REMOVE));
+
+    // A host that ends the connection in its handler wants no sign-in for it.
+    EXPECT_EQ(Control().Connect(), 0);
+    Host().onEvent = [&](DISPID, DISPPARAMS& arguments) {
+        if (arguments.rgvarg[0].iVal == ecsUserAuthenticationFail) Control().Disconnect();
+    };
+    Send(WM_OnConnectStatus, ecsUserAuthenticationFail);
+    EXPECT_FALSE(PeekMessageW(&posted, Window(), WM_OnShowAuthDialog, WM_OnShowAuthDialog, PM_REMOVE));
+    Host().onEvent = nullptr;
+}
+
+TEST_F(SignIn, AfterTheHostHasDisconnectedNothingIsConnectedAgain) {
+    Create();
+    EXPECT_TRUE(Ask([&](HWND dialog) {
+        Control().Disconnect();
+        SetDlgItemTextW(dialog, IDC_AUTHENTICATION_USER, L"admin");
+        SendMessageW(dialog, WM_COMMAND, IDOK, 0);
+    }));
+    EXPECT_EQ(Control().Properties().username, L"admin");
+    EXPECT_FALSE(StopTimer(kTimerReconnect));
 }
 
 // A second rejection may be on its way while the first dialog is still open.
