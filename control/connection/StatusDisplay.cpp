@@ -100,7 +100,7 @@ void StatusDisplay::Refresh() {
 void StatusDisplay::Tell(const std::string& reason) {
     if (reason.empty() && !m_told) return;
     m_told = !reason.empty();
-    if (m_told) NORIX_LOG("CNorixSDKCtrl::OnConnectStatus", 1, "no stream: %s", reason.c_str());
+    if (m_told) NORIX_LOG("CNorixSDKCtrl::OnConnectStatus", 1, "OnConnectStatus: %s", reason.c_str());
     const std::string server = m_host.Settings().serverIP;
     m_host.ShowStatusText(server.empty() || !m_told ? reason : server + ": " + reason);
 }

@@ -100,6 +100,7 @@ bool TrustGuard::Decide(const std::string& target, const std::string& address) {
 
 bool TrustGuard::Admit(const std::string& host) {
     if (!IsWeb()) return true;
+    if (AreGroupsAllowed()) m_reach->AddGroups();
     const std::string target = protocol::plainHost(host);
     if (target.empty()) return false;
     const TargetList listed = ReadAllowedTargets(m_page);
@@ -128,9 +129,16 @@ bool TrustGuard::Admit(const std::string& host) {
 
 bool TrustGuard::AdmitGroups() {
     if (!IsWeb()) return true;
-    if (!ReadAllowedTargets(m_page).Contains(*ParseAddress(kAnyGroup)) && !Decide(kGroups, {})) return false;
+    if (!AreGroupsAllowed() && !Decide(kGroups, {})) return false;
     m_reach->AddGroups();
     return true;
+}
+
+/// By the administrator, or by the user before.
+bool TrustGuard::AreGroupsAllowed() const {
+    const auto known = m_answers.find(kGroups);
+    return ReadAllowedTargets(m_page).Contains(*ParseAddress(kAnyGroup)) ||
+           (known != m_answers.end() && known->second) || Store().Answer(kGroups).value_or(false);
 }
 
 bool TrustGuard::AdmitInClear(const std::string& host) {

@@ -94,6 +94,7 @@ class TrustGuard {
     static TrustQuestions* questions;
 
   private:
+    bool AreGroupsAllowed() const;
     bool Decide(const std::string& target, const std::string& address);
     /// Puts one question to the user; the host may do anything meanwhile.
     template <class Question>

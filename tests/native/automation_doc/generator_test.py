@@ -47,7 +47,7 @@ class GeneratorTest(unittest.TestCase):
         faults = {
             "identifier used twice": (r"id\(72\)", "id(38)", "has the identifier 38"),
             "property without default": (r"  // 80\n", "\n", "needs its default"),
-            "constant that does not exist": (r"each ecsConnectFail", "each ecsConectFail", "no constant"),
+            "constant that does not exist": (r"after ecsConnectFail", "after ecsConectFail", "no constant"),
             "put of another type": (r"void VideoProtocol\(\[in\] short", "void VideoProtocol([in] long", "disagree"),
             "put with another identifier": (r"\[id\(20\), propput", "[id(21), propput", "disagree"),
             "put without get": (r"void CHIndex\(", "void Channel(", "must follow its get"),

@@ -310,6 +310,13 @@ TEST_F(Trust, APageRecordsNowhereWithoutAFolderThatTheUserPicked) {
     EXPECT_EQ(host.events, std::vector<std::string>{"OnRecordStatus(5)"});
     CallMethod(Automation(), L"SaveSnapShot", {L"C:\\", L"x", false});
     EXPECT_EQ(user.questions, 2);
+
+    hives.Store(HKEY_CURRENT_USER, L"Software\\Norix\\Pages\\http://www.example:80", L"Folder",
+                std::wstring(L"C:\\windows\\temp"));
+    host.events.clear();
+    EXPECT_EQ(static_cast<long>(CallMethod(Automation(), L"StartRecording", {1L})), S_OK);
+    EXPECT_EQ(user.questions, 2) << "where there is one, nothing is asked";
+    EXPECT_TRUE(host.events.empty());
     host.Unadvise();
 }
 
