@@ -89,6 +89,7 @@ void LiveView::OnEvent(const Event& event) {
     } else if (name == L"OnNewFrame") {
         if (onNewFrame) onNewFrame();
     }
+    if (onAny) onAny(event);
 }
 
 void LiveView::Set(const wchar_t* property, const _variant_t& value) {

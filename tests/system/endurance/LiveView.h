@@ -67,11 +67,12 @@ class LiveView {
     bool PictureChanged() const;
     void Remember();
 
-    std::vector<int> statuses;          // since the last Connect
-    std::function<void(int)> onStatus;  // called inside the event
-    std::function<void()> onNewFrame;   // the same; NotifyVideoData has to be on
-    double connectMs = 0;               // how long the last Connect took
-    double frameRate = 0;               // as last reported
+    std::vector<int> statuses;                // since the last Connect
+    std::function<void(int)> onStatus;        // called inside the event
+    std::function<void()> onNewFrame;         // the same; NotifyVideoData has to be on
+    std::function<void(const Event&)> onAny;  // the same, of every event
+    double connectMs = 0;                     // how long the last Connect took
+    double frameRate = 0;                     // as last reported
 
   private:
     std::vector<COLORREF> Look() const;
