@@ -43,7 +43,7 @@ void CameraCommands::TakeFacts(const CameraCommands& other) {
 void CameraCommands::Forget() {
     m_charset.clear();
     m_system = {};
-    m_rtspPort = kDefaultRtspPort;
+    m_rtspPort = protocol::kRtspPort;
     m_codecs.reset();
     m_video = {};
     m_motion = {};

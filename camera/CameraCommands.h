@@ -12,18 +12,17 @@
 #include "camera/CommandTables.h"
 #include "camera/HttpTransport.h"
 #include "media/MediaTypes.h"
+#include "protocol/Url.h"
 
 namespace norix {
-
-inline constexpr std::int32_t kDefaultRtspPort = 554;
 
 /// How the camera's web server is reached, and how its texts are read: the control's properties of these
 /// names. Ports are taken as 16 bits; others can't be reached.
 struct CameraAccess {
     std::string serverIP;
-    std::int32_t httpPort = 80;
+    std::int32_t httpPort = protocol::kHttpPort;
     bool https = false;
-    std::int32_t httpsPort = 443;
+    std::int32_t httpsPort = protocol::kHttpsPort;
     std::string username;  // UTF-8
     std::string password;
     bool ignoreCaption = false;
@@ -137,7 +136,7 @@ class CameraCommands {
     HttpTransport* m_transport;
     std::string m_charset;
     SystemInformation m_system;
-    std::int32_t m_rtspPort = kDefaultRtspPort;
+    std::int32_t m_rtspPort = protocol::kRtspPort;
     std::optional<CodecList> m_codecs;
     VideoSettings m_video;
     MotionSettings m_motion;

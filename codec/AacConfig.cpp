@@ -2,7 +2,7 @@
 
 #include <iterator>
 
-#include "codec/BitReader.h"
+#include "util/BitReader.h"
 
 namespace codec {
 
@@ -20,7 +20,7 @@ constexpr int kRates[] = {96000, 88200, 64000, 48000, 44100, 32000, 24000,
                           22050, 16000, 12000, 11025, 8000,  7350};
 
 /// -1 for an index without meaning.
-int ReadRate(BitReader& bits) {
+int ReadRate(util::BitReader& bits) {
     const std::uint32_t index = bits.Read(4);
     if (index == kRateExplicit) return static_cast<int>(bits.Read(24));
     return index < std::size(kRates) ? kRates[index] : -1;
@@ -46,7 +46,7 @@ class BitWriter {
 
 Status ParseAacConfig(const std::uint8_t* data, std::size_t size, AacConfig* config) {
     if (!data || !config) return Status::kBadArgument;
-    BitReader bits(data, size);
+    util::BitReader bits(data, size);
     std::uint32_t object = bits.Read(5);
     const int rate = ReadRate(bits);
     const std::uint32_t channels = bits.Read(4);

@@ -4,18 +4,15 @@
 #include <cstring>
 #include <new>
 
-#include "codec/BitReader.h"
 #include "codec/Picture.h"
+#include "util/H264Syntax.h"
 
 namespace codec {
 
 namespace {
 
-constexpr int kTypeMask = 0x1f;
-constexpr int kIdrSlice = 5;
-constexpr int kLastSliceType = 5;
-constexpr int kSpsType = 7;
-constexpr int kPpsType = 8;
+using namespace util::h264;
+using util::BitReader;
 
 // Longer ones are taken for damage.
 constexpr std::size_t kMostSetBytes = 1024;
@@ -34,17 +31,8 @@ constexpr std::uint64_t kChecksumFactor = 1'099'511'628'211u;
 /// The bits of a NAL unit behind its header, without emulation prevention; as much as fits.
 class Payload {
   public:
-    Payload(const std::uint8_t* nal, std::size_t size) {
-        int zeros = 0;
-        for (std::size_t i = 1; i < size && m_size < sizeof m_bytes; ++i) {
-            if (zeros >= 2 && nal[i] == 3) {
-                zeros = 0;
-                continue;
-            }
-            zeros = nal[i] == 0 ? zeros + 1 : 0;
-            m_bytes[m_size++] = nal[i];
-        }
-    }
+    Payload(const std::uint8_t* nal, std::size_t size)
+        : m_size(Unescape({nal + 1, size - 1}, m_bytes).size()) {}
     BitReader Bits() const { return {m_bytes, m_size}; }
     /// Of the first `bits`; FNV-1a.
     std::uint64_t Checksum(std::size_t bits) const {
@@ -58,22 +46,16 @@ class Payload {
 
   private:
     std::uint8_t m_bytes[kMostSetBytes];
-    std::size_t m_size = 0;
+    const std::size_t m_size;
 };
 
-/// Exp-Golomb code (clause 9.1).
-std::uint32_t ReadUe(BitReader& bits) {
-    int zeros = 0;
-    while (zeros < 32 && !bits.ReadFlag()) {
-        if (bits.Overrun()) return 0;
-        ++zeros;
-    }
-    if (zeros == 32) return 0xffffffff;
-    return (1u << zeros) - 1 + bits.Read(zeros);
+/// What can't be read is larger than all that is.
+std::uint32_t Ue(BitReader& bits) {
+    return ReadUe(bits).value_or(0xffffffff);
 }
 
 std::int64_t ReadSe(BitReader& bits) {
-    const std::uint32_t code = ReadUe(bits);
+    const std::uint32_t code = Ue(bits);
     const std::int64_t half = code / 2;
     return code % 2 ? half + 1 : -half;
 }
@@ -88,11 +70,11 @@ void SkipScalingList(BitReader& bits, int size) {
 }
 
 void SkipHrd(BitReader& bits) {
-    const std::uint32_t count = ReadUe(bits) + 1;
+    const std::uint32_t count = Ue(bits) + 1;
     bits.Skip(4 + 4);
     for (std::uint32_t i = 0; i < count && !bits.Overrun(); ++i) {
-        ReadUe(bits);
-        ReadUe(bits);
+        Ue(bits);
+        Ue(bits);
         bits.Skip(1);
     }
     bits.Skip(5 + 5 + 5 + 5);
@@ -109,8 +91,8 @@ std::uint64_t ReadPictureOrder(BitReader& bits) {
         if (bits.ReadFlag()) bits.Skip(8 + 8 + 8);  // colours
     }
     if (bits.ReadFlag()) {  // where chroma samples lie
-        ReadUe(bits);
-        ReadUe(bits);
+        Ue(bits);
+        Ue(bits);
     }
     if (bits.ReadFlag()) bits.Skip(32 + 32 + 1);  // timing
     const bool nal = bits.ReadFlag();
@@ -122,9 +104,9 @@ std::uint64_t ReadPictureOrder(BitReader& bits) {
     if (!bits.ReadFlag()) return 0;
     bits.Skip(1);
     for (int i = 0; i < 4; ++i)
-        ReadUe(bits);
-    const std::uint64_t reordered = ReadUe(bits);
-    const std::uint64_t kept = ReadUe(bits);
+        Ue(bits);
+    const std::uint64_t reordered = Ue(bits);
+    const std::uint64_t kept = Ue(bits);
     return bits.Overrun() ? 0 : 1 + (reordered << 32 | kept);
 }
 
@@ -138,19 +120,19 @@ bool HasChromaFormat(std::uint32_t profile) {
 Status ParseH264Sps(const std::uint8_t* nal, std::size_t size, H264Sps* sps) {
     constexpr std::uint32_t kMostIds = 32;
     constexpr std::uint32_t kMostMacroblocks = 1u << 16;
-    if (size == 0 || size > kMostSetBytes || (nal[0] & kTypeMask) != kSpsType) return Status::kBadData;
+    if (size == 0 || size > kMostSetBytes || TypeOf(nal[0]) != kSps) return Status::kBadData;
     const Payload payload(nal, size);
     BitReader bits = payload.Bits();
     const std::uint32_t profile = bits.Read(8);
     bits.Skip(8 + 8);  // constraints, level
-    const std::uint32_t id = ReadUe(bits);
+    const std::uint32_t id = Ue(bits);
     std::uint32_t chroma = 1;
     bool separate = false;
     if (HasChromaFormat(profile)) {
-        chroma = ReadUe(bits);
+        chroma = Ue(bits);
         if (chroma == 3) separate = bits.ReadFlag();
-        ReadUe(bits);  // bit depths
-        ReadUe(bits);
+        Ue(bits);  // bit depths
+        Ue(bits);
         bits.Skip(1);           // lossless
         if (bits.ReadFlag()) {  // scaling matrix
             for (int i = 0; i < (chroma == 3 ? 12 : 8); ++i) {
@@ -158,29 +140,29 @@ Status ParseH264Sps(const std::uint8_t* nal, std::size_t size, H264Sps* sps) {
             }
         }
     }
-    ReadUe(bits);  // bits of frame_num
-    const std::uint32_t orderType = ReadUe(bits);
+    Ue(bits);  // bits of frame_num
+    const std::uint32_t orderType = Ue(bits);
     if (orderType == 0) {
-        ReadUe(bits);
+        Ue(bits);
     } else if (orderType == 1) {
         bits.Skip(1);
         ReadSe(bits);
         ReadSe(bits);
-        const std::uint32_t count = ReadUe(bits);
+        const std::uint32_t count = Ue(bits);
         for (std::uint32_t i = 0; i < count && !bits.Overrun(); ++i)
             ReadSe(bits);
     }
-    ReadUe(bits);  // reference frames
+    Ue(bits);  // reference frames
     bits.Skip(1);
-    const std::uint64_t columns = std::uint64_t{ReadUe(bits)} + 1;
-    const std::uint64_t rows = std::uint64_t{ReadUe(bits)} + 1;
+    const std::uint64_t columns = std::uint64_t{Ue(bits)} + 1;
+    const std::uint64_t rows = std::uint64_t{Ue(bits)} + 1;
     const bool framesOnly = bits.ReadFlag();
     if (!framesOnly) bits.Skip(1);
     bits.Skip(1);
     std::uint64_t cut[4] = {};  // left, right, top, bottom
     if (bits.ReadFlag()) {
         for (std::uint64_t& edge : cut)
-            edge = ReadUe(bits);
+            edge = Ue(bits);
     }
     if (bits.Overrun() || id >= kMostIds || chroma > 3) return Status::kBadData;
     sps->decoding = payload.Checksum(bits.Position());
@@ -219,13 +201,13 @@ H264Unit InspectH264(const std::uint8_t* data, std::size_t size) {
         if (data[at] != 0 || data[at + 1] != 0 || data[at + 2] != 1) continue;
         close(at);
         const std::uint8_t* const nal = data + at + 3;
-        const int type = *nal & kTypeMask;
-        if ((type == kSpsType || type == kPpsType) && unit.setCount < H264Unit::kMostSets) {
+        const unsigned type = TypeOf(*nal);
+        if ((type == kSps || type == kPps) && unit.setCount < H264Unit::kMostSets) {
             open = &unit.sets[unit.setCount++];
             open->data = nal;
         }
         // Parameter sets precede the slices, which are long.
-        if (type > 0 && type <= kLastSliceType) {
+        if (type >= kSlice && type <= kIdrSlice) {
             unit.slice = {nal, size - at - 3};
             // A slice's header begins with the number of its first macroblock, 0 being the single bit 1.
             unit.begins = unit.slice.size > 1 && (nal[1] & 0x80) != 0;
@@ -239,7 +221,7 @@ H264Unit InspectH264(const std::uint8_t* data, std::size_t size) {
     return unit;
 }
 
-const H264ParameterSets::Set* H264ParameterSets::Find(int type, int id) const {
+const H264ParameterSets::Set* H264ParameterSets::Find(unsigned type, int id) const {
     const auto found = std::find_if(m_sets.begin(), m_sets.end(),
                                     [=](const Set& set) { return set.type == type && set.id == id; });
     return found == m_sets.end() ? nullptr : &*found;
@@ -260,15 +242,15 @@ Status H264ParameterSets::Take(const H264Unit& unit) try {
         };
         if (std::any_of(m_sets.begin(), m_sets.end(), same)) continue;
         Set set;
-        set.type = nal.data[0] & kTypeMask;
-        if (set.type == kSpsType) {
+        set.type = TypeOf(nal.data[0]);
+        if (set.type == kSps) {
             if (ParseH264Sps(nal.data, nal.size, &set.sps) != Status::kOk) continue;
             set.id = set.sps.id;
         } else {
             const Payload payload(nal.data, nal.size);
             BitReader bits = payload.Bits();
-            const std::uint32_t id = ReadUe(bits);
-            const std::uint32_t spsId = ReadUe(bits);
+            const std::uint32_t id = Ue(bits);
+            const std::uint32_t spsId = Ue(bits);
             if (bits.Overrun() || id >= kMostPpsIds || spsId >= kMostPpsIds) continue;
             set.id = static_cast<int>(id);
             set.spsId = static_cast<int>(spsId);
@@ -286,7 +268,7 @@ Status H264ParameterSets::Take(const H264Unit& unit) try {
 std::uint64_t H264ParameterSets::Decoding() const {
     std::uint64_t sum = 0;  // whatever their order
     for (const Set& set : m_sets) {
-        if (set.type == kSpsType) sum += set.sps.decoding;
+        if (set.type == kSps) sum += set.sps.decoding;
     }
     return sum;
 }
@@ -296,19 +278,19 @@ const H264Sps* H264ParameterSets::SpsOf(const H264Unit& unit) const {
     constexpr std::size_t kHeaderEnough = 16;
     const Payload payload(unit.slice.data, std::min(unit.slice.size, kHeaderEnough));
     BitReader bits = payload.Bits();
-    ReadUe(bits);  // first macroblock
-    ReadUe(bits);  // slice type
-    const std::uint32_t id = ReadUe(bits);
+    Ue(bits);  // first macroblock
+    Ue(bits);  // slice type
+    const std::uint32_t id = Ue(bits);
     if (bits.Overrun()) return nullptr;
-    const Set* const pps = Find(kPpsType, static_cast<int>(id));
-    const Set* const sps = pps ? Find(kSpsType, pps->spsId) : nullptr;
+    const Set* const pps = Find(kPps, static_cast<int>(id));
+    const Set* const sps = pps ? Find(kSps, pps->spsId) : nullptr;
     return sps ? &sps->sps : nullptr;
 }
 
 std::vector<std::uint8_t> H264ParameterSets::AnnexB() const {
     constexpr std::uint8_t kStartCode[] = {0, 0, 0, 1};
     std::vector<std::uint8_t> stream;
-    for (const int type : {kSpsType, kPpsType}) {
+    for (const unsigned type : {kSps, kPps}) {
         for (const Set& set : m_sets) {
             if (set.type != type) continue;
             stream.insert(stream.end(), std::begin(kStartCode), std::end(kStartCode));

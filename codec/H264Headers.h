@@ -62,13 +62,13 @@ class H264ParameterSets {
 
   private:
     struct Set {
-        int type = 0;
+        unsigned type = 0;
         int id = 0;
         H264Sps sps;    ///< of a sequence parameter set
         int spsId = 0;  ///< of a picture parameter set
         std::vector<std::uint8_t> nal;
     };
-    const Set* Find(int type, int id) const;
+    const Set* Find(unsigned type, int id) const;
 
     std::vector<Set> m_sets;
 };

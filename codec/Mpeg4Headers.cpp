@@ -2,8 +2,8 @@
 
 #include <bit>
 
-#include "codec/BitReader.h"
 #include "codec/Picture.h"
+#include "util/BitReader.h"
 
 namespace codec {
 
@@ -37,7 +37,7 @@ Mpeg4Layout FindMpeg4Headers(const std::uint8_t* data, std::size_t size) {
 }
 
 Status ParseMpeg4Vol(const std::uint8_t* data, std::size_t size, Mpeg4Vol* vol) {
-    BitReader bits(data, size);
+    util::BitReader bits(data, size);
     Mpeg4Vol found;
     bits.Skip(kStartCodeBytes * 8);
     bits.Skip(1 + 8);                   // random_accessible_vol, video_object_type_indication

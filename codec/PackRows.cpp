@@ -63,21 +63,23 @@ inline __m128i AveragePairs(__m128i samples) {
     return _mm_packus_epi16(_mm_avg_epu16(even, odd), _mm_setzero_si128());
 }
 
+/// The chroma of sixteen pixels from column `x` on, eight samples in the lower half.
+template <ChromaPitch kPitch>
+inline __m128i LoadChroma(const std::uint8_t* row, int x) {
+    if constexpr (kPitch == ChromaPitch::kHalf)
+        return Load8(row + x / 2);
+    else
+        return AveragePairs(Load16(row + x));
+}
+
 template <ChromaPitch kPitch, bool kReduce>
 void PackYuy2(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v, int width,
               std::uint8_t* yuy2) {
     int x = 0;
     for (; x + 16 <= width; x += 16) {
         __m128i luma = Load16(y + x);
-        __m128i cb;
-        __m128i cr;
-        if constexpr (kPitch == ChromaPitch::kHalf) {
-            cb = Load8(u + x / 2);
-            cr = Load8(v + x / 2);
-        } else {
-            cb = AveragePairs(Load16(u + x));
-            cr = AveragePairs(Load16(v + x));
-        }
+        const __m128i cb = LoadChroma<kPitch>(u, x);
+        const __m128i cr = LoadChroma<kPitch>(v, x);
         __m128i chroma = _mm_unpacklo_epi8(cb, cr);
         if constexpr (kReduce) {
             luma = Reduce(luma, kLumaRange);
@@ -183,15 +185,8 @@ void RecodeYuy2(const Recoding& recoding, const std::uint8_t* y, const std::uint
     const __m128i centre = factor(kChromaCentre);
     int x = 0;
     for (; x + 16 <= width; x += 16) {
-        __m128i cb;
-        __m128i cr;
-        if constexpr (kPitch == ChromaPitch::kHalf) {
-            cb = Load8(u + x / 2);
-            cr = Load8(v + x / 2);
-        } else {
-            cb = AveragePairs(Load16(u + x));
-            cr = AveragePairs(Load16(v + x));
-        }
+        __m128i cb = LoadChroma<kPitch>(u, x);
+        __m128i cr = LoadChroma<kPitch>(v, x);
         cb = _mm_unpacklo_epi8(zero, _mm_xor_si128(cb, toSigned));
         cr = _mm_unpacklo_epi8(zero, _mm_xor_si128(cr, toSigned));
         const auto sum = [&](__m128i ofCb, __m128i ofCr, __m128i bias) {

@@ -49,7 +49,7 @@ struct ControlProperties {
     bool recordManualNaming = false;
     long recordMaxFileSize = 0;         // MiB; 0: no limit
     long recordMaxFileTimeLength = 10;  // s; 0: no limit
-    short recordStatus = ersNone;
+    short recordStatus = 0;             // RecordStatus
 
     /// Notification, motion detection, client settings
     bool notifyVideoData = false;

@@ -70,7 +70,7 @@ class CNorixSDKCtrl final : public framework::COleControl,
     /// Recording follows the connection: nothing is taken before it begins or after it ends.
     void BeginRecordingStreams();
     void FinishRecording();
-    void OnRecordStatus(long status);
+    void OnRecordStatus(RecordStatus status);
     CameraLink& Camera() { return m_camera; }
     TrustGuard& Trust() { return m_trust; }
     Connection& ConnectionState() { return m_connection; }

@@ -201,13 +201,13 @@ void CNorixSDKCtrl::SetMulticastInfo(const Text& address, const Text& videoPort,
 
 void CNorixSDKCtrl::SetMulticastInfoEx(const Text& videoAddress, long videoPort, const Text& audioAddress,
                                        long audioPort) {
-    SetMulticastInfoByType(emiVideo, videoAddress, videoPort);
-    SetMulticastInfoByType(emiAudio, audioAddress, audioPort);
+    SetMulticastInfoByType(static_cast<long>(MulticastStream::Video), videoAddress, videoPort);
+    SetMulticastInfoByType(static_cast<long>(MulticastStream::Audio), audioAddress, audioPort);
 }
 
 long CNorixSDKCtrl::SetMulticastInfoByType(long type, const Text& address, long port) {
-    if (type < emiVideo || type > emiMetadata || port < 0 || port > kMaximumPort) return E_INVALIDARG;
     MulticastInfo info = m_session->param.multicast.Get();
+    if (type < 0 || type >= std::ssize(info.streams) || port < 0 || port > kMaximumPort) return E_INVALIDARG;
     info[static_cast<MulticastStream>(type)] = {util::WideToUtf8(address), static_cast<std::uint16_t>(port)};
     m_session->param.multicast.Set(info);
     return S_OK;

@@ -48,7 +48,7 @@ bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam)
             m_dioStatusDelivery.Deliver([&] { FireEvent(events::OnDIOStatus, first, second); });
             return true;
         case WM_OnRecordStatus:
-            OnRecordStatus(first);
+            OnRecordStatus(static_cast<RecordStatus>(first));
             return true;
         case WM_OnResolutionChanged:
             FollowView();

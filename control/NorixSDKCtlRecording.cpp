@@ -8,8 +8,6 @@
 
 namespace norix {
 
-static_assert(static_cast<short>(RecordStatus::FileWriteFailed) == ersFileWriteFailed);
-
 void CNorixSDKCtrl::SetReportWindow(HWND window) {
     m_session->param.window.Set(window);
     m_recorder.OnRecordingSeen();
@@ -20,7 +18,7 @@ long CNorixSDKCtrl::StartRecording(short format) {
     const bool web = m_trust.IsWeb();
     const std::wstring root = web ? m_trust.FileFolder() : std::wstring();
     if (web && root.empty()) {
-        OnRecordStatus(ersPathInvalid);
+        OnRecordStatus(RecordStatus::PathInvalid);
         return S_OK;  // what comes of a recording is told by its status
     }
     m_recorder.SetLevel(m_trust.Level());
@@ -43,11 +41,11 @@ void CNorixSDKCtrl::ApplyRecordSettings() {
                           static_cast<std::uint32_t>(std::max(p.recordMaxFileTimeLength, 0L))});
 }
 
-void CNorixSDKCtrl::OnRecordStatus(long status) {
-    if (status == ersRecording) m_recorder.OnRecordingSeen();
+void CNorixSDKCtrl::OnRecordStatus(RecordStatus status) {
+    if (status == RecordStatus::Recording) m_recorder.OnRecordingSeen();
     m_properties.recordStatus = static_cast<short>(status);
     NotifyChanged(L"RecordStatus");
-    FireEvent(events::OnRecordStatus, status);
+    FireEvent(events::OnRecordStatus, static_cast<long>(status));
 }
 
 void CNorixSDKCtrl::BeginRecordingStreams() {
@@ -68,7 +66,7 @@ void CNorixSDKCtrl::FinishRecording() {
             PostQuitMessage(static_cast<int>(message.wParam));
             break;
         }
-        if (message.wParam == ersRecording) {
+        if (message.wParam == static_cast<WPARAM>(RecordStatus::Recording)) {
             m_recorder.OnRecordingSeen();
         } else {
             DispatchMessageW(&message);
@@ -76,9 +74,9 @@ void CNorixSDKCtrl::FinishRecording() {
     }
     // A host that has destroyed the window first still hears of the end.
     if (HasWindow()) {
-        SendMessageW(Handle(), WM_OnRecordStatus, ersRecordStop, 0);
+        SendMessageW(Handle(), WM_OnRecordStatus, static_cast<WPARAM>(RecordStatus::Stopped), 0);
     } else {
-        OnRecordStatus(ersRecordStop);
+        OnRecordStatus(RecordStatus::Stopped);
     }
 }
 
@@ -86,7 +84,7 @@ void CNorixSDKCtrl::FinishRecording() {
 void CNorixSDKCtrl::WatchDisk() {
     if (!m_recorder.IsRequested() || !m_recorder.IsDiskFull()) return;
     StopRecording(static_cast<short>(RecordFormat::Avi));
-    OnRecordStatus(ersDiskFull);
+    OnRecordStatus(RecordStatus::DiskFull);
 }
 
 }  // namespace norix

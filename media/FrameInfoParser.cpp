@@ -3,8 +3,12 @@
 #include <algorithm>
 #include <span>
 
+#include "util/H264Syntax.h"
+
 namespace norix {
 namespace {
+
+namespace h264 = util::h264;
 
 using Bytes = std::span<const std::uint8_t>;
 
@@ -37,10 +41,6 @@ constexpr std::size_t kSearchLimit = 4096;
 // Room for the identification and the longest section.
 constexpr std::size_t kSectionMax = kSectionId.size() + 255;
 
-constexpr std::uint8_t kNalSlice = 1;
-constexpr std::uint8_t kNalIdrSlice = 5;
-constexpr std::uint8_t kNalSei = 6;
-constexpr std::uint32_t kSeiUserDataUnregistered = 5;
 constexpr std::uint8_t kMpeg4UserData = 0xB2;
 constexpr std::uint8_t kMpeg4Vop = 0xB6;
 
@@ -122,30 +122,6 @@ std::size_t CameraHeaderLength(Bytes frame) {
     return length >= kPesFixedSize + kSectionFixedSize && length <= frame.size() ? length : 0;
 }
 
-// Where the next 00 00 01 begins, from `from` on; the size when there is none.
-std::size_t FindStartCode(Bytes bytes, std::size_t from) {
-    for (std::size_t i = from; i + 3 <= bytes.size(); ++i) {
-        if (bytes[i] == 0 && bytes[i + 1] == 0 && bytes[i + 2] == 1) return i;
-    }
-    return bytes.size();
-}
-
-// The bytes without the 03 that keeps 00 00 from looking like a start code; at most what `buffer` holds.
-Bytes Unescape(Bytes escaped, std::span<std::uint8_t> buffer) {
-    std::size_t length = 0;
-    int zeros = 0;
-    for (const std::uint8_t byte : escaped) {
-        if (zeros >= 2 && byte == 3) {
-            zeros = 0;
-            continue;
-        }
-        if (length == buffer.size()) break;
-        zeros = byte == 0 ? zeros + 1 : 0;
-        buffer[length++] = byte;
-    }
-    return buffer.first(length);
-}
-
 bool ReadIdentifiedSection(Bytes payload, ParsedFrameInfo& out) {
     if (payload.size() < kSectionId.size() ||
         !std::equal(kSectionId.begin(), kSectionId.end(), payload.begin())) {
@@ -155,39 +131,21 @@ bool ReadIdentifiedSection(Bytes payload, ParsedFrameInfo& out) {
     return true;
 }
 
-// A number of an SEI message's head: FF bytes count 255 each, the first other byte ends it.
-bool ReadSeiNumber(Bytes& rest, std::uint32_t& value) {
-    value = 0;
-    while (!rest.empty()) {
-        const std::uint8_t byte = rest[0];
-        rest = rest.subspan(1);
-        value += byte;
-        if (byte != 0xFF) return true;
-    }
-    return false;
-}
-
 void ReadSei(Bytes messages, ParsedFrameInfo& out) {
-    Bytes rest = messages;
-    std::uint32_t type = 0;
-    std::uint32_t size = 0;
-    while (ReadSeiNumber(rest, type) && ReadSeiNumber(rest, size)) {
-        const Bytes payload = rest.first(std::min<std::size_t>(size, rest.size()));
-        if (type == kSeiUserDataUnregistered && ReadIdentifiedSection(payload, out)) return;
-        if (size >= rest.size()) return;
-        rest = rest.subspan(size);
-    }
+    h264::ForEachSeiMessage(messages, [&out](std::uint32_t type, Bytes payload) {
+        return type == h264::kUserDataUnregistered && ReadIdentifiedSection(payload, out);
+    });
 }
 
 void SearchH264(Bytes frame, ParsedFrameInfo& out) {
     std::array<std::uint8_t, 2 * kSectionMax> buffer;
-    std::size_t start = FindStartCode(frame, 0);
+    std::size_t start = h264::NextStartCode(frame, 0);
     while (start + 4 <= frame.size()) {
-        const std::uint8_t type = frame[start + 3] & 0x1F;
-        if (type == kNalSlice || type == kNalIdrSlice) return;
-        const std::size_t end = FindStartCode(frame, start + 3);
-        if (type == kNalSei) {
-            ReadSei(Unescape(frame.subspan(start + 4, end - (start + 4)), buffer), out);
+        const unsigned type = h264::TypeOf(frame[start + 3]);
+        if (type == h264::kSlice || type == h264::kIdrSlice) return;
+        const std::size_t end = h264::NextStartCode(frame, start + 3);
+        if (type == h264::kSei) {
+            ReadSei(h264::Unescape(frame.subspan(start + 4, end - (start + 4)), buffer), out);
             if (out.hasInformation) return;
         }
         start = end;
@@ -196,13 +154,13 @@ void SearchH264(Bytes frame, ParsedFrameInfo& out) {
 
 void SearchMpeg4(Bytes frame, ParsedFrameInfo& out) {
     std::array<std::uint8_t, kSectionMax> buffer;
-    std::size_t start = FindStartCode(frame, 0);
+    std::size_t start = h264::NextStartCode(frame, 0);
     while (start + 4 <= frame.size()) {
         const std::uint8_t code = frame[start + 3];
         if (code == kMpeg4Vop) return;
-        const std::size_t end = FindStartCode(frame, start + 3);
+        const std::size_t end = h264::NextStartCode(frame, start + 3);
         if (code == kMpeg4UserData && end > start + 4) {
-            ReadIdentifiedSection(Unescape(frame.subspan(start + 4, end - (start + 4)), buffer), out);
+            ReadIdentifiedSection(h264::Unescape(frame.subspan(start + 4, end - (start + 4)), buffer), out);
             if (out.hasInformation) return;
         }
         start = end;

@@ -39,7 +39,7 @@ std::optional<protocol::Challenge> KnownServers::choose(const protocol::Origin& 
     if (!best || best->kind != Kind::Basic) return best;
     const char* reason = nullptr;
     // Whoever redirects a plain request to HTTPS has not proved to be the server: what that one took counts.
-    const bool web = server == protocol::makeOrigin("https", server.host, 443);
+    const bool web = server == protocol::makeOrigin("https", server.host, protocol::kHttpsPort);
     if (recall(signInName(server)) == kDigest ||
         (web && recall(signInName(protocol::makeOrigin("http", server.host, 80))) == kDigest)) {
         reason = "it took Digest before";

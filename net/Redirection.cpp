@@ -16,7 +16,7 @@ bool sameFamily(std::string_view a, std::string_view b) {
 
 bool isUpgrade(const protocol::Origin& from, const protocol::Origin& to) {
     return from == protocol::makeOrigin("http", from.host, 80) &&
-           to == protocol::makeOrigin("https", from.host, 443);
+           to == protocol::makeOrigin("https", from.host, protocol::kHttpsPort);
 }
 
 bool goesIntoARequestLine(std::string_view text) {

@@ -19,13 +19,6 @@ bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
-int hexDigit(char c) {
-    if (isDigit(c)) return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
-
 constexpr char kBase64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 constexpr std::array<signed char, 256> kBase64Values = [] {
@@ -37,6 +30,13 @@ constexpr std::array<signed char, 256> kBase64Values = [] {
 }();
 
 }  // namespace
+
+int hexDigit(char c) {
+    if (isDigit(c)) return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
 
 std::string_view trim(std::string_view text) {
     while (!text.empty() && isSpace(text.front()))
@@ -213,6 +213,18 @@ std::string toHex(const unsigned char* bytes, std::size_t size) {
         result += kDigits[bytes[i] & 15];
     }
     return result;
+}
+
+std::vector<unsigned char> fromHex(std::string_view text) {
+    std::vector<unsigned char> bytes;
+    bytes.reserve(text.size() / 2);
+    for (std::size_t at = 0; at + 1 < text.size(); at += 2) {
+        const int high = hexDigit(text[at]);
+        const int low = hexDigit(text[at + 1]);
+        if (high < 0 || low < 0) return {};
+        bytes.push_back(static_cast<unsigned char>(high << 4 | low));
+    }
+    return bytes;
 }
 
 }  // namespace protocol

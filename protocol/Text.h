@@ -25,6 +25,7 @@ std::string_view takeOutsideQuotes(std::string_view& rest, char separator);
 
 /// A decimal number that fills the whole text and is at most `limit`.
 std::optional<std::uint32_t> parseNumber(std::string_view text, std::uint32_t limit = 0xFFFFFFFFu);
+/// A hexadecimal number of up to 8 digits that fills the whole text.
 std::optional<std::uint32_t> parseHex(std::string_view text);
 /// Seconds with a fraction, not negative, finite; in any locale.
 std::optional<double> parseSeconds(std::string_view text);
@@ -37,5 +38,9 @@ std::string encodeBase64(std::string_view bytes);
 /// Stops at the first character that is none of base64's.
 std::vector<unsigned char> decodeBase64(std::string_view text);
 std::string toHex(const unsigned char* bytes, std::size_t size);
+/// Pairs of hexadecimal digits, an odd last one left out; empty when another character is among them.
+std::vector<unsigned char> fromHex(std::string_view text);
+/// -1 for what is no hexadecimal digit.
+int hexDigit(char c);
 
 }  // namespace protocol

@@ -14,7 +14,7 @@ struct Scheme {
     std::string_view name;
     std::uint16_t port;
 };
-constexpr Scheme kSchemes[] = {{"rtsp", 554}, {"http", 80}, {"https", 443}};
+constexpr Scheme kSchemes[] = {{"rtsp", kRtspPort}, {"http", kHttpPort}, {"https", kHttpsPort}};
 
 // The scheme that `text` begins with, and cuts it off together with what follows it; null for none of them.
 const Scheme* takeScheme(std::string_view& text) {

@@ -9,6 +9,11 @@
 
 namespace protocol {
 
+/// Ports of their own (RFC 7826, RFC 9110).
+inline constexpr std::uint16_t kRtspPort = 554;
+inline constexpr std::uint16_t kHttpPort = 80;
+inline constexpr std::uint16_t kHttpsPort = 443;
+
 struct Url {
     std::string scheme;  // in lower case: "rtsp", "http" or "https"
     std::string user;    // decoded

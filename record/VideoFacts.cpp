@@ -4,33 +4,16 @@
 #include <array>
 #include <utility>
 
-#include "codec/BitReader.h"
 #include "codec/H264Headers.h"
 #include "codec/Mpeg4Headers.h"
+#include "util/H264Syntax.h"
 
 namespace norix {
 namespace {
 
-// ITU-T H.264, table 7-1.
-enum NalType : unsigned { kSlice = 1, kPartitionA = 2, kIdrSlice = 5, kSei = 6, kSps = 7, kPps = 8 };
-constexpr unsigned kNalTypeMask = 0x1F;
-constexpr unsigned kSeiRecoveryPoint = 6;
+using namespace util::h264;
+
 constexpr std::size_t kParametersMax = 4096;  // longer ones are no camera's
-
-unsigned ReadUe(codec::BitReader& bits) {
-    int zeros = 0;
-    while (zeros < 32 && !bits.Overrun() && !bits.ReadFlag())
-        ++zeros;
-    if (zeros >= 32) return 0;
-    return (1u << zeros) - 1 + bits.Read(zeros);
-}
-
-std::size_t FindStartCode(RecordBytes bytes, std::size_t from) {
-    for (std::size_t i = from; i + 3 <= bytes.size(); ++i) {
-        if (bytes[i] == 0 && bytes[i + 1] == 0 && bytes[i + 2] == 1) return i;
-    }
-    return bytes.size();
-}
 
 bool IsSlice(unsigned type) {
     return type == kSlice || type == kPartitionA || type == kIdrSlice;
@@ -43,55 +26,28 @@ template <class Take>
 void ForEachNal(RecordBytes frame, Take&& take) {
     constexpr std::size_t kStartCode = 3;
     constexpr std::size_t kSliceBegin = 32;
-    std::size_t start = FindStartCode(frame, 0);
+    std::size_t start = NextStartCode(frame, 0);
     while (start + kStartCode < frame.size()) {
         const std::size_t begin = start + kStartCode;
-        const unsigned type = frame[begin] & kNalTypeMask;
+        const unsigned type = TypeOf(frame[begin]);
         if (IsSlice(type)) {
             take(type, frame.subspan(begin, std::min(kSliceBegin, frame.size() - begin)), start);
             return;
         }
-        const std::size_t next = FindStartCode(frame, begin);
+        const std::size_t next = NextStartCode(frame, begin);
         take(type, frame.subspan(begin, next - begin), start);
         start = next;
     }
 }
 
-// The beginning of a unit without the bytes that keep it free of start codes.
-template <std::size_t N>
-std::size_t Unescape(RecordBytes unit, std::array<std::uint8_t, N>& out) {
-    std::size_t length = 0;
-    int zeros = 0;
-    for (const std::uint8_t byte : unit) {
-        if (length == N) break;
-        if (zeros >= 2 && byte == 3) {
-            zeros = 0;
-            continue;
-        }
-        zeros = byte == 0 ? zeros + 1 : 0;
-        out[length++] = byte;
-    }
-    return length;
-}
-
 bool HasRecoveryPoint(RecordBytes sei) {
-    std::size_t at = 1;
-    while (at < sei.size()) {
-        unsigned type = 0;
-        unsigned size = 0;
-        for (unsigned* const value : {&type, &size}) {
-            while (at < sei.size() && sei[at] == 0xFF) {
-                *value += 0xFF;
-                ++at;
-            }
-            if (at >= sei.size()) return false;
-            *value += sei[at++];
-        }
-        if (type == kSeiRecoveryPoint) return true;
-        if (size >= sei.size() - at) return false;
-        at += size;
-    }
-    return false;
+    std::array<std::uint8_t, 256> plain;
+    bool found = false;
+    ForEachSeiMessage(Unescape(sei.subspan(1), plain), [&found](std::uint32_t type, RecordBytes) {
+        found = type == kRecoveryPoint;
+        return found;
+    });
+    return found;
 }
 
 VideoFacts InspectH264(RecordBytes frame) {
@@ -113,10 +69,9 @@ VideoFacts InspectH264(RecordBytes frame) {
             recovery = recovery || HasRecoveryPoint(unit);
         } else if (IsSlice(type)) {
             std::array<std::uint8_t, 32> plain;
-            codec::BitReader bits(plain.data(), Unescape(unit, plain));
-            bits.Skip(8);
-            facts.continues = ReadUe(bits) != 0;
-            const unsigned kind = ReadUe(bits) % 5;
+            util::BitReader bits(plain.data(), Unescape(unit.subspan(1), plain).size());
+            facts.continues = ReadUe(bits).value_or(0) != 0;
+            const unsigned kind = ReadUe(bits).value_or(0) % 5;
             intra = kind == 2 || kind == 4;  // I, SI
             slice = type;
         }
@@ -207,7 +162,7 @@ void ParameterSets::Remember(VideoCodec codec, RecordBytes frame) {
         const codec::Mpeg4Layout layout = codec::FindMpeg4Headers(frame.data(), frame.size());
         if (layout.vol == codec::Mpeg4Layout::kNone) return;
         // Up to the header that follows the layer's: a group's, or the picture's.
-        std::size_t end = FindStartCode(frame, layout.vol + 3);
+        std::size_t end = NextStartCode(frame, layout.vol + 3);
         end = std::min(end, layout.vop);
         keep(frame.first(end), m_first);
     } else if (codec == VideoCodec::H264) {

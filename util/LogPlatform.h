@@ -1,7 +1,7 @@
 #pragma once
 
-// What the log needs of the system. LogWin32.cpp is the product's; LogNative.cpp serves the builds for the
-// development machine, whose tests see the lines through LogCapture.h.
+// What the log needs of the system. LogWin32.cpp is the product's; builds for the development machine
+// have that of tests/support, through which tests see the lines.
 
 #include <cstdint>
 #include <string_view>

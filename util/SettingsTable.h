@@ -27,7 +27,6 @@ enum class SettingId {
     kEnableDisplayFrameDrop,
     kEnableTimeSync,
     kEnableVSync,
-    kSmoothScaling,
     kDisplayBufferNum,
     kDisplayBufferSize,
     kJpegBufferSize,

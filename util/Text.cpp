@@ -19,15 +19,6 @@ std::wstring ToWide(UINT codePage, std::string_view text) {
     return wide;
 }
 
-std::string ToNarrow(UINT codePage, DWORD flags, std::wstring_view text) {
-    const int length = Length(text);
-    std::string narrow(
-        WideCharToMultiByte(codePage, flags, text.data(), length, nullptr, 0, nullptr, nullptr), '\0');
-    WideCharToMultiByte(codePage, flags, text.data(), length, narrow.data(), Length<char>(narrow), nullptr,
-                        nullptr);
-    return narrow;
-}
-
 }  // namespace
 
 std::wstring Utf8ToWide(std::string_view text) {
@@ -35,15 +26,16 @@ std::wstring Utf8ToWide(std::string_view text) {
 }
 
 std::string WideToUtf8(std::wstring_view text) {
-    return ToNarrow(CP_UTF8, 0, text);
+    const int length = Length(text);
+    std::string narrow(WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr),
+                       '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, narrow.data(), Length<char>(narrow), nullptr,
+                        nullptr);
+    return narrow;
 }
 
 std::wstring AnsiToWide(std::string_view text) {
     return ToWide(CP_ACP, text);
-}
-
-std::string WideToAnsi(std::wstring_view text) {
-    return ToNarrow(CP_ACP, WC_NO_BEST_FIT_CHARS, text);
 }
 
 std::wstring_view BstrView(BSTR text) noexcept {

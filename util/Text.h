@@ -3,9 +3,7 @@
 // Conversions between the text forms the control meets: UTF-16 (COM, Win32, paths), UTF-8 (protocols) and the
 // system's ANSI code page (byte interfaces of the system). Embedded zeros are kept.
 //
-// Malformed input never fails: what can't be read becomes U+FFFD, what the ANSI code page lacks becomes its
-// default character ('?'). No look-alikes are substituted, so a conversion can't create a separator or a
-// quote that the source didn't hold.
+// Malformed input never fails: what can't be read becomes U+FFFD.
 //
 // Pure functions, any thread. Throw std::bad_alloc, and std::length_error for texts beyond 2^31 - 1 units.
 
@@ -24,7 +22,6 @@ std::wstring Utf8ToWide(std::string_view text);
 std::string WideToUtf8(std::wstring_view text);
 
 std::wstring AnsiToWide(std::string_view text);
-std::string WideToAnsi(std::wstring_view text);
 
 /// A BSTR's characters; a null BSTR is the empty text. The BSTR stays the caller's.
 std::wstring_view BstrView(BSTR text) noexcept;

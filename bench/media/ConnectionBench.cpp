@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "bench/codec/Clip.h"
+#include "bench/render/BenchWindow.h"
 #include "codec/H264Decoder.h"
 #include "codec/Jpeg.h"
 #include "codec/StaticInit.h"
@@ -25,21 +26,6 @@ namespace {
 
 using codec::bench::Allocations;
 using codec::bench::LoadClip;
-
-class Window {
-  public:
-    Window()
-        : m_window(CreateWindowExW(WS_EX_TOPMOST | WS_EX_TOOLWINDOW, L"STATIC", L"",
-                                   WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN | WS_CLIPSIBLINGS, 0, 0, 960, 540,
-                                   nullptr, nullptr, nullptr, nullptr)) {}
-    ~Window() { DestroyWindow(m_window); }
-    Window(const Window&) = delete;
-    Window& operator=(const Window&) = delete;
-    HWND Handle() const { return m_window; }
-
-  private:
-    const HWND m_window;
-};
 
 // Tells when a picture has been presented, by the presenter that it passes it on to or by none.
 class NotingPresenter final : public Presenter {
@@ -77,7 +63,7 @@ struct Connection {
         param.videoCodec.Set(kind);
         std::unique_ptr<Presenter> inner;
         if (target != Target::None) {
-            window = std::make_unique<Window>();
+            window = std::make_unique<bench::Window>(960);
             PresenterConfig config;
             config.videoWindow = window->Handle();
             config.notifyWindow = window->Handle();
@@ -102,7 +88,7 @@ struct Connection {
 
     const std::shared_ptr<CCtrlParam> shared = std::make_shared<CCtrlParam>(MediaSettings());
     CCtrlParam& param = *shared;
-    std::unique_ptr<Window> window;
+    std::unique_ptr<bench::Window> window;
     std::shared_ptr<NotingPresenter> presenter;
     CDecoder decoder;
 };

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "bench/render/BenchWindow.h"
 #include "render/overlay/GraphicObjects.h"
 #include "render/present/DirectDrawFunctions.h"
 #include "render/present/PictureBlit.h"
@@ -24,35 +25,6 @@ constexpr int kLargeWindow = 1280;
 PixelSize SixteenByNine(int height) {
     return {height * 16 / 9, height};
 }
-
-class Window {
-  public:
-    explicit Window(int width)
-        : m_window(CreateWindowExW(WS_EX_TOPMOST | WS_EX_TOOLWINDOW, L"STATIC", L"",
-                                   WS_POPUP | WS_CLIPCHILDREN | WS_CLIPSIBLINGS, 0, 0, width, width * 9 / 16,
-                                   nullptr, nullptr, nullptr, nullptr)) {
-        ShowWindow(m_window, SW_SHOWNOACTIVATE);
-        UpdateWindow(m_window);
-        Pump();
-    }
-    ~Window() {
-        DestroyWindow(m_window);
-        Pump();
-    }
-    Window(const Window&) = delete;
-    Window& operator=(const Window&) = delete;
-
-    HWND Handle() const { return m_window; }
-
-  private:
-    static void Pump() {
-        MSG message;
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
-            DispatchMessageW(&message);
-    }
-
-    HWND m_window;
-};
 
 // Two different pictures with the steps and gradients of a camera's, and a little noise. Pure noise would
 // measure how badly a branch predictor does on it.
@@ -88,7 +60,7 @@ class Pictures {
 void RunPresenter(benchmark::State& state, DisplayMode mode, std::shared_ptr<PictureView> view,
                   std::shared_ptr<OverlayPainter> overlays = nullptr) {
     const PixelSize size = SixteenByNine(static_cast<int>(state.range(0)));
-    const Window window(static_cast<int>(state.range(1)));
+    const bench::Window window(static_cast<int>(state.range(1)));
     PresenterConfig config;
     config.videoWindow = window.Handle();
     config.notifyWindow = window.Handle();
@@ -207,7 +179,7 @@ void DirectDrawWithObjects(benchmark::State& state) {
 void BareStretchToWindow(benchmark::State& state) {
     const PixelSize size = SixteenByNine(static_cast<int>(state.range(0)));
     const int width = static_cast<int>(state.range(1));
-    const Window window(width);
+    const bench::Window window(width);
     Pictures pictures(size, codec::PixelFormat::kBgr24);
     const util::WindowDc dc(window.Handle());
     for (auto _ : state) {
@@ -221,7 +193,7 @@ void BareBlt(benchmark::State& state) {
     using Microsoft::WRL::ComPtr;
     const PixelSize size = SixteenByNine(static_cast<int>(state.range(0)));
     const int width = static_cast<int>(state.range(1));
-    const Window window(width);
+    const bench::Window window(width);
     ComPtr<IDirectDraw7> draw;
     ComPtr<IDirectDrawSurface7> primary;
     ComPtr<IDirectDrawSurface7> surface;

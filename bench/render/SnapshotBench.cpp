@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "bench/codec/Clip.h"
+#include "bench/render/BenchWindow.h"
 #include "render/decode/Decoder.h"
 #include "render/present/Presenter.h"
 
@@ -26,33 +27,6 @@ std::int64_t Now100ns() {
     GetSystemTimeAsFileTime(&time);
     return static_cast<std::int64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
 }
-
-class Window {
-  public:
-    Window()
-        : m_window(CreateWindowExW(WS_EX_TOPMOST | WS_EX_TOOLWINDOW, L"STATIC", L"",
-                                   WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN | WS_CLIPSIBLINGS, 0, 0, 960, 540,
-                                   nullptr, nullptr, nullptr, nullptr)) {}
-    ~Window() { DestroyWindow(m_window); }
-    Window(const Window&) = delete;
-    Window& operator=(const Window&) = delete;
-
-    HWND Handle() const { return m_window; }
-    void PumpFor(int ms) const {
-        const DWORD until = GetTickCount() + ms;
-        for (;;) {
-            MSG message;
-            while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
-                DispatchMessageW(&message);
-            const int left = static_cast<int>(until - GetTickCount());
-            if (left <= 0) return;
-            MsgWaitForMultipleObjects(0, nullptr, FALSE, left, QS_ALLINPUT);
-        }
-    }
-
-  private:
-    HWND m_window;
-};
 
 // Asks for files of numbered names, as often as it is told.
 class Requests {
@@ -102,7 +76,7 @@ class Requests {
 
 void PlayAndSave(benchmark::State& state) {
     const auto& packets = codec::bench::LoadClip("h264_1080p_1");
-    const Window window;
+    const bench::Window window(960);
     const auto param = std::make_shared<CCtrlParam>();
     param->videoCodec.Set(VideoCodec::H264);
     wchar_t temp[MAX_PATH] = L"";

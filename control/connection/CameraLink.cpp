@@ -38,7 +38,7 @@ protocol::Origin CameraLink::WebOrigin() {
 void CameraLink::AskBy(std::optional<std::uint16_t> httpsPort) {
     Commands();  // forgets the scheme of another camera
     m_https = httpsPort.has_value();
-    m_httpsPort = httpsPort.value_or(kDefaultHttpsPort);
+    m_httpsPort = httpsPort.value_or(protocol::kHttpsPort);
 }
 
 CameraCommands& CameraLink::Commands() {
@@ -52,7 +52,7 @@ CameraCommands& CameraLink::CommandsFor(const std::string& host) {
         access.serverIP = settings.serverIP;
         m_commands.Forget();  // what another one has said
         m_https = false;
-        m_httpsPort = kDefaultHttpsPort;
+        m_httpsPort = protocol::kHttpsPort;
     }
     access.httpPort = settings.httpPort;
     access.https = m_https;

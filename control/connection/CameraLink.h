@@ -53,8 +53,6 @@ class CameraLink {
     SignIn SignInFor(const protocol::Origin& place);
 
   private:
-    static constexpr std::int32_t kDefaultHttpsPort = 443;
-
     CameraHost& m_host;
     ConnectionMeans& m_means;
     SignIns m_signIns;
@@ -63,7 +61,7 @@ class CameraLink {
     CameraCommands m_commands;
     std::pair<std::string, std::int32_t> m_known;  // host and port of the camera last read
     bool m_https = false;                          // as the camera at that server said
-    std::int32_t m_httpsPort = kDefaultHttpsPort;
+    std::int32_t m_httpsPort = protocol::kHttpsPort;
 };
 
 }  // namespace norix

@@ -7,6 +7,7 @@
 
 #include <vector>
 
+#include "protocol/Text.h"
 #include "util/Handles.h"
 #include "util/Registry.h"
 #include "util/Text.h"
@@ -17,8 +18,6 @@ namespace {
 
 constexpr wchar_t kKey[] = L"Software\\Norix\\Credentials";
 constexpr std::size_t kLongestHost = 255;  // of a name (RFC 1035)
-constexpr std::uint16_t kHttpPort = 80;
-constexpr std::uint16_t kRtspPort = 554;
 constexpr std::size_t kLongestText = 1024;
 
 /// Memory that the encryption functions allocate, wiped before it is freed.
@@ -54,47 +53,16 @@ std::wstring NameOf(const protocol::Origin& origin) {
 
 /// The same in earlier versions.
 std::wstring FormerNameOf(const protocol::Origin& origin) {
-    const bool usual = (origin.scheme == "http" && origin.port == kHttpPort) ||
-                       (origin.scheme == "rtsp" && origin.port == kRtspPort);
+    const bool usual = (origin.scheme == "http" && origin.port == protocol::kHttpPort) ||
+                       (origin.scheme == "rtsp" && origin.port == protocol::kRtspPort);
     if (!usual || origin.host.size() > kLongestHost) return {};
     return util::Utf8ToWide(origin.host);
 }
 
-std::wstring ToHex(const BYTE* data, DWORD size) {
-    static constexpr wchar_t kDigits[] = L"0123456789abcdef";
-    std::wstring text;
-    text.reserve(2 * std::size_t{size});
-    for (DWORD i = 0; i < size; ++i) {
-        text += kDigits[data[i] >> 4];
-        text += kDigits[data[i] & 0xF];
-    }
-    return text;
-}
-
-std::optional<BYTE> DigitOf(wchar_t c) {
-    if (c >= L'0' && c <= L'9') return static_cast<BYTE>(c - L'0');
-    if (c >= L'a' && c <= L'f') return static_cast<BYTE>(c - L'a' + 10);
-    return std::nullopt;
-}
-
-std::vector<BYTE> FromHex(const std::wstring& text) {
-    std::vector<BYTE> bytes;
-    for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
-        const auto high = DigitOf(text[i]);
-        const auto low = DigitOf(text[i + 1]);
-        if (!high || !low) return {};
-        bytes.push_back(static_cast<BYTE>(*high << 4 | *low));
-    }
-    return bytes;
-}
-
-}  // namespace
-
-namespace {
-
 std::optional<SignIn> LoadNamed(const std::wstring& name) {
     if (name.empty()) return std::nullopt;
-    std::vector<BYTE> bytes = FromHex(util::StringReg(HKEY_CURRENT_USER, kKey, name.c_str()).Value());
+    std::vector<BYTE> bytes =
+        protocol::fromHex(util::WideToUtf8(util::StringReg(HKEY_CURRENT_USER, kKey, name.c_str()).Value()));
     if (bytes.empty()) return std::nullopt;
     DATA_BLOB secret = {static_cast<DWORD>(bytes.size()), bytes.data()};
     DATA_BLOB entropy = BlobOf(name);
@@ -129,7 +97,7 @@ bool SavedCredentials::Save(const protocol::Origin& origin, const SignIn& signIn
                                             CRYPTPROTECT_UI_FORBIDDEN, secret.Receive());
     SecureZeroMemory(text.data(), text.size() * sizeof(wchar_t));
     if (!encrypted) return false;
-    const std::wstring stored = ToHex(secret.Data(), secret.Size());
+    const std::wstring stored = util::Utf8ToWide(protocol::toHex(secret.Data(), secret.Size()));
     return util::StringReg(HKEY_CURRENT_USER, kKey, name.c_str(), true).Set(stored);
 }
 

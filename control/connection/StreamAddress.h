@@ -18,7 +18,7 @@ namespace norix {
 struct StreamRequest {
     std::string server;
     EConnectProtocol protocol = ecpUDP;
-    long rtspPort = 554;
+    long rtspPort = protocol::kRtspPort;
     long httpPort = 80;
     long channel = 0;  // 0: the camera has one
     long stream = 0;   // 0: the camera has one

@@ -13,8 +13,6 @@
 namespace norix::http {
 namespace {
 
-constexpr std::uint16_t kHttpPort = 80;
-
 bool IsToken(const std::string& text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
         return static_cast<unsigned char>(c) > ' ' && c != '\x7F';
@@ -46,7 +44,7 @@ bool HttpDialogue::Valid() const {
 
 std::string HttpDialogue::Request() const {
     std::string text = "GET " + m_at.path + " HTTP/1.1\r\nHost: " + protocol::hostInUrl(m_at.host);
-    if (m_at.port != kHttpPort) text.append(1, ':').append(std::to_string(m_at.port));
+    if (m_at.port != protocol::kHttpPort) text.append(1, ':').append(std::to_string(m_at.port));
     text += "\r\nUser-Agent: NorixSDK\r\nAccept: */*\r\nConnection: close\r\n";
     if (!m_sentCookie.empty()) text += "x-sessioncookie: " + m_sentCookie + "\r\n";
     if (!m_authorization.empty()) text += "Authorization: " + m_authorization + "\r\n";

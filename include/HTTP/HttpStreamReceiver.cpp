@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "include/HTTP/StreamSession.h"
-#include "util/AnsweringWait.h"
 #include "util/Log.h"
 #include "util/Settings.h"
 
@@ -62,21 +61,6 @@ bool HttpStreamReceiver::Begin(const HttpStreamRequest& request, std::function<v
     return true;
 }
 
-bool HttpStreamReceiver::Start(const HttpStreamRequest& request) {
-    if (!Begin(request, nullptr)) return false;
-    // From here on, a message may bring the end of this object: only what is shared is touched then.
-    const std::shared_ptr<StreamSession> session = m_session;
-    // The thread keeps the limit itself; the rest is for a machine that is slow to let it.
-    constexpr std::uint32_t kGraceMs = 500;
-    util::WaitAnsweringSentMessages(session->decided.Get(), request.timeLimitMs + kGraceMs);
-    if (session->stopped) return false;
-    if (TakeAnswer() == Answer::Streaming) return true;
-    m_session.reset();
-    session->Silence();
-    if (!m_thread.Stop()) m_ended = false;
-    return false;
-}
-
 HttpStreamReceiver::Answer HttpStreamReceiver::TakeAnswer() {
     if (!m_session) return Answer::Failed;
     if (!m_session->decided.Wait(0)) return Answer::Pending;
@@ -87,7 +71,6 @@ HttpStreamReceiver::Answer HttpStreamReceiver::TakeAnswer() {
 
 void HttpStreamReceiver::RequestStop() {
     if (!m_session) return;
-    m_session->stopped = true;
     m_session->Silence();
     m_param->SetClosing(true);
     m_thread.RequestStop();

@@ -26,10 +26,10 @@ struct HttpReceiverTiming {
 /// Threads: belongs to the window thread. The receiving thread shares the parameter block and the players, so
 /// whoever makes the receiver hands it shared pointers; a thread that had to be abandoned harms nobody.
 ///
-/// Reports: once Start has returned true, a stream that ends, stalls, isn't media or breaks its protocol
-/// posts WM_OnConnectStatus with ecsConnectFail to the parameter block's window, exactly once per Start. A
-/// start that fails posts nothing. After Stop nothing is posted any more, though a message that was posted
-/// before it may still wait in the queue.
+/// Reports: a stream that the camera has granted and that ends, stalls, isn't media or breaks its protocol
+/// posts WM_OnConnectStatus with ecsConnectFail to the parameter block's window, exactly once per Begin. One
+/// that it doesn't grant posts nothing. After Stop nothing is posted any more, though a message that was
+/// posted before it may still wait in the queue.
 class HttpStreamReceiver {
   public:
     enum class Kind { Video, Audio };
@@ -43,20 +43,15 @@ class HttpStreamReceiver {
     HttpStreamReceiver& operator=(const HttpStreamReceiver&) = delete;
 
     /// Begins to ask for the stream and returns at once; false when the receiver runs already or there is no
-    /// thread. `decided` is called by the receiving thread once the answer is known; it must not wait.
+    /// thread. The answer is known within the request's time limit. `decided`, which may be null, is called
+    /// by the receiving thread once the answer is known; it must not wait.
     bool Begin(const HttpStreamRequest& request, std::function<void()> decided);
 
     enum class Answer { Pending, Streaming, Refused, Failed };
     /// What came of Begin. Refused: the camera wants another sign-in. A stream that was not granted is over.
     Answer TakeAnswer();
 
-    /// Begin, and a wait for the answer. Returns true as soon as the camera has answered 200 with a media
-    /// content type, false when it didn't within the request's time limit, or when the receiver runs already.
-    /// Sent messages are answered meanwhile, so the caller can be entered again; a Stop from in there, or the
-    /// receiver's end, makes it return false. Throws only std::bad_alloc.
-    bool Start(const HttpStreamRequest& request);
-
-    /// After a successful Start: what ties the audio request to the video stream. The video request carries a
+    /// Once it is streaming: what ties the audio request to the video stream. The video request carries a
     /// random one; the camera may answer with its own. Empty for none.
     std::string SessionCookie() const { return m_cookie; }
 
@@ -67,8 +62,6 @@ class HttpStreamReceiver {
     /// closing, because the thread may be waiting in an insert operation; ResetForNewStream undoes that. A
     /// receiver that isn't running is left as it is. False when a thread of it had to be abandoned.
     bool Stop();
-
-    bool Running() const { return m_session != nullptr; }
 
   private:
     // Constant after construction.

@@ -19,7 +19,7 @@ namespace norix {
 
 /// One run of a receiver: what its window thread and its receiving thread share, and what the latter does.
 struct StreamSession {
-    /// Constant after Start made it.
+    /// Constant after Begin made it.
     http::FrameDelivery::Kind kind = http::FrameDelivery::Kind::Pictures;
     std::shared_ptr<CCtrlParam> param;
     std::shared_ptr<MediaPlayers> players;  // may be null
@@ -29,9 +29,6 @@ struct StreamSession {
     std::uint32_t retryMs = 0;  // not 0: its end is told nobody, and it is asked for again after so long
     std::function<void()>
         onDecided;  // may be null; called after `decided` is signalled, by the receiving thread
-
-    /// Window thread only: the receiver has been stopped since.
-    bool stopped = false;
 
     /// Signalled by the receiving thread when it is known whether there is a stream.
     util::Event decided{util::Event::Kind::kManualReset};

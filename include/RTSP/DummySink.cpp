@@ -6,23 +6,16 @@
 #include <utility>
 
 #include "media/CtrlParam.h"
+#include "protocol/Text.h"
+#include "util/H264Syntax.h"
 #include "util/Log.h"
 
 namespace norix {
 namespace {
 
-bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
-    const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; };
-    if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        if (upper(a[i]) != upper(b[i])) return false;
-    }
-    return true;
-}
-
 std::vector<std::uint8_t> ConfigOf(MediaSubsession const& subsession) {
     char const* const text = subsession.fmtp_config();
-    return text ? BytesFromHex(text) : std::vector<std::uint8_t>();
+    return text ? protocol::fromHex(text) : std::vector<std::uint8_t>();
 }
 
 }  // namespace
@@ -53,8 +46,10 @@ DummySink::Kind DummySink::KindOf(char const* codecName) {
     if (codec == "H264") return Kind::H264;
     if (codec == "MP4V-ES") return Kind::Mpeg4;
     if (codec == "JPEG") return Kind::Jpeg;
-    if (EqualsIgnoringCase(codec, "PCMU") || EqualsIgnoringCase(codec, "PCMA")) return Kind::G711;
-    if (EqualsIgnoringCase(codec, "MPEG4-GENERIC") || EqualsIgnoringCase(codec, "AAC")) return Kind::Aac;
+    if (protocol::equalsIgnoringCase(codec, "PCMU") || protocol::equalsIgnoringCase(codec, "PCMA"))
+        return Kind::G711;
+    if (protocol::equalsIgnoringCase(codec, "MPEG4-GENERIC") || protocol::equalsIgnoringCase(codec, "AAC"))
+        return Kind::Aac;
     return Kind::Other;
 }
 
@@ -73,16 +68,13 @@ void DummySink::PrependParameterSets() {
     unsigned count = 0;
     const std::unique_ptr<SPropRecord[]> records(
         parseSPropParameterSets(m_subsession.fmtp_spropparametersets(), count));
-    constexpr unsigned kTypeMask = 0x1F;  // H.264, 7.3.1
-    constexpr unsigned kSequenceParameterSet = 7;
-    constexpr unsigned kPictureParameterSet = 8;
     constexpr std::size_t kMostBytes = 16 * 1024;  // they go before every key frame
     std::size_t bytes = 0;
     for (unsigned i = 0; i < count; ++i) {
         const ByteView unit(records[i].sPropBytes, records[i].sPropLength);
         if (unit.empty() || unit.size() > kMostBytes - bytes) continue;
-        const unsigned type = unit[0] & kTypeMask;
-        if (type != kSequenceParameterSet && type != kPictureParameterSet) continue;
+        const unsigned type = util::h264::TypeOf(unit[0]);
+        if (type != util::h264::kSps && type != util::h264::kPps) continue;
         bytes += unit.size();
         TakeNalUnit(unit, 0);
     }

@@ -4,17 +4,9 @@
 #include <cstddef>
 #include <cstring>
 
+#include "protocol/Text.h"
+
 namespace norix {
-namespace {
-
-int HexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
-
-}  // namespace
 
 int VopCodingType(ByteView frame) {
     constexpr std::uint8_t kVopStartCode = 0xB6;  // behind 00 00 01 (ISO/IEC 14496-2, 6.2.1)
@@ -46,22 +38,11 @@ bool HasVolHeader(ByteView frame) {
     return false;
 }
 
-std::vector<std::uint8_t> BytesFromHex(std::string_view text) {
-    std::vector<std::uint8_t> bytes;
-    for (std::size_t at = 0; at + 1 < text.size(); at += 2) {
-        const int high = HexDigit(text[at]);
-        const int low = HexDigit(text[at + 1]);
-        if (high < 0 || low < 0) return {};
-        bytes.push_back(static_cast<std::uint8_t>(high << 4 | low));
-    }
-    return bytes;
-}
-
 std::vector<std::uint8_t> AacConfigFromText(std::string_view text) {
     std::vector<std::uint8_t> bytes(text.size());
     for (std::size_t k = 0; 2 * k + 1 < text.size(); ++k) {
-        const int high = HexDigit(text[2 * k]);
-        const int low = HexDigit(text[2 * k + 1]);
+        const int high = protocol::hexDigit(text[2 * k]);
+        const int low = protocol::hexDigit(text[2 * k + 1]);
         if (high >= 0 && low >= 0) bytes[k] = static_cast<std::uint8_t>(high << 4 | low);
     }
     return bytes;

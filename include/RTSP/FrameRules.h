@@ -18,9 +18,6 @@ int VopCodingType(ByteView frame);
 /// Whether an MPEG-4 frame brings the header (video object layer) without which no decoder can begin.
 bool HasVolHeader(ByteView frame);
 
-/// The bytes of an MPEG-4 "config" parameter; none if it isn't pairs of hexadecimal digits.
-std::vector<std::uint8_t> BytesFromHex(std::string_view text);
-
 /// The bytes that a "config" parameter writes as pairs of hexadecimal digits. The result has one byte per
 /// character of the text: what is beyond the pairs is 0, which decoders take for padding. A pair that isn't
 /// hexadecimal gives 0.

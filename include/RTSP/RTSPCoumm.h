@@ -38,8 +38,6 @@ class RTSPCoumm {
     /// The beginning of that: tells the thread to end without waiting for it.
     void RequestStop();
 
-    bool IsStreaming() const { return m_thread.Started(); }
-
   private:
     const std::shared_ptr<CCtrlParam> m_param;
     const std::shared_ptr<MediaPlayers> m_players;

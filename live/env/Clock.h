@@ -36,8 +36,4 @@ inline int64_t microsecondsBetween(const timeval& a, const timeval& b) {
     return seconds * kMicrosecondsPerSecond + b.tv_usec - a.tv_usec;
 }
 
-inline int64_t toMicroseconds(const timeval& t) {
-    return static_cast<int64_t>(t.tv_sec) * kMicrosecondsPerSecond + t.tv_usec;
-}
-
 }  // namespace live

@@ -1,6 +1,6 @@
 #include "live/rtp/Mpeg4GenericDepacketizer.h"
 
-#include "live/rtp/BitReader.h"
+#include "util/BitReader.h"
 
 namespace live::rtp {
 namespace {
@@ -20,20 +20,21 @@ bool Mpeg4GenericDepacketizer::readHeaders(ByteReader& reader) {
     m_headers.clear();
     if (!m_format.hasHeaders()) return true;
     const std::size_t bits = reader.u16();
-    BitReader fields(reader.take((bits + 7) / 8), bits);
+    const Bytes section = reader.take((bits + 7) / 8);
     if (!reader.ok()) return false;
-    while (fields.left() > 0) {
+    util::BitReader fields(section.data(), section.size());
+    while (fields.Position() < bits) {
         if (m_headers.size() == kMaxUnitsPerPacket) return false;
         UnitHeader header;
-        header.size = m_format.sizeLength ? fields.take(m_format.sizeLength) : m_format.constantSize;
+        header.size = m_format.sizeLength ? fields.Read(m_format.sizeLength) : m_format.constantSize;
         const bool first = m_headers.empty();
-        const std::uint32_t index = fields.take(first ? m_format.indexLength : m_format.indexDeltaLength);
+        const std::uint32_t index = fields.Read(first ? m_format.indexLength : m_format.indexDeltaLength);
         header.indexDelta = first ? 0 : index;
-        if (m_format.ctsDeltaLength && fields.take(1)) fields.take(m_format.ctsDeltaLength);
-        if (m_format.dtsDeltaLength && fields.take(1)) fields.take(m_format.dtsDeltaLength);
-        if (m_format.randomAccessIndication) fields.take(1);
-        fields.take(m_format.streamStateLength);
-        if (!fields.ok()) return false;
+        if (m_format.ctsDeltaLength && fields.Read(1)) fields.Read(m_format.ctsDeltaLength);
+        if (m_format.dtsDeltaLength && fields.Read(1)) fields.Read(m_format.dtsDeltaLength);
+        if (m_format.randomAccessIndication) fields.Read(1);
+        fields.Read(m_format.streamStateLength);
+        if (fields.Position() > bits) return false;
         m_headers.push_back(header);
     }
     return !m_headers.empty();
@@ -47,11 +48,11 @@ void Mpeg4GenericDepacketizer::onPacket(const RtpPacket& packet, bool afterLoss,
     ByteReader reader(packet.payload);
     if (!readHeaders(reader)) return;
     if (m_format.auxiliarySizeLength) {
-        BitReader length(reader.rest(), reader.left() * 8);
+        util::BitReader length(reader.rest().data(), reader.left());
         const std::size_t bits =
-            m_format.auxiliarySizeLength + std::size_t{length.take(m_format.auxiliarySizeLength)};
+            m_format.auxiliarySizeLength + std::size_t{length.Read(m_format.auxiliarySizeLength)};
         reader.skip((bits + 7) / 8);
-        if (!length.ok() || !reader.ok()) return;
+        if (length.Overrun() || !reader.ok()) return;
     }
     FrameInfo info = infoOf(packet);
     info.duration = m_unitDuration;

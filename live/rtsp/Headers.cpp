@@ -1,7 +1,6 @@
 #include "live/rtsp/Headers.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "protocol/Text.h"
 
@@ -20,15 +19,6 @@ std::optional<std::pair<T, T>> parsePair(std::string_view value) {
     const auto second = value.empty() ? std::min(*first + 1, kLimit) : parseNumber(value, kLimit);
     if (!second) return std::nullopt;
     return std::pair<T, T>(static_cast<T>(*first), static_cast<T>(*second));
-}
-
-// Up to 8 hexadecimal digits; nothing for what some servers write instead.
-std::optional<std::uint32_t> parseHex(std::string_view text) {
-    std::uint32_t value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, value, 16);
-    if (error != std::errc() || rest != end) return std::nullopt;
-    return value;
 }
 
 std::string_view unquoted(std::string_view value) {

@@ -11,8 +11,8 @@
 #include "tests/native/audio/MuLawTable.h"
 #include "tests/native/audio/Rig.h"
 #include "tests/native/codec/Corpus.h"
+#include "tests/support/LogCapture.h"
 #include "util/Log.h"
-#include "util/LogCapture.h"
 
 namespace norix {
 namespace {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "audio/AudioLoop.h"
-#include "media/MediaPlatformFake.h"
+#include "tests/support/MediaPlatformFake.h"
 
 namespace norix::test {
 

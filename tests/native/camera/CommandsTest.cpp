@@ -6,7 +6,7 @@
 
 #include <deque>
 
-#include "util/LogCapture.h"
+#include "tests/support/LogCapture.h"
 
 namespace norix {
 namespace {

@@ -15,7 +15,7 @@
 #include <thread>
 
 #include "control/connection/Connection.h"
-#include "media/MediaPlatformFake.h"
+#include "tests/support/MediaPlatformFake.h"
 
 namespace norix::test {
 

@@ -5,8 +5,8 @@
 #include "Streams.h"
 #include "include/HTTP/BodyDecoder.h"
 #include "include/HTTP/FrameDelivery.h"
-#include "media/MediaPlatformFake.h"
-#include "tests/native/CountAllocations.h"
+#include "tests/support/CountAllocations.h"
+#include "tests/support/MediaPlatformFake.h"
 
 namespace http_test {
 namespace {

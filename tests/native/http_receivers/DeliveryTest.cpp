@@ -4,7 +4,7 @@
 
 #include "Streams.h"
 #include "include/HTTP/FrameDelivery.h"
-#include "media/MediaPlatformFake.h"
+#include "tests/support/MediaPlatformFake.h"
 
 namespace http_test {
 namespace {

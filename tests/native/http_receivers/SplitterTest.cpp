@@ -4,7 +4,7 @@
 
 #include "Streams.h"
 #include "include/HTTP/BodyDecoder.h"
-#include "util/LogCapture.h"
+#include "tests/support/LogCapture.h"
 
 namespace http_test {
 namespace {

@@ -7,9 +7,9 @@
 #include <thread>
 #include <vector>
 
-#include "media/MediaPlatformFake.h"
 #include "tests/native/media/FrameBytes.h"
-#include "util/LogCapture.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/MediaPlatformFake.h"
 
 namespace norix {
 namespace {

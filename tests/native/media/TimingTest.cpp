@@ -2,10 +2,10 @@
 
 #include "media/FrameRateMeter.h"
 #include "media/FrameTimingTrace.h"
-#include "media/MediaPlatformFake.h"
 #include "media/PtsMonitor.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/MediaPlatformFake.h"
 #include "util/Log.h"
-#include "util/LogCapture.h"
 
 namespace norix {
 namespace {

@@ -11,7 +11,7 @@
 #include "camera/onvif/SoapRequest.h"
 #include "protocol/Digest.h"
 #include "protocol/Text.h"
-#include "util/LogCapture.h"
+#include "tests/support/LogCapture.h"
 
 namespace onvif_test {
 namespace {

@@ -11,7 +11,7 @@
 #include "codec/Jpeg.h"
 #include "tests/native/media/FrameBytes.h"
 #include "tests/native/render/Rig.h"
-#include "util/LogCapture.h"
+#include "tests/support/LogCapture.h"
 
 namespace norix {
 namespace {

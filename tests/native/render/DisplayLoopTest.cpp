@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "tests/native/render/Rig.h"
+#include "tests/support/LogCapture.h"
 #include "util/Log.h"
-#include "util/LogCapture.h"
 
 namespace norix {
 namespace {

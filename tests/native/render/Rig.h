@@ -9,10 +9,10 @@
 #include <thread>
 #include <vector>
 
-#include "media/MediaPlatformFake.h"
 #include "render/decode/DecodeLoop.h"
 #include "render/present/DisplayLoop.h"
 #include "tests/native/codec/Corpus.h"
+#include "tests/support/MediaPlatformFake.h"
 
 namespace norix::test {
 

@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include "media/MediaPlatformFake.h"
 #include "render/snapshot/SnapshotName.h"
 #include "render/snapshot/SnapshotWork.h"
-#include "util/LogCapture.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/MediaPlatformFake.h"
 
 namespace norix {
 namespace {

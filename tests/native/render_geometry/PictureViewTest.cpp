@@ -5,7 +5,7 @@
 #include <atomic>
 #include <thread>
 
-#include "util/LogCapture.h"
+#include "tests/support/LogCapture.h"
 
 namespace norix {
 namespace {

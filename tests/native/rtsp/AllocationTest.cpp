@@ -8,8 +8,8 @@
 
 #include "include/RTSP/DummySink.h"
 #include "media/CtrlParam.h"
-#include "tests/native/CountAllocations.h"
 #include "tests/native/live/Packetizer.h"
+#include "tests/support/CountAllocations.h"
 
 namespace norix {
 namespace {

@@ -145,8 +145,6 @@ TEST(FrameRules, FindTheFirstPicturesCodingType) {
 }
 
 TEST(FrameRules, ReadConfigurationAndPosition) {
-    EXPECT_THAT(BytesFromHex("000001b0F"), ElementsAre(0, 0, 1, 0xB0));
-    EXPECT_TRUE(BytesFromHex("00x0").empty());
     EXPECT_THAT(AacConfigFromText("1210"), ElementsAre(0x12, 0x10, 0, 0));
     EXPECT_THAT(AacConfigFromText("1Fz3a"), ElementsAre(0x1F, 0, 0, 0, 0));
     EXPECT_TRUE(AacConfigFromText("").empty());

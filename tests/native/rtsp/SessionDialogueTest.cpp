@@ -17,7 +17,7 @@
 #include "media/CtrlParam.h"
 #include "media/MediaPlayers.h"
 #include "tests/native/live/Dialogue.h"
-#include "util/LogCapture.h"
+#include "tests/support/LogCapture.h"
 
 namespace norix {
 namespace {

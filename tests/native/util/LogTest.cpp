@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "util/LogCapture.h"
+#include "tests/support/LogCapture.h"
 
 namespace util {
 namespace {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <utility>
 
-#include "util/LogCapture.h"
+#include "tests/support/LogCapture.h"
 
 namespace util {
 namespace {

@@ -79,15 +79,15 @@ TEST_F(Automation, StoresMulticastAddresses) {
     EXPECT_EQ(stored(), "239.1.1.1:5000 239.1.1.1:5002 :0 :0");
     Control().SetMulticastInfoEx(L"239.1.1.2", 65535, L"239.1.1.3", 0);
     EXPECT_EQ(stored(), "239.1.1.2:65535 239.1.1.3:0 :0 :0");
-    EXPECT_EQ(Control().SetMulticastInfoByType(emiMetadata, L"239.1.1.4", 6000), S_OK);
-    EXPECT_EQ(Control().SetMulticastInfoByType(emiAudioBroadcast, L"239.1.1.5", 6002), S_OK);
+    EXPECT_EQ(Control().SetMulticastInfoByType(3, L"239.1.1.4", 6000), S_OK);
+    EXPECT_EQ(Control().SetMulticastInfoByType(2, L"239.1.1.5", 6002), S_OK);
     const std::string before = stored();
     EXPECT_EQ(before, "239.1.1.2:65535 239.1.1.3:0 239.1.1.5:6002 239.1.1.4:6000");
 
     for (const long type : {-1L, 4L, LONG_MAX, LONG_MIN})
         EXPECT_EQ(Control().SetMulticastInfoByType(type, L"239.9.9.9", 1), E_INVALIDARG);
     for (const long port : {-1L, 65536L, LONG_MIN})
-        EXPECT_EQ(Control().SetMulticastInfoByType(emiVideo, L"239.9.9.9", port), E_INVALIDARG);
+        EXPECT_EQ(Control().SetMulticastInfoByType(0, L"239.9.9.9", port), E_INVALIDARG);
     for (const wchar_t* port : {L"", L"-1", L"65536", L"12x", L" 12", L"99999999999"})
         Control().SetMulticastInfo(L"239.9.9.9", port, port);
     EXPECT_EQ(stored(), before);

@@ -153,7 +153,7 @@ TEST_F(Connecting, WatchesTheDiskWhileRecording) {
     EXPECT_EQ(tickUntilReport(kWatchedMs), Texts()) << "nobody wants a recording";
     EXPECT_EQ(Control().StartRecording(1), S_OK);
     EXPECT_EQ(tickUntilReport(kDeadlineMs), Texts{"OnRecordStatus(2)"});
-    EXPECT_EQ(Control().Properties().recordStatus, ersDiskFull);
+    EXPECT_EQ(Control().Properties().recordStatus, static_cast<short>(RecordStatus::DiskFull));
     EXPECT_EQ(tickUntilReport(kWatchedMs), Texts()) << "the wish has ended with it";
     Put(L"RecordVideoPath", L"Q:\\no such drive");
     EXPECT_EQ(Control().StartRecording(1), S_OK);

@@ -13,7 +13,7 @@
 
 #include "control/Events.h"
 #include "control/NorixSDKCtl.h"
-#include "tests/windows/control/LogCapture.h"
+#include "tests/support/DebuggerCapture.h"
 #include "tests/windows/framework/EventRecorder.h"
 #include "tests/windows/framework/TestObject.h"
 #include "tests/windows/util/PrivateHives.h"
@@ -92,7 +92,7 @@ class ControlTest : public testing::Test {
     static constexpr wchar_t kKey[] = L"Software\\KEST\\NorixSDK";
 
     util::test::PrivateHives hives;
-    LogCapture log;
+    DebuggerCapture log;
 
   private:
     HRESULT Put(const wchar_t* name, const VARIANT& value);

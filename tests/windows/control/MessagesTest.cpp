@@ -36,7 +36,7 @@ TEST_F(Messages, PostedOnesBecomeEvents) {
         Texts expected;
     } cases[] = {
         {WM_OnDIOStatus, 5, LONG_MIN, {"OnDIOStatus(5, -2147483648)"}},
-        {WM_OnRecordStatus, ersRecordStart, 0, {"OnRecordStatus(3)"}},
+        {WM_OnRecordStatus, static_cast<WPARAM>(RecordStatus::Started), 0, {"OnRecordStatus(3)"}},
         {WM_OnResolutionChanged, 1920, 1080, {"OnResolutionChanged(1920, 1080)"}},
         {WM_OnMDAlert, 2, 100, {"OnMDAlert(2s, 100s)"}},
         {WM_OnMDAlert, 0x10002, 0x2FFFF, {"OnMDAlert(2s, -1s)"}},  // the low 16 bits

@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 #include <wincrypt.h>
 
+#include "protocol/Text.h"
 #include "util/Registry.h"
+#include "util/Text.h"
 
 namespace norix::test {
 namespace {
@@ -58,11 +60,7 @@ TEST(SavedCredentials, OfEarlierVersionsCountForTheUsualPorts) {
     DATA_BLOB secret = {};
     ASSERT_TRUE(
         CryptProtectData(&plain, nullptr, &entropy, nullptr, nullptr, CRYPTPROTECT_UI_FORBIDDEN, &secret));
-    std::wstring hex;
-    for (DWORD i = 0; i < secret.cbData; ++i) {
-        hex += L"0123456789abcdef"[secret.pbData[i] >> 4];
-        hex += L"0123456789abcdef"[secret.pbData[i] & 15];
-    }
+    const std::wstring hex = util::Utf8ToWide(protocol::toHex(secret.pbData, secret.cbData));
     LocalFree(secret.pbData);
     ASSERT_TRUE(util::StringReg(HKEY_CURRENT_USER, kKey, name.c_str(), true).Set(hex));
 

@@ -5,8 +5,8 @@
 #include <atomic>
 #include <functional>
 
-#include "render/present/NullPresenter.h"
 #include "tests/native/codec/Corpus.h"
+#include "tests/support/NullPresenter.h"
 #include "util/Handles.h"
 
 namespace norix {

@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "tests/windows/control/LogCapture.h"
+#include "tests/support/DebuggerCapture.h"
 #include "util/Log.h"
 
 namespace util {
@@ -73,7 +73,7 @@ TEST(GenericThread, StopAnswersMessagesSentByTheThread) {
 }
 
 TEST(GenericThread, LogsAnExceptionAndEnds) {
-    const norix::test::LogCapture log;
+    const norix::test::DebuggerCapture log;
     Switches().output.Set(1);
     Switches().threadId.Set(0);
     GenericThread known("Known");

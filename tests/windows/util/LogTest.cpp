@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "PrivateHives.h"
-#include "tests/windows/control/LogCapture.h"
+#include "tests/support/DebuggerCapture.h"
 #include "util/Handles.h"
 #include "util/LogSetup.h"
 #include "util/Settings.h"
@@ -179,7 +179,7 @@ TEST_F(LogTest, RecordsOfManyThreadsStayWhole) {
 }
 
 TEST_F(LogTest, DebuggerOutputShowsLinesWithEitherSwitch) {
-    const norix::test::LogCapture log;
+    const norix::test::DebuggerCapture log;
     NORIX_LOG("F", 0, "off");
     Switches().output.Set(1);
     NORIX_LOG("F", 0, "narrow");

@@ -28,11 +28,6 @@ TEST(Text, ReplacesWhatIsMalformed) {
     EXPECT_EQ(WideToUtf8(L"<\xDC00\xD800>"), "<\xEF\xBF\xBD\xEF\xBF\xBD>");
 }
 
-TEST(Text, AnsiNeverInventsASeparator) {
-    EXPECT_EQ(AnsiToWide(WideToAnsi(L"a/b\\c")), L"a/b\\c");
-    EXPECT_EQ(WideToAnsi(L"\uFF0F\u2215\uFF3C"), "???");  // look-alikes of slash and backslash
-}
-
 TEST(Text, BstrsKeepEmbeddedZerosAndMayBeNull) {
     const std::wstring text(L"a\0b", 3);
     EXPECT_EQ(BstrView(MakeBstr(text).Get()), text);

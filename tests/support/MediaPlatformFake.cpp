@@ -3,7 +3,7 @@
 #include <thread>
 
 #include "media/MediaPlatform.h"
-#include "media/MediaPlatformFake.h"
+#include "tests/support/MediaPlatformFake.h"
 
 namespace norix::platform {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace codec {
+namespace util {
 
 /// Reads big-endian bit fields from memory. Reading beyond the end gives zeros and makes Overrun() true, so a
 /// parser may read a whole header and ask once. The memory is the caller's.
@@ -23,6 +23,7 @@ class BitReader {
 
     bool ReadFlag() { return Read(1) != 0; }
     void Skip(std::size_t count) { m_at += count; }
+    /// Bits read and skipped so far.
     std::size_t Position() const { return m_at; }
     bool Overrun() const { return m_at > m_bits; }
 
@@ -32,4 +33,4 @@ class BitReader {
     std::size_t m_at = 0;
 };
 
-}  // namespace codec
+}  // namespace util

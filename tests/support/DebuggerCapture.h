@@ -8,12 +8,12 @@ namespace norix::test {
 
 /// What this process writes to the debugger output while one of these lives, seen before any debugger or
 /// debug viewer: the system announces it as an exception, which is taken here. One at a time.
-class LogCapture {
+class DebuggerCapture {
   public:
-    LogCapture();
-    ~LogCapture();
-    LogCapture(const LogCapture&) = delete;
-    LogCapture& operator=(const LogCapture&) = delete;
+    DebuggerCapture();
+    ~DebuggerCapture();
+    DebuggerCapture(const DebuggerCapture&) = delete;
+    DebuggerCapture& operator=(const DebuggerCapture&) = delete;
 
     /// The lines so far, as written.
     std::vector<std::string> Lines() const;

@@ -1,4 +1,4 @@
-#include "tests/windows/control/LogCapture.h"
+#include "tests/support/DebuggerCapture.h"
 
 #include <windows.h>
 
@@ -36,22 +36,22 @@ LONG CALLBACK OnException(EXCEPTION_POINTERS* exception) {
 
 }  // namespace
 
-LogCapture::LogCapture() {
+DebuggerCapture::DebuggerCapture() {
     g_lock = &m_lock;
     g_lines = &m_lines;
     m_handler = AddVectoredExceptionHandler(1, &OnException);
 }
 
-LogCapture::~LogCapture() {
+DebuggerCapture::~DebuggerCapture() {
     RemoveVectoredExceptionHandler(m_handler);
 }
 
-std::vector<std::string> LogCapture::Lines() const {
+std::vector<std::string> DebuggerCapture::Lines() const {
     const std::lock_guard lock(m_lock);
     return m_lines;
 }
 
-std::vector<std::string> LogCapture::Messages() const {
+std::vector<std::string> DebuggerCapture::Messages() const {
     static const std::regex kLine(R"(^\[NorixSDK\](\[T\d+\] )?(.*?)( \[\w+\.\w+\(\d+\) [^\]]*\(\)\])?\r\n$)");
     std::vector<std::string> messages;
     for (const std::string& line : Lines()) {
@@ -61,13 +61,13 @@ std::vector<std::string> LogCapture::Messages() const {
     return messages;
 }
 
-bool LogCapture::Has(const std::string& beginning) const {
+bool DebuggerCapture::Has(const std::string& beginning) const {
     const std::vector<std::string> messages = Messages();
     return std::any_of(messages.begin(), messages.end(),
                        [&](const std::string& message) { return message.starts_with(beginning); });
 }
 
-void LogCapture::Clear() {
+void DebuggerCapture::Clear() {
     const std::lock_guard lock(m_lock);
     m_lines.clear();
 }

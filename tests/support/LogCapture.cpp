@@ -4,8 +4,8 @@
 #include <mutex>
 #include <string_view>
 
+#include "tests/support/LogCapture.h"
 #include "util/Log.h"
-#include "util/LogCapture.h"
 #include "util/LogPlatform.h"
 
 namespace util {
