@@ -13,6 +13,7 @@
 #include <optional>
 
 #include "bench/live_view/LogTap.h"
+#include "bench/live_view/Times.h"
 #include "tests/system/endurance/LiveView.h"
 #include "tests/system/endurance/Measure.h"
 #include "util/Handles.h"

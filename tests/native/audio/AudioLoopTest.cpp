@@ -243,24 +243,6 @@ TEST(AudioLoop, AacTakesItsRateFromTheConfiguration) {
     }
 }
 
-TEST(AudioLoop, SurvivesDamagedAac) {
-    codec::test::Random random(61);
-    for (const char* clip : {"aac_8000_1", "aac_16000_2"}) {
-        const std::vector<Bytes> units = Units(clip);
-        Rig rig(AudioCodec::Aac);
-        rig.param.aacConfig.Set(clip[4] == '8' ? Config(11, 1) : Config(8, 2));
-        for (int i = 0; i < codec::test::kDamagedFrames / 2; ++i) {
-            const Bytes& unit = units[static_cast<std::size_t>(i) % units.size()];
-            const Samples sound = rig.Play(i % 10 == 0 ? unit : codec::test::Corrupt(unit, random));
-            ASSERT_LE(sound.size(), 1024u);
-        }
-        for (int i = 0; i < 3; ++i)
-            rig.Play(units[static_cast<std::size_t>(i)]);
-        EXPECT_EQ(rig.Play(units[3]).size(), 1024u) << "sound frames still sound";
-        EXPECT_TRUE(rig.param.HasEmptyAudioFrame()) << "no record was lost";
-    }
-}
-
 // ---- Long runs
 
 struct Drift {

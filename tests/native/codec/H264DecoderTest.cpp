@@ -270,27 +270,6 @@ TEST(H264ParameterSets, KnowWhatDecodingDependsOn) {
     EXPECT_NE(decodingAfter(wider), decoding);
 }
 
-TEST(H264Decoder, ReportsSizeAndInterlacing) {
-    const std::vector<Bytes> packets = LoadPackets("h264_interlaced_720x576");
-    H264Decoder decoder;
-    ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
-    EXPECT_EQ(decoder.Width(), 720);
-    EXPECT_EQ(decoder.Height(), 576);
-    PlanarPicture picture;
-    for (const Bytes& packet : packets) {
-        if (decoder.DecodePlanar(packet.data(), packet.size(), &picture) == Status::kOk) {
-            EXPECT_TRUE(picture.interlaced);
-        }
-    }
-    EXPECT_TRUE(decoder.Info().interlaced);
-    EXPECT_TRUE(decoder.Info().topFieldFirst);
-    EXPECT_FALSE(decoder.Info().damaged);
-
-    // 1080 isn't a whole number of macroblocks.
-    ASSERT_EQ(Open(decoder, LoadPackets("h264_high_1920x1080")[0]), Status::kOk);
-    EXPECT_EQ(decoder.Height(), 1080);
-}
-
 TEST(H264Decoder, OpensAtKeyFramesOnly) {
     const std::vector<Bytes> packets = LoadPackets("h264_baseline_64x48");
     H264Decoder decoder;

@@ -26,43 +26,10 @@ TEST_P(Mpeg4Clip, GivesTheSamePicturesAsFfmpeg) {
     EXPECT_EQ(DecodeAll(driver, LoadPackets(clip)), LoadReferences(clip));
 }
 
-TEST_P(Mpeg4Clip, ConvertsWithinTwoLevels) {
-    const std::vector<Bytes> packets = LoadPackets(std::string("mpeg4_") + GetParam());
-    XvidDriver planar;
-    std::size_t count = 0;
-    while (planar.Decode(packets[count]).type <= 0)
-        ++count;
-    for (int csp : {XVID_CSP_YUY2, XVID_CSP_BGR}) {
-        XvidDriver driver;
-        driver.m_csp = csp;
-        for (std::size_t i = 0; i <= count; ++i)
-            driver.Decode(packets[i]);
-        PlanarPicture view = planar.View();
-        view.interlaced = std::string(GetParam()).starts_with("interlaced");
-        view.matrix = UsualMatrix(view.height);
-        const PixelFormat format = csp == XVID_CSP_YUY2 ? PixelFormat::kYuy2 : PixelFormat::kBgr24;
-        EXPECT_LE(DifferenceFromReference(driver.m_buffer, view, format), 2) << "csp " << csp;
-    }
-}
-
 INSTANTIATE_TEST_SUITE_P(Clips, Mpeg4Clip,
                          testing::Values("simple_176x144", "b_352x288", "interlaced_720x576", "odd_99x67",
                                          "packed_352x288", "quarter_320x240", "simple_3840x2160"),
                          [](const auto& info) { return std::string(info.param); });
-
-TEST(Xvid, ReportsTheHeaderBeforeThePicture) {
-    const std::vector<Bytes> packets = LoadPackets("mpeg4_simple_176x144");
-    XvidDriver driver;
-    const XvidDriver::Output first = driver.Decode(packets[0]);
-    EXPECT_EQ(first.headers, 1);
-    EXPECT_EQ(first.type, XVID_TYPE_IVOP);
-    EXPECT_EQ(driver.m_width, 176);
-    EXPECT_EQ(driver.m_height, 144);
-    const XvidDriver::Output second = driver.Decode(packets[1]);
-    EXPECT_EQ(second.headers, 0);
-    EXPECT_EQ(second.type, XVID_TYPE_PVOP);
-    EXPECT_EQ(second.result, static_cast<int>(packets[1].size()));
-}
 
 TEST(Xvid, FollowsAChangeOfSize) {
     XvidDriver driver;
@@ -94,29 +61,6 @@ TEST(Xvid, WaitsForAnIntraPicture) {
     EXPECT_EQ(driver.Decode(Bytes(100, 0x55)).result, XVID_ERR_NO_PICTURE);
     EXPECT_GT(driver.Decode(packets[16]).type, 0);
     EXPECT_EQ(SumOf(driver.View()), exact[16]);
-}
-
-TEST(Xvid, GetsOverDamage) {
-    constexpr int kRound = 200;  // damaged frames between two looks at whether the decoder is still well
-    for (const char* clip : {"mpeg4_simple_176x144", "mpeg4_odd_99x67"}) {
-        const std::vector<Bytes> packets = LoadPackets(clip);
-        const std::vector<Reference> exact = LoadReferences(clip);
-        Random random(4);
-        XvidDriver driver;
-        int shown = 0;
-        for (int frame = 0; frame < kDamagedFrames / 2; ++frame) {
-            const Bytes damaged =
-                Corrupt(packets[random.Below(static_cast<std::uint32_t>(packets.size()))], random);
-            shown += driver.Decode(damaged, random.Below(20) == 0 ? XVID_DISCONTINUITY : 0).type > 0;
-            if (frame % kRound == kRound - 1) {
-                for (std::size_t i = 0; i < 8; ++i) {
-                    ASSERT_GT(driver.Decode(packets[i]).type, 0) << clip << frame;
-                    ASSERT_EQ(SumOf(driver.View()), exact[i]) << clip << frame;
-                }
-            }
-        }
-        EXPECT_GT(shown, kDamagedFrames / 8);
-    }
 }
 
 TEST(Xvid, RefusesHostileHeaders) {

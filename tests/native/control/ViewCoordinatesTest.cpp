@@ -62,25 +62,6 @@ TEST(ViewCoordinates, HasNoAnswerWithoutSizesOrBeyondTheNumbers) {
     EXPECT_TRUE(ConvertPoint({kMin / 2, 0}, {1, 1}, {2, 1}));  // exactly the smallest number
 }
 
-// The video has four pixels for each of the picture's, the window shows a quarter of the picture.
-TEST(ViewCoordinates, FollowsRotationAndSourceRectangle) {
-    const struct {
-        Rotation rotation;
-        ViewPoint upperLeft;  // of the video in the window
-        ViewPoint centre;     // of the part that is shown
-    } cases[] = {
-        {Rotation::k0, {-400, -200}, {400, 300}},
-        {Rotation::k90, {1067, -300}, {400, 300}},
-        {Rotation::k180, {1200, 800}, {400, 300}},
-        {Rotation::k270, {-267, 900}, {400, 300}},
-    };
-    for (const auto& c : cases) {
-        const ViewMapping mapping{{1280, 960}, {800, 600}, {320, 240}, {80, 40, 240, 160}, c.rotation};
-        EXPECT_EQ(VideoToWindow(ViewPoint{640, 400}, mapping), c.centre) << static_cast<int>(c.rotation);
-        EXPECT_EQ(VideoToWindow(ViewPoint{0, 0}, mapping), c.upperLeft) << static_cast<int>(c.rotation);
-    }
-}
-
 TEST(ViewCoordinates, WhatOneWayGivesTheOtherTakesBack) {
     for (const Rotation rotation : {Rotation::k0, Rotation::k90, Rotation::k180, Rotation::k270}) {
         for (const PixelRect source : {PixelRect{0, 0, 1920, 1080}, PixelRect{100, 50, 580, 1010}}) {

@@ -57,16 +57,6 @@ TEST(PropertyStream, KeepsItsLayout) {
     EXPECT_EQ(EncodeProperties({2, 3, {{u"A", std::int32_t{0x01020304}}}}), expected);
 }
 
-TEST(PropertyStream, RefusesWhatIsCutOrHasBytesLeftOver) {
-    const Bytes stream = EncodeProperties(Samples());
-    const auto body = Body(stream);
-    for (std::size_t length = 0; length < body.size(); ++length)
-        EXPECT_FALSE(DecodePropertyBody(body.first(length))) << length;
-    Bytes longer(body.begin(), body.end());
-    longer.push_back(0);
-    EXPECT_FALSE(DecodePropertyBody(longer));
-}
-
 TEST(PropertyStream, RefusesHeadersOfAnythingElse) {
     const Bytes stream = EncodeProperties(Samples());
     const auto with = [&](std::size_t at, std::uint8_t value) {

@@ -69,27 +69,6 @@ TEST(Dialogue, TheBestChallengeIsAnsweredOnce) {
     EXPECT_EQ(Asking(HttpDialogue::Media::Sound, nobody).Take(challenge), Next::Refused);
 }
 
-TEST(Dialogue, RedirectionsEndAndTakeNoSecretElsewhere) {
-    Asking asking;
-    EXPECT_EQ(asking.Take(Reply("302 Moved\r\nLocation: other.cgi?x=1")), Next::AskAgain);
-    EXPECT_THAT(asking.Request(), StartsWith("GET /kest-cgi/other.cgi?x=1 HTTP"));
-    EXPECT_EQ(asking.Take(Reply("301 Moved\r\nLocation: http://Camera:8080/a")), Next::AskAgain);
-    EXPECT_THAT(asking.Request(), HasSubstr("c0ffee"));
-    for (const char* place : {"http://camera:81/b", "http://elsewhere:8080/b", "//elsewhere:8080/b"}) {
-        Asking moved;
-        EXPECT_EQ(moved.Take(Reply("307 Moved\r\nLocation: " + std::string(place))), Next::AskAgain);
-        EXPECT_EQ(moved.Request(),
-                  "GET /b HTTP/1.1\r\nHost: " + moved.Host() + ":" + std::to_string(moved.Port()) +
-                      "\r\nUser-Agent: NorixSDK\r\nAccept: */*\r\nConnection: close\r\n\r\n");
-        EXPECT_EQ(moved.Take(Reply("401 No\r\nWWW-Authenticate: Basic realm=\"x\"")), Next::Refused);
-    }
-    EXPECT_EQ(asking.Take(Reply("301 Moved\r\nLocation: /b")), Next::AskAgain);
-    EXPECT_EQ(asking.Take(Reply("301 Moved\r\nLocation: /c")), Next::Refused);
-    for (const char* bad : {"https://camera/", "ftp://camera/", "", "http://:1/"}) {
-        EXPECT_EQ(Asking().Take(Reply(std::string("302 Moved\r\nLocation: ") + bad)), Next::Refused) << bad;
-    }
-}
-
 TEST(Dialogue, OnlyMediaIsAStream) {
     using enum HttpDialogue::Media;
     struct Case {
@@ -114,32 +93,6 @@ TEST(Dialogue, OnlyMediaIsAStream) {
     EXPECT_EQ(own.SessionCookie(), "c0ffee");
     EXPECT_EQ(given.Take(Reply("200 OK\r\nX-SessionCookie: beef")), Next::Stream);
     EXPECT_EQ(given.SessionCookie(), "beef");
-}
-
-TEST(HeadReader, StopsAtTheEndOfAHeadHoweverItComes) {
-    const std::string text =
-        "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.0 200 OK\ncontent-type : image/jpeg\r\nTransfer-Encoding: "
-        "Chunked\r\n"
-        "Content-Length: 99999999999999999999\r\nno colon\r\n\r\n";
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        HeadReader reader;
-        const std::string front = text.substr(0, at), back = text.substr(at) + "body";
-        Bytes first = BytesOf(front), second = BytesOf(back);
-        if (at != 0) {
-            ASSERT_EQ(reader.Feed(first), HeadReader::State::More);
-        }
-        ASSERT_EQ(reader.Feed(second), HeadReader::State::Done);
-        EXPECT_EQ(std::string(second.begin(), second.end()), "body");
-        EXPECT_EQ(reader.Head().contentType, "image/jpeg");
-        EXPECT_TRUE(reader.Head().chunked);
-        EXPECT_FALSE(reader.Head().contentLength);
-    }
-    for (const std::string& bad : {std::string("RTSP/1.0 200 OK\r\n"), std::string("HTTP/1.1 99 x\r\n"),
-                                   "HTTP/1.1 200 OK\r\na: " + std::string(kHeadLimit, 'b')}) {
-        HeadReader reader;
-        Bytes bytes = BytesOf(bad);
-        EXPECT_EQ(reader.Feed(bytes), HeadReader::State::Bad) << bad.substr(0, 20);
-    }
 }
 
 }  // namespace

@@ -6,8 +6,6 @@
 #include "live/liveMedia.hh"
 #include "live/sdp/SdpDescription.h"
 
-int useInterface();  // InterfaceUse.cpp
-
 namespace live_test {
 namespace {
 
@@ -45,15 +43,6 @@ TEST(Sdp, ReadsWhatCamerasWrite) {
     EXPECT_EQ(session->media[1].range->absoluteStart, "20200101T000000Z");
     EXPECT_EQ(session->media[2].channels, 2u);
     EXPECT_EQ(session->media[2].clockRate, 44100u);
-}
-
-TEST(Sdp, RefusesWhatIsNone) {
-    for (const std::string& text : {std::string(), std::string("\r\n\r\n"), std::string("hello"),
-                                    std::string("<html>"), std::string(1 << 20, 'a')}) {
-        std::string error;
-        EXPECT_FALSE(parseSdp(text, error)) << text.substr(0, 40);
-        EXPECT_FALSE(error.empty());
-    }
 }
 
 // What can't be received says why, and nothing else suffers from it.
@@ -137,10 +126,6 @@ TEST(MediaSession, InitiatesWhatItKnows) {
     EXPECT_STREQ(subsessions.next()->fmtp_spropparametersets(), "Z0IA");
     Medium::close(session);
     env->reclaim();
-}
-
-TEST(Interface, IsUsableAsTheControlUsesIt) {
-    EXPECT_EQ(useInterface(), 0);
 }
 
 }  // namespace

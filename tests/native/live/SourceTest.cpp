@@ -170,16 +170,6 @@ TEST_F(Source, SaysWhatIsMissingWithTheFrameBehindIt) {
     EXPECT_EQ(damaged, (std::vector<bool>{false, true, false, true, false, false}));
 }
 
-TEST_F(Source, ClosesWhenItsConnectionIsLost) {
-    play();
-    connection.receiver->onConnectionEnded(false);
-    EXPECT_FALSE(closed) << "ours to close";
-    source->receiveInterleaved(connection, 0);
-    connection.receiver->onConnectionEnded(true);
-    EXPECT_TRUE(closed);
-    EXPECT_EQ(consumer->source(), nullptr);
-}
-
 TEST_F(Source, TakesTheSendersClockFromAReportThatComesFirst) {
     SenderReport report;
     report.ssrc = 1;
@@ -190,52 +180,6 @@ TEST_F(Source, TakesTheSendersClockFromAReportThatComesFirst) {
     receive(unit(1), 1);
     EXPECT_TRUE(source->hasBeenSynchronizedUsingRTCP());
     EXPECT_EQ(source->currentTime().wall, (3'000'000'000 - 2'208'988'800) * 1'000'000);
-}
-
-// Two receivers of one group on one machine, as two controls that show one camera; the description is all
-// they have.
-TEST(Multicast, IsReceivedWithoutAnyRtsp) {
-    const std::unique_ptr<BasicTaskScheduler> scheduler(BasicTaskScheduler::createNew());
-    UsageEnvironment* const env = BasicUsageEnvironment::createNew(*scheduler);
-    const ipv4AddressBits any = std::exchange(ReceivingInterfaceAddr, htonl(INADDR_LOOPBACK));
-    const ipv4AddressBits group = htonl(0xEFFF4D01);  // 239.255.77.1
-    // A port that is free now, even, and so likely the next one as well.
-    portNumBits port = 1;
-    while (port % 2 != 0)
-        port = Groupsock::open(*env, 0, 0)->port();
-    const std::string sdp = "v=0\r\nm=video " + std::to_string(port) +
-                            " RTP/AVP 96\r\nc=IN IP4 239.255.77.1\r\na=rtpmap:96 H264/90000\r\n";
-    std::vector<MediaSession*> sessions;
-    std::vector<Consumer*> consumers;
-    for (int i = 0; i < 2; ++i) {
-        sessions.push_back(MediaSession::createNew(*env, sdp.c_str()));
-        MediaSubsessionIterator subsessions(*sessions.back());
-        MediaSubsession* const subsession = subsessions.next();
-        ASSERT_TRUE(subsession->initiate()) << env->getResultMsg();
-        EXPECT_EQ(subsession->clientPortNum(), port);
-        consumers.push_back(new Consumer(*env));
-        consumers.back()->startPlaying(*subsession->readSource(), nullptr, nullptr);
-    }
-    auto sender = Groupsock::open(*env, group, 0);
-    ASSERT_TRUE(sender);
-    sender->setDestination(group, port);
-    for (unsigned char content = 1; content <= 3; ++content) {
-        Packet packet = Source::unit(content);
-        packet.sequence = content;
-        ASSERT_TRUE(sender->send(packet.wire(96, 1)));
-    }
-    for (int i = 0; i < 500 && consumers[1]->frames.size() + consumers[0]->frames.size() < 6; ++i) {
-        scheduler->SingleStep();
-    }
-    for (Consumer* consumer : consumers) {
-        EXPECT_EQ(consumer->frames, Source::units({1, 2, 3}));
-        Medium::close(consumer);
-    }
-    for (MediaSession* session : sessions)
-        Medium::close(session);
-    sender.reset();
-    ReceivingInterfaceAddr = any;
-    env->reclaim();
 }
 
 }  // namespace

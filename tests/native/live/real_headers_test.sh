@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Compiles what is written against live555's interface with the real library's headers: InterfaceUse.cpp and, as they
-# come, the files of include/RTSP. Nothing is linked or installed; the headers are unpacked into the cache.
+# Compiles what is written against live555's interface, the files of include/RTSP, with the real library's headers. Nothing is linked or installed; the headers are unpacked into the cache.
 # Ends with 77 (skipped) where they are not to be had.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -34,8 +33,7 @@ fetch() {
 command -v "$compiler" >/dev/null || skip "no $compiler"
 
 failed=0
-for source in "$here/InterfaceUse.cpp" "$root"/include/RTSP/*.cpp; do
-    [ -e "$source" ] || continue
+for source in "$root"/include/RTSP/*.cpp; do
     # The real directories come first: the same names must not be found in live/. The real headers' own narrowing
     # and deprecations are none of ours.
     if "$compiler" -std=c++20 -fsyntax-only -D_WIN32_WINNT=0x0601 -DWINVER=0x0601 -DUNICODE -D_UNICODE -DNO_OPENSSL=1 \

@@ -15,34 +15,6 @@ TEST(DecoderSettings, ZeroesMeanWhatTheyAlwaysMeant) {
     EXPECT_EQ(DisplayPool(size).Count(), 0u);  // nine million frames that could hold nothing
 }
 
-TEST(DisplayPool, FramesGoRoundAndEarlyOnesComeFirst) {
-    DisplayPool pool({true, false, 2, 100, true});
-    DisplayFrame* a = nullptr;
-    DisplayFrame* b = nullptr;
-    DisplayFrame* none = nullptr;
-    ASSERT_EQ(pool.TakeFree(&a), kResultOk);
-    ASSERT_EQ(pool.TakeFree(&b), kResultOk);
-    EXPECT_EQ(pool.TakeFree(&none), kResultFail);
-    EXPECT_EQ(pool.TakeDisplayable(&none), kResultFail);
-    EXPECT_EQ(pool.TakeFree(nullptr), kResultInvalidArgument);
-    EXPECT_EQ(pool.Release(nullptr), kResultInvalidArgument);
-    EXPECT_EQ(pool.PutDisplayable(nullptr, 1), kResultInvalidArgument);
-
-    pool.PutDisplayable(a, 1);
-    pool.PutDisplayable(b, 1);
-    DisplayFrame* first = nullptr;
-    pool.TakeDisplayable(&first);
-    EXPECT_EQ(first, a);
-    pool.PutDisplayable(first, 0);
-    pool.TakeDisplayable(&first);
-    EXPECT_EQ(first, a);
-    pool.Release(first);
-    pool.ReleaseAllDisplayable();
-    EXPECT_EQ(pool.TakeDisplayable(&first), kResultFail);
-    EXPECT_EQ(pool.TakeFree(&first), kResultOk);
-    EXPECT_EQ(pool.TakeFree(&first), kResultOk);
-}
-
 TEST(RegionToPicture, ScalesFromTheReferenceFrameAndStaysInThePicture) {
     RegionRecord region;
     region.x = 80;

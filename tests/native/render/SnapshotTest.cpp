@@ -71,27 +71,6 @@ TEST(IntelJpegPacker, PacksAndUnpacksRowsWithAndWithoutPadding) {
     }
 }
 
-TEST(IntelJpegPacker, LogsTheLibrarysCode) {
-    const util::LogCapture log;
-    CIntelJpegPacker packer(100);  // too small for the picture below
-    const std::uint8_t* out = nullptr;
-    std::size_t size = 0;
-    int width = 0;
-    int height = 0;
-    int channels = 0;
-    const Pixels junk(64, 0x55);
-    EXPECT_NE(packer.EncodeToJPEGBuffer(true, nullptr, 8, 8, &out, &size), Status::kOk);
-    EXPECT_TRUE(log.Contains("ijlWrite(IJL_JBUFF_READWHOLEIMAGE), failed = "));
-    EXPECT_NE(packer.DecodeFromJPEGBuffer(junk.data(), junk.size(), &out, &width, &height, &channels),
-              Status::kOk);
-    EXPECT_TRUE(log.Contains("ijlRead(IJL_JBUFF_READPARAMS), failed = "));
-    const DisplayFrame frame = MakeFrame(PixelFormat::kBgr24, {16, 16});
-    ASSERT_EQ(packer.EncodeToJPEGBuffer(false, frame.picture.Data(), 16, 16, &out, &size), Status::kOk);
-    EXPECT_EQ(packer.DecodeFromJPEGBuffer(out, size, &out, &width, &height, &channels),
-              Status::kBufferTooSmall);
-    EXPECT_TRUE(log.Contains("ijlRead(IJL_JBUFF_READWHOLEIMAGE), failed = "));
-}
-
 TEST(SnapshotShaper, GivesEachFormatWithoutPadding) {
     CIntelJpegPacker packer(1 << 16);
     SnapshotShaper shaper(packer);

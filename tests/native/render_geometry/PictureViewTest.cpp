@@ -82,13 +82,6 @@ TEST_F(PictureViewTest, CaptionIsShownOnlyWhenThereIsOneAndItIsWanted) {
     EXPECT_EQ(view.Current(kPicture).caption, nullptr);
 }
 
-TEST_F(PictureViewTest, LogsWhatItAcceptsWithItsOldSpelling) {
-    const util::LogCapture log;
-    view.SetSourceRect(1, 2, 3, 4);
-    view.SetSourceRect(-1, 2, 3, 4);
-    EXPECT_THAT(log.Lines(), testing::ElementsAre("SetSourceRectL left:1, top:2, right:3, buttom:4"));
-}
-
 // A picture never gets a mixture of two settings.
 TEST_F(PictureViewTest, SettingsChangeAsAWhole) {
     view.EnableDigitalPtz(true);

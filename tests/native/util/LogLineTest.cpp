@@ -84,7 +84,5 @@ TEST(LogLine, CutsTextsAndLocationsButNeverTheLineEnd) {
     ExpectCuts<wchar_t>();
 }
 
-using Bytes = std::vector<uint8_t>;
-
 }  // namespace
 }  // namespace util

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Each thread may take the stop rule's whole time; that none does is seen in the figures.
+// Each thread may take the stop rule's whole time.
 constexpr double kBoundMs = util::kStopWaitMs * (util::kStopAttempts + 1.0);
 
 struct State {
@@ -112,28 +112,17 @@ TEST(StopTest, DisconnectInEveryState) {
     ASSERT_TRUE(module);
     const int rounds = Rounds(1);
     for (const State& state : kStates) {
-        Times connect;
-        Times disconnect;
-        Times destroy;
         for (int round = 0; round < rounds; ++round) {
             SCOPED_TRACE(state.name);
             LiveView view(module);
             ASSERT_NO_FATAL_FAILURE(state.enter(view, round));
-            connect.Add(view.connectMs);
-            double begin = NowMs();
+            const double begin = NowMs();
             view.Disconnect();
-            disconnect.Add(NowMs() - begin);
             EXPECT_EQ(view.statuses.back(), kDisconnected);
-            begin = NowMs();
             view.Destroy();
-            destroy.Add(NowMs() - begin);
+            EXPECT_LT(NowMs() - begin, kBoundMs);
             state.leave();
         }
-        std::cout << state.name << std::endl;
-        connect.Print("  Connect returns");
-        disconnect.Print("  Disconnect returns");
-        EXPECT_LT(disconnect.Max(), kBoundMs);
-        EXPECT_LT(destroy.Max(), kBoundMs);
     }
     EXPECT_EQ(module.CanUnloadNow(), S_OK);
 }

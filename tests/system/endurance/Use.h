@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/windows/container/ResourceUse.h"
+#include "tests/support/ResourceUse.h"
 
 // What this process holds, to be compared before and after many connections.
 struct Use {

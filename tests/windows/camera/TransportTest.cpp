@@ -88,15 +88,6 @@ TEST(WinInetTransport, ForgetsPasswords) {
     EXPECT_EQ(Send(request).status, 401u);
 }
 
-TEST(WinInetTransport, PrefersDigest) {
-    // By hand: md5(md5("u:r:p") ":n:" md5("POST:/sign-in?a=b%20c")).
-    const std::string refusal =
-        "HTTP/1.0 401 Unauthorized\r\nWWW-Authenticate: Basic realm=\"r\"\r\n"
-        "WWW-Authenticate: Digest realm=\"r\", nonce=\"n\"\r\n\r\n";
-    EXPECT_THAT(Send(As(Post("/sign-in?a=b c", refusal), "u", "p")).body,
-                HasSubstr("response=\"18e7edba61c2745fa5f8b593c96f3ba8\""));
-}
-
 TEST(WinInetTransport, TakesRepliesOfManyForms) {
     struct Case {
         const char* reply;

@@ -3,8 +3,8 @@
 #include <iostream>
 #include <vector>
 
+#include "tests/support/ResourceUse.h"
 #include "tests/windows/container/ContainerTest.h"
-#include "tests/windows/container/ResourceUse.h"
 #include "util/Handles.h"
 
 namespace {

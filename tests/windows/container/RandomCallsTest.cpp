@@ -13,9 +13,9 @@
 
 #include "samples/host/TypeInfo.h"
 #include "samples/host/Values.h"
+#include "tests/support/ResourceUse.h"
+#include "tests/support/WebServer.h"
 #include "tests/windows/container/ContainerTest.h"
-#include "tests/windows/container/ResourceUse.h"
-#include "tests/windows/container/WebServer.h"
 #include "tests/windows/util/PrivateHives.h"
 
 namespace {

@@ -8,9 +8,9 @@
 #include <atomic>
 
 #include "samples/host/Values.h"
+#include "tests/support/WebServer.h"
 #include "tests/windows/container/ContainerTest.h"
 #include "tests/windows/container/LiveCamera.h"
-#include "tests/windows/container/WebServer.h"
 #include "tests/windows/util/PrivateHives.h"
 #include "ui/resource.h"
 

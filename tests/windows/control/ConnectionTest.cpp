@@ -64,32 +64,6 @@ TEST_F(Connecting, EndsBeforeDisconnectReturns) {
     EXPECT_EQ(Host().Take(), Texts{"OnConnStatus(2s)"});
 }
 
-// A host may destroy the window, and with it the place where everything is reported, inside an event.
-TEST_F(Connecting, WindowMayGoInsideAnyEvent) {
-    Create(false);
-    FakeSite site;
-    SetSite(&site);
-    for (const EConnectStatus at : {ecsConnecting, ecsConnectFail}) {
-        ASSERT_TRUE(Control().CreateHiddenWindow());
-        Put(L"AutoReconnect", 1);
-        Host().onEvent = [&](DISPID, DISPPARAMS& arguments) {
-            if (arguments.rgvarg[0].iVal == at) Control().DestroyWindow();
-        };
-        EXPECT_EQ(Control().Connect(), -1);
-        Host().onEvent = nullptr;
-        EXPECT_EQ(Control().Connect(), -1);  // there is no window
-        ASSERT_TRUE(Control().CreateHiddenWindow());
-        Host().Take();
-        Control().Connect();
-        EXPECT_EQ(Host().Take(), kFailedAttempt) << "the attempt before still counts, status " << at;
-        Control().DestroyWindow();
-    }
-    Host().Take();
-    EXPECT_EQ(Control().Disconnect(), 0);
-    EXPECT_EQ(Host().Take(), Texts{"OnConnStatus(2s)"});
-    SetSite(nullptr);
-}
-
 // ---- Timers and statistics: what the connection decides reaches the window and the host
 
 TEST_F(Connecting, RunsItsTimersInTheWindow) {

@@ -165,23 +165,6 @@ TEST_F(Messages, AreDroppedWhileTheHostIsInItsHandler) {
     EXPECT_EQ(Host().Take(), Texts{"OnDIOStatus(2, 2)"});
 }
 
-TEST_F(Messages, ControlMayGoInsideTheHandler) {
-    auto* control = new CNorixSDKCtrl();
-    framework::test::EventRecorder host(*control, control->Class().eventInterface, events::kAll);
-    ASSERT_TRUE(control->CreateHiddenWindow());
-    control->OpenDeliveries();
-    const HWND window = control->Handle();
-    host.onEvent = [&](DISPID, DISPPARAMS&) {
-        host.StopListening();
-        control->Release();
-    };
-    const NewFrameDescription frame = {0, 1, sizeof kBytes};
-    const auto session = control->SharedSession();  // as a worker holds it
-    session->param.window.Send(WM_OnNewFrame, &frame, kBytes);
-    EXPECT_FALSE(IsWindow(window));
-    EXPECT_EQ(host.Events().size(), 1u);
-}
-
 // ---- The session driver's callback
 
 TEST_F(Messages, SessionCallbackSurvivesWithoutControlOrWindow) {

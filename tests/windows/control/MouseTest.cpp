@@ -68,14 +68,6 @@ TEST_F(Mouse, BecomesEvents) {
     }
 }
 
-TEST_F(Mouse, IsFollowedOutsideWhileAButtonIsDown) {
-    Create();
-    At(WM_LBUTTONDOWN, 10, 20);
-    EXPECT_EQ(GetCapture(), Window());
-    At(WM_LBUTTONUP, 10, 20);
-    EXPECT_EQ(GetCapture(), nullptr);
-}
-
 TEST_F(Mouse, WheelCountsFromTheControlsCorner) {
     Create();
     SetWindowPos(Window(), nullptr, 100, 50, 320, 240, SWP_NOZORDER | SWP_NOACTIVATE);
@@ -83,17 +75,6 @@ TEST_F(Mouse, WheelCountsFromTheControlsCorner) {
     At(WM_MOUSEWHEEL, 110, 70, MAKEWPARAM(0, 120));
     At(WM_MOUSEWHEEL, -20, -30, MAKEWPARAM(MK_CONTROL, -240));  // a screen to the left
     EXPECT_EQ(Host().Take(), (Texts{"OnMouseWheel(120, 10, 20)", "OnMouseWheel(-240, -120, -80)"}));
-}
-
-TEST_F(Mouse, WindowMayGoInsideAnyEvent) {
-    Create();
-    for (const UINT message : {WM_LBUTTONDOWN, WM_LBUTTONUP, WM_RBUTTONDBLCLK, WM_MOUSEMOVE, WM_MOUSEWHEEL}) {
-        ASSERT_TRUE(Control().CreateHiddenWindow());
-        Host().onEvent = [&](DISPID, DISPPARAMS&) { Control().DestroyWindow(); };
-        At(message, 1, 1);
-        EXPECT_FALSE(Control().HasWindow());
-        EXPECT_EQ(Host().Take().size(), 1u);
-    }
 }
 
 // ---- Drag and drop

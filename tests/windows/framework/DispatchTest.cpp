@@ -285,39 +285,6 @@ TEST_F(Dispatch, PutsPropertiesInEveryHostsWay) {
     EXPECT_EQ(Get(Thermometer::kKelvin), "275.15d");
 }
 
-TEST_F(Dispatch, SurvivesHostileParameters) {
-    VARIANT one = Long(1);
-    DISPID id = 0;
-    DISPPARAMS noArguments = {nullptr, nullptr, 2, 0};
-    DISPPARAMS noNames = {&one, nullptr, 1, 1};
-    DISPPARAMS moreNamesThanArguments = {&one, &id, 1, 2};
-    DISPPARAMS huge = {&one, nullptr, 0xFFFFFFFF, 0};
-    for (DISPPARAMS* parameters :
-         {static_cast<DISPPARAMS*>(nullptr), &noArguments, &noNames, &moreNamesThanArguments}) {
-        EXPECT_EQ(Invoke(Thermometer::kDifference, DISPATCH_METHOD, parameters).result, E_INVALIDARG);
-        EXPECT_EQ(Invoke(Thermometer::kDegrees, DISPATCH_PROPERTYPUT, parameters).result, E_INVALIDARG);
-    }
-    EXPECT_EQ(Invoke(Thermometer::kDifference, DISPATCH_METHOD, &huge).result, DISP_E_BADPARAMCOUNT);
-    EXPECT_EQ(Invoke(Thermometer::kDegrees, DISPATCH_PROPERTYPUT, &huge).result, DISP_E_BADPARAMCOUNT);
-
-    // Everything that may be left out is left out.
-    DISPPARAMS none = {};
-    EXPECT_EQ(m_control->Invoke(Thermometer::kDegrees, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, nullptr,
-                                nullptr, nullptr),
-              S_OK);
-    EXPECT_EQ(m_control->Invoke(Thermometer::kKelvin, IID_NULL, 0, DISPATCH_PROPERTYPUT, &none, nullptr,
-                                nullptr, nullptr),
-              DISP_E_EXCEPTION);
-    VARIANT bad[] = {OfType(VT_NULL), OfType(VT_NULL)};
-    DISPPARAMS badArguments = {bad, nullptr, 2, 0};
-    EXPECT_EQ(m_control->Invoke(Thermometer::kDifference, IID_NULL, 0, DISPATCH_METHOD, &badArguments,
-                                nullptr, nullptr, nullptr),
-              DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(m_control->Invoke(Thermometer::kDegrees, IID_IDispatch, 0, DISPATCH_PROPERTYGET, &none, nullptr,
-                                nullptr, nullptr),
-              DISP_E_UNKNOWNINTERFACE);
-}
-
 TEST_F(Dispatch, FindsNamesInAnyCase) {
     DISPID id = 0;
     const auto find = [&](const wchar_t* name) {

@@ -20,33 +20,6 @@ IClassFactory* GetFactory() {
     return factory;
 }
 
-TEST(Factory, RefusesWithoutLeavingAnythingBehind) {
-    IClassFactory* factory = GetFactory();
-    IClassFactory* outer = factory;
-    void* object = factory;
-    EXPECT_EQ(factory->CreateInstance(outer, IID_IUnknown, &object), CLASS_E_NOAGGREGATION);
-    EXPECT_EQ(object, nullptr);
-    object = factory;
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IClassFactory, &object), E_NOINTERFACE);
-    EXPECT_EQ(object, nullptr);
-    object = factory;
-    Factory().failNext = true;
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, &object), E_OUTOFMEMORY);
-    EXPECT_EQ(object, nullptr);
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
-    EXPECT_EQ(factory->QueryInterface(IID_IDispatch, &object), E_NOINTERFACE);
-    factory->Release();
-    EXPECT_EQ(Thermometer::Living(), 0);
-    EXPECT_TRUE(COleControlModule::Get().CanUnload());
-
-    object = factory;
-    EXPECT_EQ(COleObjectFactory::GetClassObject(kThermometerPage, IID_IUnknown, &object),
-              CLASS_E_CLASSNOTAVAILABLE);
-    EXPECT_EQ(object, nullptr);
-    EXPECT_EQ(COleObjectFactory::GetClassObject(kThermometerClass, IID_IDispatch, &object), E_NOINTERFACE);
-    EXPECT_TRUE(COleControlModule::Get().CanUnload());
-}
-
 // ---- Registration
 
 /// A text below HKEY_CLASSES_ROOT: the default one of a key, or the one named behind an @.

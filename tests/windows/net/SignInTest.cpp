@@ -1,7 +1,7 @@
 // A camera that sends its clients to somebody else, once they have signed in: he sees nothing of it, whatever
 // the client, the kind of redirection and the place.
 
-#include "net/Sockets.h"
+#include "tests/support/WebServer.h"
 // After Windows Sockets.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "camera/WinInetTransport.h"
@@ -20,7 +19,6 @@
 #include "include/HTTP/HttpStreamReceiver.h"
 #include "include/RTSP/RTSPSession.h"
 #include "media/CtrlParam.h"
-#include "net/SocketHandle.h"
 #include "protocol/Text.h"
 
 namespace norix {
@@ -30,88 +28,6 @@ constexpr char kUser[] = "admin";
 constexpr char kPassword[] = "swordfish";
 constexpr char kChallenges[] =
     "WWW-Authenticate: Basic realm=\"r\"\r\nWWW-Authenticate: Digest realm=\"r\", nonce=\"n\"\r\n";
-
-// Answers requests by a function, one connection at a time, until it is destroyed. A reply of RTSP leaves the
-// connection open; "" closes it.
-class Server {
-  public:
-    using Answer = std::function<std::string(const std::string& request)>;
-
-    Server(const char* host, std::uint16_t port, Answer answer) : m_host(host), m_answer(std::move(answer)) {
-        net::startUp();
-        m_listener = net::SocketHandle(static_cast<int>(::socket(AF_INET, SOCK_STREAM, 0)));
-        sockaddr_in address = {};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        ::inet_pton(AF_INET, host, &address.sin_addr);
-        int length = sizeof address;
-        auto* const plain = reinterpret_cast<sockaddr*>(&address);
-        if (::bind(m_listener.get(), plain, length) != 0 || ::listen(m_listener.get(), 8) != 0) {
-            ADD_FAILURE() << "no server on " << host << ':' << port;
-        }
-        ::getsockname(m_listener.get(), plain, &length);
-        m_port = ntohs(address.sin_port);
-        m_thread = std::thread([this] { Run(); });
-    }
-    ~Server() {
-        m_stop = true;
-        m_thread.join();
-    }
-
-    std::uint16_t Port() const { return m_port; }
-    std::string Place() const { return m_host + ":" + std::to_string(m_port); }
-
-  private:
-    bool AwaitReadable(int socket) {
-        while (!m_stop) {
-            net::PollSet set;
-            set.add(socket, net::kReadable);
-            if (set.wait(10) > 0) return true;
-        }
-        return false;
-    }
-
-    // A head with its body, or the beginning of a TLS handshake; "" at the end.
-    std::string ReadRequest(int socket) {
-        constexpr char kTlsHandshake = 0x16;
-        std::string text;
-        for (std::size_t end = std::string::npos; AwaitReadable(socket);) {
-            char piece[4096];
-            const std::ptrdiff_t size = net::receive(socket, piece, sizeof piece);
-            if (size <= 0) return {};
-            text.append(piece, static_cast<std::size_t>(size));
-            if (text[0] == kTlsHandshake) return text;
-            if (end == std::string::npos) end = text.find("\r\n\r\n");
-            if (end == std::string::npos) continue;
-            std::size_t body = 0;
-            if (const std::size_t at = text.find("Content-Length: "); at < end)
-                body = std::stoul(text.substr(at + 16));
-            if (text.size() >= end + 4 + body) return text;
-        }
-        return {};
-    }
-
-    void Run() {
-        while (AwaitReadable(m_listener.get())) {
-            const net::SocketHandle client(static_cast<int>(::accept(m_listener.get(), nullptr, nullptr)));
-            for (;;) {
-                const std::string request = ReadRequest(client.get());
-                const std::string reply = request.empty() ? std::string() : m_answer(request);
-                if (reply.empty()) break;
-                net::send(client.get(), reply.data(), reply.size());
-                if (!reply.starts_with("RTSP/")) break;
-            }
-            ::shutdown(client.get(), SD_SEND);
-        }
-    }
-
-    const std::string m_host;
-    const Answer m_answer;
-    net::SocketHandle m_listener;
-    std::uint16_t m_port = 0;
-    std::atomic<bool> m_stop{false};
-    std::thread m_thread;
-};
 
 bool IsRtsp(const std::string& request) {
     return request.substr(0, request.find('\r')).ends_with("RTSP/1.0");
@@ -132,9 +48,10 @@ bool SignsIn(const std::string& request) {
 class Witness {
   public:
     Witness(const char* host, std::uint16_t port)
-        : m_server(host, port, [this](const std::string& request) { return Answer(request); }) {}
+        : m_host(host),
+          m_server(host, port, [this](const std::string& request) { return Answer(request); }) {}
 
-    std::string Place() const { return m_server.Place(); }
+    std::string Place() const { return m_host + ":" + std::to_string(m_server.Port()); }
     std::string At(const char* scheme) const { return scheme + Place() + "/elsewhere"; }
     int Asked() const { return m_asked; }
     std::vector<std::string> Secrets() const {
@@ -160,7 +77,8 @@ class Witness {
     std::atomic<int> m_asked{0};
     mutable std::mutex m_lock;
     std::vector<std::string> m_secrets;
-    Server m_server;
+    const std::string m_host;
+    WebServer m_server;
 };
 
 class SignIn : public testing::TestWithParam<int> {
@@ -207,7 +125,7 @@ class SignIn : public testing::TestWithParam<int> {
         return request;
     }
 
-    Server m_camera;
+    WebServer m_camera;
     Witness m_otherPort;
     Witness m_otherHost;
     std::atomic<bool> m_redirectOptions{true};
@@ -273,7 +191,7 @@ TEST_P(SignIn, OfAnRtspSessionStaysWithItsCamera) {
         TryEach({m_otherPort.At("rtsp://"), m_otherHost.At("rtsp://")}, [&] {
             SessionSettings settings;
             settings.protocol = ecpTCP;
-            settings.streamUri = "rtsp://" + m_camera.Place() + "/stream";
+            settings.streamUri = "rtsp://127.0.0.1:" + std::to_string(m_camera.Port()) + "/stream";
             settings.userName = kUser;
             settings.password = kPassword;
             RTSPSession session(settings, std::make_shared<CCtrlParam>(MediaSettings{2, 1000, 2, 1000}),

@@ -16,7 +16,7 @@
 #include "render/overlay/CanvasScale.h"
 #include "render/present/DibCanvas.h"
 
-#include "tests/windows/container/ResourceUse.h"
+#include "tests/support/ResourceUse.h"
 #include "tests/windows/render_presenter/Screen.h"
 
 namespace norix {
@@ -185,20 +185,6 @@ TEST_P(GraphicObjectsTest, KeepsPensInUseAliveAndNewerOnTop) {
     seen = Pixels::OfScreen(kPlace);
     EXPECT_TRUE(Alike(seen.At(125, 125), kPaint));
     EXPECT_TRUE(Alike(seen.At(175, 175), kPaper));
-}
-
-TEST_P(GraphicObjectsTest, RepaintsShowThem) {
-    objects->DrawRectangle({100, 75, 300, 225}, pen, brush);
-    Show();
-    const PixelRect printed{0, 0, 200, 150};
-    const util::WindowDc screen(nullptr);
-    const util::UniqueMemoryDc dc(CreateCompatibleDC(screen.Get()));
-    const util::UniqueBitmap bitmap(CreateCompatibleBitmap(screen.Get(), 200, 150));
-    const util::SelectGuard selected(dc.Get(), bitmap.Get());
-    ASSERT_TRUE(presenter->DrawLast(dc.Get(), {0, 0, 200, 150}));
-    const Pixels seen = Pixels::Of(dc.Get(), printed);
-    EXPECT_TRUE(Alike(seen.At(100, 75), kPaint));
-    EXPECT_TRUE(Alike(seen.At(25, 20), kPaper));
 }
 
 TEST(GraphicObjectList, NumbersShapesThroughTheProcessAndBoundsThem) {

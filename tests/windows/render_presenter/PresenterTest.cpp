@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <tuple>
 
-#include "tests/windows/container/ResourceUse.h"
+#include "tests/support/ResourceUse.h"
 #include "tests/windows/render_presenter/Screen.h"
 #include "util/Handles.h"
 
@@ -275,16 +275,6 @@ TEST_P(PresenterTest, PassesItsPictureOnUntilThereIsAnother) {
     show(*last);
     EXPECT_TRUE(last->DrawLast(dc.Get(), {0, 0, 50, 50}));
     EXPECT_EQ(first.use_count(), 1);
-}
-
-TEST_P(PresenterTest, SurvivesAChangeOfDisplay) {
-    EXPECT_EQ(Show(grid), S_OK);
-    presenter->DisplayChanged();
-    const Grid other = Turned(grid, Rotation::k180);
-    const HRESULT first = Show(other);
-    EXPECT_EQ(first, IsGdi() ? S_OK : S_FALSE);  // new surfaces cost a picture, a new bitmap does not
-    EXPECT_EQ(Show(other), S_OK);
-    EXPECT_THAT(Differences(Pixels::OfScreen(kPlace), other), IsEmpty());
 }
 
 TEST_P(PresenterTest, LeaksNoGdiObjects) {

@@ -40,28 +40,5 @@ TEST(StatusPicture, IsCentredOnItsOwnBackground) {
     }
 }
 
-TEST(StatusPicture, CanBeRecordedAndFitsAnyArea) {
-    const RECT area{0, 0, 200, 300};
-    const HDC recorder = CreateEnhMetaFileW(nullptr, nullptr, nullptr, nullptr);
-    EXPECT_TRUE(DrawStatusPicture(recorder, area, StatusPicture::ConnectFail));
-    const HENHMETAFILE recording = CloseEnhMetaFile(recorder);
-    const util::UniqueMemoryDc memory(CreateCompatibleDC(nullptr));
-    const util::WindowDc screen(nullptr);
-    const util::UniqueBitmap bitmap(CreateCompatibleBitmap(screen.Get(), 200, 300));
-    const util::SelectGuard selected(memory.Get(), bitmap.Get());
-    PlayEnhMetaFile(memory.Get(), recording, &area);
-    DeleteEnhMetaFile(recording);
-    const Pixels seen = Pixels::Of(memory.Get(), {0, 0, 200, 300});
-    EXPECT_GT(CountUnlike(seen, {0, 75, 200, 225}, kBackground), 1000);
-    EXPECT_EQ(CountUnlike(seen, {5, 5, 195, 70}, kBackground), 0);
-
-    // A monochrome bitmap has two colours only, and an empty area nothing to draw.
-    const util::UniqueBitmap monochrome(CreateBitmap(64, 64, 1, 1, nullptr));
-    const util::UniqueMemoryDc plain(CreateCompatibleDC(nullptr));
-    const util::SelectGuard selectedToo(plain.Get(), monochrome.Get());
-    EXPECT_TRUE(DrawStatusPicture(plain.Get(), {0, 0, 64, 64}, StatusPicture::Disconnect));
-    EXPECT_FALSE(DrawStatusPicture(plain.Get(), {10, 10, 10, 50}, StatusPicture::Disconnect));
-}
-
 }  // namespace
 }  // namespace norix

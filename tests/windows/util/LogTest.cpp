@@ -147,37 +147,6 @@ TEST_F(LogTest, LosesLinesItCannotWriteAndNothingElse) {
     EXPECT_THAT(Records(m_path), ElementsAre(Narrow(L"[NorixSDK]kept\r\n")));
 }
 
-TEST_F(LogTest, RecordsOfManyThreadsStayWhole) {
-    constexpr int kThreads = 4;
-    constexpr int kLines = 250;
-    Switches().file.Set(1);
-    OpenLogFile(m_path.c_str());
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([t] {
-            for (int i = 0; i < kLines; ++i) {
-                if (i % 2) {
-                    NORIX_LOG("F", 0, "%d %d %*d", t, i, i, 0);
-                } else {
-                    NORIX_LOGW(L"F", 0, L"%d %d %*d", t, i, i, 0);
-                }
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-
-    std::vector<int> next(kThreads, 0);
-    for (const Record& record : Records(m_path)) {
-        const int t = record.text.at(10) - L'0';
-        const int i = next.at(t)++;
-        wchar_t expected[400];
-        swprintf(expected, std::size(expected), L"[NorixSDK]%d %d %*d\r\n", t, i, i, 0);
-        EXPECT_EQ(record, (Record{i % 2 == 0, expected}));
-    }
-    EXPECT_EQ(next, std::vector<int>(kThreads, kLines));
-}
-
 TEST_F(LogTest, DebuggerOutputShowsLinesWithEitherSwitch) {
     const norix::test::DebuggerCapture log;
     NORIX_LOG("F", 0, "off");
@@ -194,28 +163,6 @@ TEST_F(LogTest, DebuggerOutputShowsLinesWithEitherSwitch) {
     snprintf(withThread, sizeof withThread, "[NorixSDK][T%05d] file only\r\n",
              static_cast<int>(GetCurrentThreadId()));
     EXPECT_THAT(log.Lines(), ElementsAre("[NorixSDK]narrow\r\n", "[NorixSDK]wide\r\n", withThread));
-}
-
-class LogSetupTest : public LogTest {
-  protected:
-    void Store(const wchar_t* name, DWORD value) {
-        m_hives.Store(HKEY_LOCAL_MACHINE, kMachineKey, name, value);
-    }
-    void StorePath() { m_hives.Store(HKEY_LOCAL_MACHINE, kMachineKey, L"DebugLogFilePath", m_path); }
-    bool FileExists() const { return GetFileAttributesW(m_path.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
-    test::PrivateHives m_hives;
-};
-
-TEST_F(LogSetupTest, AnEmptyRegistryLeavesTheLogOff) {
-    Switches().threadId.Set(1);
-    StorePath();
-    ReadLogSwitches();
-    ReadLogDetails();
-    EXPECT_FALSE(LogEnabled());
-    EXPECT_TRUE(Switches().threadId);
-    EXPECT_TRUE(Switches().timeDiff);
-    EXPECT_FALSE(FileExists());
 }
 
 }  // namespace

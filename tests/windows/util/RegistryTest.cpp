@@ -79,18 +79,5 @@ TEST_F(RegistryTest, StringRegCreatesItsKeyOnlyWhenAsked) {
     EXPECT_EQ(StringReg(HKEY_CURRENT_USER, kKey, L"value").Value(), L"text");
 }
 
-TEST_F(SettingsTest, ClientValuesBelongToAModelAndAChannel) {
-    EXPECT_TRUE(SetClientValue(L"NX-100", 1, L"volume", L"80"));
-    EXPECT_EQ(GetClientValue(L"NX-100", 1, L"volume", L"50"), L"80");
-    EXPECT_EQ(GetClientValue(L"NX-100", 2, L"volume", L"50"), L"50");
-    EXPECT_EQ(GetClientValue(L"NX-200", 1, L"volume", L"50"), L"50");
-    EXPECT_EQ(StringReg(HKEY_CURRENT_USER, L"Software\\Norix\\NX-100\\CH1", L"volume").Value(), L"80");
-
-    EXPECT_TRUE(SetClientValue(L"", -1, L"", L"x"));
-    EXPECT_EQ(StringReg(HKEY_CURRENT_USER, L"Software\\Norix\\CH-1", L"").Value(), L"x");
-    EXPECT_FALSE(SetClientValue(std::wstring(300, L'm'), 1, L"n", L"v"));
-    EXPECT_EQ(GetClientValue(std::wstring(300, L'm'), 1, L"n", L"default"), L"default");
-}
-
 }  // namespace
 }  // namespace util

@@ -14,7 +14,7 @@
 #include "util/Handles.h"
 
 // A server on one address of this machine that answers each request as it is told, whether it is of HTTP or
-// of RTSP, and remembers what it was asked.
+// of RTSP, and remembers what it was asked. The beginning of a TLS handshake counts as a request, too.
 class WebServer {
   public:
     using Answer = std::function<std::string(const std::string& request)>;

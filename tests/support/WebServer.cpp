@@ -1,4 +1,4 @@
-#include "tests/windows/container/WebServer.h"
+#include "tests/support/WebServer.h"
 
 #include <gtest/gtest.h>
 
@@ -106,9 +106,12 @@ bool WebServer::ReadRequest(SOCKET socket, std::string& request) {
         if (count > 0) request.append(buffer, static_cast<std::size_t>(count));
         return count > 0;
     };
+    constexpr char kTlsHandshake = 0x16;
     std::size_t end = 0;
-    while ((end = request.find("\r\n\r\n")) == std::string::npos)
+    while ((end = request.find("\r\n\r\n")) == std::string::npos) {
         if (!read()) return false;
+        if (request[0] == kTlsHandshake) return true;
+    }
     const std::string length = HeaderOf(request, "Content-Length");
     const std::size_t whole = end + 4 + (length.empty() ? 0 : std::stoul(length));
     while (request.size() < whole)

@@ -1,4 +1,4 @@
-#include "tests/windows/container/ResourceUse.h"
+#include "tests/support/ResourceUse.h"
 
 #include <tlhelp32.h>
 #include <winternl.h>

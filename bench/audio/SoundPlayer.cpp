@@ -1,5 +1,5 @@
 // Plays a tone as a camera would send it, in real time through a parameter block and CAudioControl. For
-// sound_test.py, which listens:
+// sound.py, which listens:
 //
 //     sound_player FOLDER pcmu|aac8000|aac16000 MILLISECONDS [COMMAND=MILLISECONDS ...]
 //
