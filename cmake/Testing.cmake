@@ -1,12 +1,14 @@
 # Tests, benchmarks and fuzz targets.
 #
 #   norix_add_test(NAME util_tests SOURCES LogTest.cpp ... LIBS util
-#                  [NATIVE | WINDOWS | BOTH] [LABELS ...] [TIMEOUT seconds] [ARGS ...] [NEEDS_DISPLAY] [SLOW])
+#                  [NATIVE | WINDOWS | BOTH] [LABELS ...] [TIMEOUT seconds] [ARGS ...] [NEEDS_DISPLAY] [SLOW]
+#                  [ONE_THREAD])
 #     One GoogleTest program per area, which is one ctest entry. NATIVE programs are built on the build machine with
 #     the sanitizers, WINDOWS ones are cross-built and run under Wine; BOTH (the default) is both. Where the kind of
 #     build does not fit, the call does nothing, so it needs no if() around it. NEEDS_DISPLAY: opens windows, which is
 #     why only one such program runs at a time. SLOW: takes more than a second. What is neither has the label `quick`
-#     (ctest -L quick). One that hangs tells the stacks of its threads; see tests/support/Watchdog.cpp.
+#     (ctest -L quick). ONE_THREAD: has nothing for the thread sanitizer, which leaves it out. One that hangs tells the stacks of its threads; see tests/support/Watchdog.cpp.
+#     What has the label `thorough` runs in ./test all only, and with NORIX_ALL in the environment some programs do more.
 #   norix_add_benchmark(NAME codec_bench SOURCES ... LIBS ... [NATIVE | WINDOWS | BOTH])
 #     A Google Benchmark program. ctest runs it once with the shortest possible run, to keep it alive; figures come
 #     from running it by hand. Builds with sanitizers leave bench/ out.
@@ -55,12 +57,12 @@ function(norix_set_test_properties name timeout labels)
 endfunction()
 
 function(norix_add_test)
-    cmake_parse_arguments(arg "NATIVE;WINDOWS;BOTH;NEEDS_DISPLAY;SLOW" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ARGS" ${ARGN})
+    cmake_parse_arguments(arg "NATIVE;WINDOWS;BOTH;NEEDS_DISPLAY;SLOW;ONE_THREAD" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ARGS" ${ARGN})
     if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SOURCES)
         message(FATAL_ERROR "norix_add_test: bad arguments: ${ARGN}")
     endif()
     norix_kind_fits(fits "${arg_NATIVE}" "${arg_WINDOWS}" "${arg_BOTH}")
-    if(NOT fits)
+    if(NOT fits OR (arg_ONE_THREAD AND "thread" IN_LIST NORIX_SANITIZE))
         return()
     endif()
     if(NOT arg_TIMEOUT)
@@ -98,6 +100,8 @@ function(norix_add_benchmark)
     target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBS} benchmark::benchmark benchmark::benchmark_main)
     add_test(NAME ${arg_NAME}_runs COMMAND ${arg_NAME} --benchmark_min_time=0.001)
     norix_set_test_properties(${arg_NAME}_runs ${NORIX_TEST_TIMEOUT} bench)
+    # Some show pictures above all else.
+    set_tests_properties(${arg_NAME}_runs PROPERTIES RESOURCE_LOCK display)
 endfunction()
 
 function(norix_add_fuzzer)

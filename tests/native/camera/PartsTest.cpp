@@ -6,7 +6,6 @@
 #include "camera/Charset.h"
 #include "camera/CodecList.h"
 #include "camera/FrameRateIndex.h"
-#include "camera/HttpPolicy.h"
 
 namespace norix {
 namespace {
@@ -123,14 +122,6 @@ TEST(Charset, IsFoundInTheContentType) {
     }
     EXPECT_EQ(CodePageOf("GB2312\r"), kCodePageGb2312);
     EXPECT_EQ(CodePageOf("utf-8"), kCodePageAscii);
-}
-
-HttpReply WithStatus(unsigned status, std::string headers) {
-    HttpReply reply;
-    reply.answered = true;
-    reply.status = status;
-    reply.headers = "HTTP/1.0 " + std::to_string(status) + "\r\n" + std::move(headers);
-    return reply;
 }
 
 }  // namespace
