@@ -40,7 +40,7 @@ class CameraCommands {
   public:
     /// The transport outlives this object.
     explicit CameraCommands(HttpTransport& transport) : m_transport(&transport) {}
-    /// Begins with all that `known` has been told.
+    /// A copy of `known`, with all that it has learnt of the camera, over another transport.
     CameraCommands(HttpTransport& transport, const CameraCommands& known) : CameraCommands(known) {
         m_transport = &transport;
     }

@@ -22,7 +22,7 @@ struct CameraPorts {
 };
 std::vector<CgiParam> PortTable(CameraPorts& ports);
 
-/// What the names of parameters depend on.
+/// By what a parameter's full name is made up.
 struct KeyRules {
     bool perVideoSource = false;   // settings are kept per video source
     bool severalChannels = false;  // keys hold the channel's number

@@ -159,7 +159,7 @@ HttpReply WinInetExchange::Send(const HttpRequest& request, const std::string& a
     const bool sent = Transmit(request, authorization);
     const DWORD error = sent ? ERROR_SUCCESS : GetLastError();
     m_watch.SetGuard(nullptr);
-    // What could not be looked at before can be now.
+    // The certificate is known from the handshake on, that is, after sending.
     const auto verdict = guarded ? guard.Look(m_request.Get()) : CertificateGuard::Verdict::Accepted;
     m_certificateRefused = verdict == CertificateGuard::Verdict::Refused || IsForTheCertificate(error);
     if (!sent) {

@@ -78,7 +78,7 @@ void Converse(HttpRequest request, bool allowSelfSigned, ExchangeWatch& watch) {
                 continue;
             }
         }
-        // What is known if the body has to be given up.
+        // The reply without a body stands in case that the body takes too long.
         HttpReply begun = reply;
         begun.stalled = true;
         watch.SetReply(std::move(begun));

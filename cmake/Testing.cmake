@@ -7,7 +7,8 @@
 #     the sanitizers, WINDOWS ones are cross-built and run under Wine; BOTH (the default) is both. Where the kind of
 #     build does not fit, the call does nothing, so it needs no if() around it. NEEDS_DISPLAY: opens windows, which is
 #     why only one such program runs at a time. SLOW: takes more than a second. What is neither has the label `quick`
-#     (ctest -L quick). ONE_THREAD: has nothing for the thread sanitizer, which leaves it out. One that hangs tells the stacks of its threads; see tests/support/Watchdog.cpp.
+#     (ctest -L quick). ONE_THREAD: has nothing for the thread sanitizer, which leaves it out. One that hangs tells the
+#     stacks of its threads; see tests/support/Watchdog.cpp.
 #     What has the label `thorough` runs in ./test all only, and with NORIX_ALL in the environment some programs do more.
 #   norix_add_benchmark(NAME codec_bench SOURCES ... LIBS ... [NATIVE | WINDOWS | BOTH])
 #     A Google Benchmark program. ctest runs it once with the shortest possible run, to keep it alive; figures come

@@ -88,7 +88,7 @@ Status AacDecoder::Impl::Decode(const std::uint8_t* data, std::size_t size, std:
     if (capacity < kMaxSamplesPerUnit) return Status::kBufferTooSmall;
     if (const Status status = m_input.Fill(data, size); status != Status::kOk) return status;
     av_frame_unref(m_frame.get());
-    const Status status = SendAndReceive(m_context.get(), m_input.get(), m_frame.get(), &m_libraryError);
+    const Status status = SendAndReceive(m_context.get(), m_input.Get(), m_frame.get(), &m_libraryError);
     if (status != Status::kOk) return status;
 
     // Damaged units can pretend to another layout than the configuration's.

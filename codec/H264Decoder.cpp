@@ -264,7 +264,7 @@ Status H264Decoder::Impl::Decode(const std::uint8_t* data, std::size_t size, con
     LearnForm(contents);
     if (const Status status = StartAfreshWhereDue(contents); status != Status::kOk) return status;
     m_context->reordered_opaque = info.tag;
-    return Advance(m_input.get());
+    return Advance(m_input.Get());
 }
 
 Status H264Decoder::Impl::Drain() {

@@ -49,7 +49,7 @@ class Payload {
     const std::size_t m_size;
 };
 
-/// What can't be read is larger than all that is.
+/// 0xffffffff for what can't be read, which no field of a parameter set may hold.
 std::uint32_t Ue(BitReader& bits) {
     return ReadUe(bits).value_or(0xffffffff);
 }

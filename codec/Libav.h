@@ -45,9 +45,7 @@ class InputPacket {
                 std::size_t bodySize);
     Status Fill(const std::uint8_t* data, std::size_t size) { return Fill(nullptr, 0, data, size); }
 
-    AVPacket* get() const { return m_packet.get(); }
-    const std::uint8_t* data() const { return m_packet->data; }
-    int size() const { return m_packet->size; }
+    AVPacket* Get() const { return m_packet.get(); }
 
     /// Gives the memory back.
     void Clear();

@@ -90,7 +90,7 @@ Status Mpeg4Decoder::Decode(const std::uint8_t* data, std::size_t size, std::int
     av_frame_unref(m_frame.get());
     m_context->reordered_opaque = tag;
     result->consumed = size;
-    return Take(SendAndReceive(m_context.get(), m_input.get(), m_frame.get(), &m_libraryError), result);
+    return Take(SendAndReceive(m_context.get(), m_input.Get(), m_frame.get(), &m_libraryError), result);
 }
 
 Status Mpeg4Decoder::Drain(Result* result) {

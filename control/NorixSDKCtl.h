@@ -66,7 +66,6 @@ class CNorixSDKCtrl final : public framework::COleControl,
 
     ControlProperties& Properties() { return m_properties; }
     SessionContext& Session() { return *m_session; }
-    std::shared_ptr<SessionContext> SharedSession() { return m_session; }
     /// Recording follows the connection: nothing is taken before it begins or after it ends.
     void BeginRecordingStreams();
     void FinishRecording();

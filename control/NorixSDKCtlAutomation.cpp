@@ -292,7 +292,7 @@ void CNorixSDKCtrl::GetSnapshotData(long format) {
     m_session->param.snapshots.RequestData(format);
 }
 
-// What is to be off is off.
+// Talk-back is not implemented: to switch it off succeeds, to switch it on fails.
 bool CNorixSDKCtrl::AudioPost(bool enable) {
     return !enable;
 }

@@ -223,7 +223,7 @@ int CCtrlParam::InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t s
     record->payloadLength = length;
     record->headerLength = static_cast<std::uint32_t>(parsed.headerLength);
     record->pts = pts;
-    // What is cut lacks its end: so does what refers to it.
+    // A frame that was cut can't be decoded whole, nor can those that refer to it.
     const bool cut = length < payloadSize && codec != VideoCodec::Mjpeg;
     if (cut) WishKeyFrame();
     record->damagedBefore = std::exchange(m_damaged, cut);

@@ -1,6 +1,6 @@
 #pragma once
 
-// What media/ needs of the system. MediaPlatformWin32.cpp is the product's; MediaPlatformNative.cpp serves
+// What media/ needs of the system. MediaPlatformWin32.cpp is the product's; that of tests/support serves
 // the builds for the development machine, whose tests see and set it through MediaPlatformFake.h.
 
 #include <cstdint>

@@ -49,7 +49,7 @@ class KnownServers {
 
     /// A null store keeps nothing. It lives as long as it is set.
     void setStore(Store* store);
-    /// Forgets what the process knows; the store keeps what it has.
+    /// Empties the memory of the process; what is stored stays.
     void forget();
 
   private:

@@ -52,7 +52,7 @@ std::int64_t RecordClock::Place(Stream stream, std::uint32_t pts, std::uint32_t 
     const std::int64_t arrival = Arrival(now);
     Mapping& mapping = m_streams[stream];
     Follow(mapping, pts, arrival);
-    // Pictures give the pace: they are what is seen to jerk.
+    // The file's time follows the pictures, since a viewer notices jerks sooner than a shifted sound.
     const Mapping& video = m_streams[kVideo];
     const bool oneClock = video.known && std::abs(mapping.offset - video.offset) <= kOneClockMs;
     const std::int64_t offset = oneClock ? video.offset : mapping.offset;

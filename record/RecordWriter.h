@@ -77,7 +77,7 @@ class RecordWriter {
     std::uint32_t FailedFile() const { return m_failedFile.load(); }
     /// The last file whose rate the stream has outgrown.
     std::uint32_t OutgrownFile() const { return m_outgrownFile.load(); }
-    /// Nothing is queued or being done.
+    /// Whether nothing is queued and nothing is being written.
     bool IsIdle() const { return m_queue.Empty() && !m_busy.load(); }
     /// Whether a file was open when an entry last asked for its end without a report.
     bool ClosedQuietly() const { return m_closedQuietly.load(); }

@@ -31,7 +31,7 @@ Framing::Step RawFraming::Next(ByteWindow& window, Found& found) {
     return Step::Again;
 }
 
-// Consumes what can't be the beginning of anything.
+// Drops bytes that neither a picture nor a header can begin with.
 Framing::Step RawFraming::Search(ByteWindow& window) {
     const Bytes data = window.Data();
     std::size_t at = 1;

@@ -83,7 +83,7 @@ class StreamSession::Receiving {
 
     const std::string& SessionCookie() const { return m_sessionCookie; }
     const std::string& Reason() const { return m_reason; }
-    // Whoever we are, the camera doesn't let us in.
+    // User name or password is wrong, or the camera wants a kind of sign-in that is not known here.
     bool Unauthorized() const { return m_unauthorized; }
 
   private:

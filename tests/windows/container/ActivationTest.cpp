@@ -57,24 +57,6 @@ TEST_F(ActivationTest, ActivatesWhicheverComesFirstSiteOrState) {
     }
 }
 
-TEST_F(ActivationTest, GivesBackItsSite) {
-    Create();
-    ComPtr<IOleClientSite> current;
-    EXPECT_EQ(object->GetClientSite(&current), S_OK);
-    EXPECT_EQ(current, nullptr);
-    SetSite();
-    EXPECT_EQ(object->GetClientSite(&current), S_OK);
-    EXPECT_EQ(current.Get(), &site);
-    current.Reset();
-    // Again, and another one: the first is let go of.
-    SetSite();
-    RecordingFrame otherFrame(window.Get(), log);
-    RecordingSite other(window.Get(), otherFrame, log);
-    EXPECT_EQ(object->SetClientSite(&other), S_OK);
-    EXPECT_EQ(site.References(), 0);
-    EXPECT_EQ(object->SetClientSite(nullptr), S_OK);
-}
-
 TEST_F(ActivationTest, QuickActivationReplacesTheLongWay) {
     Create();
     QACONTAINER container{};
@@ -303,25 +285,6 @@ TEST_F(ActivationTest, TakesNoHarmFromAmbientPropertiesOfTheWrongType) {
     DoVerb(OLEIVERB_INPLACEACTIVATE);
     EXPECT_EQ(Query<IOleControl>()->OnAmbientPropertyChange(DISPID_UNKNOWN), S_OK);
     IgnoreCalls();
-}
-
-TEST_F(ActivationTest, KeepsItsExtent) {
-    CreateInSite();
-    SIZEL initial{};
-    ASSERT_EQ(object->GetExtent(DVASPECT_CONTENT, &initial), S_OK);
-    EXPECT_GT(initial.cx, 0);
-    EXPECT_GT(initial.cy, 0);
-    SIZEL wanted{12345, 6789};
-    ASSERT_EQ(object->SetExtent(DVASPECT_CONTENT, &wanted), S_OK);
-    DoVerb(OLEIVERB_INPLACEACTIVATE);
-    SIZEL extent{};
-    ASSERT_EQ(object->GetExtent(DVASPECT_CONTENT, &extent), S_OK);
-    EXPECT_EQ(extent.cx, wanted.cx);
-    EXPECT_EQ(extent.cy, wanted.cy);
-    EXPECT_EQ(Query<IViewObject2>()->GetExtent(DVASPECT_CONTENT, -1, nullptr, &extent), S_OK);
-    EXPECT_EQ(extent.cx, wanted.cx);
-    EXPECT_EQ(object->SetExtent(DVASPECT_ICON, &wanted), DV_E_DVASPECT);
-    EXPECT_EQ(object->GetExtent(DVASPECT_ICON, &extent), DV_E_DVASPECT);
 }
 
 TEST_F(ActivationTest, OffersTabAndUnknownKeysToItsContainer) {

@@ -11,7 +11,7 @@
 #include <span>
 #include <vector>
 
-#include "tests/windows/container/WebServer.h"
+#include "tests/support/WebServer.h"
 
 // A camera that streams H.264 over the RTSP connection, some hundred pictures a second, as long as somebody
 // watches. Each is a key frame that has a number and nothing to see.

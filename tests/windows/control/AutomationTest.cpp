@@ -93,19 +93,6 @@ TEST_F(Automation, StoresMulticastAddresses) {
     EXPECT_EQ(stored(), before);
 }
 
-TEST_F(Automation, ConvertsCoordinatesOnceSizesAreKnown) {
-    Create(false);
-    EXPECT_EQ(Control().ConvertCoordinateInJSON(1, 1, true), L"");
-    ASSERT_TRUE(Control().CreateHiddenWindow());  // 320 x 240
-    EXPECT_EQ(Control().ConvertCoordinateInJSON(1, 1, true), L"");
-    EXPECT_EQ(Control().SetVideoSize(640, 480), S_OK);
-    EXPECT_EQ(Control().SetVideoSize(640, -1), E_INVALIDARG);
-    EXPECT_EQ(Control().ConvertCoordinateInJSON(640, -480, true), L"{ \"x\": 320, \"y\": -240 }");
-    EXPECT_EQ(Control().ConvertCoordinateInJSON(320, -240, false), L"{ \"x\": 640, \"y\": -480 }");
-    EXPECT_EQ(Control().SetVideoSize(0, 0), S_OK);
-    EXPECT_EQ(Control().ConvertCoordinateInJSON(1, 1, true), L"");
-}
-
 // Names of parameters come from the type library; scripts pass arguments by them.
 TEST_F(Automation, KnowsParametersByName) {
     Create(false);

@@ -47,23 +47,6 @@ TEST_F(Connecting, TellsTheHostAtEveryStep) {
     EXPECT_EQ(Host().Take(), kFailedAttempt);
 }
 
-TEST_F(Connecting, EndsBeforeDisconnectReturns) {
-    Create();
-    EXPECT_EQ(Control().Disconnect(), 0);  // also without a connection
-    EXPECT_EQ(Host().Take(), Texts{"OnConnStatus(2s)"});
-    EXPECT_EQ(Caption(), L"Disconnect!");
-    Host().onEvent = [&](DISPID, DISPPARAMS&) {
-        EXPECT_EQ(Control().Disconnect(), 0);
-        EXPECT_EQ(Control().DisconnectServer(), 0);
-    };
-    EXPECT_EQ(Control().DisconnectServer(), 0);
-    EXPECT_EQ(Host().Take(), Texts{"OnConnStatus(2s)"});
-    Host().onEvent = nullptr;
-    PostMessageW(Window(), WM_OnDisConnect, 0, 0);
-    PumpMessages();
-    EXPECT_EQ(Host().Take(), Texts{"OnConnStatus(2s)"});
-}
-
 // ---- Timers and statistics: what the connection decides reaches the window and the host
 
 TEST_F(Connecting, RunsItsTimersInTheWindow) {

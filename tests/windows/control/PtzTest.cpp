@@ -1,6 +1,6 @@
 // Pan, tilt, zoom and presets as they arrive at a server that takes down what it is sent.
 
-#include "tests/windows/container/WebServer.h"
+#include "tests/support/WebServer.h"
 #include "tests/windows/control/ControlFixture.h"
 
 namespace norix::test {

@@ -78,16 +78,6 @@ TEST_F(TheWindow, IsWaitedForByWhatNeedsIt) {
     }
 }
 
-TEST_F(TheWindow, IsHiddenWithoutAContainer) {
-    Create(false);
-    EXPECT_FALSE(Control().HasWindow());
-    Put(L"MotionEditMode", 1);
-    ASSERT_TRUE(Control().HasWindow());
-    EXPECT_FALSE(IsWindowVisible(Window()));
-    Control().Connect();
-    EXPECT_EQ(Host().Events().size(), 2u);
-}
-
 TEST_F(TheWindow, IsNotMadeOnceTheContainerHasLetGo) {
     Create(false);
     FakeSite site;

@@ -109,26 +109,6 @@ TEST_F(Dispatch, TakesNumbersOfEveryType) {
     EXPECT_EQ(Get(Thermometer::kFactor), "3d");
 }
 
-TEST_F(Dispatch, TakesTextsWithAnythingInside) {
-    VARIANT text = OfType(VT_BSTR);
-    text.bstrVal = SysAllocStringLen(L"a\0b", 3);
-    EXPECT_EQ(Put(Thermometer::kPlace, text).result, S_OK);
-    EXPECT_EQ(m_control->Properties().place, Text(L"a\0b", 3));
-    EXPECT_EQ(Get(Thermometer::kPlace), std::string("\"a\0b\"", 5));
-    SysFreeString(text.bstrVal);
-
-    text.bstrVal = nullptr;  // an empty text
-    EXPECT_EQ(Put(Thermometer::kPlace, text).result, S_OK);
-    EXPECT_EQ(Get(Thermometer::kPlace), "\"\"");
-    EXPECT_EQ(Put(Thermometer::kPlace, Long(-12)).result, S_OK);
-    EXPECT_EQ(Get(Thermometer::kPlace), "\"-12\"");
-
-    text.bstrVal = SysAllocString(L"31");
-    EXPECT_EQ(Put(Thermometer::kDegrees, text).result, S_OK);
-    EXPECT_EQ(Get(Thermometer::kDegrees), "31");
-    SysFreeString(text.bstrVal);
-}
-
 // Scripts pass variables: a reference to a variant that itself may be a reference.
 TEST_F(Dispatch, FollowsReferences) {
     long number = 8;
@@ -283,35 +263,6 @@ TEST_F(Dispatch, PutsPropertiesInEveryHostsWay) {
     EXPECT_EQ(readOnly.result, DISP_E_EXCEPTION);
     EXPECT_EQ(readOnly.exception, CTL_E_SETNOTSUPPORTED);
     EXPECT_EQ(Get(Thermometer::kKelvin), "275.15d");
-}
-
-TEST_F(Dispatch, FindsNamesInAnyCase) {
-    DISPID id = 0;
-    const auto find = [&](const wchar_t* name) {
-        auto* text = const_cast<LPOLESTR>(name);
-        id = 0;
-        return m_control->GetIDsOfNames(IID_NULL, &text, 1, LOCALE_INVARIANT, &id);
-    };
-    EXPECT_EQ(find(L"Degrees"), S_OK);
-    EXPECT_EQ(id, Thermometer::kDegrees);
-    EXPECT_EQ(find(L"dIfFerEncE"), S_OK);
-    EXPECT_EQ(id, Thermometer::kDifference);
-    for (const wchar_t* unknown :
-         {L"", L"Degree", L"Degreess", L"Changed", static_cast<const wchar_t*>(nullptr)}) {
-        EXPECT_TRUE(FAILED(find(unknown)));
-        EXPECT_NE(id, Thermometer::kDegrees);
-    }
-    EXPECT_EQ(find(L"Degree"), DISP_E_UNKNOWNNAME);
-    EXPECT_EQ(id, DISPID_UNKNOWN);
-
-    // This control has no type library: names of parameters cannot be known, and nothing breaks.
-    LPOLESTR names[] = {const_cast<LPOLESTR>(L"Difference"), const_cast<LPOLESTR>(L"a")};
-    DISPID ids[2] = {};
-    EXPECT_TRUE(FAILED(m_control->GetIDsOfNames(IID_NULL, names, 2, LOCALE_INVARIANT, ids)));
-    ITypeInfo* info = nullptr;
-    EXPECT_TRUE(FAILED(m_control->GetTypeInfo(0, LOCALE_INVARIANT, &info)));
-    EXPECT_EQ(info, nullptr);
-    EXPECT_EQ(m_control->GetTypeInfo(1, LOCALE_INVARIANT, &info), DISP_E_BADINDEX);
 }
 
 TEST_F(Dispatch, TurnsExceptionsIntoResults) {

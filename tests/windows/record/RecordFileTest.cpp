@@ -15,7 +15,7 @@
 #include "record/RecordFileWin32.h"
 #include "tests/native/record/RiffCheck.h"
 #include "tests/native/record/Rig.h"
-#include "tests/windows/container/ResourceUse.h"
+#include "tests/support/ResourceUse.h"
 #include "util/FileOpener.h"
 
 namespace norix::tests {
