@@ -112,6 +112,8 @@ class CameraCommands {
     /// The presets' names, each followed by "#"; empty when the camera does not tell them.
     std::wstring PresetNames();
 
+    /// How the keys of a channel's settings are written, as far as the camera has told.
+    KeyRules Rules(const StreamSelection& selection) const;
     const SystemInformation& System() const { return m_system; }
     std::int32_t RtspPort() const { return m_rtspPort; }
     /// Null when the camera named none.
@@ -129,7 +131,6 @@ class CameraCommands {
     Reply Ask(std::string_view sendType, const std::string& url);
     Result Exchange(std::string_view path, std::span<const CgiParam> table);
     void TakePorts(const CameraPorts& reported);
-    KeyRules Rules(const StreamSelection& selection) const;
 
     CameraCommands(const CameraCommands&) = default;
 

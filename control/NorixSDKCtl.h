@@ -237,8 +237,10 @@ class CNorixSDKCtrl final : public framework::COleControl,
     bool OnTranslateAccelerator(const MSG& message) override;
     MotionSettings CameraMotion(bool anew) override;
     bool SaveCameraMotion(const MotionSettings& settings) override;
-    void TellSaving(MotionSaving result) override;
-    void OnMotionSaved(MotionSaving result);
+    std::string MotionSource() override;
+    bool WantsMotionEditor() override;
+    void SaveMotionLater() override;
+    void SaveMotion();
     void OnMotionWindowUpdate(std::size_t index);
     StreamSelection ViewedStream() const;
     /// What lies over the picture keeps its place on it.

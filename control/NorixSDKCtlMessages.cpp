@@ -41,8 +41,8 @@ bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam)
         case WM_OnMotionWindowUpdate:
             OnMotionWindowUpdate(static_cast<std::size_t>(wParam));
             return true;
-        case WM_OnMotionSaved:
-            OnMotionSaved(static_cast<MotionSaving>(first));
+        case WM_OnSaveMotion:
+            SaveMotion();
             return true;
         case WM_OnDIOStatus:
             m_dioStatusDelivery.Deliver([&] { FireEvent(events::OnDIOStatus, first, second); });

@@ -15,7 +15,7 @@ void CNorixSDKCtrl::OnMotionEditModeChanged() {
 }
 
 void CNorixSDKCtrl::OnMotionWindowUpdate(std::size_t index) {
-    if (m_properties.motionEditMode && m_connection.Decoder()) m_motionEditor.Refresh(index);
+    if (WantsMotionEditor()) m_motionEditor.Refresh(index);
 }
 
 void CNorixSDKCtrl::FollowView() {
@@ -41,12 +41,25 @@ bool CNorixSDKCtrl::SaveCameraMotion(const MotionSettings& settings) {
     return saved;
 }
 
-// A message of its own: the box answers messages, inside of which the host may let the control go.
-void CNorixSDKCtrl::TellSaving(MotionSaving result) {
-    PostMessageW(Handle(), WM_OnMotionSaved, static_cast<WPARAM>(result), 0);
+std::string CNorixSDKCtrl::MotionSource() {
+    const KeyRules rules = m_camera.Commands().Rules(ViewedStream());
+    return m_camera.Known().access.serverIP + ' ' + std::to_string(rules.selection.channel) +
+           (rules.severalChannels ? " of several" : "");
 }
 
-void CNorixSDKCtrl::OnMotionSaved(MotionSaving result) {
+bool CNorixSDKCtrl::WantsMotionEditor() {
+    return m_properties.motionEditMode && m_connection.Decoder();
+}
+
+// By a message: saving asks the user, inside of which the host may let the control go, and only the control's
+// own messages keep it alive.
+void CNorixSDKCtrl::SaveMotionLater() {
+    PostMessageW(Handle(), WM_OnSaveMotion, 0, 0);
+}
+
+void CNorixSDKCtrl::SaveMotion() {
+    if (!m_motionEditor.IsOpen()) return;
+    const MotionSaving result = m_motionEditor.Save();
     const bool saved = result == MotionSaving::Saved;
     const wchar_t* text = L"The camera did not take the motion windows!";
     if (saved) text = L"Save Motion OK!";

@@ -28,7 +28,7 @@ enum ControlMessage : std::uint32_t {
     WM_OnGeneralEvent = kControlMessageBase + 16,       // event type           (index << 8) | status
     WM_OnShowAuthDialog = kControlMessageBase + 17,     // 0                    0
     WM_OnConnectStep = kControlMessageBase + 18,        // number of the step   0
-    WM_OnMotionSaved = kControlMessageBase + 19,        // MotionSaving         0
+    WM_OnSaveMotion = kControlMessageBase + 19,         // 0                    0
 };
 
 /// wParam of WM_OnNewFrame.

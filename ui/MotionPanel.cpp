@@ -80,9 +80,14 @@ void MotionPanel::SetSensitivity(int percent) {
 }
 
 std::wstring MotionPanel::Name(int index) const {
-    wchar_t text[kLongestName + 1] = L"";
-    GetDlgItemTextW(Handle(), kFirstName + index, text, ARRAYSIZE(text));
+    const HWND field = GetDlgItem(Handle(), kFirstName + index);
+    std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(field)) + 1, L'\0');
+    text.resize(static_cast<std::size_t>(GetWindowTextW(field, text.data(), static_cast<int>(text.size()))));
     return text;
+}
+
+bool MotionPanel::IsOn(int index) const {
+    return IsDlgButtonChecked(Handle(), kFirstCheck + index) == BST_CHECKED;
 }
 
 LRESULT MotionPanel::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {

@@ -40,6 +40,7 @@ class MotionPanel final : private framework::CWnd {
     /// What it shows; the sink is not told.
     void SetWindow(int index, bool on, const std::wstring& name);
     void SetSensitivity(int percent);
+    bool IsOn(int index) const;
     std::wstring Name(int index) const;
 
     HWND Window() const { return Handle(); }

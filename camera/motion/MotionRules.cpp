@@ -16,6 +16,17 @@ std::int32_t Scale(std::int32_t value, std::int32_t from, std::int32_t to) {
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(scaled, INT32_MIN, INT32_MAX));
 }
 
+// What of it lies on the video; of no size when nothing does.
+VideoBox Clip(const VideoBox& box, std::int32_t width, std::int32_t height) {
+    const auto bounded = [](std::int64_t at, std::int32_t end) {
+        return static_cast<std::int32_t>(std::clamp<std::int64_t>(at, 0, end));
+    };
+    const std::int32_t left = bounded(box.left, width);
+    const std::int32_t top = bounded(box.top, height);
+    return {left, top, bounded(std::int64_t{box.left} + box.width, width) - left,
+            bounded(std::int64_t{box.top} + box.height, height) - top};
+}
+
 // The number goes back unless the user has changed it.
 void Take(std::int32_t& stored, std::int32_t shown, std::int32_t edited, std::int32_t video,
           std::int32_t reference) {
@@ -38,22 +49,25 @@ VideoBox MotionToVideo(const MotionSettings& settings, const MotionWindow& windo
 
 MotionSaving TakeMotionAreas(MotionSettings& settings, const MotionAreas& areas, std::int32_t videoWidth,
                              std::int32_t videoHeight) {
-    for (const auto& area : areas) {
-        if (!area) continue;
-        if (!IsMotionName(area->name)) return MotionSaving::BadName;
-        if (area->box.width < kLeastMotionSize || area->box.height < kLeastMotionSize)
+    std::array<VideoBox, 3> shown;
+    std::array<VideoBox, 3> edited;
+    for (std::size_t i = 0; i < areas.size(); ++i) {
+        if (!areas[i]) continue;
+        if (!IsMotionName(areas[i]->name)) return MotionSaving::BadName;
+        shown[i] = MotionToVideo(settings, settings.windows[i], videoWidth, videoHeight);
+        const VideoBox& box = areas[i]->box;
+        edited[i] = box == shown[i] ? box : Clip(box, videoWidth, videoHeight);
+        if (edited[i].width < kLeastMotionSize || edited[i].height < kLeastMotionSize)
             return MotionSaving::TooSmall;
     }
     for (std::size_t i = 0; i < areas.size(); ++i) {
         MotionWindow& window = settings.windows[i];
         window.enable = areas[i] ? 1 : 0;
         if (!areas[i]) continue;
-        const VideoBox shown = MotionToVideo(settings, window, videoWidth, videoHeight);
-        const VideoBox& edited = areas[i]->box;
-        Take(window.left, shown.left, edited.left, videoWidth, settings.referenceWidth);
-        Take(window.top, shown.top, edited.top, videoHeight, settings.referenceHeight);
-        Take(window.width, shown.width, edited.width, videoWidth, settings.referenceWidth);
-        Take(window.height, shown.height, edited.height, videoHeight, settings.referenceHeight);
+        Take(window.left, shown[i].left, edited[i].left, videoWidth, settings.referenceWidth);
+        Take(window.top, shown[i].top, edited[i].top, videoHeight, settings.referenceHeight);
+        Take(window.width, shown[i].width, edited[i].width, videoWidth, settings.referenceWidth);
+        Take(window.height, shown[i].height, edited[i].height, videoHeight, settings.referenceHeight);
         window.name = areas[i]->name;
     }
     return MotionSaving::Saved;

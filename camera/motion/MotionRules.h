@@ -49,9 +49,9 @@ enum class MotionSaving {
     BadName = -2,
 };
 
-/// Puts the areas into the settings as they are sent to the camera; the first one that can't be sent decides,
-/// and nothing is changed. What the user has not moved keeps the camera's own numbers, whatever rounding
-/// would make of them.
+/// Puts the areas, as far as they lie on the video, into the settings as they are sent to the camera; the
+/// first one that can't be sent decides, and nothing is changed. What the user has not moved keeps the
+/// camera's own numbers, whatever rounding would make of them.
 MotionSaving TakeMotionAreas(MotionSettings& settings, const MotionAreas& areas, std::int32_t videoWidth,
                              std::int32_t videoHeight);
 

@@ -97,7 +97,14 @@ void OverlappedWindows::Clear() {
 }
 
 void OverlappedWindows::OnUserPlaced(COverlappedWnd& window) {
-    if (const std::optional<ViewBox> place = m_view.ToVideo(ToBox(window.Bounds()))) window.place = *place;
+    const ViewBox bounds = ToBox(window.Bounds());
+    const std::optional<ViewBox> before = m_view.ToWindow(window.place);
+    std::optional<ViewBox> place = m_view.ToVideo(bounds);
+    if (!place) return;
+    // One that was only moved keeps its size: the window's pixels may be coarser than the video's.
+    if (before && before->size.width == bounds.size.width && before->size.height == bounds.size.height)
+        place->size = window.place.size;
+    window.place = *place;
 }
 
 }  // namespace norix

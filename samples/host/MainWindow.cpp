@@ -688,6 +688,7 @@ void MainWindow::Connect() try {
     if (changed(user_)) Set(L"username", TextOf(user_));
     if (changed(password_)) Set(L"password", TextOf(password_));
     if (changed(address_)) {
+        pad_.StopNow();
         const Address address = ParseAddress(TextOf(address_));
         Set(L"ServerIP", address.host);
         Set(L"StreamUri", address.streamUri);

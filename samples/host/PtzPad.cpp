@@ -198,6 +198,7 @@ void PtzPad::OnChild(HWND child, UINT_PTR id, UINT message, WPARAM wParam, LPARA
             if (wParam == VK_SPACE && move) Hold(child, move);
             return OnKey(child, wParam, true);
         case WM_KEYUP:
+        case WM_SYSKEYUP:  // with Alt held, too
             if (wParam == VK_SPACE) Release(child);
             return OnKey(child, wParam, false);
         default:
@@ -226,7 +227,6 @@ void PtzPad::OnKey(HWND child, WPARAM key, bool down) {
 // ---- What the camera is told
 
 void PtzPad::Begin(const wchar_t* move) {
-    moving_ = true;
     Add({PtzOrder::Kind::Move, move, Speed()});
 }
 
@@ -241,7 +241,6 @@ void PtzPad::Release(HWND child) {
 }
 
 void PtzPad::Stop() {
-    moving_ = false;
     holder_ = nullptr;
     Add({PtzOrder::Kind::Stop});
 }
@@ -282,6 +281,7 @@ void PtzPad::Carry(const PtzOrder& order) {
     using Kind = PtzOrder::Kind;
     switch (order.kind) {
         case Kind::Move:
+            moving_ = true;
             call_(L"SendCameraCommand", {order.text.c_str(), order.number});
             return;
         case Kind::Go:
@@ -289,6 +289,7 @@ void PtzPad::Carry(const PtzOrder& order) {
             return;
         case Kind::Stop:
             call_(L"SendCameraCommand", {L"stop", short{0}});
+            moving_ = false;
             return;
         case Kind::Save:
             call_(L"SavePresetPosition", {order.text.c_str(), order.number});
@@ -342,18 +343,25 @@ void PtzPad::OnEvent(const Event& event) {
         return;
     }
     // Without a picture nobody steers, and what moves would go on for ever.
-    if (moving_) Stop();
+    if (moving_ || queue_.HoldsMove()) Stop();
     canMove_ = canTurn_ = canZoom_ = false;
     Enable();
 }
 
-void PtzPad::Finish() {
+void PtzPad::StopNow() {
     queue_.Clear();
-    if (moving_) {
-        queue_.Add({PtzOrder::Kind::Stop});
-        SendNext();
-    }
     holder_ = nullptr;
+    if (!moving_) return;
+    // Also from inside another order: this may be the last that this camera hears.
+    try {
+        Carry({PtzOrder::Kind::Stop});
+    } catch (const AutomationError& error) {
+        say_(error.Message());
+    }
+}
+
+void PtzPad::Finish() {
+    StopNow();
     moving_ = connected_ = canMove_ = canTurn_ = canZoom_ = false;
     keys_.clear();
     if (window_) Enable();

@@ -56,6 +56,8 @@ class PtzPad {
 
     /// All events pass through here.
     void OnEvent(const Event& event);
+    /// The control is about to be told of another camera: what moves is stopped, and nothing else sent.
+    void StopNow();
     /// The control is about to go: what moves is stopped, the rest forgotten.
     void Finish();
 
@@ -100,7 +102,7 @@ class PtzPad {
     HWND window_ = nullptr;
     PtzQueue queue_;
     bool sending_ = false;
-    bool moving_ = false;       // told to move, and not yet to stop
+    bool moving_ = false;       // the camera was told to move, and not yet to stop
     HWND holder_ = nullptr;     // the button that moves it while it, or a key, is held
     std::vector<WPARAM> keys_;  // arrows that are down
     bool connected_ = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <deque>
 #include <optional>
 #include <string>
@@ -41,6 +42,10 @@ class PtzQueue {
         PtzOrder order = std::move(waiting_.front());
         waiting_.pop_front();
         return order;
+    }
+
+    bool HoldsMove() const {
+        return std::any_of(waiting_.begin(), waiting_.end(), [](const PtzOrder& o) { return o.IsMove(); });
     }
 
     void Clear() { waiting_.clear(); }

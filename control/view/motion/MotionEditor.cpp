@@ -1,32 +1,65 @@
 #include "control/view/motion/MotionEditor.h"
 
+#include <utility>
+
 #include "control/view/ViewCommands.h"
 #include "protocol/Text.h"
 #include "util/Text.h"
 
 namespace norix {
 
+namespace {
+
+bool IsKnown(const MotionSettings& settings) {
+    return settings.referenceWidth > 0 && settings.referenceHeight > 0;
+}
+
+bool IsUsable(ViewSize video) {
+    return video.width > 0 && video.height > 0;
+}
+
+VideoBox ToVideoBox(const ViewBox& box) {
+    return {static_cast<std::int32_t>(box.corner.x), static_cast<std::int32_t>(box.corner.y),
+            static_cast<std::int32_t>(box.size.width), static_cast<std::int32_t>(box.size.height)};
+}
+
+VideoBox OnVideo(const MotionSettings& settings, std::size_t index, ViewSize video) {
+    return MotionToVideo(settings, settings.windows[index], static_cast<std::int32_t>(video.width),
+                         static_cast<std::int32_t>(video.height));
+}
+
+}  // namespace
+
 void MotionEditor::Open(bool anew) {
+    if (!IsUsable(m_commands.VideoSize())) return;
+    const bool known = IsKnown(m_host.CameraMotion(false));
+    MotionSettings settings = m_host.CameraMotion(anew || !known);
     const ViewSize video = m_commands.VideoSize();
-    if (m_view.Window() == nullptr || video.width < 1 || video.height < 1) return;
-    const bool known = m_host.CameraMotion(false).referenceWidth > 0;
-    const MotionSettings settings = m_host.CameraMotion(anew || !known);
-    if (!m_panel.Show(m_view.Window())) return;
-    m_panel.SetSensitivity(settings.sensitivity);
-    for (std::size_t i = 0; i < settings.windows.size(); ++i)
-        ShowWindow(settings, i);
+    if (!m_host.WantsMotionEditor() || m_view.Window() == nullptr || !IsUsable(video) ||
+        !m_panel.Show(m_view.Window()))
+        return;
+    m_settings = std::move(settings);
+    m_source = m_host.MotionSource();
+    m_video = video;
+    m_panel.SetSensitivity(m_settings.sensitivity);
+    for (std::size_t i = 0; i < m_settings.windows.size(); ++i)
+        ShowWindow(i);
     m_panel.Place();  // above the windows
 }
 
 void MotionEditor::Refresh(std::size_t index) {
     if (!IsOpen()) return Open(false);
-    const MotionSettings settings = m_host.CameraMotion(false);
-    if (index < settings.windows.size()) ShowWindow(settings, index);
+    MotionSettings settings = m_host.CameraMotion(false);
+    // A connection that has not come to ask for them knows nothing better than what is shown.
+    if (!IsKnown(settings) || index >= settings.windows.size()) return;
+    m_settings = std::move(settings);
+    m_source = m_host.MotionSource();
+    ShowWindow(index);
     m_panel.Place();
 }
 
-void MotionEditor::ShowWindow(const MotionSettings& settings, std::size_t index) {
-    const MotionWindow& window = settings.windows[index];
+void MotionEditor::ShowWindow(std::size_t index) {
+    const MotionWindow& window = m_settings.windows[index];
     const bool on = window.enable != 0;
     const std::wstring name = util::Utf8ToWide(std::string(protocol::trim(window.name)));
     m_panel.SetWindow(static_cast<int>(index), on, name);
@@ -34,8 +67,7 @@ void MotionEditor::ShowWindow(const MotionSettings& settings, std::size_t index)
         m_windows.Delete(static_cast<long>(index));
         return;
     }
-    const ViewSize video = m_commands.VideoSize();
-    const VideoBox box = MotionToVideo(settings, window, video.width, video.height);
+    const VideoBox box = OnVideo(m_settings, index, m_video);
     m_windows.Create(static_cast<long>(index), {{box.left, box.top}, {box.width, box.height}}, true, true,
                      name);
 }
@@ -46,8 +78,39 @@ void MotionEditor::Close() {
 }
 
 void MotionEditor::Follow() {
+    if (IsOpen()) FollowVideoSize();
     m_windows.Follow();
+    // While the window had no size, or the video, none could be placed.
+    for (std::size_t i = 0; IsOpen() && i < m_settings.windows.size(); ++i) {
+        if (m_settings.windows[i].enable != 0 && m_panel.IsOn(static_cast<int>(i)) &&
+            !m_windows.Get(static_cast<long>(i)))
+            ShowWindow(i);
+    }
     m_panel.Place();
+}
+
+// What the user has not touched lies where the camera has it, to the pixel, on a video of another size as
+// well.
+void MotionEditor::FollowVideoSize() {
+    const ViewSize video = m_commands.VideoSize();
+    if (!IsUsable(video) || (video.width == m_video.width && video.height == m_video.height)) return;
+    for (std::size_t i = 0; i < m_settings.windows.size(); ++i) {
+        const auto index = static_cast<long>(i);
+        const auto window = m_windows.Get(index);
+        if (!window) continue;
+        ViewBox place = window->place;
+        if (ToVideoBox(place) == OnVideo(m_settings, i, m_video)) {
+            const VideoBox box = OnVideo(m_settings, i, video);
+            place = {{box.left, box.top}, {box.width, box.height}};
+        } else {
+            const auto across = [&](long x) { return MulDiv(x, video.width, m_video.width); };
+            const auto down = [&](long y) { return MulDiv(y, video.height, m_video.height); };
+            place = {{across(place.corner.x), down(place.corner.y)},
+                     {across(place.size.width), down(place.size.height)}};
+        }
+        if (m_windows.Create(index, place, true, true, window->caption) != S_OK) m_windows.Delete(index);
+    }
+    m_video = video;
 }
 
 void MotionEditor::OnMotionWindow(int index, bool on) {
@@ -62,20 +125,33 @@ void MotionEditor::OnMotionWindow(int index, bool on) {
     m_panel.Place();
 }
 
-MotionSaving MotionEditor::Save() {
+// A window that is switched on but can't be shown stays where the camera has it.
+MotionAreas MotionEditor::Areas() const {
     MotionAreas areas;
     for (std::size_t i = 0; i < areas.size(); ++i) {
-        const auto window = m_windows.Get(static_cast<long>(i));
-        if (!window) continue;
-        const ViewBox& box = window->place;
-        areas[i] = {util::WideToUtf8(window->caption),
-                    {box.corner.x, box.corner.y, box.size.width, box.size.height}};
+        const int index = static_cast<int>(i);
+        if (!m_panel.IsOn(index)) continue;
+        const auto window = m_windows.Get(index);
+        areas[i] = {util::WideToUtf8(m_panel.Name(index)),
+                    window ? ToVideoBox(window->place) : OnVideo(m_settings, i, m_video)};
     }
-    const ViewSize video = m_commands.VideoSize();
-    MotionSettings settings = m_host.CameraMotion(false);
-    const MotionSaving result = TakeMotionAreas(settings, areas, video.width, video.height);
+    return areas;
+}
+
+MotionSaving MotionEditor::Save() {
+    if (!IsOpen() || !IsKnown(m_settings)) return MotionSaving::Failed;
+    if (m_host.MotionSource() != m_source) {
+        Close();
+        Open(true);
+        return MotionSaving::Failed;
+    }
+    MotionSettings settings = m_settings;
+    const MotionSaving result = TakeMotionAreas(settings, Areas(), static_cast<std::int32_t>(m_video.width),
+                                                static_cast<std::int32_t>(m_video.height));
     if (result != MotionSaving::Saved) return result;
-    return m_host.SaveCameraMotion(settings) ? result : MotionSaving::Failed;
+    if (!m_host.SaveCameraMotion(settings)) return MotionSaving::Failed;
+    m_settings = std::move(settings);
+    return result;
 }
 
 }  // namespace norix

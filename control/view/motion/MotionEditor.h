@@ -1,6 +1,6 @@
 #pragma once
 
-#include <optional>
+#include <string>
 
 #include "camera/motion/MotionRules.h"
 #include "control/view/OverlappedWindows.h"
@@ -15,8 +15,13 @@ class MotionEditHost {
     virtual MotionSettings CameraMotion(bool anew) = 0;
     /// False when the camera does not take them; then it has those of before.
     virtual bool SaveCameraMotion(const MotionSettings& settings) = 0;
-    /// Tells the user later, from the window's queue.
-    virtual void TellSaving(MotionSaving result) = 0;
+    /// Whose they are: changes with the camera and the channel that they are read from and saved to.
+    virtual std::string MotionSource() = 0;
+    /// False once the mode is left or the connection is over. Reading and saving may ask the user, who, or
+    /// whose host, may do that meanwhile.
+    virtual bool WantsMotionEditor() = 0;
+    /// Has Save called later, from the window's queue.
+    virtual void SaveMotionLater() = 0;
 
   protected:
     ~MotionEditHost() = default;
@@ -30,7 +35,7 @@ class MotionEditor final : private MotionPanelSink {
         : m_view(view), m_commands(commands), m_host(host), m_windows(view, commands) {}
 
     /// Shows the camera's windows as they are, with the panel. Nothing happens while the size of the video is
-    /// not known.
+    /// not known. What the camera has not told can be looked at, but not saved.
     void Open(bool anew);
     /// The camera reports this window, from 0 on: it is shown as the camera has it. Opens the editor first.
     void Refresh(std::size_t index);
@@ -40,6 +45,8 @@ class MotionEditor final : private MotionPanelSink {
 
     /// The window, or what it shows, has changed.
     void Follow();
+    /// Sends what the user has made to the camera. Fails, and shows the present ones, when another camera or
+    /// channel is set now than they were read from.
     MotionSaving Save();
 
     OverlappedWindows& Windows() { return m_windows; }
@@ -48,14 +55,20 @@ class MotionEditor final : private MotionPanelSink {
   private:
     void OnMotionWindow(int index, bool on) override;
     void OnMotionName(int index, const std::wstring& name) override { m_windows.SetCaption(index, name); }
-    void OnSaveMotion() override { m_host.TellSaving(Save()); }
-    void ShowWindow(const MotionSettings& settings, std::size_t index);
+    void OnSaveMotion() override { m_host.SaveMotionLater(); }
+    void ShowWindow(std::size_t index);
+    void FollowVideoSize();
+    MotionAreas Areas() const;
 
     ViewHost& m_view;
     const ViewCommands& m_commands;
     MotionEditHost& m_host;
     OverlappedWindows m_windows;  // numbered from 0; one that is not there is switched off
     MotionPanel m_panel{*this};
+    // While it is open: the camera's settings that are shown, where they came from, and on what video.
+    MotionSettings m_settings;
+    std::string m_source;
+    ViewSize m_video;
 };
 
 }  // namespace norix

@@ -46,7 +46,9 @@ class MotionEditorTest : public testing::Test, protected ViewHost, protected Mot
         if (!refuses) camera = settings;
         return !refuses;
     }
-    void TellSaving(MotionSaving result) override { told.push_back(result); }
+    std::string MotionSource() override { return source; }
+    bool WantsMotionEditor() override { return wanted; }
+    void SaveMotionLater() override { told.push_back(editor.Save()); }
 
     HWND Child(int id) { return GetDlgItem(editor.Panel().Window(), id); }
     void Click(int id) { SendMessageW(Child(id), BM_CLICK, 0, 0); }
@@ -64,6 +66,8 @@ class MotionEditorTest : public testing::Test, protected ViewHost, protected Mot
 
     MotionSettings camera;
     bool refuses = false;
+    std::string source = "a camera";
+    bool wanted = true;
     std::vector<MotionSaving> told;
 
   private:
@@ -123,7 +127,56 @@ TEST_F(MotionEditorTest, SavesWhatTheUserMakes) {
     EXPECT_EQ(saved.height, 250);
 }
 
+TEST_F(MotionEditorTest, SavesNothingThatTheCameraHasNotTold) {
+    const MotionSettings before = camera;
+    camera = {};  // did not answer
+    editor.Open(false);
+    Click(kFirstCheck);
+    EXPECT_EQ(Saved(), MotionSaving::Failed);
+    EXPECT_EQ(camera.windows[0].enable, 0);
+    editor.Close();
+
+    camera = before;
+    editor.Open(false);
+    camera = {};  // a connection that has not come to ask
+    editor.Refresh(0);
+    EXPECT_EQ(Place(0), "65,37 195x111") << "what was read stays";
+    source = "another camera";
+    camera = before;
+    camera.windows[0].left = 500;
+    Click(kFirstCheck);  // off
+    EXPECT_EQ(Saved(), MotionSaving::Failed);
+    EXPECT_EQ(camera.windows[0].enable, 1) << "the other camera keeps its own";
+    EXPECT_EQ(Place(0), "320,37 195x111") << "which is shown now";
+}
+
+TEST_F(MotionEditorTest, FollowsAVideoOfAnotherSize) {
+    MoveWindow(Window(), 0, 0, 0, 0, FALSE);  // a hidden page: nothing can be placed
+    editor.Open(false);
+    EXPECT_EQ(Place(0), "none");
+    EXPECT_EQ(Saved(), MotionSaving::Saved);
+    EXPECT_EQ(camera.windows[0].enable, 1) << "switched on, and not shown";
+    MoveWindow(Window(), 0, 0, 320, 180, FALSE);
+    editor.Follow();
+    EXPECT_EQ(Place(0), "65,37 195x111");
+
+    editor.Windows().Create(1, {{320, 180}, {400, 90}}, true, true, L"");  // leaves the video
+    SendMessageW(Child(kFirstCheck + 1), BM_SETCHECK, BST_CHECKED, 0);
+    view.SetVideoSize(1920, 1080);
+    editor.Follow();
+    EXPECT_EQ(Place(0), "194,111 586x332");
+    EXPECT_EQ(Place(1), "960,540 1200x270");
+    EXPECT_EQ(Saved(), MotionSaving::Saved);
+    EXPECT_EQ(camera.windows[0].left, 101);
+    EXPECT_EQ(camera.windows[0].width, 305);
+    EXPECT_EQ(camera.windows[1].left, 500);
+    EXPECT_EQ(camera.windows[1].width, 500) << "cut to the video";
+}
+
 TEST_F(MotionEditorTest, StaysAwayWithoutAPicture) {
+    wanted = false;  // left while the user was asked whether the camera may be reached
+    editor.Open(true);
+    wanted = true;
     view.SetVideoSize(0, 0);
     editor.Open(true);
     editor.Refresh(1);
