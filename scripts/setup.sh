@@ -47,8 +47,9 @@ can_install() {
 
 install() {
     local size
+    # Told "no", apt ends with 1.
     size=$(LC_ALL=C apt-get install --assume-no "${apt_options[@]}" --no-remove "$@" 2>/dev/null |
-        sed -n 's/^Need to get \(.*\) of archives\.$/\1 to fetch/p; s/^After this operation, \(.*\) of additional disk.*/\1 on the disk/p')
+        sed -n 's/^Need to get \(.*\) of archives\.$/\1 to fetch/p; s/^After this operation, \(.*\) of additional disk.*/\1 on the disk/p') || true
     say "packages: ${size//$'\n'/, }"
     LC_ALL=C DEBIAN_FRONTEND=noninteractive quietly setup-install apt-get install -y "${apt_options[@]}" --no-remove "$@"
 }
