@@ -197,6 +197,7 @@ void RecordController::Open(std::int64_t time) {
     m_fileFormat = m_format;
     ++m_file;
     m_rotate = false;
+    m_changed = false;
     m_waitForKey = false;
     m_bytes = 0;
     m_overhead = 0;
@@ -251,11 +252,9 @@ void RecordController::TakeVideo(RecordBytes whole, std::uint32_t pts) {
         }
         Open(time);
     } else {
-        if (canStart && !m_rotate && m_now - m_openedAt >= kShortestFileMs) {
-            // A picture of another size, or sound that came later, needs another header.
-            AviDescription now = Describe();
-            if (now != m_description) m_rotate = true;
-        }
+        // A picture of another size, or sound that came later, needs another header.
+        if (canStart && !m_rotate) m_changed = Describe() != m_description;
+        if (m_changed && m_now - m_openedAt >= kShortestFileMs) m_rotate = true;
         if (m_writer.OutgrownFile() == m_file) {
             constexpr double kOtherRate = 0.02;
             const auto rate = m_rate.Rate();

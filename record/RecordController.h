@@ -95,6 +95,7 @@ class RecordController final : public MediaRecorder {
     bool m_begun = false;  // its first frame is there
     std::uint32_t m_file = 0;
     RecordFormat m_fileFormat = RecordFormat::Avi;  // another one may be wished for already
+    bool m_changed = false;                         // the stream is not what the file's header says
     bool m_rotate = false;                          // the next frame that can start a file does so
     bool m_waitForKey = false;  // frames were lost for want of room: no others before a key frame
     bool m_roomReported = false;

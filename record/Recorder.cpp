@@ -1,5 +1,6 @@
 #include "record/Recorder.h"
 
+#include <atomic>
 #include <cstddef>
 #include <new>
 
@@ -86,6 +87,7 @@ class Recorder::Session final : public RecordEnvironment {
 
     // written by the writer's thread
     Shared<bool> diskFull{false};
+    std::atomic<unsigned> wishes{0};        // how often recording was begun; any thread
     Shared<bool> recordingOnItsWay{false};  // cleared by the window thread
 
     RecordQueue queue;
@@ -117,7 +119,10 @@ void Recorder::Session::WatchDisk() {
     if (now - m_diskSeen < kDiskWatchMs) return;
     m_diskSeen = now;
     const bool web = level.Get() == util::TrustLevel::kWeb;
-    diskFull.Set(IsDiskAlmostFull(web ? root.Get() : folder.Get()));
+    // Asking a share takes its time; the host may want another folder meanwhile.
+    const unsigned wish = wishes.load();
+    const bool full = IsDiskAlmostFull(web ? root.Get() : folder.Get());
+    if (wishes.load() == wish) diskFull.Set(full);
 }
 
 std::wstring Recorder::Session::NameFormat() {
@@ -200,6 +205,7 @@ bool Recorder::Start(RecordFormat format) {
         const auto run = [session = m_session](util::StopToken& stop) { session->Run(stop); };
         if (!m_thread.Start(THREAD_PRIORITY_NORMAL, run)) return false;
     }
+    ++m_session->wishes;
     m_session->diskFull.Set(false);  // what was found out then is about an earlier wish
     m_session->controller.Start(format);
     return true;

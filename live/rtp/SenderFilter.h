@@ -36,8 +36,11 @@ class SenderFilter {
         } else if (expected && valid) {
             m_other = 0;
         }
-        m_accepted = m_accepted || valid;
-        m_lastHeard = now;
+        // A server that only reports sends its pictures from elsewhere.
+        if (valid) {
+            m_accepted = true;
+            m_lastHeard = now;
+        }
         return true;
     }
 

@@ -57,7 +57,7 @@ class EventRecorder {
 };
 
 // Dispatches messages until the condition holds; false after `milliseconds`.
-bool PumpUntil(const std::function<bool()>& condition, DWORD milliseconds = 5000);
+bool PumpUntil(const std::function<bool()>& condition, DWORD milliseconds = 20'000);
 
 // A test with a container around one control. When it ends, the control must be gone with its last reference,
 // nothing of the container may still be referenced, and the module must be ready to unload.
