@@ -247,10 +247,10 @@ void StalledDisk(benchmark::State& state) {
 }
 BENCHMARK(StalledDisk)->DenseRange(kCreate, kClose)->Unit(benchmark::kMillisecond);
 
-// Ten seconds of sixteen recordings at the pace of their cameras: the process' time for all of them.
+// Four seconds of sixteen recordings at the pace of their cameras: the process' time for all of them.
 void SixteenRecordings(benchmark::State& state) {
     constexpr int kRecordings = 16;
-    constexpr std::uint32_t kFrames = 250;
+    constexpr std::uint32_t kFrames = 100;
     const auto key = Frame(true);
     const auto other = Frame(false);
     Counts counts;
