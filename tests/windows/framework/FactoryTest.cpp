@@ -14,14 +14,6 @@
 namespace framework::test {
 namespace {
 
-IClassFactory* GetFactory() {
-    IClassFactory* factory = nullptr;
-    EXPECT_EQ(COleObjectFactory::GetClassObject(kThermometerClass, IID_PPV_ARGS(&factory)), S_OK);
-    return factory;
-}
-
-// ---- Registration
-
 /// A text below HKEY_CLASSES_ROOT: the default one of a key, or the one named behind an @.
 std::wstring Value(const std::wstring& place) {
     const std::size_t name = place.find(L'@');
