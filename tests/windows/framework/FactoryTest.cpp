@@ -1,4 +1,4 @@
-// Class factory, registration and the module: what a DLL of the framework shows to COM.
+// Registration and the module: what a DLL of the framework shows to COM.
 
 #include <windows.h>
 
