@@ -36,11 +36,9 @@ class SenderFilter {
         } else if (expected && valid) {
             m_other = 0;
         }
-        // A server that only reports sends its pictures from elsewhere.
-        if (valid) {
-            m_accepted = true;
-            m_lastHeard = now;
-        }
+        m_accepted = m_accepted || valid;
+        // Before the stream, reports say nothing of where it comes from.
+        if (m_accepted) m_lastHeard = now;
         return true;
     }
 

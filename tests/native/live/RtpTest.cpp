@@ -290,6 +290,7 @@ TEST(SenderFilter, KeepsToTheSessionsSender) {
     EXPECT_TRUE(unstated.accepts(20, true, 2));
     unstated.expect(0, 20);
     EXPECT_FALSE(unstated.accepts(5, true, 1));
+    EXPECT_TRUE(unstated.accepts(20, false, 1 * kSecond)) << "a report of the server's";
     EXPECT_FALSE(unstated.accepts(5, false, 2 * kSecond));
     EXPECT_TRUE(unstated.accepts(5, true, 2 * kSecond)) << "its stream comes from elsewhere";
 }
