@@ -17,7 +17,7 @@ class SenderFilter {
     void expect(ipv4AddressBits stated, ipv4AddressBits server) {
         m_stated = stated;
         m_server = server;
-        m_other = 0;
+        m_other.reset();
         m_accepted = false;
         m_lastHeard.reset();
     }
@@ -26,15 +26,15 @@ class SenderFilter {
     bool accepts(ipv4AddressBits from, bool valid, std::int64_t now) {
         if (!m_lastHeard) m_lastHeard = now;
         const bool expected = from != 0 && (from == m_stated || from == m_server);
-        const bool known = expected || (m_other != 0 && from == m_other);
+        const bool known = expected || from == m_other;
         if (!known) {
-            const bool anybody = m_stated == 0 && m_server == 0 && m_other == 0;
+            const bool anybody = m_stated == 0 && m_server == 0 && !m_other;
             if (!anybody && (!valid || now - *m_lastHeard < (m_accepted ? kSilence : kFirstSilence)))
                 return false;
             if (!valid) return true;
             m_other = from;
         } else if (expected && valid) {
-            m_other = 0;
+            m_other.reset();
         }
         m_accepted = m_accepted || valid;
         // Before the stream, reports say nothing of where it comes from.
@@ -49,8 +49,9 @@ class SenderFilter {
 
     ipv4AddressBits m_stated = 0;
     ipv4AddressBits m_server = 0;
-    ipv4AddressBits m_other = 0;  // who is believed instead; 0: nobody
-    bool m_accepted = false;      // a packet of the stream has come
+    // Who is believed instead. Groups on the loopback interface have senders without an address: 0.
+    std::optional<ipv4AddressBits> m_other;
+    bool m_accepted = false;  // a packet of the stream has come
     std::optional<std::int64_t> m_lastHeard;
 };
 

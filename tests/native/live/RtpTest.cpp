@@ -293,6 +293,12 @@ TEST(SenderFilter, KeepsToTheSessionsSender) {
     EXPECT_TRUE(unstated.accepts(20, false, 1 * kSecond)) << "a report of the server's";
     EXPECT_FALSE(unstated.accepts(5, false, 2 * kSecond));
     EXPECT_TRUE(unstated.accepts(5, true, 2 * kSecond)) << "its stream comes from elsewhere";
+
+    SenderFilter loopback;
+    loopback.expect(0, 20);
+    EXPECT_FALSE(loopback.accepts(0, true, 1));
+    EXPECT_TRUE(loopback.accepts(0, true, 2 * kSecond));
+    EXPECT_TRUE(loopback.accepts(0, true, 2 * kSecond + 1)) << "a group's sender may have no address";
 }
 
 }  // namespace
