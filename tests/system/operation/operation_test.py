@@ -8,6 +8,7 @@ What counts is what the camera says that it was asked. FOLDER keeps the host's l
 import contextlib
 import os
 import re
+import signal
 import subprocess
 import sys
 from typing import Callable
@@ -44,7 +45,8 @@ class Pad:
             "--call", "Connect", "--wait", "OnVideoFrameRate", *steps]
         self._process = subprocess.Popen(
             [WINE_RUN, program, "--log", windows_path(self._log), "--size", "800x300", "--at", "0,0", *steps,
-             "--wait", "OnConnStatus:2", "--exit"], stdin=subprocess.DEVNULL)
+             "--wait", "OnConnStatus:2", "--exit"], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL, start_new_session=True)
 
     def log(self) -> str:
         with contextlib.suppress(FileNotFoundError), open(self._log, encoding="utf-8", errors="replace") as file:
@@ -66,7 +68,7 @@ class Pad:
     def __exit__(self, *_unused: object) -> None:
         subprocess.run(["import", "-window", "root", "-crop", f"{self._corner[0]}x{self._corner[1]}+0+0", self._picture])
         if self._process.poll() is None:
-            self._process.terminate()
+            os.killpg(self._process.pid, signal.SIGTERM)  # the host as well as the script that runs it
             self._process.wait()
 
     def focus(self) -> None:
