@@ -100,6 +100,9 @@ bool EnableTimeSync() noexcept {
 bool EnableVSync() noexcept {
     return Flag(SettingId::kEnableVSync);
 }
+bool SmoothScaling() noexcept {
+    return Flag(SettingId::kSmoothScaling);
+}
 uint32_t DisplayBufferNum() noexcept {
     return PoolCount(SettingId::kDisplayBufferNum, Number(SettingId::kDisplayBufferSize));
 }

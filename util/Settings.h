@@ -46,6 +46,7 @@ bool EnableDisplayFrameDrop() noexcept;
 /// Decoder and audio player.
 bool EnableTimeSync() noexcept;
 bool EnableVSync() noexcept;
+bool SmoothScaling() noexcept;
 uint32_t DisplayBufferNum() noexcept;
 /// None: not limited by it. A stored 0 is returned as 0: what it means is the decoder's affair.
 std::optional<uint32_t> DisplayBufferSize() noexcept;

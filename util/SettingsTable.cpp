@@ -39,6 +39,7 @@ constexpr std::array<DwordSetting, static_cast<size_t>(kCount)> kTable{{
     {kEnableDisplayFrameDrop, L"EnableDisplayFrameDrop", 1,                     kKept,      0,   kAny,       "frame pools"},
     {kEnableTimeSync,         L"EnableTimeSync",         1,                     kKept,      0,   kAny,       "decoder, audio player"},
     {kEnableVSync,            L"EnableVSync",            0,                     kKept,      0,   kAny,       "decoder"},
+    {kSmoothScaling,          L"SmoothScaling",          1,                     kKept,      0,   kAny,       "decoder"},
     {kDisplayBufferNum,       L"DisplayBufferNum",       6,                     kToDefault, 1,   250,        "decoder"},
     {kDisplayBufferSize,      L"DisplayBufferSize",      0x900000,              kKept,      0,   128 * kMiB, "decoder"},
     {kJpegBufferSize,         L"JpegBufferSize",         512000,                kToDefault, 1,   32 * kMiB,  "HTTP video receiver"},

@@ -27,6 +27,7 @@ enum class SettingId {
     kEnableDisplayFrameDrop,
     kEnableTimeSync,
     kEnableVSync,
+    kSmoothScaling,
     kDisplayBufferNum,
     kDisplayBufferSize,
     kJpegBufferSize,

@@ -3,9 +3,9 @@
 #include <benchmark/benchmark.h>
 
 #include "bench/codec/Clip.h"
+#include "codec/BgrScaler.h"
 #include "codec/ColorConvert.h"
 #include "codec/Deinterlace.h"
-#include "codec/Rotate.h"
 
 #ifdef CODEC_BENCH_SWSCALE
 extern "C" {
@@ -91,15 +91,25 @@ void Deinterlace(benchmark::State& state) {
 }
 BENCHMARK(Deinterlace)->Unit(benchmark::kMillisecond)->ArgName("bytesPerPixel")->Arg(2)->Arg(3);
 
-void Rotate(benchmark::State& state) {
+// Into a window of the given width; a turned picture into one as high as that.
+void Scale(benchmark::State& state) {
     const Bytes in(kWidth * kHeight * 3, 100);
-    Bytes out(in.size());
-    for (auto _ : state) {
-        (void)RotateBgr24(in.data(), 0, kWidth, kHeight, out.data(), 0,
-                          static_cast<Rotation>(state.range(0)));
-    }
+    const auto rotation = static_cast<Rotation>(state.range(1));
+    const bool quarter = rotation == Rotation::k90 || rotation == Rotation::k270;
+    const int longer = static_cast<int>(state.range(0));
+    const int width = quarter ? longer * kHeight / kWidth : longer;
+    const int height = quarter ? longer : longer * kHeight / kWidth;
+    Bytes out(static_cast<std::size_t>(width) * height * 4);
+    BgrScaler scaler;
+    const auto filter = state.range(2) != 0 ? BgrScaler::Filter::kBilinear : BgrScaler::Filter::kNearest;
+    for (auto _ : state)
+        (void)scaler.Scale({in.data(), kWidth * 3, kWidth, kHeight}, {out.data(), width * 4, width, height},
+                           rotation, filter);
 }
-BENCHMARK(Rotate)->Unit(benchmark::kMillisecond)->Arg(90)->Arg(180)->Arg(270);
+BENCHMARK(Scale)
+    ->Unit(benchmark::kMillisecond)
+    ->ArgNames({"to", "turned", "smooth"})
+    ->ArgsProduct({{480, 960, 1920}, {0, 90, 180, 270}, {0, 1}});
 
 }  // namespace
 }  // namespace codec::bench

@@ -44,6 +44,7 @@ std::shared_ptr<Presenter> MakePresenter(const CDecoder& decoder, CCtrlParam& pa
     config.overlays = decoder.Overlays();
     config.decoderKind = decoder.Kind();
     config.waitForVerticalBlank = decoder.Settings().enableVSync;
+    config.smoothScaling = decoder.Settings().smoothScaling;
     return CreatePresenter(choice.mode, config);
 }
 

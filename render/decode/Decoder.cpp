@@ -17,6 +17,7 @@ DecoderSettings ReadSettings() {
     DecoderSettings settings;
     settings.enableTimeSync = util::Settings::EnableTimeSync();
     settings.enableVSync = util::Settings::EnableVSync();
+    settings.smoothScaling = util::Settings::SmoothScaling();
     settings.displayBufferNum = util::Settings::DisplayBufferNum();
     settings.displayBufferSize = util::Settings::DisplayBufferSize();
     return settings;

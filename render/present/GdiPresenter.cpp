@@ -3,10 +3,8 @@
 #include <new>
 #include <utility>
 
-#include "codec/Rotate.h"
 #include "render/overlay/PictureDecoration.h"
 #include "render/present/DibCanvas.h"
-#include "render/present/PictureBlit.h"
 #include "util/Handles.h"
 
 namespace norix {
@@ -17,7 +15,7 @@ class GdiPresenter::Canvas {
   public:
     Canvas(HDC windowDc, PixelSize size, unsigned displayMode)
         : m_dc(CreateCompatibleDC(windowDc)),
-          m_bitmap(CreateBits(m_dc.Get(), size)),
+          m_bitmap(CreateBits(m_dc.Get(), size, &m_bits)),
           m_selected(m_dc.Get(), m_bitmap.Get()),
           m_size(size),
           m_displayMode(displayMode) {}
@@ -25,22 +23,29 @@ class GdiPresenter::Canvas {
     explicit operator bool() const { return m_dc && m_bitmap && m_selected; }
     HDC Dc() const { return m_dc.Get(); }
     PixelSize Size() const { return m_size; }
+    /// The pixels, once GDI has done all that it was asked to do with them.
+    codec::BgrScaler::Target Pixels() const {
+        GdiFlush();
+        const std::ptrdiff_t stride = static_cast<std::ptrdiff_t>(m_size.width) * 4;
+        return {static_cast<std::uint8_t*>(m_bits) + (m_size.height - 1) * stride, -stride, m_size.width,
+                m_size.height};
+    }
     bool Fits(PixelSize size, unsigned displayMode) const {
         return m_size == size && m_displayMode == displayMode;
     }
 
   private:
-    static HBITMAP CreateBits(HDC dc, PixelSize size) {
+    static HBITMAP CreateBits(HDC dc, PixelSize size, void** bits) {
         BITMAPINFO info = {};
         info.bmiHeader.biSize = sizeof(info.bmiHeader);
         info.bmiHeader.biWidth = size.width;
         info.bmiHeader.biHeight = size.height;
         info.bmiHeader.biPlanes = 1;
         info.bmiHeader.biBitCount = 32;
-        void* bits = nullptr;
-        return CreateDIBSection(dc, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
+        return CreateDIBSection(dc, &info, DIB_RGB_COLORS, bits, nullptr, 0);
     }
 
+    void* m_bits = nullptr;  // the bitmap's
     util::UniqueMemoryDc m_dc;
     util::UniqueBitmap m_bitmap;
     util::SelectGuard m_selected;
@@ -70,7 +75,7 @@ HRESULT GdiPresenter::Present(const Picture& picture) try {
     if (!back) return E_OUTOFMEMORY;
 
     const PictureView::Settings settings = m_config.view->Current(picture.size);
-    if (!DrawPicture(back->Dc(), picture, settings, window)) return E_FAIL;
+    if (!DrawPicture(*back, picture, settings)) return E_FAIL;
     DrawOverPicture(back->Dc(), window, picture, settings, m_config.overlays.get(), m_config.videoWindow);
     BitBlt(windowDc.Get(), 0, 0, window.width, window.height, back->Dc(), 0, 0, SRCCOPY);
 
@@ -104,27 +109,19 @@ GdiPresenter::Canvas* GdiPresenter::PrepareBack(HDC windowDc, PixelSize window) 
     return m_back.get();
 }
 
-bool GdiPresenter::DrawPicture(HDC dc, const Picture& picture, const PictureView::Settings& settings,
-                               PixelSize window) {
-    const PixelRect& source = settings.source;
-    if (settings.rotation == Rotation::k0 && picture.stride == DibRowBytes(picture.size.width))
-        return StretchBgr(dc, Whole(window),
-                          {picture.data + static_cast<std::ptrdiff_t>(source.top) * picture.stride,
-                           picture.size.width,
-                           source.left,
-                           {source.Width(), source.Height()}});
-
-    // Only the part that is shown is turned, or given rows that GDI can read.
-    const PixelSize part{source.Width(), source.Height()};
-    const PixelSize turned = RotatedSize(part, settings.rotation);
-    const int stride = DibRowBytes(turned.width);
-    m_rearranged.resize(static_cast<std::size_t>(stride) * turned.height);
-    const std::uint8_t* corner = picture.data + static_cast<std::ptrdiff_t>(source.top) * picture.stride +
-                                 source.left * codec::BytesPerPixel(codec::PixelFormat::kBgr24);
-    const codec::Status status = codec::RotateBgr24(corner, picture.stride, part.width, part.height,
-                                                    m_rearranged.data(), stride, settings.rotation);
-    return status == codec::Status::kOk &&
-           StretchBgr(dc, Whole(window), {m_rearranged.data(), turned.width, 0, turned});
+bool GdiPresenter::DrawPicture(const Canvas& canvas, const Picture& picture,
+                               const PictureView::Settings& settings) {
+    const PixelRect& shown = settings.source;
+    const codec::BgrScaler::Source source = {
+        picture.data + static_cast<std::ptrdiff_t>(shown.top) * picture.stride +
+            static_cast<std::ptrdiff_t>(shown.left) * codec::BytesPerPixel(codec::PixelFormat::kBgr24),
+        picture.stride, shown.Width(), shown.Height()};
+    const PixelSize turned = RotatedSize({source.width, source.height}, settings.rotation);
+    const bool muchSmaller =
+        canvas.Size().width * 2 < turned.width || canvas.Size().height * 2 < turned.height;
+    const auto filter = m_config.smoothScaling && muchSmaller ? codec::BgrScaler::Filter::kBilinear
+                                                              : codec::BgrScaler::Filter::kNearest;
+    return m_scaler.Scale(source, canvas.Pixels(), settings.rotation, filter) == codec::Status::kOk;
 }
 
 }  // namespace norix

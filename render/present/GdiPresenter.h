@@ -4,14 +4,14 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <vector>
 
+#include "codec/BgrScaler.h"
 #include "render/present/Presenter.h"
 
 namespace norix {
 
-/// Presents 24-bit BGR pictures with GDI: stretched into a memory bitmap of the window's size, painted over
-/// there and copied to the window in one piece, so that overlays never flicker. Rotates.
+/// Presents 24-bit BGR pictures with GDI: stretched and turned into a memory bitmap of the window's size,
+/// painted over there and copied to the window in one piece, so that overlays never flicker.
 ///
 /// There are two such bitmaps. The display thread draws the next picture into one while the other holds the
 /// last one for DrawLast(); they change places under the lock, and no drawing is done with it held.
@@ -31,7 +31,7 @@ class GdiPresenter final : public Presenter {
     class Canvas;
 
     Canvas* PrepareBack(HDC windowDc, PixelSize window);
-    bool DrawPicture(HDC dc, const Picture& picture, const PictureView::Settings& settings, PixelSize window);
+    bool DrawPicture(const Canvas& canvas, const Picture& picture, const PictureView::Settings& settings);
 
     const PresenterConfig m_config;
 
@@ -40,7 +40,7 @@ class GdiPresenter final : public Presenter {
 
     // Display thread only.
     std::unique_ptr<Canvas> m_back;
-    std::vector<std::uint8_t> m_rearranged;  // a turned picture, or one whose rows needed padding
+    codec::BgrScaler m_scaler;
 
     std::mutex m_lock;
     std::unique_ptr<Canvas> m_front;  // guarded by m_lock

@@ -3,7 +3,7 @@
 // Picture geometry: pure arithmetic on rectangles, without a Windows header, so that it runs on any host.
 // All rectangles are half open: right and bottom lie just outside.
 
-#include "codec/Rotate.h"
+#include "codec/Rotation.h"
 
 namespace norix {
 

@@ -71,6 +71,7 @@ struct PresenterConfig {
     std::shared_ptr<OverlayPainter> overlays;  // may be null
     std::uint32_t decoderKind = 4;             // 1 MPEG-4, 2 MJPEG, 4 H.264
     bool waitForVerticalBlank = false;
+    bool smoothScaling = true;  // of pictures shown at less than half their size; GDI presenter only
 };
 
 /// What the loops see of it is the PictureSink.
