@@ -17,7 +17,6 @@ inline constexpr std::uint32_t kLargestPictureBytes = 64u << 20;
 struct DecoderSettings {
     bool enableTimeSync = true;  // pictures that come early are held until they are due
     bool enableVSync = false;
-    bool smoothScaling = true;
     std::uint32_t displayBufferNum = kDefaultDisplayBufferNum;
     std::optional<std::uint32_t> displayBufferSize;  // bytes of the largest picture; none: not limited by it
     bool smoothScaling = true;
