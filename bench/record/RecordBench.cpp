@@ -49,7 +49,7 @@ struct Counts {
 // On the disk, in the folder for temporary files, deleted with the last handle.
 class DiskFile final : public RecordFile {
   public:
-    explicit DiskFile(Counts& counts) : m_counts(counts), m_file(std::tmpfile()) {
+    explicit DiskFile(Counts& counts) : m_counts(counts), m_file(MakeFile()) {
         if (m_file) std::setvbuf(m_file, nullptr, _IONBF, 0);
     }
     ~DiskFile() override {
@@ -68,6 +68,13 @@ class DiskFile final : public RecordFile {
     void Discard() override {}
 
   private:
+    // Two threads at once may be given the same name, and then one of them no file.
+    static std::FILE* MakeFile() {
+        static std::mutex s_lock;
+        const std::lock_guard<std::mutex> lock(s_lock);
+        return std::tmpfile();
+    }
+
     Counts& m_counts;
     std::FILE* const m_file;
 };
