@@ -54,7 +54,7 @@ ffmpeg() {
             --cc=i686-w64-mingw32-gcc-posix --pkg-config=false --enable-static --disable-shared --disable-programs \
             --disable-doc --disable-debug --disable-autodetect --disable-everything --disable-network \
             --disable-avdevice --disable-avfilter --disable-avformat --disable-swresample --disable-swscale \
-            --disable-postproc --enable-decoder=h264,aac,mpeg4 --enable-parser=h264 \
+            --disable-postproc --enable-decoder=h264,hevc,aac,mpeg4 --enable-parser=h264,hevc \
             --disable-pthreads --enable-w32threads --extra-ldflags=-fstack-protector-strong \
             --extra-cflags='-mstackrealign -ffunction-sections -fstack-protector-strong -D_FORTIFY_SOURCE=2'
         make -j "$jobs"
