@@ -111,8 +111,11 @@ std::span<const MainWindow::Command> MainWindow::Commands() {
 MainWindow::MainWindow(const Options& options, Log& log)
     : options_(options),
       log_(log),
-      script_(options.script.begin(), options.script.end()),
-      reactions_(options.reactions) {}
+      script_(
+          options, [this](const Action& action) { Perform(action); },
+          [this] {
+              if (window_) PostMessageW(window_, kRunStepMessage, 0, 0);
+          }) {}
 
 MainWindow::~MainWindow() {
     log_.SetViewer(nullptr);
@@ -135,7 +138,7 @@ ExitCode MainWindow::Run() {
         PostMessageW(window_, kRunStepMessage, 0, 0);
         if (options_.runSeconds)
             SetTimer(window_, kRunTimer, static_cast<UINT>(*options_.runSeconds * 1000), nullptr);
-    } else if (!script_.empty() || options_.runSeconds) {
+    } else if (script_.Unfinished() || options_.runSeconds) {
         LeaveWith(ExitCode::NoControl);
     }
 
@@ -415,10 +418,13 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wParam, LPARAM lParam) {
             return 0;
         case WM_TIMER:
             if (wParam == kRunTimer) OnTimeUp();
-            if (wParam == kPauseTimer) OnPauseOver();
+            if (wParam == kPauseTimer) {
+                KillTimer(window_, kPauseTimer);
+                script_.EndPause();
+            }
             return 0;
         case kRunStepMessage:
-            RunNextStep();
+            script_.RunNext();
             return 0;
         case WM_CLOSE:
             CloseControl();
@@ -445,15 +451,9 @@ void MainWindow::OnCommand(int id) {
     (this->*Commands()[static_cast<size_t>(index)].run)();
 }
 
-void MainWindow::OnPauseOver() {
-    KillTimer(window_, kPauseTimer);
-    pausing_ = false;
-    RunNextStep();
-}
-
 void MainWindow::OnTimeUp() {
     KillTimer(window_, kRunTimer);
-    const bool stillWaiting = !options_.exitOn.empty() || !awaited_.empty() || !script_.empty();
+    const bool stillWaiting = !options_.exitOn.empty() || script_.Unfinished();
     LeaveWith(stillWaiting ? ExitCode::TimeRanOut : ExitCode::Done);
 }
 
@@ -480,20 +480,10 @@ void MainWindow::OnEvent(const Event& event) {
     pad_.OnEvent(event);
 
     const std::wstring arguments = event.Arguments(false);
+    script_.OnEvent(name, arguments);
     const auto matches = [&](const EventFilter& filter) { return filter.Matches(name, arguments); };
-    recentEvents_.emplace_back(name, arguments);
-    if (std::erase_if(awaited_, matches) > 0) PostMessageW(window_, kRunStepMessage, 0, 0);
     if (std::ranges::any_of(options_.exitOn, matches)) LeaveWith(ExitCode::Done);
-
-    // Each reaction happens once, or one that causes its own event would never end.
-    std::vector<Action> due;
-    std::erase_if(reactions_, [&](const auto& reaction) {
-        if (!matches(reaction.first)) return false;
-        due.push_back(reaction.second);
-        return true;
-    });
-    for (const Action& action : due)
-        Perform(action);
+    script_.React(name, arguments);
 }
 
 void MainWindow::ShowStatus(const Event& event) {
@@ -531,34 +521,21 @@ void MainWindow::ShowMessage(const std::wstring& text) {
     SendMessageW(status_, SB_SETTEXTW, kMessagePart, reinterpret_cast<LPARAM>(text.c_str()));
 }
 
-void MainWindow::RunNextStep() {
-    // A control that pumps messages inside a call must not start the next step before that call is over.
-    if (inStep_ || pausing_ || !awaited_.empty() || script_.empty()) return;
-    const Action action = script_.front();
-    script_.pop_front();
-    if (action.kind != Action::Kind::Wait) recentEvents_.clear();
-    inStep_ = true;
-    Perform(action);
-    inStep_ = false;
-    if (window_ && !script_.empty()) PostMessageW(window_, kRunStepMessage, 0, 0);
-}
-
 void MainWindow::Perform(const Action& action) try {
     switch (action.kind) {
         case Action::Kind::Set:
-            return Set(action.name, action.value);
-        case Action::Kind::Get: {
-            const auto value = GetProperty(container_ ? container_->Automation() : nullptr, action.name);
-            return log_.Write(L"get", action.name + L" = " + Masked(action.name, Describe(value)));
-        }
+            return calls_.Set(action.name, action.value);
+        case Action::Kind::Get:
+            return calls_.Get(action.name);
         case Action::Kind::Call:
-            return Call(action.name, action.arguments);
+            return calls_.Call(action.name, action.arguments);
         case Action::Kind::Connect:
             return Connect();
         case Action::Kind::Wait:
-            return Await({action.name, action.value});
+            return script_.Await({action.name, action.value});
         case Action::Kind::Pause:
-            pausing_ = SetTimer(window_, kPauseTimer, static_cast<UINT>(action.seconds * 1000), nullptr) != 0;
+            if (SetTimer(window_, kPauseTimer, static_cast<UINT>(action.seconds * 1000), nullptr))
+                script_.Pause();
             return;
         case Action::Kind::Verb: {
             const HRESULT result = container_ ? container_->DoVerb(action.verb) : E_UNEXPECTED;
@@ -578,19 +555,6 @@ void MainWindow::Perform(const Action& action) try {
     }
 } catch (const AutomationError& error) {
     Fail(error.Message());
-}
-
-void MainWindow::Await(const EventFilter& filter) {
-    // A method often fires its events before it returns: they have come, too.
-    const auto matches = [&](const auto& event) { return filter.Matches(event.first, event.second); };
-    if (std::ranges::none_of(recentEvents_, matches)) awaited_.push_back(filter);
-}
-
-void MainWindow::Set(const std::wstring& property, const std::wstring& value) {
-    const Member* member = info_.automation.Find(property);
-    const _variant_t parsed = ParseValue(value, member ? member->type : static_cast<VARTYPE>(VT_EMPTY));
-    log_.Write(L"set", property + L" = " + Masked(property, Describe(parsed)));
-    SetProperty(container_ ? container_->Automation() : nullptr, property, parsed);
 }
 
 // Without shortcut and underline: "Save Snapshot".
@@ -635,32 +599,6 @@ void MainWindow::ShowRecording(const std::wstring& text) {
     if (status_) SendMessageW(status_, SB_SETTEXTW, kRecordPart, reinterpret_cast<LPARAM>(text.c_str()));
 }
 
-std::wstring MainWindow::TextProperty(const std::wstring& name) {
-    const _variant_t value = GetProperty(container_ ? container_->Automation() : nullptr, name);
-    return value.vt == VT_BSTR && value.bstrVal ? std::wstring(value.bstrVal) : std::wstring();
-}
-
-_variant_t MainWindow::CallLogged(const std::wstring& method, std::vector<_variant_t> values) {
-    std::wstring shown;
-    for (const _variant_t& value : values)
-        shown += (shown.empty() ? L"" : L", ") + Describe(value);
-    log_.Write(L"call", method + L"(" + shown + L")");
-    auto result = CallMethod(container_ ? container_->Automation() : nullptr, method, std::move(values));
-    if (window_ && result.vt != VT_EMPTY) log_.Write(L"result", method + L" = " + Describe(result));
-    return result;
-}
-
-void MainWindow::Call(const std::wstring& method, const std::vector<std::wstring>& arguments) {
-    const Member* member = info_.automation.Find(method);
-    std::vector<_variant_t> values;
-    for (const std::wstring& argument : arguments) {
-        const bool declared = member && values.size() < member->parameters.size();
-        values.push_back(ParseValue(
-            argument, declared ? member->parameters[values.size()].type : static_cast<VARTYPE>(VT_EMPTY)));
-    }
-    CallLogged(method, std::move(values));
-}
-
 void MainWindow::Fail(const std::wstring& what) {
     log_.Write(L"error", what);
     ShowMessage(what);
@@ -685,16 +623,16 @@ void MainWindow::Connect() try {
         return modified;
     };
     ShowMessage(L"");
-    if (changed(user_)) Set(L"username", TextOf(user_));
-    if (changed(password_)) Set(L"password", TextOf(password_));
+    if (changed(user_)) calls_.Set(L"username", TextOf(user_));
+    if (changed(password_)) calls_.Set(L"password", TextOf(password_));
     if (changed(address_)) {
         pad_.StopNow();
         const Address address = ParseAddress(TextOf(address_));
-        Set(L"ServerIP", address.host);
-        Set(L"StreamUri", address.streamUri);
-        if (address.port) Set(L"HttpPort", std::to_wstring(address.port));
-        if (!address.user.empty()) Set(L"username", address.user);
-        if (!address.password.empty()) Set(L"password", address.password);
+        calls_.Set(L"ServerIP", address.host);
+        calls_.Set(L"StreamUri", address.streamUri);
+        if (address.port) calls_.Set(L"HttpPort", std::to_wstring(address.port));
+        if (!address.user.empty()) calls_.Set(L"username", address.user);
+        if (!address.password.empty()) calls_.Set(L"password", address.password);
         if (!address.user.empty()) {
             // A password is not left standing where everybody can read it.
             SetWindowTextW(user_, address.user.c_str());
@@ -702,12 +640,12 @@ void MainWindow::Connect() try {
             SetWindowTextW(address_, address.Shown().c_str());
         }
     }
-    Call(L"Connect", {});
+    calls_.Call(L"Connect", {});
 } catch (const AutomationError& error) {
     Fail(error.Message());
 }
 
-void MainWindow::Disconnect() try { Call(L"Disconnect", {}); } catch (const AutomationError& error) {
+void MainWindow::Disconnect() try { calls_.Call(L"Disconnect", {}); } catch (const AutomationError& error) {
     Fail(error.Message());
 }
 

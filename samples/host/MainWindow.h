@@ -14,11 +14,13 @@
 
 #include "CommandLine.h"
 #include "Container.h"
+#include "ControlCalls.h"
 #include "EventSink.h"
 #include "Log.h"
 #include "PictureCommands.h"
 #include "PtzPad.h"
 #include "RecordCommands.h"
+#include "ScriptRunner.h"
 #include "TypeInfo.h"
 
 /// The program's exit codes.
@@ -32,7 +34,7 @@ enum class ExitCode : int {
 };
 
 /// The top-level window: menu, address bar, the control, the list of events, the status bar. It also carries
-/// out the script of the command line, one step per turn of the message loop.
+/// out the steps of the command line's script.
 class MainWindow {
   public:
     MainWindow(const Options& options, Log& log);
@@ -72,7 +74,6 @@ class MainWindow {
     LRESULT Handle(UINT message, WPARAM wParam, LPARAM lParam);
     void OnCommand(int id);
     void OnTimeUp();
-    void OnPauseOver();
     LRESULT OnNotify(const NMHDR& header);
 
     void OnEvent(const Event& event);
@@ -80,12 +81,7 @@ class MainWindow {
     void ShowEntry(const Log::Entry& entry);
     void ShowMessage(const std::wstring& text);
 
-    void RunNextStep();
     void Perform(const Action& action);
-    void Await(const EventFilter& filter);
-    void Set(const std::wstring& property, const std::wstring& value);
-    void Call(const std::wstring& method, const std::vector<std::wstring>& arguments);
-    _variant_t CallLogged(const std::wstring& method, std::vector<_variant_t> values);
     void RunCommand(const std::wstring& text);
     void Fail(const std::wstring& what);
     void LeaveWith(ExitCode code);
@@ -106,7 +102,6 @@ class MainWindow {
     void PickRecordFolder();
     void NextRecordLimit();
     void ShowRecording(const std::wstring& text);
-    std::wstring TextProperty(const std::wstring& name);
 
     const Options& options_;
     Log& log_;
@@ -132,32 +127,29 @@ class MainWindow {
     ControlInfo info_;
     Microsoft::WRL::ComPtr<Container> container_;
     Microsoft::WRL::ComPtr<EventSink> sink_;
+    ControlCalls calls_{[this] { return container_ ? container_->Automation() : nullptr; }, info_, log_};
+    ScriptRunner script_;
 
     PictureCommands picture_{[this](const std::wstring& method, std::vector<_variant_t> arguments) {
-                                 return CallLogged(method, std::move(arguments));
+                                 return calls_.CallWith(method, std::move(arguments));
                              },
                              [this](const std::wstring& text) { ShowMessage(text); }};
 
-    RecordCommands record_{[this](const std::wstring& method, std::vector<_variant_t> arguments) {
-                               return CallLogged(method, std::move(arguments));
-                           },
-                           [this](const std::wstring& name, const std::wstring& value) { Set(name, value); },
-                           [this](const std::wstring& name) { return TextProperty(name); },
-                           [this](const std::wstring& text) { ShowRecording(text); },
-                           [this](const std::wstring& text) { ShowMessage(text); }};
+    RecordCommands record_{
+        [this](const std::wstring& method, std::vector<_variant_t> arguments) {
+            return calls_.CallWith(method, std::move(arguments));
+        },
+        [this](const std::wstring& name, const std::wstring& value) { calls_.Set(name, value); },
+        [this](const std::wstring& name) { return calls_.Text(name); },
+        [this](const std::wstring& text) { ShowRecording(text); },
+        [this](const std::wstring& text) { ShowMessage(text); }};
 
     PtzPad pad_{[this](const std::wstring& method, std::vector<_variant_t> arguments) {
-                    return CallLogged(method, std::move(arguments));
+                    return calls_.CallWith(method, std::move(arguments));
                 },
-                [this](const std::wstring& name) { return TextProperty(name); },
+                [this](const std::wstring& name) { return calls_.Text(name); },
                 [this](const std::wstring& text) { Fail(text); }};
 
     std::deque<Log::Entry> entries_;
-    std::deque<Action> script_;
-    std::deque<EventFilter> awaited_;  // of the step that is waiting; empty or one
-    std::vector<std::pair<std::wstring, std::wstring>> recentEvents_;  // name and values, since the last step
-    std::vector<std::pair<EventFilter, Action>> reactions_;
-    bool inStep_ = false;
-    bool pausing_ = false;
     ExitCode exitCode_ = ExitCode::Done;
 };
