@@ -1,6 +1,8 @@
 #include "audio/G711.h"
 
+#include <algorithm>
 #include <array>
+#include <bit>
 
 namespace norix {
 namespace {
@@ -17,6 +19,19 @@ constexpr std::int16_t Expand(std::uint8_t coded) {
     return static_cast<std::int16_t>((bits & 0x80u) ? -magnitude : magnitude);
 }
 
+// Louder samples than the largest that there is a code for are as loud as that.
+constexpr std::int32_t kLoudest = 32635;
+
+constexpr std::uint8_t Compress(std::int16_t sample) {
+    const std::int32_t magnitude =
+        std::min(sample < 0 ? -std::int32_t{sample} : std::int32_t{sample}, kLoudest);
+    const auto biased = static_cast<std::uint32_t>(magnitude + kBias);
+    const auto exponent = static_cast<std::uint32_t>(std::bit_width(biased)) - 8u;
+    const std::uint32_t mantissa = biased >> (exponent + 3) & 15u;
+    const std::uint32_t sign = sample < 0 ? 0x80u : 0u;
+    return static_cast<std::uint8_t>(~(sign | exponent << 4 | mantissa));
+}
+
 constexpr std::array<std::int16_t, 256> MakeTable() {
     std::array<std::int16_t, 256> table{};
     for (std::size_t i = 0; i < table.size(); ++i)
@@ -31,6 +46,10 @@ constexpr std::array<std::int16_t, 256> kTable = MakeTable();
 void ExpandMuLaw(const std::uint8_t* coded, std::size_t count, std::int16_t* samples) noexcept {
     for (std::size_t i = 0; i < count; ++i)
         samples[i] = kTable[coded[i]];
+}
+
+void CompressMuLaw(const std::int16_t* samples, std::size_t count, std::uint8_t* coded) noexcept {
+    std::transform(samples, samples + count, coded, Compress);
 }
 
 }  // namespace norix

@@ -24,6 +24,27 @@ class Deadline {
 void StreamSocket::close() {
     m_socket.reset();
     m_event.Reset();
+    m_peer.clear();
+}
+
+void StreamSocket::acknowledge() {
+    WSANETWORKEVENTS seen = {};
+    WSAEnumNetworkEvents(m_socket.get(), m_event.Get(), &seen);
+}
+
+StreamSocket::Result StreamSocket::sendSome(std::span<const std::uint8_t> bytes, std::size_t& sent) {
+    sent = 0;
+    const std::ptrdiff_t taken = net::send(m_socket.get(), bytes.data(), bytes.size());
+    if (taken < 0 && !wouldBlock(lastError())) return fail(lastError());
+    if (taken > 0) sent = static_cast<std::size_t>(taken);
+    return Result::Done;
+}
+
+void StreamSocket::keepLittleBuffered(int bytes) {
+    const int on = 1;
+    const auto socket = static_cast<SOCKET>(m_socket.get());
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on), sizeof on);
+    setsockopt(socket, SOL_SOCKET, SO_SNDBUF, reinterpret_cast<const char*>(&bytes), sizeof bytes);
 }
 
 // Waits for one event of the socket, FD_..._BIT; Done as well when something else has happened: the caller
@@ -91,6 +112,7 @@ StreamSocket::Result StreamSocket::connectTo(const SocketAddress& address, std::
     if (WSAEventSelect(m_socket.get(), m_event.Get(), FD_READ | FD_WRITE | FD_CLOSE) != 0) {
         return fail(lastError());
     }
+    m_peer = address.text();
     return Result::Done;
 }
 

@@ -41,6 +41,19 @@ class StreamSocket {
     Result receive(std::span<std::uint8_t> buffer, std::uint32_t timeLimitMs, std::size_t& received);
     void close();
 
+    // ---- For who waits for other things as well
+
+    /// Signalled when there may be something to receive, room to send, or an end. Valid while connected.
+    HANDLE event() const { return m_event.Get(); }
+    /// What was signalled so far has been seen; what comes from now on signals anew.
+    void acknowledge();
+    /// Sends what the system takes at once: `sent` is 0 where that is nothing.
+    Result sendSome(std::span<const std::uint8_t> bytes, std::size_t& sent);
+    /// What is sent goes out at once, and no more than about so many bytes wait in the system.
+    void keepLittleBuffered(int bytes);
+    /// Where it is connected to, in numbers; empty where it is not.
+    const std::string& peer() const { return m_peer; }
+
     /// The system's number of the last failure.
     int error() const { return m_error; }
 
@@ -56,6 +69,7 @@ class StreamSocket {
     const HANDLE m_stop;
     util::Event m_event{util::Event::Kind::kManualReset};
     SocketHandle m_socket;
+    std::string m_peer;
     int m_error = 0;
 };
 

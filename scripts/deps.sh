@@ -25,7 +25,7 @@ declare -A packages=(
 declare -A results=(
     [googletest]='lib/libgtest.a lib/libgmock.a lib/libgtest_main.a lib/cmake/GTest/GTestConfig.cmake'
     [benchmark]='lib/libbenchmark.a lib/libbenchmark_main.a lib/cmake/benchmark/benchmarkConfig.cmake'
-    [ffmpeg]='lib/libavcodec.a lib/libavutil.a include/libavcodec/avcodec.h include/libavutil/frame.h'
+    [ffmpeg]='lib/libavcodec.a lib/libavutil.a lib/libswresample.a include/libavcodec/avcodec.h include/libavutil/frame.h'
     [libjpeg_turbo]='lib/libturbojpeg.a include/turbojpeg.h'
     [pugixml]='lib/libpugixml.a include/pugixml.hpp lib/cmake/pugixml/pugixml-config.cmake'
     [typelib]='typelib/stdole2.tlb'
@@ -45,7 +45,7 @@ benchmark() {
         -DBENCHMARK_ENABLE_GTEST_TESTS=OFF -DBENCHMARK_ENABLE_WERROR=OFF -DBENCHMARK_INSTALL_DOCS=OFF
 }
 
-# The decoders that a camera's streams need and nothing else; under the LGPL. Threads are Windows' own.
+# The decoders that a camera's streams need, what the operator's voice needs, and nothing else; under the LGPL. Threads are Windows' own.
 ffmpeg() {
     fetch_source ffmpeg libavcodec-dev "$1"
     (
@@ -53,8 +53,9 @@ ffmpeg() {
         ./configure --prefix="$prefix" --target-os=mingw32 --arch=i686 --cross-prefix=i686-w64-mingw32- \
             --cc=i686-w64-mingw32-gcc-posix --pkg-config=false --enable-static --disable-shared --disable-programs \
             --disable-doc --disable-debug --disable-autodetect --disable-everything --disable-network \
-            --disable-avdevice --disable-avfilter --disable-avformat --disable-swresample --disable-swscale \
+            --disable-avdevice --disable-avfilter --disable-avformat --disable-swscale \
             --disable-postproc --enable-decoder=h264,hevc,aac,mpeg4 --enable-parser=h264,hevc \
+            --enable-encoder=aac --enable-swresample \
             --disable-pthreads --enable-w32threads --extra-ldflags=-fstack-protector-strong \
             --extra-cflags='-mstackrealign -ffunction-sections -fstack-protector-strong -D_FORTIFY_SOURCE=2'
         make -j "$jobs"

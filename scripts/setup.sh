@@ -15,7 +15,7 @@ packages=(
     git ca-certificates python3 dpkg-dev xz-utils util-linux
     # Libraries: for the checks, and as the version that is cross-built
     googletest libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
-    libavcodec-dev libavutil-dev libswscale-dev libturbojpeg0-dev libxvidcore-dev libpugixml-dev ffmpeg
+    libavcodec-dev libavutil-dev libswresample-dev libswscale-dev libturbojpeg0-dev libxvidcore-dev libpugixml-dev ffmpeg
     # A server that isn't ours, to receive from; the simulated camera is made of it
     python3-gi gir1.2-gst-rtsp-server-1.0 gir1.2-gst-plugins-base-1.0 fonts-dejavu-core
     gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-libav gstreamer1.0-x
