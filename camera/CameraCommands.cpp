@@ -1,6 +1,9 @@
 #include "camera/CameraCommands.h"
 
+#include <algorithm>
+#include <cctype>
 #include <chrono>
+#include <iterator>
 
 #include "camera/Charset.h"
 #include "camera/ptz/PtzQueries.h"
@@ -17,6 +20,7 @@ constexpr std::string_view kSystemInfo = "/kest-cgi/systeminfo.cgi?";
 constexpr std::int32_t kHighestPort = 65535;
 constexpr unsigned kOk = 200;
 constexpr unsigned kUnauthorized = 401;
+constexpr unsigned kUnknownAddress[] = {400, 404, 405, 410, 501};
 constexpr std::chrono::seconds kSequenceLimit{5};
 constexpr std::int32_t kCaptionShown = 1;  // bit of captionInfo
 
@@ -38,6 +42,7 @@ void CameraCommands::TakeFacts(const CameraCommands& other) {
     m_video = other.m_video;
     m_motion = other.m_motion;
     m_model = other.m_model;
+    m_lacksCommands = other.m_lacksCommands;
 }
 
 void CameraCommands::Forget() {
@@ -48,6 +53,7 @@ void CameraCommands::Forget() {
     m_video = {};
     m_motion = {};
     m_model.clear();
+    m_lacksCommands = false;
 }
 
 CameraCommands::Reply CameraCommands::Request(std::string_view sendType, std::string_view host,
@@ -113,7 +119,23 @@ std::wstring CameraCommands::ToWide(std::string_view reply) const {
 CameraCommands::Reply CameraCommands::Ask(std::string_view sendType, const std::string& url) {
     Reply reply = Request(sendType, access.serverIP, url, true);
     reply.failed = reply.failed || reply.text.starts_with(kErrorReply);
+    JudgeReply(reply.text);
     return reply;
+}
+
+// A camera in trouble answers otherwise than one without such commands, which doesn't know the address, or
+// has a page for every one.
+void CameraCommands::JudgeReply(const std::string& text) {
+    const bool unknown = std::find(std::begin(kUnknownAddress), std::end(kUnknownAddress), m_status) !=
+                         std::end(kUnknownAddress);
+    if (unknown) m_foreign = true;
+    if (m_status != kOk || text.empty() || text.starts_with(kErrorReply)) return;
+    const std::size_t key = std::min(text.find('='), text.size());
+    const bool line = key != 0 && key != text.size() &&
+                      std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(key), [](char c) {
+                          return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
+                      });
+    (line ? m_spoke : m_foreign) = true;
 }
 
 Result CameraCommands::Exchange(std::string_view path, std::span<const CgiParam> table) {
@@ -200,6 +222,7 @@ Result CameraCommands::SaveMotionSettings(const StreamSelection& selection, Moti
 CameraCommands::Outcome CameraCommands::RequestCameraInformation(StreamSelection& selection) {
     m_reached = false;
     m_unauthorized = false;
+    m_spoke = m_foreign = false;
     m_failure.clear();
     const auto begin = std::chrono::steady_clock::now();
     const auto inform = [&] {
@@ -217,6 +240,7 @@ CameraCommands::Outcome CameraCommands::RequestCameraInformation(StreamSelection
         return kResultOk;
     };
     const Result result = inform();
+    if (m_reached) m_lacksCommands = m_foreign && !m_spoke && !m_unauthorized;
     return {result, m_reached, m_unauthorized, m_failure};
 }
 
@@ -243,8 +267,10 @@ bool CameraCommands::SendPtz(std::string_view command, std::int16_t parameter, s
     return true;
 }
 
-void CameraCommands::SavePreset(std::string_view name, std::int16_t index) {
-    Request("GET", access.serverIP, SavePresetQuery(name, index), false);
+// In the code page in which the camera tells its names.
+void CameraCommands::SavePreset(std::wstring_view name, std::int16_t index) {
+    const unsigned codePage = CodePageOf(m_charset) == kCodePageGb2312 ? kCodePageGb2312 : kCodePageUtf8;
+    Request("GET", access.serverIP, SavePresetQuery(WideToBytes(name, codePage), index), false);
 }
 
 std::wstring CameraCommands::PresetNames() {

@@ -108,9 +108,12 @@ class CameraCommands {
     /// there is no such command, or nobody to send it to.
     bool SendPtz(std::string_view command, std::int16_t parameter, std::int32_t channel);
     /// Makes the present position a preset; what the camera answers doesn't matter.
-    void SavePreset(std::string_view name, std::int16_t index);
+    void SavePreset(std::wstring_view name, std::int16_t index);
     /// The presets' names, each followed by "#"; empty when the camera does not tell them.
     std::wstring PresetNames();
+
+    /// Whether the camera was asked for its information and has no such commands: another maker's.
+    bool LacksCommands() const { return m_lacksCommands; }
 
     /// How the keys of a channel's settings are written, as far as the camera has told.
     KeyRules Rules(const StreamSelection& selection) const;
@@ -131,6 +134,7 @@ class CameraCommands {
     Reply Ask(std::string_view sendType, const std::string& url);
     Result Exchange(std::string_view path, std::span<const CgiParam> table);
     void TakePorts(const CameraPorts& reported);
+    void JudgeReply(const std::string& text);
 
     CameraCommands(const CameraCommands&) = default;
 
@@ -143,7 +147,10 @@ class CameraCommands {
     MotionSettings m_motion;
     std::string m_model;
     unsigned m_status = 0;  // of the last reply; 0: there was none
+    bool m_lacksCommands = false;
     bool m_reached = false;
+    bool m_spoke = false;    // one of the replies was that of a command...
+    bool m_foreign = false;  // or of a server that has none
     bool m_unauthorized = false;
     std::string m_failure;  // of the last request
 };

@@ -11,6 +11,7 @@ namespace norix {
 inline constexpr unsigned kCodePageSystem = 0;
 inline constexpr unsigned kCodePageGb2312 = 936;
 inline constexpr unsigned kCodePageAscii = 20127;
+inline constexpr unsigned kCodePageUtf8 = 65001;
 
 /// The code page that a charset's name stands for. Pure.
 unsigned CodePageOf(std::string_view charset);

@@ -30,9 +30,9 @@ std::string WideToBytes(std::wstring_view text, unsigned codePage) {
     const int size = static_cast<int>(std::min(text.size(), kLongest));
     if (size == 0) return {};
     if (!IsValidCodePage(codePage)) codePage = CP_ACP;
+    const DWORD flags = codePage == kCodePageUtf8 ? 0 : WC_NO_BEST_FIT_CHARS;  // all that UTF-8 permits
     const auto convert = [&](char* to, int room) {
-        return WideCharToMultiByte(codePage, WC_NO_BEST_FIT_CHARS, text.data(), size, to, room, nullptr,
-                                   nullptr);
+        return WideCharToMultiByte(codePage, flags, text.data(), size, to, room, nullptr, nullptr);
     };
     std::string bytes(static_cast<std::size_t>(std::max(convert(nullptr, 0), 0)), '\0');
     convert(bytes.data(), static_cast<int>(bytes.size()));

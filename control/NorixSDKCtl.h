@@ -15,6 +15,7 @@
 #include "control/connection/CameraLink.h"
 #include "control/connection/Connection.h"
 #include "control/connection/SessionContext.h"
+#include "control/connection/Steering.h"
 #include "control/connection/WindowsMeans.h"
 #include "control/trust/TrustGuard.h"
 #include "control/view/DrawingCommands.h"
@@ -273,6 +274,7 @@ class CNorixSDKCtrl final : public framework::COleControl,
     ControlAsViewHost m_viewHost{*this};
     WindowsMeans m_means{m_session, m_trust.Connections()};
     CameraLink m_camera{m_connectionHost, m_means};
+    Steering m_steering{m_camera};
     StatusView m_statusView;
     MouseEvents m_mouse{m_viewHost};
     ViewCommands m_viewCommands{m_viewHost};

@@ -237,10 +237,11 @@ Text CNorixSDKCtrl::GetClientReg(const Text& model, long channel, const Text& na
 // ---- Camera commands
 
 Text CNorixSDKCtrl::HttpCommand(const Text& sendType, const Text& server, const Text& url, bool wantReply) {
-    if (!server.empty() && !m_trust.Admit(util::WideToUtf8(server))) return L"Error";
     const std::string host = util::WideToUtf8(server);
-    return m_camera.CommandsFor(host).HttpCommand(util::WideToUtf8(sendType), host, util::WideToUtf8(url),
-                                                  wantReply);
+    if (!server.empty() && !m_trust.Admit(host)) return L"Error";
+    const std::string path = util::WideToUtf8(url);
+    if (const auto answer = m_steering.InPlaceOf(host, path)) return wantReply ? *answer : Text();
+    return m_camera.CommandsFor(host).HttpCommand(util::WideToUtf8(sendType), host, path, wantReply);
 }
 
 Text CNorixSDKCtrl::GetServerModelType() {
@@ -262,16 +263,14 @@ CameraCommands* CNorixSDKCtrl::AdmittedCamera() {
 }
 
 Text CNorixSDKCtrl::GetPresetName() {
-    CameraCommands* const camera = AdmittedCamera();
-    return camera ? camera->PresetNames() : Text();
+    return AdmittedCamera() ? m_steering.PresetNames() : Text();
 }
 void CNorixSDKCtrl::SavePresetPosition(const Text& name, short index) {
-    if (CameraCommands* const camera = AdmittedCamera()) camera->SavePreset(util::WideToUtf8(name), index);
+    if (AdmittedCamera()) m_steering.SavePreset(name, index);
 }
 long CNorixSDKCtrl::SendCameraCommand(const Text& command, short parameter) {
-    CameraCommands* const camera = AdmittedCamera();
     const bool sent =
-        camera && camera->SendPtz(util::WideToUtf8(command), parameter, m_session->channel.Get());
+        AdmittedCamera() && m_steering.Send(util::WideToUtf8(command), parameter, m_session->channel.Get());
     return sent ? 0 : -1;
 }
 

@@ -32,7 +32,7 @@ PTZ_PARAMETERS = {
     "Nothing": "none", "Tilt": "speed of the tilt", "Pan": "speed of the pan", "Zoom": "speed of the zoom",
     "TiltAndPan": "speed of both", "Preset": "the preset's number",
 }
-PTZ_ROW = re.compile(r'^    \{"(\w+)", PtzUse::(\w+)\},\s*// (.*)$', re.M)
+PTZ_ROW = re.compile(r'^    \{"(\w+)", PtzUse::(\w+)(?:, -?\d)*\},\s*// (.*)$', re.M)
 
 
 class IdlError(Exception):

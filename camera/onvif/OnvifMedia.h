@@ -25,6 +25,7 @@ inline constexpr std::int64_t kOnvifMilliseconds = 4000;
 inline constexpr unsigned kOnvifMostRequests = 5;
 inline constexpr std::size_t kOnvifLargestReply = 256 * 1024;
 inline constexpr std::size_t kOnvifMostProfiles = 128;
+inline constexpr std::size_t kOnvifMostPresets = 256;
 
 /// The transport has to outlive the object. Asks nothing yet; throws nothing but bad_alloc.
 OnvifMediaPtr CreateOnvifMedia(HttpTransport& transport,

@@ -29,6 +29,8 @@ struct OnvifQuestion {
     std::uint32_t streamIndex = 1;
     KsOnvifCodec codec = kKsOnvifAnyCodec;
     std::uint32_t protocol = kKsOnvifUdp;  // 1 to 4 as KsOnvifTransport; nothing is asked for any other
+
+    bool operator==(const OnvifQuestion&) const = default;
 };
 
 struct OnvifStream {

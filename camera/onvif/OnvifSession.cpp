@@ -11,6 +11,7 @@ namespace norix::onvif {
 namespace {
 
 constexpr char kDevicePath[] = "/onvif/device_service";
+constexpr unsigned kOk = 200;
 
 // What a camera wrote, or its beginning: for the log. Cut last, because half a secret isn't recognised as
 // one.
@@ -24,6 +25,9 @@ bool IsWebAddress(const std::optional<protocol::Url>& url) {
 }
 
 }  // namespace
+
+const Session::Kind Session::kMedia{kMediaNamespace, "Media"};
+const Session::Kind Session::kPtz{kPtzNamespace, "PTZ"};
 
 std::optional<Session> Session::Begin(HttpTransport& transport, const OnvifSurroundings& surroundings,
                                       const KsOnvifCamera& camera) {
@@ -66,7 +70,7 @@ KsOnvifResult Session::GetStreamUri(std::string_view token, std::uint32_t transp
     const KsOnvifResult result = Call(*m_media, operation, true, reply);
     if (result != kKsOnvifOk) return result;
     uri = ParseStreamUri(reply);
-    return uri.empty() ? Refuse(operation.name, 200, reply) : kKsOnvifOk;
+    return uri.empty() ? Refuse(operation.name, kOk, reply) : kKsOnvifOk;
 }
 
 KsOnvifResult Session::LearnProfiles() {
@@ -76,13 +80,13 @@ KsOnvifResult Session::LearnProfiles() {
 
 KsOnvifResult Session::AskForProfiles() {
     if (!m_user.empty()) AskForClock();
-    if (const KsOnvifResult result = FindMediaService(); result != kKsOnvifOk) return result;
+    if (const KsOnvifResult result = Find(kMedia, m_media); result != kKsOnvifOk) return result;
     const Operation operation{"GetProfiles", kMediaNamespace, GetProfilesBody()};
     std::string reply;
     const KsOnvifResult result = Call(*m_media, operation, true, reply);
     if (result != kKsOnvifOk) return result;
     auto profiles = ParseProfiles(reply);
-    if (!profiles) return Refuse(operation.name, 200, reply);
+    if (!profiles) return Refuse(operation.name, kOk, reply);
     m_profiles = std::move(*profiles);
     return kKsOnvifOk;
 }
@@ -95,40 +99,68 @@ void Session::AskForClock() {
     if (Call(m_device, operation, false, reply) != kKsOnvifOk) return;
     if (const auto time = ParseSystemDateAndTime(reply)) {
         m_clockOffset = *time - m_surroundings->utcSeconds();
+        m_spoke = true;
     } else {
-        Refuse(operation.name, 200, reply);
+        Refuse(operation.name, kOk, reply);
     }
 }
 
-KsOnvifResult Session::FindMediaService() {
-    if (m_media) return kKsOnvifOk;
-    struct Way {
-        Operation operation;
-        std::string (*parse)(std::string_view);
-    };
-    // The second one is for cameras that are older than the first.
-    const Way ways[] = {{{"GetServices", kDeviceNamespace, GetServicesBody()}, ParseServices},
-                        {{"GetCapabilities", kDeviceNamespace, GetCapabilitiesBody()}, ParseCapabilities}};
+KsOnvifResult Session::Find(const Kind& kind, std::optional<Service>& service) {
+    if (service) return kKsOnvifOk;
     KsOnvifResult result = kKsOnvifFail;
-    for (const Way& way : ways) {
-        std::string reply;
-        result = Call(m_device, way.operation, true, reply);
+    // The second one is for cameras that are older than the first.
+    for (const auto ask : {&Session::AskForServices, &Session::AskForCapabilities}) {
+        std::string address;
+        result = (this->*ask)(kind, address);
         if (result != kKsOnvifOk) continue;
-        const std::string address = way.parse(reply);
-        if (address.empty()) {
-            result = Refuse(way.operation.name, 200, reply);
-            continue;
-        }
         const auto url = protocol::parseUrl(address);
         if (IsWebAddress(url)) {
-            m_media = Reachable(*url);
+            service = Reachable(*url);
             return kKsOnvifOk;
         }
-        NORIX_LOG("onvif::Session::FindMediaService", 1, "%s: no media service at \"%s\"", way.operation.name,
+        NORIX_LOG("onvif::Session::Find", 1, "no %s service at \"%s\"", kind.category,
                   Quote(address).c_str());
         result = kKsOnvifFail;
     }
     return result;
+}
+
+KsOnvifResult Session::AskForServices(const Kind& kind, std::string& address) {
+    if (!m_listed) {
+        const Operation operation{"GetServices", kDeviceNamespace, GetServicesBody()};
+        std::string reply;
+        const KsOnvifResult result = Call(m_device, operation, true, reply);
+        if (result != kKsOnvifOk) return result;
+        m_listed = ParseServices(reply);
+        if (!m_listed) return Refuse(operation.name, kOk, reply);
+        m_spoke = true;
+    }
+    for (const ServiceAddress& service : *m_listed) {
+        if (service.nameSpace != kind.nameSpace) continue;
+        address = service.address;
+        return kKsOnvifOk;
+    }
+    return kKsOnvifNotFound;
+}
+
+KsOnvifResult Session::AskForCapabilities(const Kind& kind, std::string& address) {
+    const Operation operation{"GetCapabilities", kDeviceNamespace, GetCapabilitiesBody(kind.category)};
+    std::string reply;
+    const KsOnvifResult result = Call(m_device, operation, true, reply);
+    if (result != kKsOnvifOk) return result;
+    address = ParseCapabilities(reply, kind.category);
+    return address.empty() ? Refuse(operation.name, kOk, reply) : kKsOnvifOk;
+}
+
+KsOnvifResult Session::AskPtz(const char* operation, std::string body, std::string& reply) {
+    return Call(*m_ptz, {operation, kPtzNamespace, std::move(body)}, true, reply);
+}
+
+void Session::BeginRound(unsigned mostRequests) {
+    m_begun = m_surroundings->milliseconds();
+    m_requests = 0;
+    m_mostRequests = mostRequests;
+    m_silent = false;
 }
 
 // Behind a router, cameras state addresses that only their own network knows; and a password's digest is for
@@ -148,7 +180,7 @@ Session::Service Session::Reachable(const protocol::Url& stated) const {
 KsOnvifResult Session::Call(const Service& service, const Operation& operation, bool identify,
                             std::string& reply) {
     if (m_silent) return kKsOnvifTimeout;
-    if (m_requests == kOnvifMostRequests || m_surroundings->milliseconds() - m_begun >= kOnvifMilliseconds) {
+    if (m_requests == m_mostRequests || m_surroundings->milliseconds() - m_begun >= kOnvifMilliseconds) {
         NORIX_LOG("onvif::Session::Call", 1, "%s: no time for it after %u requests", operation.name,
                   m_requests);
         return kKsOnvifTimeout;
@@ -179,13 +211,15 @@ KsOnvifResult Session::Call(const Service& service, const Operation& operation, 
                   Quote(service.host).c_str(), static_cast<unsigned>(service.port));
         return kKsOnvifTimeout;
     }
-    if (answer.status != 200) return Refuse(operation.name, answer.status, answer.body);
+    if (answer.status != kOk) return Refuse(operation.name, answer.status, answer.body);
     reply = std::move(answer.body);
     return kKsOnvifOk;
 }
 
 KsOnvifResult Session::Refuse(const char* operation, unsigned status, const std::string& reply) {
-    const Fault fault = ParseFault(reply).value_or(Fault{});
+    const std::optional<Fault> stated = ParseFault(reply);
+    const Fault fault = stated.value_or(Fault{});
+    m_spoke = m_spoke || stated;
     NORIX_LOG("onvif::Session::Refuse", 1, "%s: status %u, %u bytes, fault \"%s\": %s", operation, status,
               static_cast<unsigned>(reply.size()), Quote(fault.code).c_str(), Quote(fault.reason).c_str());
     return status == 401 || status == 403 || fault.IsDenial() ? kKsOnvifDenied : kKsOnvifFail;

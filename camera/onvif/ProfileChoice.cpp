@@ -32,4 +32,12 @@ const Profile* ChooseProfile(const std::vector<Profile>& profiles, std::uint32_t
     return streamIndex >= 1 && streamIndex <= counted.size() ? counted[streamIndex - 1] : nullptr;
 }
 
+const Profile* ChooseMover(const std::vector<Profile>& profiles, const Profile& shown) {
+    if (shown.ptz) return &shown;
+    const auto mover = std::find_if(profiles.begin(), profiles.end(), [&](const Profile& profile) {
+        return profile.ptz && profile.source == shown.source;
+    });
+    return mover == profiles.end() ? nullptr : &*mover;
+}
+
 }  // namespace norix::onvif

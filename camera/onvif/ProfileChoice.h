@@ -16,4 +16,8 @@ namespace norix::onvif {
 const Profile* ChooseProfile(const std::vector<Profile>& profiles, std::uint32_t channel,
                              std::uint32_t streamIndex, KsOnvifCodec codec);
 
+/// The profile that moves what `shown` shows: itself, or where it can't, the first of the same video source
+/// that can. Null when there is none.
+const Profile* ChooseMover(const std::vector<Profile>& profiles, const Profile& shown);
+
 }  // namespace norix::onvif

@@ -80,6 +80,20 @@ KsOnvifCodec CodecOf(const pugi::xml_node& encoding) {
     return name == "H264" ? kKsOnvifH264 : kKsOnvifAnyCodec;
 }
 
+// A camera that moves at a speed names the space of velocity that counts where a request names none.
+PtzAxes AxesOf(const pugi::xml_node& configuration) {
+    constexpr std::string_view kGeneric = "VelocityGenericSpace";
+    PtzAxes axes;
+    const auto has = [&](std::string_view name) {
+        const pugi::xml_node space = Child(configuration, name);
+        if (space && !TextOf(space).ends_with(kGeneric)) axes.ownSpaces = true;
+        return !space.empty();
+    };
+    axes.turns = has("DefaultContinuousPanTiltVelocitySpace");
+    axes.zooms = has("DefaultContinuousZoomVelocitySpace");
+    return axes;
+}
+
 }  // namespace
 
 bool Fault::IsDenial() const {
@@ -106,18 +120,21 @@ std::optional<std::int64_t> ParseSystemDateAndTime(std::string_view text) {
            *second;
 }
 
-std::string ParseServices(std::string_view text) {
+std::optional<std::vector<ServiceAddress>> ParseServices(std::string_view text) {
     const Reply reply(text);
-    for (const pugi::xml_node& service : reply.In({"GetServicesResponse"}).children()) {
-        if (IsElement(service, "Service") && TextOf(Child(service, "Namespace")) == kMediaNamespace) {
-            return TextOf(Child(service, "XAddr"));
-        }
+    const pugi::xml_node response = reply.In({"GetServicesResponse"});
+    if (!response) return std::nullopt;
+    std::vector<ServiceAddress> services;
+    for (const pugi::xml_node& node : response.children()) {
+        if (!IsElement(node, "Service")) continue;
+        ServiceAddress service{TextOf(Child(node, "Namespace")), TextOf(Child(node, "XAddr"))};
+        if (!service.address.empty()) services.push_back(std::move(service));
     }
-    return {};
+    return services;
 }
 
-std::string ParseCapabilities(std::string_view text) {
-    return TextOf(Reply(text).In({"GetCapabilitiesResponse", "Capabilities", "Media", "XAddr"}));
+std::string ParseCapabilities(std::string_view text, const char* category) {
+    return TextOf(Reply(text).In({"GetCapabilitiesResponse", "Capabilities", category, "XAddr"}));
 }
 
 std::optional<std::vector<Profile>> ParseProfiles(std::string_view text) {
@@ -134,6 +151,7 @@ std::optional<std::vector<Profile>> ParseProfiles(std::string_view text) {
         profile.codec = CodecOf(Descend(node, {"VideoEncoderConfiguration", "Encoding"}));
         profile.frameRateLimit =
             FrameRate(Descend(node, {"VideoEncoderConfiguration", "RateControl", "FrameRateLimit"}));
+        if (const pugi::xml_node ptz = Child(node, "PTZConfiguration")) profile.ptz = AxesOf(ptz);
         profiles.push_back(std::move(profile));
     }
     return profiles;
@@ -141,6 +159,24 @@ std::optional<std::vector<Profile>> ParseProfiles(std::string_view text) {
 
 std::string ParseStreamUri(std::string_view text) {
     return TextOf(Reply(text).In({"GetStreamUriResponse", "MediaUri", "Uri"}));
+}
+
+std::optional<std::vector<Preset>> ParsePresets(std::string_view text) {
+    const Reply reply(text);
+    const pugi::xml_node response = reply.In({"GetPresetsResponse"});
+    if (!response) return std::nullopt;
+    std::vector<Preset> presets;
+    for (const pugi::xml_node& node : response.children()) {
+        if (!IsElement(node, "Preset")) continue;
+        if (presets.size() == kOnvifMostPresets) break;
+        Preset preset{node.attribute("token").value(), TextOf(Child(node, "Name"))};
+        if (!preset.token.empty()) presets.push_back(std::move(preset));
+    }
+    return presets;
+}
+
+std::string ParseSetPreset(std::string_view text) {
+    return TextOf(Reply(text).In({"SetPresetResponse", "PresetToken"}));
 }
 
 std::optional<Fault> ParseFault(std::string_view text) {

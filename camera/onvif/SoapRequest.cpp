@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 
 #include "protocol/Digest.h"
 #include "protocol/Text.h"
@@ -30,6 +31,20 @@ std::string Operation(std::string_view nameSpace, std::string_view name, std::st
     Append(body, {"<o:", name, " xmlns:o=\"", nameSpace, "\" xmlns:tt=\"", kSchemaNamespace, "\">", content,
                   "</o:", name, ">"});
     return body;
+}
+
+std::string Element(std::string_view name, std::string_view text) {
+    std::string element;
+    Append(element, {"<o:", name, ">", EscapeXml(text), "</o:", name, ">"});
+    return element;
+}
+
+// In any locale.
+std::string Hundredths(int value) {
+    const int size = std::min(std::abs(value), 100);
+    std::string text = value < 0 ? "-" : "";
+    text += std::to_string(size / 100) + "." + std::to_string(size / 10 % 10) + std::to_string(size % 10);
+    return text;
 }
 
 }  // namespace
@@ -117,8 +132,8 @@ std::string GetServicesBody() {
     return Operation(kDeviceNamespace, "GetServices", "<o:IncludeCapability>false</o:IncludeCapability>");
 }
 
-std::string GetCapabilitiesBody() {
-    return Operation(kDeviceNamespace, "GetCapabilities", "<o:Category>Media</o:Category>");
+std::string GetCapabilitiesBody(std::string_view category) {
+    return Operation(kDeviceNamespace, "GetCapabilities", Element("Category", category));
 }
 
 std::string GetProfilesBody() {
@@ -148,6 +163,48 @@ std::string GetStreamUriBody(std::string_view profileToken, std::uint32_t transp
             "</tt:Protocol></tt:Transport></o:StreamSetup><o:ProfileToken>", EscapeXml(profileToken),
             "</o:ProfileToken>"});
     return Operation(kMediaNamespace, "GetStreamUri", content);
+}
+
+std::string ContinuousMoveBody(std::string_view profileToken, const PtzVelocity& velocity, bool named) {
+    // ONVIF PTZ service specification, section 5.7: from -1 to 1.
+    const auto space = [named](std::string_view axes) {
+        constexpr std::string_view kSpaces = "http://www.onvif.org/ver10/tptz/";
+        std::string attribute;
+        if (named) Append(attribute, {" space=\"", kSpaces, axes, "Spaces/VelocityGenericSpace\""});
+        return attribute;
+    };
+    std::string content = Element("ProfileToken", profileToken) + "<o:Velocity>";
+    if (velocity.turn) {
+        Append(content, {"<tt:PanTilt x=\"", Hundredths(velocity.turn->pan), "\" y=\"",
+                         Hundredths(velocity.turn->tilt), "\"", space("PanTilt"), "/>"});
+    }
+    if (velocity.zoom) {
+        Append(content, {"<tt:Zoom x=\"", Hundredths(*velocity.zoom), "\"", space("Zoom"), "/>"});
+    }
+    return Operation(kPtzNamespace, "ContinuousMove", content + "</o:Velocity>");
+}
+
+std::string StopBody(std::string_view profileToken, bool turn, bool zoom) {
+    return Operation(kPtzNamespace, "Stop",
+                     Element("ProfileToken", profileToken) + Element("PanTilt", turn ? "true" : "false") +
+                         Element("Zoom", zoom ? "true" : "false"));
+}
+
+std::string GetPresetsBody(std::string_view profileToken) {
+    return Operation(kPtzNamespace, "GetPresets", Element("ProfileToken", profileToken));
+}
+
+std::string GotoPresetBody(std::string_view profileToken, std::string_view presetToken) {
+    return Operation(kPtzNamespace, "GotoPreset",
+                     Element("ProfileToken", profileToken) + Element("PresetToken", presetToken));
+}
+
+std::string SetPresetBody(std::string_view profileToken, std::string_view name,
+                          std::string_view presetToken) {
+    std::string content = Element("ProfileToken", profileToken);
+    if (!name.empty()) content += Element("PresetName", name);
+    if (!presetToken.empty()) content += Element("PresetToken", presetToken);
+    return Operation(kPtzNamespace, "SetPreset", content);
 }
 
 }  // namespace norix::onvif

@@ -1,8 +1,5 @@
 #include "camera/ptz/PtzQueries.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "camera/ptz/PtzMoves.h"
 #include "protocol/Text.h"
 #include "util/Format.h"
@@ -20,15 +17,14 @@ std::string Speeds(int tilt, int pan, int zoom) {
 }  // namespace
 
 std::optional<std::string> PtzQuery(std::string_view command, std::int16_t parameter, std::int32_t channel) {
-    const std::string name = protocol::toLower(command);
-    const auto* const move = std::find_if(std::begin(kPtzMoves), std::end(kPtzMoves),
-                                          [&](const PtzMove& candidate) { return candidate.name == name; });
-    if (move == std::end(kPtzMoves)) return std::nullopt;
+    const PtzMove* const move = FindPtzMove(command);
+    if (move == nullptr) return std::nullopt;
     const auto speed = [&](PtzUse axis) {
         const bool both = move->use == PtzUse::TiltAndPan && axis != PtzUse::Zoom;
         return move->use == axis || both ? int{parameter} : 0;
     };
-    std::string query = "/kest-cgi/setPTZCtrl.cgi?channel=" + std::to_string(channel) + "&move=" + name;
+    std::string query =
+        "/kest-cgi/setPTZCtrl.cgi?channel=" + std::to_string(channel) + "&move=" + std::string(move->name);
     if (move->use == PtzUse::Preset) query += "&recall=" + std::to_string(parameter);
     return query + Speeds(speed(PtzUse::Tilt), speed(PtzUse::Pan), speed(PtzUse::Zoom));
 }

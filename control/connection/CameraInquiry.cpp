@@ -6,6 +6,16 @@
 
 namespace norix {
 
+void AddressCamera(OnvifQuestion& question, const CameraAccess& access) {
+    question.host = access.serverIP;
+    question.port = static_cast<std::uint16_t>(access.https ? access.httpsPort : access.httpPort);
+    question.secure = access.https;
+    // An address of its own has a sign-in of its own.
+    if (!question.mediaServiceUri.empty()) return;
+    question.user = access.username;
+    question.password = access.password;
+}
+
 void CameraInquiry::Run() {
     ran = true;
     outcome = commands.RequestCameraInformation(selection);
@@ -16,15 +26,7 @@ void CameraInquiry::Run() {
     if (streamKnown || StreamsOverHttp(protocol, selection.codec)) return;
     const bool mayHaveOnvif = outcome.reached && (!known || commands.System().onvifSupport != 0);
     if (onvif.mediaServiceUri.empty() && !mayHaveOnvif) return;
-    const CameraAccess& access = commands.access;
-    onvif.host = access.serverIP;
-    onvif.port = static_cast<std::uint16_t>(access.https ? access.httpsPort : access.httpPort);
-    onvif.secure = access.https;
-    // An address of its own has a sign-in of its own.
-    if (onvif.mediaServiceUri.empty()) {
-        onvif.user = access.username;
-        onvif.password = access.password;
-    }
+    AddressCamera(onvif, commands.access);
     onvif.protocol = static_cast<std::uint32_t>(protocol);
     onvif.channel = static_cast<std::uint32_t>(std::max(selection.channel, 1));
     onvif.streamIndex = static_cast<std::uint32_t>(std::max(selection.stream, 1));

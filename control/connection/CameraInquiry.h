@@ -13,6 +13,10 @@
 
 namespace norix {
 
+/// The ONVIF service is at the camera's web server, and asked as whom that is asked, unless it has an address
+/// of its own.
+void AddressCamera(OnvifQuestion& question, const CameraAccess& access);
+
 /// One round of questions to a camera before a stream is received: what it is, and where its ONVIF service
 /// says that the stream is. Filled in by the window's thread, then handed to a worker that runs it, then read
 /// again by the window's thread once the worker has signalled; nobody else has it meanwhile.

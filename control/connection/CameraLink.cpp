@@ -1,5 +1,6 @@
 #include "control/connection/CameraLink.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "protocol/Url.h"
@@ -80,15 +81,33 @@ std::shared_ptr<CameraInquiry> CameraLink::Prepare(const StreamSelection& select
     inquiry->selection = selection;
     inquiry->protocol = protocol;
     inquiry->streamKnown = !settings.streamUri.empty();
-    inquiry->onvif.mediaServiceUri = settings.mediaServiceUri;
+    AddressService(inquiry->onvif);
+    inquiry->asked = OriginOf(commands.access, commands.access.serverIP);
+    return inquiry;
+}
+
+void CameraLink::AddressService(OnvifQuestion& question) {
+    const ConnectionSettings settings = m_host.Settings();
+    question.mediaServiceUri = settings.mediaServiceUri;
+    question.profileToken = settings.profileToken;
     if (const auto service = protocol::parseUrl(settings.mediaServiceUri)) {
         const SignIn signIn = SignInFor(protocol::originOf(*service));
-        inquiry->onvif.user = signIn.user;
-        inquiry->onvif.password = signIn.password;
+        question.user = signIn.user;
+        question.password = signIn.password;
     }
-    inquiry->asked = OriginOf(commands.access, commands.access.serverIP);
-    inquiry->onvif.profileToken = settings.profileToken;
-    return inquiry;
+}
+
+OnvifPtz* CameraLink::Ptz() {
+    const CameraCommands& commands = Commands();
+    if (!commands.LacksCommands() || commands.access.serverIP.empty()) return nullptr;
+    OnvifQuestion question;
+    AddressService(question);
+    AddressCamera(question, commands.access);
+    if (!m_shownProfile.empty()) question.profileToken = m_shownProfile;
+    question.channel = static_cast<std::uint32_t>(std::max(m_host.Settings().channel, 1));
+    question.streamIndex = static_cast<std::uint32_t>(std::max(m_host.Settings().stream, 1));
+    m_ptz.Use(question);
+    return &m_ptz;
 }
 
 void CameraLink::Take(const CameraInquiry& inquiry) {
@@ -96,6 +115,8 @@ void CameraLink::Take(const CameraInquiry& inquiry) {
     // The host may have named another camera meanwhile.
     if (!inquiry.ran || m_host.Settings().serverIP != access.serverIP) return;
     m_commands.TakeFacts(inquiry.commands);
+    m_shownProfile = inquiry.stream ? inquiry.stream->profileToken : std::string();
+    m_ptz.AskAnew();
     const protocol::Origin answered = OriginOf(access, access.serverIP);
     const SignIn signIn{access.username, access.password};
     // A camera that names another port of its own has been told already who asks.

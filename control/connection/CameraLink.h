@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "camera/CameraCommands.h"
+#include "camera/onvif/OnvifPtz.h"
 #include "control/connection/CameraInquiry.h"
 #include "control/connection/ConnectionHost.h"
 #include "control/connection/ConnectionMeans.h"
@@ -24,7 +25,8 @@ class CameraLink {
         : m_host(host),
           m_means(means),
           m_services(means.MakeCameraServices()),
-          m_commands(m_services->Transport()) {}
+          m_commands(m_services->Transport()),
+          m_ptz(m_services->Transport()) {}
 
     /// The command channel, with the properties as they are now.
     CameraCommands& Commands();
@@ -45,6 +47,10 @@ class CameraLink {
     /// An address of the host says by which scheme the camera is asked; `httpsPort` where it is HTTPS.
     void AskBy(std::optional<std::uint16_t> httpsPort);
 
+    /// What moves a camera that has no commands of its own, by its ONVIF service; null for all others. With
+    /// the properties as they are now, and the profile of the stream that is shown.
+    OnvifPtz* Ptz();
+
     /// Where the camera's web server is, as the properties and the camera say.
     protocol::Origin WebOrigin();
     /// Who signs in where, with what the properties say now.
@@ -53,12 +59,17 @@ class CameraLink {
     SignIn SignInFor(const protocol::Origin& place);
 
   private:
+    /// What the host's properties say of the camera's ONVIF service.
+    void AddressService(OnvifQuestion& question);
+
     CameraHost& m_host;
     ConnectionMeans& m_means;
     SignIns m_signIns;
     const std::shared_ptr<CameraServices> m_services;
     const std::shared_ptr<KeyFrameRequests> m_keyFrames = std::make_shared<KeyFrameRequests>();
     CameraCommands m_commands;
+    OnvifPtz m_ptz;
+    std::string m_shownProfile;                    // where an ONVIF service has said where the stream is
     std::pair<std::string, std::int32_t> m_known;  // host and port of the camera last read
     bool m_https = false;                          // as the camera at that server said
     std::int32_t m_httpsPort = protocol::kHttpsPort;

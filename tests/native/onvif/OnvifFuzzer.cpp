@@ -4,6 +4,7 @@
 #include <pugixml.hpp>
 
 #include "Dialogue.h"
+#include "camera/onvif/OnvifPtz.h"
 #include "camera/onvif/SoapReply.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -21,7 +22,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (!document.load_buffer(request.body.data(), request.body.size())) std::abort();
         if (request.path.find_first_of("\r\n ") != std::string::npos) std::abort();
     }
+    onvif_test::ScriptedCamera head(dialogue.exchanges);
+    norix::OnvifPtz ptz(head, onvif_test::QuietSurroundings());
+    ptz.Use(dialogue.question);
+    std::string names;
+    ptz.PresetNames(names);
+    ptz.SavePreset(names, 2);
+    ptz.Send(*norix::FindPtzMove("gopreset"), 1);
     norix::onvif::ParseFault(text);
+    norix::onvif::ParsePresets(text);
     norix::onvif::ParseProfiles(text);
     norix::onvif::ParseServices(text);
     norix::onvif::ParseSystemDateAndTime(text);
