@@ -31,15 +31,10 @@ class Commands:
 
     def __init__(self, camera: Camera, server: WebServer) -> None:
         self._camera = camera
-        server.add("/simulator/asked", Route(self._asked, methods=("GET",), signs_in=False, recorded=False))
-        self._server = server
         for name, answer in {"getParam": self._get, "setParam": self._set, "systeminfo": self._system_information,
                              "setPTZCtrl": self._move, "setPreset": self._set_preset,
                              "forcei": self._force_key_frame}.items():
             server.add(f"{FOLDER}{name}.cgi", Route(self._handler(answer)))
-
-    async def _asked(self, _exchange: Exchange) -> Reply:
-        return Reply("".join(line + "\n" for line in self._server.asked).encode("latin-1", "replace"))
 
     def _handler(self, answer):
         faults = self._camera.options.faults

@@ -1,5 +1,7 @@
-"""ONVIF: as much of the device and the media service as it takes to find a stream's address."""
+"""ONVIF: as much of the device and the media service as it takes to find a stream's address; the PTZ service is in
+onvifptz."""
 
+import asyncio
 import base64
 import binascii
 import hashlib
@@ -13,6 +15,7 @@ from xml.sax.saxutils import escape
 from simcam.camera import Camera
 from simcam.clips import SIZES
 from simcam.log import log
+from simcam.onvifptz import PTZ_NAMES, PTZ_PATH, PtzRefusal, PtzService
 from simcam.rtspserver import ADDRESS_CODECS
 from simcam.webserver import Exchange, Reply, Route, WebServer
 
@@ -26,7 +29,7 @@ _ENVELOPE = (
     '<?xml version="1.0" encoding="UTF-8"?>\n'
     '<SOAP-ENV:Envelope xmlns:SOAP-ENV="http://www.w3.org/2003/05/soap-envelope" '
     'xmlns:tt="http://www.onvif.org/ver10/schema" xmlns:ter="http://www.onvif.org/ver10/error" '
-    f'xmlns:tds="{_DEVICE_NAMES}" xmlns:trt="{_MEDIA_NAMES}"><SOAP-ENV:Body>%s</SOAP-ENV:Body></SOAP-ENV:Envelope>\n')
+    f'xmlns:tds="{_DEVICE_NAMES}" xmlns:trt="{_MEDIA_NAMES}" xmlns:tptz="{PTZ_NAMES}"><SOAP-ENV:Body>%s</SOAP-ENV:Body></SOAP-ENV:Envelope>\n')
 
 
 class Refusal(Exception):
@@ -62,12 +65,18 @@ class Onvif:
             "GetProfiles": (True, self._profiles),
             "GetStreamUri": (True, self._stream_uri),
         }
-        for path in (DEVICE_PATH, MEDIA_PATH):
+        self._ptz = PtzService(camera, lambda: {token: channel for token, (channel, _, _) in self._streams().items()})
+        self._operations |= {name: (True, lambda request, _host, answer=answer: answer(request))
+                             for name, answer in self._ptz.operations.items()}
+        self._paths = {_DEVICE_NAMES: DEVICE_PATH, _MEDIA_NAMES: MEDIA_PATH}
+        if self._ptz.operations:
+            self._paths[PTZ_NAMES] = PTZ_PATH
+        for path in self._paths.values():
             server.add(path, Route(self._handle, methods=("POST",), signs_in=False))
 
     async def _handle(self, exchange: Exchange) -> Reply:
         try:
-            return Reply((_ENVELOPE % self._answer(exchange)).encode(), content_type=_CONTENT_TYPE)
+            return Reply((_ENVELOPE % await self._answer(exchange)).encode(), content_type=_CONTENT_TYPE)
         except Refusal as refusal:
             log(f"onvif: {refusal}")
             fault = ("<SOAP-ENV:Fault><SOAP-ENV:Code><SOAP-ENV:Value>SOAP-ENV:Sender</SOAP-ENV:Value>"
@@ -76,7 +85,7 @@ class Onvif:
                      "</SOAP-ENV:Text></SOAP-ENV:Reason></SOAP-ENV:Fault>")
             return Reply((_ENVELOPE % fault).encode(), 400, _CONTENT_TYPE)
 
-    def _answer(self, exchange: Exchange) -> str:
+    async def _answer(self, exchange: Exchange) -> str:
         try:
             envelope = ElementTree.fromstring(exchange.request.body)
         except ElementTree.ParseError as problem:
@@ -92,7 +101,12 @@ class Onvif:
         if takes_user and self._camera.options.http_auth != "none":
             self._check_user(_find(envelope, "UsernameToken"))
         host = exchange.request.headers.get("host", "").partition(":")[0] or self._camera.options.bind
-        return answer(body[0], host)
+        if name in self._ptz.operations and (seconds := self._camera.options.faults.seconds("ptz-slow")) is not None:
+            await asyncio.sleep(seconds)
+        try:
+            return answer(body[0], host)
+        except PtzRefusal as refusal:
+            raise Refusal(str(refusal), name) from refusal
 
     def _check_user(self, token: ElementTree.Element | None) -> None:
         options = self._camera.options
@@ -137,7 +151,7 @@ class Onvif:
         services = "".join(
             f"<tds:Service><tds:Namespace>{names}</tds:Namespace><tds:XAddr>{self._address(host, path)}</tds:XAddr>"
             "<tds:Version><tt:Major>2</tt:Major><tt:Minor>60</tt:Minor></tds:Version></tds:Service>"
-            for names, path in ((_DEVICE_NAMES, DEVICE_PATH), (_MEDIA_NAMES, MEDIA_PATH)))
+            for names, path in self._paths.items())
         return f"<tds:GetServicesResponse>{services}</tds:GetServicesResponse>"
 
     def _capabilities(self, _request: ElementTree.Element, host: str) -> str:
@@ -146,7 +160,10 @@ class Onvif:
                 f"<tt:Media><tt:XAddr>{self._address(host, MEDIA_PATH)}</tt:XAddr><tt:StreamingCapabilities>"
                 f"<tt:RTPMulticast>{str(self._camera.options.multicast is not None).lower()}</tt:RTPMulticast>"
                 "<tt:RTP_TCP>true</tt:RTP_TCP><tt:RTP_RTSP_TCP>true</tt:RTP_RTSP_TCP></tt:StreamingCapabilities>"
-                "</tt:Media></tds:Capabilities></tds:GetCapabilitiesResponse>")
+                f"</tt:Media>{self._ptz_capability(host)}</tds:Capabilities></tds:GetCapabilitiesResponse>")
+
+    def _ptz_capability(self, host: str) -> str:
+        return f"<tt:PTZ><tt:XAddr>{self._address(host, PTZ_PATH)}</tt:XAddr></tt:PTZ>" if self._ptz.operations else ""
 
     def _streams(self) -> dict[str, tuple[int, int, str]]:
         """Profiles by their tokens. Each stream is one, with the first codec on offer."""
@@ -169,7 +186,8 @@ class Onvif:
                 f"<tt:Height>{height}</tt:Height></tt:Resolution><tt:Quality>5</tt:Quality><tt:RateControl>"
                 f"<tt:FrameRateLimit>{self._camera.options.fps}</tt:FrameRateLimit>"
                 "<tt:EncodingInterval>1</tt:EncodingInterval><tt:BitrateLimit>4096</tt:BitrateLimit></tt:RateControl>"
-                "<tt:SessionTimeout>PT60S</tt:SessionTimeout></tt:VideoEncoderConfiguration></trt:Profiles>")
+                "<tt:SessionTimeout>PT60S</tt:SessionTimeout></tt:VideoEncoderConfiguration>"
+                f"{self._ptz.configuration(channel)}</trt:Profiles>")
         return f"<trt:GetProfilesResponse>{profiles}</trt:GetProfilesResponse>"
 
     def _stream_uri(self, request: ElementTree.Element, host: str) -> str:

@@ -45,6 +45,20 @@ class PtzHead:
                                       _limited(zoom, 1.0, ZOOM_LIMIT))
             return self._position
 
+    def presets(self) -> list[int]:
+        """The numbers of those that were set."""
+        with self._lock:
+            return sorted(self._presets)
+
+    def go(self, pan: float | None, tilt: float | None, zoom: float | None) -> None:
+        """Moves on as fast as is said, -1 to 1 of all that it can; None: as before."""
+        self.position()
+        with self._lock:
+            for axis, (speed, most) in enumerate(((pan, 60.0), (tilt, 60.0), (zoom, 3.0))):
+                if speed is not None:
+                    self._speeds[axis] = speed * most
+            self.move = "go" if any(self._speeds) else "stop"
+
     def command(self, move: str, speed_pan: int, speed_tilt: int, speed_zoom: int, preset: int) -> bool:
         """Speeds are those of the command, 1 to 100. Returns whether the command is known."""
         here = self.position()

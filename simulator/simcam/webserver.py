@@ -109,6 +109,10 @@ class WebServer:
         # The latest requests whose senders may ask: seconds since the start, verb, address and body.
         self.asked: deque[str] = deque(maxlen=_LISTED_REQUESTS)
         self.port = 0
+        self.add("/simulator/asked", Route(self._list_asked, methods=("GET",), signs_in=False, recorded=False))
+
+    async def _list_asked(self, _exchange: Exchange) -> Reply:
+        return Reply("".join(line + "\n" for line in self.asked).encode("latin-1", "replace"))
 
     def add(self, path: str, route: Route) -> None:
         self._routes[path] = route

@@ -21,7 +21,7 @@ from host import WINE_RUN, until, wine, windows_path  # noqa: E402
 
 SKIPPED = 77
 # Middles of buttons, from the window's lower right corner.
-LEFT, RIGHT, UP, ZOOM, SAVE = (-276, -124), (-208, -124), (-242, -154), (-266, -63), (-37, -98)
+LEFT, RIGHT, UP, ZOOM, SAVE, HOME = (-276, -124), (-208, -124), (-242, -154), (-266, -63), (-37, -98), (-95, -128)
 SAVE_MOTION, NAME_MOTION = (-642, -202), (-682, -278)
 
 
@@ -79,7 +79,8 @@ class Pad:
         input_of("mousemove", self._corner[0] + at[0], self._corner[1] + at[1])
 
     def asked(self) -> list[str]:
-        """What the camera was asked about moving: "left 50", "stop"; presets as they were asked."""
+        """What the camera was asked about moving: "left 50", "stop"; presets as they were asked; of ONVIF the operation
+        and its numbers, names and truths."""
         moves = []
         for line in self.camera.request("GET", "/simulator/asked", signed_in=False)[1].splitlines():
             if found := re.search(r"setPTZCtrl\.cgi\?channel=1&move=(\w+)\S*?=(\d+)&speedpan=(\d+)&speedzoom=(\d+)$", line):
@@ -87,6 +88,9 @@ class Pad:
                 moves.append(found[1] + (f" {speed}" if speed else ""))
             elif "setPreset" in line:
                 moves.append(line.split("?")[1])
+            elif found := re.search(r"<o:(ContinuousMove|Stop|GotoPreset|SetPreset) ", line):
+                values = re.findall(r'(?: [xy]="|<o:(?:PanTilt|Zoom|PresetToken|PresetName)>)([^"<]*)', line)
+                moves.append(" ".join([found[1], *values]))
         return moves
 
     def expect(self, *moves: str) -> None:
@@ -137,6 +141,23 @@ def without_pan(pad: Pad) -> None:
     pad.expect("zin 50")
     assert pad.asked() == ["zin 50"], pad.asked()
     input_of("mouseup", 1)
+
+
+def by_onvif(pad: Pad) -> None:
+    """A camera of another maker, which has no commands and can't zoom."""
+    pad.point(ZOOM)
+    input_of("click", 1)
+    pad.point(LEFT)
+    input_of("mousedown", 1)
+    pad.expect("ContinuousMove -0.50 0.00")
+    input_of("mouseup", 1)
+    pad.expect("ContinuousMove -0.50 0.00", "Stop true false")
+    assert len(pad.asked()) == 2, pad.asked()
+    pad.point(SAVE)
+    input_of("click", 1)
+    pad.point(HOME)
+    input_of("click", 1)
+    pad.expect("Stop true false", "SetPreset", "GotoPreset 1")
 
 
 def events(pad: Pad) -> None:
@@ -207,6 +228,7 @@ def main(module: str, program: str, folder: str, pattern: str = "") -> int:
         (by_keyboard, ["--fault", "ptz-slow=0.9"], {}, []),
         (by_mouse, [], {}, []),
         (without_pan, ["--ptz", "zoom"], {}, []),
+        (by_onvif, ["--onvif", "only", "--ptz", "pantilt"], {}, []),
         (events, ["--sections"], {"ShowMDWindow": "true"}, []),
         (motion_windows, [], {"MotionEditMode": "true"}, []),
         (events, ["--sections", "--codec", "mjpeg"], {"VideoProtocol": 3}, []),

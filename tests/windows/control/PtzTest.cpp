@@ -103,6 +103,9 @@ TEST_F(Ptz, SavesAndNamesPresets) {
     }
     m_reply = ::HttpReply("200 OK", "Content-Type: text/plain; charset=gb2312\r\n", line + "01=\xc3\xc5\n");
     EXPECT_EQ(Control().GetPresetName(), L"\u95e8#");
+    Asked();
+    Control().SavePresetPosition(L"\u95e8", 1);
+    EXPECT_NE(Asked().front().find("&name=%C3%C5&"), std::string::npos) << "as the camera tells it";
     m_reply = ::HttpReply("404 Not Found", "", "<a href=x>\n");
     EXPECT_EQ(Control().GetPresetName(), L"");
 }
