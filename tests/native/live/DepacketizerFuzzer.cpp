@@ -1,10 +1,11 @@
 // RTP packets of every payload format, in any order, through the reordering buffer. The input: a byte that
 // chooses the format, then packets, each behind its length (2 bytes) and a byte that says how often its
-// payload is repeated up to a datagram's size: what loops shows in what is long. There may be
-// no more frames than bytes that came.
+// payload is repeated, up to a datagram's size and some of these in all: what loops shows in what is long.
+// There may be no more frames than bytes that came.
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
 #include "live/rtp/PayloadFormats.h"
 #include "live/rtp/ReorderBuffer.h"
@@ -53,17 +54,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     reorder.reset();
     ByteReader reader(Bytes(data, size).subspan(1));
     std::int64_t now = 0;
+    constexpr std::size_t kHeader = 12, kLongest = 65535;
+    std::size_t room = 3 * kLongest;
     while (reader.left() > 0) {
         const std::size_t length = reader.u16() % 2048;
         const unsigned repeated = reader.u8();
         const Bytes bytes = reader.take(std::min(length, reader.left()));
-        constexpr std::size_t kHeader = 12, kLongest = 65535;
         static std::vector<unsigned char> packet;
         packet.assign(bytes.begin(), bytes.end());
-        for (unsigned i = 0; i < repeated * repeated && bytes.size() > kHeader &&
-                             packet.size() + bytes.size() - kHeader <= kLongest;
-             ++i)
-            packet.insert(packet.end(), bytes.begin() + kHeader, bytes.end());
+        if (bytes.size() > kHeader) {
+            const std::size_t part = bytes.size() - kHeader;
+            const std::size_t times =
+                std::min<std::size_t>(repeated * repeated, std::min(kLongest - bytes.size(), room) / part);
+            packet.resize(bytes.size() + times * part);
+            for (std::size_t at = bytes.size(); at < packet.size(); at += part)
+                std::memcpy(&packet[at], &bytes[kHeader], part);
+            room -= times * part;
+        }
         if (const auto parsed = parseRtpPacket(packet))
             reorder.push(parsed->sequence, packet, now += 10'000, receiver);
     }

@@ -23,7 +23,7 @@ namespace {
 
 using namespace norix;
 
-constexpr std::size_t kReceiveBuffer = 2'048'000;
+constexpr std::size_t kReceiveBuffer = 200'000;  // larger ones only cost time
 
 struct Connection final : live::rtp::InterleavedConnection {
     std::array<live::rtp::InterleavedReceiver*, 256> receivers{};
