@@ -5,14 +5,16 @@
 #                  [ONE_THREAD])
 #     One GoogleTest program per area, which is one ctest entry. NATIVE programs are built on the build machine with
 #     the sanitizers, WINDOWS ones are cross-built and run under Wine; BOTH (the default) is both. Where the kind of
-#     build does not fit, the call does nothing, so it needs no if() around it. NEEDS_DISPLAY: opens windows, which is
-#     why only one such program runs at a time. SLOW: takes more than a second. What is neither has the label `quick`
+#     build does not fit, the call does nothing, so it needs no if() around it. NEEDS_DISPLAY: opens windows.
+#     Programs that need Windows share a screen and a registry, which is why only one of them runs at a time; portable
+#     ones run beside it. SLOW: takes more than a second. What is neither has the label `quick`
 #     (ctest -L quick). ONE_THREAD: has nothing for the thread sanitizer, which leaves it out. One that hangs tells the
 #     stacks of its threads; see tests/support/Watchdog.cpp.
 #     What has the label `thorough` runs in ./test all only, and with NORIX_ALL in the environment some programs do more.
-#   norix_add_benchmark(NAME codec_bench SOURCES ... LIBS ... [NATIVE | WINDOWS | BOTH])
-#     A Google Benchmark program. ctest runs it once with the shortest possible run, to keep it alive; figures come
-#     from running it by hand. Builds with sanitizers leave bench/ out.
+#   norix_add_benchmark(NAME codec_bench SOURCES ... LIBS ... [NATIVE | WINDOWS | BOTH] [NEEDS_DISPLAY] [LEFT_OUT regex])
+#     A Google Benchmark program. ctest runs it once with the shortest possible run, to keep it alive, without those
+#     whose names match LEFT_OUT: the same code with more to do. Figures come from running it by hand. Builds with
+#     sanitizers leave bench/ out.
 #   norix_add_fuzzer(NAME rtsp_reply_fuzzer SOURCES ... LIBS ... [CORPUS dir] [SECONDS n])
 #     A libFuzzer program, in native-asan only. ctest replays the corpus and then mutates for the given seconds.
 
@@ -82,13 +84,13 @@ function(norix_add_test)
     target_link_libraries(${arg_NAME} PRIVATE GTest::gtest_main)
     add_test(NAME ${arg_NAME} COMMAND ${arg_NAME} ${arg_ARGS})
     norix_set_test_properties(${arg_NAME} ${arg_TIMEOUT} "${arg_LABELS}")
-    if(arg_NEEDS_DISPLAY)
+    if(arg_NEEDS_DISPLAY OR (arg_WINDOWS AND NOT arg_BOTH))
         set_tests_properties(${arg_NAME} PROPERTIES RESOURCE_LOCK display)
     endif()
 endfunction()
 
 function(norix_add_benchmark)
-    cmake_parse_arguments(arg "NATIVE;WINDOWS;BOTH" "NAME" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(arg "NATIVE;WINDOWS;BOTH;NEEDS_DISPLAY" "NAME;LEFT_OUT" "SOURCES;LIBS" ${ARGN})
     if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SOURCES)
         message(FATAL_ERROR "norix_add_benchmark: bad arguments: ${ARGN}")
     endif()
@@ -99,10 +101,15 @@ function(norix_add_benchmark)
 
     add_executable(${arg_NAME} ${arg_SOURCES})
     target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBS} benchmark::benchmark benchmark::benchmark_main)
-    add_test(NAME ${arg_NAME}_runs COMMAND ${arg_NAME} --benchmark_min_time=0.001)
+    set(filter)
+    if(arg_LEFT_OUT)
+        set(filter "--benchmark_filter=-${arg_LEFT_OUT}")
+    endif()
+    add_test(NAME ${arg_NAME}_runs COMMAND ${arg_NAME} --benchmark_min_time=0.001 ${filter})
     norix_set_test_properties(${arg_NAME}_runs ${NORIX_TEST_TIMEOUT} bench)
-    # Some show pictures above all else.
-    set_tests_properties(${arg_NAME}_runs PROPERTIES RESOURCE_LOCK display)
+    if(arg_NEEDS_DISPLAY)
+        set_tests_properties(${arg_NAME}_runs PROPERTIES RESOURCE_LOCK display)
+    endif()
 endfunction()
 
 function(norix_add_fuzzer)

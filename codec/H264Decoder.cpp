@@ -380,9 +380,6 @@ void H264Decoder::SetMostPixels(std::int64_t pixels) {
 void H264Decoder::SetSpeed(int speed) {
     m_impl->SetSpeed(speed);
 }
-int H264Decoder::Speed() const {
-    return m_impl->m_speed;
-}
 int H264Decoder::LibraryError() const {
     return m_impl->m_libraryError;
 }

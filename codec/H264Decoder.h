@@ -104,7 +104,6 @@ class H264Decoder {
     ///   6  and B pictures are not decoded at all
     ///   7  only intra pictures are decoded
     void SetSpeed(int speed);
-    int Speed() const;
 
     /// The code that the library underneath returned with the last failure, for log lines; 0 if there was
     /// none.

@@ -62,8 +62,6 @@ class RtpFrameSource final : public RTPSource, private InterleavedReceiver, priv
     const StreamTimeline::Time& currentTime() const { return m_currentTime; }
     bool damagedBefore() const override { return m_current.damagedBefore; }
     ReorderDelay reorderDelay() const override;
-    /// One more for every sender that took over: its timestamps have nothing to do with those before.
-    unsigned senders() const { return m_senders; }
 
   private:
     void doGetNextFrame() override;
@@ -104,7 +102,8 @@ class RtpFrameSource final : public RTPSource, private InterleavedReceiver, priv
     TaskToken m_reorderTask = nullptr;
     TaskToken m_deliverTask = nullptr;
 
-    unsigned m_senders = 0;
+    unsigned m_senders =
+        0;  // one more for each that took over: its timestamps have nothing to do with those before
     std::optional<SenderReport> m_earlyReport;  // from a sender that no packet has come from yet
     // A packet of a new sender waits for a second one, so that strays change nothing.
     std::vector<unsigned char> m_candidate;

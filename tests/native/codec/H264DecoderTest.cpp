@@ -58,26 +58,6 @@ TEST_P(H264Clip, GivesTheSamePicturesAsFfmpeg) {
     }
 }
 
-TEST_P(H264Clip, ConvertsWithinTwoLevels) {
-    const std::vector<Bytes> packets = LoadPackets(std::string("h264_") + GetParam());
-    for (PixelFormat format : {PixelFormat::kYuy2, PixelFormat::kBgr24}) {
-        H264Decoder packed;
-        H264Decoder planar;
-        ASSERT_EQ(Open(packed, packets[0]), Status::kOk);
-        ASSERT_EQ(Open(planar, packets[0]), Status::kOk);
-        // The buffer ends with the picture: a sanitizer sees a write beyond it.
-        Bytes buffer(PictureBytes(format, packed.Width(), packed.Height()));
-        PlanarPicture reference;
-        Status status = Status::kNoPicture;
-        for (std::size_t i = 0; i < packets.size() && status != Status::kOk; ++i) {
-            status = packed.Decode(packets[i].data(), packets[i].size(), OutputTo(buffer, format));
-            ASSERT_EQ(planar.DecodePlanar(packets[i].data(), packets[i].size(), &reference), status);
-        }
-        ASSERT_EQ(status, Status::kOk);
-        EXPECT_LE(DifferenceFromReference(buffer, reference, format), 2);
-    }
-}
-
 INSTANTIATE_TEST_SUITE_P(Clips, H264Clip,
                          testing::Values("baseline_64x48", "main_b_352x288", "high_slices_640x360",
                                          "interlaced_720x576", "full_range_320x240", "high422_322x242",
@@ -157,93 +137,6 @@ TEST(H264Decoder, AskingWithoutInputNeverBreaksTheOrderOfBFrames) {
     EXPECT_EQ(DecodeAll(decoder, packets).sums, sums);
 }
 
-/// The sum of the picture that each packet holds: what the packets up to it give and those before it don't.
-std::vector<Reference> PictureOfEachPacket(const std::vector<Bytes>& packets) {
-    std::vector<Reference> pictures;
-    std::vector<Reference> before;
-    for (std::size_t count = 1; count <= packets.size(); ++count) {
-        H264Decoder decoder;
-        EXPECT_EQ(Open(decoder, packets[0]), Status::kOk);
-        std::vector<Reference> sums =
-            DecodeAll(decoder, {packets.begin(), packets.begin() + static_cast<std::ptrdiff_t>(count)}).sums;
-        for (const Reference& sum : sums) {
-            if (std::find(before.begin(), before.end(), sum) == before.end()) pictures.push_back(sum);
-        }
-        before = std::move(sums);
-    }
-    return pictures;
-}
-
-TEST(H264Decoder, TagsComeBackWithThePicturesOfTheirUnits) {
-    const std::vector<Bytes> packets = LoadPackets("h264_main_b_352x288");
-    const std::vector<Reference> pictures = PictureOfEachPacket(packets);
-    ASSERT_EQ(pictures.size(), packets.size());
-    H264Decoder decoder;
-    ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
-    PlanarPicture picture;
-    const auto check = [&] {
-        const auto tag = static_cast<std::size_t>(decoder.Info().tag - 1'000'000'000'000);
-        ASSERT_LT(tag, pictures.size());
-        EXPECT_EQ(SumOf(picture), pictures[tag]) << tag;
-    };
-    for (std::size_t i = 0; i < packets.size(); ++i) {
-        // Damage before the second key frame: the pictures that then come from the old decoder have theirs
-        // too.
-        const UnitInfo unit{1'000'000'000'000 + static_cast<std::int64_t>(i), i == 20};
-        if (decoder.DecodePlanar(packets[i].data(), packets[i].size(), &picture, unit) == Status::kOk)
-            check();
-    }
-    while (decoder.DrainPlanar(&picture) == Status::kOk)
-        check();
-
-    // A picture in several units has the first one's.
-    const std::vector<Bytes> slices = SlicesOf(LoadPackets("h264_high_slices_640x360"));
-    H264Decoder pieces;
-    ASSERT_EQ(Open(pieces, slices[0]), Status::kOk);
-    const std::size_t perPicture = slices.size() / LoadPackets("h264_high_slices_640x360").size();
-    for (std::size_t i = 0; i < slices.size(); ++i) {
-        if (pieces.DecodePlanar(slices[i].data(), slices[i].size(), &picture,
-                                {static_cast<std::int64_t>(i)}) == Status::kOk) {
-            EXPECT_EQ(pieces.Info().tag % static_cast<std::int64_t>(perPicture), 0) << i;
-        }
-    }
-}
-
-// The size is known from the parameter sets alone, and a hostile one never reaches the library.
-TEST(H264Decoder, TellsTheAnnouncedSizeWithoutDecoding) {
-    int width = 0;
-    int height = 0;
-    for (const char* clip : {"baseline_64x48", "main_b_352x288", "interlaced_720x576", "high422_322x242",
-                             "high444_177x145", "high10_176x144", "high_1920x1080", "high_3840x2160"}) {
-        const std::vector<Bytes> packets = LoadPackets(std::string("h264_") + clip);
-        H264Decoder decoder;
-        ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
-        ASSERT_EQ(H264Decoder::Announced(packets[0].data(), packets[0].size(), &width, &height), Status::kOk);
-        PlanarPicture picture;
-        for (const Bytes& packet : packets) {
-            if (decoder.DecodePlanar(packet.data(), packet.size(), &picture) == Status::kOk) break;
-        }
-        EXPECT_EQ(picture.width, width) << clip;
-        EXPECT_EQ(picture.height, height) << clip;
-        EXPECT_EQ(H264Decoder::Announced(packets[1].data(), packets[1].size(), &width, &height),
-                  Status::kNoPicture);
-    }
-    // Baseline, frames only: 8192 x 8192, and 16384 x 16.
-    const Bytes large = {0, 0, 1, 0x67, 66, 0, 51, 0xda, 0x00, 0x20, 0x00, 0x04, 0x01, 0x90};
-    EXPECT_EQ(H264Decoder::Announced(large.data(), large.size(), &width, &height), Status::kOk);
-    EXPECT_EQ(width, 8192);
-    EXPECT_EQ(height, 8192);
-    const Bytes wide = {0, 0, 1, 0x67, 66, 0, 51, 0xda, 0x00, 0x10, 0x03, 0x90};
-    EXPECT_EQ(H264Decoder::Announced(wide.data(), wide.size(), &width, &height), Status::kUnsupported);
-    EXPECT_EQ(width, 16384) << "for the user to be told";
-    EXPECT_EQ(height, 16);
-    H264Decoder decoder;
-    EXPECT_EQ(Open(decoder, wide), Status::kUnsupported);
-    for (std::size_t cut = 0; cut < large.size(); ++cut)
-        (void)H264Decoder::Announced(large.data(), cut, &width, &height);
-}
-
-// A decoder is opened anew for what decoding depends on only: some cameras change the rest with every key
 // frame.
 TEST(H264ParameterSets, KnowWhatDecodingDependsOn) {
     const Bytes first = {0x67, 0x42, 0, 0x1E, 0xF4, 0x23, 0xD3, 0x40, 0x7F, 0x70};
@@ -289,61 +182,6 @@ TEST(H264Decoder, OpensAtKeyFramesOnly) {
     }
     EXPECT_EQ(decoder.DecodePlanar(packets[8].data(), packets[8].size(), &picture), Status::kOk);
     EXPECT_EQ(SumOf(picture), LoadReferences("h264_baseline_64x48")[8]);
-}
-
-TEST(H264Decoder, KeepsThePictureAcrossAChangeOfSize) {
-    const std::vector<Bytes> small = LoadPackets("h264_baseline_64x48");
-    const std::vector<Bytes> large = LoadPackets("h264_full_range_320x240");
-    H264Decoder decoder;
-    ASSERT_EQ(Open(decoder, small[0]), Status::kOk);
-    Bytes buffer(PictureBytes(PixelFormat::kYuy2, 64, 48));
-    for (const Bytes& packet : small) {
-        ASSERT_EQ(decoder.Decode(packet.data(), packet.size(), OutputTo(buffer, PixelFormat::kYuy2)),
-                  Status::kOk);
-    }
-    ASSERT_EQ(decoder.Decode(large[0].data(), large[0].size(), OutputTo(buffer, PixelFormat::kYuy2)),
-              Status::kSizeChanged);
-    EXPECT_EQ(decoder.Width(), 320);
-    EXPECT_EQ(decoder.Height(), 240);
-    EXPECT_EQ(decoder.Decode(nullptr, 0, OutputTo(buffer, PixelFormat::kYuy2)), Status::kBufferTooSmall);
-    buffer.resize(PictureBytes(PixelFormat::kYuy2, 320, 240));
-    EXPECT_EQ(decoder.Decode(nullptr, 0, OutputTo(buffer, PixelFormat::kYuy2)), Status::kOk);
-    EXPECT_EQ(decoder.Decode(nullptr, 0, OutputTo(buffer, PixelFormat::kYuy2)), Status::kNoPicture);
-
-    // The first picture of the new size is the one that was kept.
-    H264Decoder fresh;
-    Bytes expected(buffer.size());
-    ASSERT_EQ(Open(fresh, large[0]), Status::kOk);
-    ASSERT_EQ(fresh.Decode(large[0].data(), large[0].size(), OutputTo(expected, PixelFormat::kYuy2)),
-              Status::kOk);
-    EXPECT_EQ(buffer, expected);
-}
-
-TEST(H264Decoder, HigherSpeedsLeaveOutWhatTheTableSays) {
-    // Groups of 20 with three B-frames in a row, the middle one of which is referred to.
-    const std::vector<Bytes> packets = LoadPackets("h264_main_b_352x288");
-    const std::vector<Reference> exact = LoadReferences("h264_main_b_352x288");
-    std::vector<std::size_t> pictures;
-    for (int speed = 0; speed <= 7; ++speed) {
-        H264Decoder decoder;
-        decoder.SetSpeed(speed);
-        ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
-        EXPECT_EQ(decoder.Speed(), speed);
-        const Decoded decoded = DecodeAll(decoder, packets);
-        pictures.push_back(decoded.sums.size());
-        EXPECT_EQ(decoded.sums == exact, speed == 0) << "speed " << speed;
-    }
-    for (std::size_t speed = 0; speed <= 4; ++speed)
-        EXPECT_EQ(pictures[speed], packets.size()) << "speed " << speed;
-    EXPECT_LT(pictures[5], pictures[4]);
-    EXPECT_LT(pictures[6], pictures[5]);
-    EXPECT_EQ(pictures[7], 2u);
-
-    H264Decoder decoder;
-    decoder.SetSpeed(99);
-    EXPECT_EQ(decoder.Speed(), 7);
-    decoder.SetSpeed(-1);
-    EXPECT_EQ(decoder.Speed(), 0);
 }
 
 TEST(H264Decoder, DamageLeavesTheGroupsAroundItWhole) {

@@ -43,19 +43,6 @@ TEST_P(JpegClip, PlanesAreWithinTwoLevelsOfFfmpegs) {
     }
 }
 
-TEST_P(JpegClip, ConvertsWithinTwoLevels) {
-    JpegDecoder decoder;
-    for (const char* size : {"64x48", "177x145", "1281x721", "3840x2160"}) {
-        const Bytes jpeg = Load(size);
-        for (PixelFormat format : {PixelFormat::kYuy2, PixelFormat::kBgr24}) {
-            const Bytes packed = DecodeTo(decoder, jpeg, format);
-            PlanarPicture picture;
-            ASSERT_EQ(decoder.DecodePlanar(jpeg.data(), jpeg.size(), &picture), Status::kOk);
-            EXPECT_LE(DifferenceFromReference(packed, picture, format), 2) << size;
-        }
-    }
-}
-
 TEST_P(JpegClip, EncodedPicturesComeBack) {
     JpegDecoder decoder;
     JpegEncoder encoder(90, GetParam().chroma);

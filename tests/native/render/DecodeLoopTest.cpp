@@ -325,21 +325,6 @@ TEST(DecodeLoop, APresenterThatRefusesIsAskedAgain) {
     }
 }
 
-TEST(DecodeLoop, PicturesThatDoNotFitAreNotDecoded) {
-    const util::LogCapture log;
-    for (const Stream& stream : kStreams) {
-        DecoderSettings settings = Rig::Small();
-        settings.displayBufferSize =
-            static_cast<std::uint32_t>(stream.size.width * stream.size.height * 2 - 1);
-        Rig rig(stream.kind, PixelFormat::kYuy2, settings);
-        for (const Bytes& packet : LoadPackets(stream.clip))
-            rig.Play(packet);
-        EXPECT_TRUE(rig.sink->Shown().empty());
-        EXPECT_TRUE(rig.sink->prepared.empty());
-    }
-    EXPECT_TRUE(log.Contains("a picture of 98 x 66 takes 12936 bytes, more than DisplayBufferSize = 12935"));
-}
-
 // What is too large is refused before anything takes memory for it; the user is told, once, and the next
 // stream that fits is shown.
 TEST(DecodeLoop, PicturesThatAreTooLargeAreToldOfAndMakeRoomForSmallerOnes) {
@@ -405,13 +390,6 @@ TEST(DecodeLoop, AnotherPresenterTakesOverInItsOwnFormat) {
         EXPECT_EQ(next->prepared, std::vector<PixelSize>{stream.size});
         EXPECT_EQ(next->Shown().size(), packets.size());
     }
-}
-
-TEST(DecodeLoop, FramesOfUnknownKindPassThrough) {
-    Rig rig(VideoCodec::None);
-    rig.Play({1, 2, 3}, 5);
-    EXPECT_TRUE(rig.sink->Shown().empty());  // no size: nothing to show
-    EXPECT_EQ(rig.param.GetFrameCount(FrameCounters::kDisplayed), 1u);
 }
 
 TEST(DecodeLoop, RegionsTravelWithThePicture) {

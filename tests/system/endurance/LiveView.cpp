@@ -86,8 +86,6 @@ void LiveView::OnEvent(const Event& event) {
         if (onStatus) onStatus(status);
     } else if (name == L"FramePerSec") {
         frameRate = event.arguments.front()->dblVal;
-    } else if (name == L"OnNewFrame") {
-        if (onNewFrame) onNewFrame();
     }
     if (onAny) onAny(event);
 }

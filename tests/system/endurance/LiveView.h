@@ -69,7 +69,6 @@ class LiveView {
 
     std::vector<int> statuses;                // since the last Connect
     std::function<void(int)> onStatus;        // called inside the event
-    std::function<void()> onNewFrame;         // the same; NotifyVideoData has to be on
     std::function<void(const Event&)> onAny;  // the same, of every event
     double connectMs = 0;                     // how long the last Connect took
     double frameRate = 0;                     // as last reported

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <utility>
 
 #include "tests/system/endurance/LiveView.h"
 #include "tests/system/endurance/Measure.h"
@@ -86,31 +85,6 @@ TEST_F(ReentryTest, InsideStatusEvents) {
                 EXPECT_TRUE(Await([&] { return done; }, 12000));
                 PumpFor(static_cast<DWORD>(round * 7 % 50));
                 if (view.Exists()) view.Disconnect();
-            }
-        }
-    }
-}
-
-// The receiving thread hands each frame over and may be waiting for that while it is to end.
-TEST_F(ReentryTest, InsideNewFrame) {
-    for (const Deed& deed : kDeeds) {
-        for (int round = 0; round < rounds; ++round) {
-            for (const Way& way : kWays) {
-                SCOPED_TRACE(testing::Message()
-                             << "the host " << deed.name << ", " << way.name << ", round " << round);
-                LiveView view(module);
-                ++lives;
-                view.Aim(way);
-                view.Set(L"NotifyVideoData", true);
-                bool done = false;
-                view.onNewFrame = [&] {
-                    if (std::exchange(done, true)) return;
-                    deed.act(view);
-                };
-                view.Connect();
-                EXPECT_TRUE(Await([&] { return done; }, 12000));
-                // Where the thread had to be left alone, no other connection could be made.
-                EXPECT_EQ(std::ranges::count(view.statuses, kConnectFail), 0);
             }
         }
     }

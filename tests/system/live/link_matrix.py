@@ -107,11 +107,17 @@ def serve_here(folder: str, address: str, port: str) -> None:
         time.sleep(1000)
 
 
-def shown(output: str) -> tuple[list[float], list[str]]:
-    """When pictures were shown, in seconds, and what else was said."""
+def moments(output: str, wanted: str) -> list[float]:
+    """When this was said, in seconds."""
     lines = [line.split(" ", 1) for line in output.splitlines()]
-    return ([int(when) / 1000 for when, what in lines if what == "picture"],
-            [f"{int(when) / 1000:.1f} {what}" for when, what in lines if what != "picture"])
+    return [int(when) / 1000 for when, what in lines if what == wanted]
+
+
+def key_frames_frozen(times: list[float], keys: list[float]) -> int:
+    """How many key frames came whole before there was a picture again, in the worst case. What has lost packets counts
+    for none: nobody could show it."""
+    return max((sum(before < key <= after for key in keys) for before, after in zip(times, times[1:])
+                if after - before > 1), default=0)
 
 
 def freeze(times: list[float]) -> float:
@@ -144,10 +150,12 @@ def fault_cell(viewer: str, folder: str, fault: str, transport: str) -> str:
     link.cut = False
     at(END)
     link.loss = link.reorder = 0.0
-    times, said = shown(view.communicate()[0])
+    output = view.communicate()[0]
     server.kill()
+    times = moments(output, "picture")
+    said = sorted((when, what) for what in ("connected", "failed") for when in moments(output, what))
     return (f"{fault:15} {transport}  {rate(times, 2, BEGIN):5.1f} {rate(times, BEGIN, END):7.1f} "
-            f"{rate(times, END + 2, SECONDS - 1):6.1f}   {freeze(times):6.2f}   {', '.join(said)}")
+            f"{rate(times, END + 2, SECONDS - 1):6.1f}   {freeze(times):6.2f}   {', '.join(f'{when:.1f} {what}' for when, what in said)}")
 
 
 def sets_cell(viewer: str, folder: str, mount: str) -> str:
@@ -160,17 +168,18 @@ def sets_cell(viewer: str, folder: str, mount: str) -> str:
         time.sleep(0.37 * (number % 5))  # anywhere in the group of pictures
         run = subprocess.run([viewer, f"rtsp://127.0.0.1:{port}{mount}", ("udp", "tcp")[number % 2],
                               str(ROUND_SECONDS), "1"], capture_output=True, text=True)
-        times, said = shown(run.stdout)
-        connected = [float(line.split()[0]) for line in said if line.endswith(" connected")]
-        results.append((times[0] - connected[0] if times and connected else 99.0, freeze(times), len(times)))
+        times, connected = moments(run.stdout, "picture"), moments(run.stdout, "connected")
+        results.append((times[0] - connected[0] if times and connected else 99.0, freeze(times), len(times),
+                        key_frames_frozen(times, moments(run.stdout, "key"))))
 
     with concurrent.futures.ThreadPoolExecutor(5) as pool:
         list(pool.map(one, range(ROUNDS)))
     server.kill()
-    joined, frozen, pictures = zip(*results)
+    joined, frozen, pictures, keys = zip(*results)
     return (f"{mount:15} {ROUNDS} rounds: first picture after {statistics.median(joined):.2f} s, {max(joined):.2f} at "
             f"most; frozen for {statistics.median(frozen):.2f} s, {max(frozen):.2f} at most, beyond 2 s in "
-            f"{sum(one > 2.1 for one in frozen)}; {min(pictures)} pictures at least")
+            f"{sum(one > 2.1 for one in frozen)}; {max(keys)} whole key frames at most in any freeze; {min(pictures)} "
+            f"pictures at least")
 
 
 def main(viewer: str, folder: str, pattern: str = "") -> int:

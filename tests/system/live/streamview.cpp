@@ -1,5 +1,6 @@
 // Views a stream without a screen: received, decoded and shown as the control does, and begun anew after a
-// failure. Prints "connected", "failed" and "picture", each behind the milliseconds since the start.
+// failure. Prints "connected", "failed", "key" (a key frame that has come whole) and "picture" (shown), each
+// behind the milliseconds since the start.
 //
 //   streamview URL udp|tcp SECONDS [CHANGE]   CHANGE: seconds after which the decode speed is another one
 
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "codec/StaticInit.h"
+#include "include/RTSP/NalUnits.h"
 #include "include/RTSP/RTSPSession.h"
 #include "media/MediaPlayers.h"
 #include "render/decode/DecodeLoop.h"
@@ -41,11 +43,22 @@ class Screen final : public PictureSink {
     void DisplayChanged() override {}
 };
 
+// As a recorder it sees what is received before anything is dropped of it. A unit that lacks a packet never
+// comes this far, and these streams have one for each picture.
+class KeyFrames final : public MediaRecorder {
+  public:
+    bool IsRecordingRequested() const override { return false; }
+    void RecMedia(RecordMedia, const std::uint8_t* data, std::size_t size, std::uint32_t) override {
+        if (ContentsOf({data, size}).idr) Say("key");
+    }
+};
+
 // One connection: threads that receive, decode and show.
 class View {
   public:
     View(std::string url, EConnectProtocol protocol)
         : m_param(std::make_shared<CCtrlParam>(MediaSettings())), m_pipeline(VideoCodec::H264, {}) {
+        m_param->SetRecorder(std::make_shared<KeyFrames>());
         m_pipeline.param = m_param;
         m_pipeline.sink = std::make_shared<Screen>();
         SessionSettings settings;

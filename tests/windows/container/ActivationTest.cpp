@@ -85,21 +85,6 @@ TEST_F(ActivationTest, QuickActivationReplacesTheLongWay) {
     ExpectCalls(kActivation, kOptional);
 }
 
-TEST_F(ActivationTest, WindowIsWhereTheContainerWantsIt) {
-    CreateInSite();
-    DoVerb(OLEIVERB_INPLACEACTIVATE);
-    const HWND control = ControlWindow();
-    ASSERT_TRUE(IsWindow(control));
-    EXPECT_EQ(GetParent(control), window.Get());
-    ExpectRect(RectIn(control, window.Get()), site.position);
-
-    const auto inPlace = Query<IOleInPlaceObject>();
-    const RECT moved{30, 40, 330, 240};
-    EXPECT_EQ(inPlace->SetObjectRects(&moved, &site.clip), S_OK);
-    ExpectRect(RectIn(control, window.Get()), moved);
-    EXPECT_HRESULT_FAILED(inPlace->SetObjectRects(nullptr, nullptr));
-}
-
 TEST_F(ActivationTest, ShowsOnlyWhatTheContainerLeavesVisible) {
     CreateInSite();
     DoVerb(OLEIVERB_INPLACEACTIVATE);
@@ -224,19 +209,6 @@ TEST_F(ActivationTest, SurvivesTheLossOfTheContainersWindow) {
     ExpectCalls({});
 }
 
-TEST_F(ActivationTest, FailsCleanlyWithoutAPlaceToGo) {
-    Create();
-    EXPECT_HRESULT_FAILED(
-        object->DoVerb(OLEIVERB_UIACTIVATE, nullptr, nullptr, 0, window.Get(), &site.position));
-    site.offersInPlace = false;
-    SetSite();
-    for (const LONG verb : {OLEIVERB_PRIMARY, OLEIVERB_SHOW, OLEIVERB_INPLACEACTIVATE, OLEIVERB_UIACTIVATE}) {
-        EXPECT_HRESULT_FAILED(object->DoVerb(verb, nullptr, &site, 0, window.Get(), &site.position)) << verb;
-    }
-    EXPECT_EQ(ControlWindow(), nullptr);
-    ExpectCalls({});
-}
-
 // A container may fail at any point. The control then is as inactive as before, has told the container so if
 // it had told it of the activation, and works as soon as the container does.
 TEST_F(ActivationTest, RecoversFromEveryFailingCallback) {
@@ -275,16 +247,6 @@ TEST_F(ActivationTest, LivesInAContainerThatOffersTheMinimum) {
     DoVerb(OLEIVERB_UIACTIVATE);
     EXPECT_TRUE(site.UiActive());
     EXPECT_EQ(Query<IOleControl>()->OnAmbientPropertyChange(DISPID_AMBIENT_USERMODE), S_OK);
-}
-
-TEST_F(ActivationTest, TakesNoHarmFromAmbientPropertiesOfTheWrongType) {
-    site.ambients[DISPID_AMBIENT_USERMODE].vt = VT_ERROR;
-    site.ambients[DISPID_AMBIENT_BACKCOLOR].vt = VT_UNKNOWN;
-    site.ambients[DISPID_AMBIENT_UIDEAD].vt = VT_ERROR;
-    CreateInSite();
-    DoVerb(OLEIVERB_INPLACEACTIVATE);
-    EXPECT_EQ(Query<IOleControl>()->OnAmbientPropertyChange(DISPID_UNKNOWN), S_OK);
-    IgnoreCalls();
 }
 
 TEST_F(ActivationTest, OffersTabAndUnknownKeysToItsContainer) {

@@ -270,35 +270,6 @@ TEST_F(Trust, WhatACameraNamesIsAskedForLikeItsOwnAddress) {
     EXPECT_EQ(asksForGroups().first, 0);
 }
 
-TEST_F(Trust, AStreamInClearBesideHttpsIsAskedForOnce) {
-    const std::string uri = "rtsp://" + Address(kStranger) + "/x";
-    const auto page = [&](int port) {
-        BeInPage((L"https://127.0.0.2:" + std::to_wstring(port) + L"/live").c_str());
-    };
-    page(stranger.Port() ^ 2);  // where no web server is
-    ASSERT_NO_FATAL_FAILURE(Show());
-    Set(L"ShowUserAuthenticationDialog", 0L);
-    EXPECT_EQ(ConnectTo(uri), 1);
-    EXPECT_EQ(ConnectTo(uri), 0);
-    for (const std::string& request : stranger.Take())
-        EXPECT_EQ(request.find("RTSP/1.0"), std::string::npos) << request;
-    End();
-    page(stranger.Port() ^ 1);  // another page
-    user.saysYes = true;
-    ASSERT_NO_FATAL_FAILURE(Show());
-    Set(L"ShowUserAuthenticationDialog", 0L);
-    EXPECT_EQ(ConnectTo(uri), 1);
-    EXPECT_TRUE(PumpUntil([&] { return stranger.WasAsked(); }, 10'000));
-    End();
-    site.page.clear();
-    site.offersManager = false;
-    stranger.Take();
-    ASSERT_NO_FATAL_FAILURE(Show());
-    Set(L"ShowUserAuthenticationDialog", 0L);
-    EXPECT_EQ(ConnectTo(uri), 0) << "a program is not asked";
-    EXPECT_TRUE(PumpUntil([&] { return stranger.WasAsked(); }, 10'000));
-}
-
 // ---- Sign-ins
 
 // A camera that wants a sign-in and, where the path says so, sends on to the stranger.

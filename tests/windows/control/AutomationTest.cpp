@@ -42,29 +42,6 @@ TEST_F(Automation, LimitsWhatIsWritten) {
     }
 }
 
-TEST_F(Automation, HandsSettingsToTheConnectionsThreads) {
-    Create(false);
-    SessionContext& session = Control().Session();
-    const struct {
-        const wchar_t* name;
-        std::function<bool()> flag;
-    } flags[] = {
-        {L"ForceGDI", [&] { return session.param.forceGDI.Get(); }},
-        {L"NotifyVideoData", [&] { return session.param.notifyVideoData.Get(); }},
-        {L"NotifyNewPacket", [&] { return session.param.notifyNewPacket.Get(); }},
-    };
-    for (const auto& flag : flags) {
-        for (const bool on : {true, false, true}) {
-            EXPECT_EQ(Put(flag.name, on), S_OK);
-            EXPECT_EQ(flag.flag(), on);
-        }
-    }
-    Put(L"CHIndex", 0L);
-    Put(L"StreamIndex", 4);
-    EXPECT_EQ(session.channel.Get(), 1);
-    EXPECT_EQ(session.stream.Get(), 4);
-}
-
 TEST_F(Automation, StoresMulticastAddresses) {
     Create(false);
     const auto stored = [&] {

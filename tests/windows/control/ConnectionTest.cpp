@@ -27,26 +27,6 @@ class Connecting : public ControlTest {
 };
 
 const Texts kFailedAttempt = {"OnConnStatus(0s)", "OnConnStatus(3s)"};
-
-TEST_F(Connecting, TellsTheHostAtEveryStep) {
-    Create();
-    EXPECT_EQ(Get(L"ConnectStatus"), "2s");
-    std::vector<std::wstring> captions;
-    Texts status;
-    Host().onEvent = [&](DISPID, DISPPARAMS&) {
-        captions.push_back(Caption());
-        status.push_back(Get(L"ConnectStatus"));  // what the event says is true already
-    };
-    EXPECT_EQ(Control().Connect(), -1);
-    EXPECT_EQ(Host().Take(), kFailedAttempt);
-    EXPECT_EQ(captions, (std::vector<std::wstring>{L"Connecting...", L"Connect Fail! (no address)"}));
-    EXPECT_EQ(status, (Texts{"0s", "3s"}));
-    EXPECT_EQ(Control().Connect(), -1);  // a failed attempt is over: another one begins
-    EXPECT_EQ(Host().Take(), kFailedAttempt);
-    EXPECT_EQ(Control().ConnectServer(), -1);
-    EXPECT_EQ(Host().Take(), kFailedAttempt);
-}
-
 // ---- Timers and statistics: what the connection decides reaches the window and the host
 
 TEST_F(Connecting, RunsItsTimersInTheWindow) {

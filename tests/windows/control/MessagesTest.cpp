@@ -166,21 +166,5 @@ TEST_F(Messages, AreDroppedWhileTheHostIsInItsHandler) {
 }
 
 // ---- The session driver's callback
-
-TEST_F(Messages, SessionCallbackSurvivesWithoutControlOrWindow) {
-    EnableLog();
-    Create(false);
-    for (SessionContext* session : {&Control().Session(), static_cast<SessionContext*>(nullptr)}) {
-        log.Clear();
-        EXPECT_EQ(RTSPCallback(1, ecsConnected, session), 1);
-        EXPECT_EQ(RTSPCallback(2, 0, session), 2);
-        EXPECT_EQ(RTSPCallback(9, 0, session), 9);
-        EXPECT_EQ(log.Messages(), (Texts{"PostMessage(0x00000000, WM_OnConnectStatus, 1)",
-                                         "PostMessage(0x00000000, WM_OnForceI)"}));
-    }
-    MSG posted = {};
-    EXPECT_FALSE(PeekMessageW(&posted, nullptr, WM_APP, 0xBFFF, PM_REMOVE));  // nor to the thread
-}
-
 }  // namespace
 }  // namespace norix::test
