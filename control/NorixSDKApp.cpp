@@ -4,6 +4,9 @@
 
 #include <olectl.h>
 
+#include <cwchar>
+#include <string_view>
+
 #include "control/Identity.h"
 #include "framework/EntryPoint.h"
 #include "framework/ObjectFactory.h"
@@ -27,16 +30,34 @@ int CNorixSDKApp::ExitInstance() {
 
 namespace {
 
-HRESULT Register() {
-    if (FAILED(framework::RegisterTypeLibrary())) return SELFREG_E_TYPELIB;
-    return FAILED(framework::COleObjectFactory::UpdateRegistryAll(true)) ? SELFREG_E_CLASS : S_OK;
+using framework::RegistrationScope;
+
+/// All of it or nothing.
+HRESULT Register(RegistrationScope scope) {
+    framework::RegistryTransaction registry(scope);
+    if (FAILED(framework::RegisterTypeLibrary(registry))) return SELFREG_E_TYPELIB;
+    if (FAILED(framework::COleObjectFactory::UpdateRegistryAll(registry, true))) return SELFREG_E_CLASS;
+    registry.Commit();
+    return S_OK;
 }
 
-HRESULT Unregister() {
-    if (FAILED(framework::UnregisterTypeLibrary(kTypeLibrary, kTypeLibraryMajor, kTypeLibraryMinor))) {
-        return SELFREG_E_TYPELIB;
-    }
-    return FAILED(framework::COleObjectFactory::UpdateRegistryAll(false)) ? SELFREG_E_CLASS : S_OK;
+HRESULT Unregister(RegistrationScope scope) {
+    framework::RegistryTransaction registry(scope);
+    if (FAILED(framework::UnregisterTypeLibrary(registry))) return SELFREG_E_TYPELIB;
+    if (FAILED(framework::COleObjectFactory::UpdateRegistryAll(registry, false))) return SELFREG_E_CLASS;
+    registry.Commit();
+    return S_OK;
+}
+
+/// For whom, by the text behind regsvr32's /i: "user", or "machine" or nothing.
+HRESULT ScopeOf(const wchar_t* text, RegistrationScope& scope) {
+    const std::wstring_view words = text == nullptr ? L"" : text;
+    const auto is = [&](std::wstring_view name) {
+        return words.size() == name.size() && _wcsnicmp(words.data(), name.data(), name.size()) == 0;
+    };
+    if (!words.empty() && !is(L"user") && !is(L"machine")) return E_INVALIDARG;
+    scope = is(L"user") ? RegistrationScope::User : RegistrationScope::Machine;
+    return S_OK;
 }
 
 }  // namespace
@@ -59,9 +80,18 @@ STDAPI DllCanUnloadNow() {
 }
 
 STDAPI DllRegisterServer() {
-    return framework::Guarded([] { return norix::Register(); });
+    return framework::Guarded([] { return norix::Register(framework::RegistrationScope::Machine); });
 }
 
 STDAPI DllUnregisterServer() {
-    return framework::Guarded([] { return norix::Unregister(); });
+    return framework::Guarded([] { return norix::Unregister(framework::RegistrationScope::Machine); });
+}
+
+STDAPI DllInstall(BOOL install, PCWSTR commandLine) {
+    return framework::Guarded([&] {
+        framework::RegistrationScope scope{};
+        const HRESULT result = norix::ScopeOf(commandLine, scope);
+        if (FAILED(result)) return result;
+        return install ? norix::Register(scope) : norix::Unregister(scope);
+    });
 }

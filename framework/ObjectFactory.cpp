@@ -60,10 +60,10 @@ HRESULT COleObjectFactory::GetClassObject(REFCLSID clsid, REFIID iid, void** obj
     return CLASS_E_CLASSNOTAVAILABLE;
 }
 
-HRESULT COleObjectFactory::UpdateRegistryAll(bool registering) {
+HRESULT COleObjectFactory::UpdateRegistryAll(RegistryTransaction& registry, bool registering) {
     for (COleObjectFactory* factory = g_firstFactory; factory != nullptr; factory = factory->m_next) {
-        const HRESULT result =
-            registering ? RegisterClass(factory->m_registration) : UnregisterClass(factory->m_registration);
+        const HRESULT result = registering ? RegisterClass(registry, factory->m_registration)
+                                           : UnregisterClass(registry, factory->m_registration);
         if (FAILED(result)) return result;
     }
     return S_OK;

@@ -25,9 +25,8 @@ class COleObjectFactory : public IClassFactory {
 
     /// DllGetClassObject's body.
     static HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** object);
-    /// Registers or unregisters every class of the module. S_OK, or the first failure; what was written
-    /// before it stays.
-    static HRESULT UpdateRegistryAll(bool registering);
+    /// Registers or unregisters every class of the module. S_OK, or the first failure.
+    static HRESULT UpdateRegistryAll(RegistryTransaction& registry, bool registering);
 
   protected:
     ~COleObjectFactory() = default;

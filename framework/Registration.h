@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "framework/RegistryTransaction.h"
+
 namespace framework {
 
 /// What the registry says of one coclass. The texts are literals and are not copied.
@@ -24,15 +26,16 @@ struct ClassRegistration {
     unsigned toolboxBitmap = 0;
 };
 
-/// Writes (replaces) the class's keys under HKEY_CLASSES_ROOT, the control and safe-for-scripting and
-/// safe-for-initializing categories among them. Needs administrator rights.
-HRESULT RegisterClass(const ClassRegistration& registration);
+/// Writes the class's keys, the control and safe-for-scripting and safe-for-initializing categories among
+/// them, over what is there of them.
+HRESULT RegisterClass(RegistryTransaction& registry, const ClassRegistration& registration);
 /// Removes them. Keys that are not there are no error.
-HRESULT UnregisterClass(const ClassRegistration& registration);
+HRESULT UnregisterClass(RegistryTransaction& registry, const ClassRegistration& registration);
 
-/// Registers the type library that is resource 1 of this module, for all users.
-HRESULT RegisterTypeLibrary();
-HRESULT UnregisterTypeLibrary(REFGUID library, WORD major, WORD minor);
+/// Registers the type library that is resource 1 of this module, and its dispatch interfaces.
+HRESULT RegisterTypeLibrary(RegistryTransaction& registry);
+/// Takes that back; other versions of the library stay.
+HRESULT UnregisterTypeLibrary(RegistryTransaction& registry);
 
 /// Full path of this module.
 std::wstring ModulePath();

@@ -10,6 +10,8 @@
 #include "framework/Module.h"
 #include "framework/Registration.h"
 #include "tests/windows/framework/TestControl.h"
+#include "tests/windows/util/PrivateHives.h"
+#include "tests/windows/util/RegistryText.h"
 
 namespace framework::test {
 namespace {
@@ -25,6 +27,13 @@ std::wstring Value(const std::wstring& place) {
     return result == ERROR_SUCCESS ? text : L"(missing)";
 }
 
+HRESULT Update(bool registering) {
+    RegistryTransaction registry(RegistrationScope::Machine);
+    const HRESULT result = COleObjectFactory::UpdateRegistryAll(registry, registering);
+    registry.Commit();
+    return result;
+}
+
 bool KeyExists(const std::wstring& key) {
     HKEY opened = nullptr;
     if (RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS) return false;
@@ -35,7 +44,7 @@ bool KeyExists(const std::wstring& key) {
 TEST(Registration, WritesWhatContainersLookForAndTakesItAwayAgain) {
     const std::wstring clsid = L"{7C1F0B52-3A0E-4E0B-9D1E-610A447B1001}";
     const std::wstring path = ModulePath();
-    ASSERT_EQ(COleObjectFactory::UpdateRegistryAll(true), S_OK);
+    ASSERT_EQ(Update(true), S_OK);
 
     const auto value = [&](const std::wstring& below) { return Value(L"CLSID\\" + clsid + below); };
     EXPECT_EQ(value(L""), L"Thermometer for framework tests");
@@ -62,12 +71,52 @@ TEST(Registration, WritesWhatContainersLookForAndTakesItAwayAgain) {
     EXPECT_TRUE(found == kThermometerClass);
     EXPECT_EQ(Value(L"FrameworkTests.Thermometer\\CurVer"), L"FrameworkTests.Thermometer.1");
 
-    EXPECT_EQ(COleObjectFactory::UpdateRegistryAll(true), S_OK);  // again, over what is there
-    EXPECT_EQ(COleObjectFactory::UpdateRegistryAll(false), S_OK);
+    EXPECT_EQ(Update(true), S_OK);  // again, over what is there
+    EXPECT_EQ(Update(false), S_OK);
     EXPECT_FALSE(KeyExists(L"CLSID\\" + clsid));
     EXPECT_FALSE(KeyExists(L"FrameworkTests.Thermometer"));
     EXPECT_FALSE(KeyExists(L"FrameworkTests.Thermometer.1"));
-    EXPECT_EQ(COleObjectFactory::UpdateRegistryAll(false), S_OK);  // nothing there is no error
+    EXPECT_EQ(Update(false), S_OK);  // nothing there is no error
+}
+
+// ---- All or nothing
+
+using util::test::PrivateHives;
+using util::test::RegistryText;
+
+TEST(Registration, IsTakenBackAsAWholeWhenAPartOfItFails) {
+    PrivateHives hives;
+    const auto contents = [] { return RegistryText(HKEY_CURRENT_USER, L""); };
+    const std::wstring tree = L"Software\\Classes\\CLSID\\{ours}";
+    hives.Store(HKEY_CURRENT_USER, tree.c_str(), L"Old", 7);
+    hives.Store(HKEY_CURRENT_USER, (tree + L"\\InprocServer32").c_str(), nullptr, std::wstring(L"old.ocx"));
+    const std::wstring before = contents();
+
+    {
+        RegistryTransaction registry(RegistrationScope::User);
+        EXPECT_EQ(registry.Set(L"CLSID\\{ours}", L"InprocServer32", nullptr, L"new.ocx"), S_OK);
+        EXPECT_EQ(registry.Set(L"CLSID\\{ours}", L"New", L"Name", L"value"), S_OK);
+        EXPECT_EQ(registry.Set(L"TypeLib\\{ours}", L"1.0", nullptr, L"library"), S_OK);
+        EXPECT_NE(contents(), before);
+        EXPECT_HRESULT_FAILED(
+            registry.Set(L"Ours.Class", std::wstring(300, L'k'), nullptr, L"too long a name"));
+    }
+    EXPECT_EQ(contents(), before);
+    {
+        RegistryTransaction registry(RegistrationScope::User);
+        EXPECT_EQ(registry.Remove(L"CLSID\\{ours}"), S_OK);
+        EXPECT_NE(contents(), before);
+    }
+    EXPECT_EQ(contents(), before);
+    {
+        RegistryTransaction registry(RegistrationScope::User);
+        EXPECT_EQ(registry.Set(L"TypeLib\\{ours}", L"1.0", nullptr, L"library"), S_OK);
+        registry.Commit();
+    }
+    EXPECT_NE(contents(), before);
+    RegistryTransaction registry(RegistrationScope::User);
+    EXPECT_EQ(registry.Remove(L"TypeLib\\{ours}"), S_OK);
+    EXPECT_EQ(contents(), before);
 }
 
 // ---- The window class
