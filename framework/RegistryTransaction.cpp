@@ -120,7 +120,7 @@ void RegistryTransaction::Write(HKEY parent, const Key& key) {
         Write(made.Get(), below);
 }
 
-void RegistryTransaction::RemoveEmptyParents(const std::wstring& tree) const noexcept {
+void RegistryTransaction::RemoveEmptyParents(const std::wstring& tree) const {
     for (std::size_t end = tree.rfind(L'\\'); end != std::wstring::npos; end = tree.rfind(L'\\', end - 1)) {
         const std::wstring parent = Path(tree.substr(0, end));
         DWORD keys = 0;

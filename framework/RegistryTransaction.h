@@ -56,7 +56,7 @@ class RegistryTransaction {
     std::wstring Path(const std::wstring& below) const;
     /// Remembers how the tree was before its first change.
     LSTATUS Remember(const std::wstring& tree);
-    void RemoveEmptyParents(const std::wstring& tree) const noexcept;
+    void RemoveEmptyParents(const std::wstring& tree) const;
 
     const HKEY m_hive;
     std::vector<Before> m_before;
