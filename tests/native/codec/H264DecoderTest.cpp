@@ -184,6 +184,26 @@ TEST(H264Decoder, OpensAtKeyFramesOnly) {
     EXPECT_EQ(SumOf(picture), LoadReferences("h264_baseline_64x48")[8]);
 }
 
+TEST(H264Decoder, HigherSpeedsLeaveOutWhatTheTableSays) {
+    // Groups of 20 with three B-frames in a row, the middle one of which is referred to.
+    const std::vector<Bytes> packets = LoadPackets("h264_main_b_352x288");
+    const std::vector<Reference> exact = LoadReferences("h264_main_b_352x288");
+    std::vector<std::size_t> pictures;
+    for (int speed = 0; speed <= 7; ++speed) {
+        H264Decoder decoder;
+        decoder.SetSpeed(speed);
+        ASSERT_EQ(Open(decoder, packets[0]), Status::kOk);
+        const Decoded decoded = DecodeAll(decoder, packets);
+        pictures.push_back(decoded.sums.size());
+        EXPECT_EQ(decoded.sums == exact, speed == 0) << "speed " << speed;
+    }
+    for (std::size_t speed = 0; speed <= 4; ++speed)
+        EXPECT_EQ(pictures[speed], packets.size()) << "speed " << speed;
+    EXPECT_LT(pictures[5], pictures[4]);
+    EXPECT_LT(pictures[6], pictures[5]);
+    EXPECT_EQ(pictures[7], 2u);
+}
+
 TEST(H264Decoder, DamageLeavesTheGroupsAroundItWhole) {
     // Two groups of 20 with B-frames: those that wait for their turn at the second key frame must not be
     // lost.

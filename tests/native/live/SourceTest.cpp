@@ -149,5 +149,25 @@ TEST_F(Source, ANewSenderIsBelievedWithItsSecondPacket) {
     EXPECT_EQ(consumer->frames, units({1, 2, 3, 4, 5})) << "and nothing of it is lost";
     EXPECT_EQ(source->receptionStats().lost(), 0);
 }
+
+TEST_F(Source, SaysWhatIsMissingWithTheFrameBehindIt) {
+    std::vector<bool> damaged;
+    play();
+    const auto take = [&] { damaged.push_back(source->damagedBefore()); };
+    receive(unit(1)), take();
+    ++next;  // lost
+    receive(unit(2)), take();
+    receive(unit(3)), take();
+    Packet cut;
+    cut.payload = {0x7C, 0x85, 1};  // begins a fragmented unit whose end never comes
+    receive(cut);
+    receive(unit(4)), take();
+    next = 7000;
+    receive(unit(5), 2), receive(unit(6), 2), take();
+    receive(unit(7), 2), take();
+    EXPECT_EQ(consumer->frames, units({1, 2, 3, 4, 5, 6, 7}));
+    EXPECT_EQ(damaged, (std::vector<bool>{false, true, false, true, false, false}));
+}
+
 }  // namespace
 }  // namespace live_test

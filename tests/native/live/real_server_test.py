@@ -8,6 +8,7 @@ Ends with 77 (skipped) where GStreamer's server or FFmpeg isn't installed."""
 import concurrent.futures
 import os
 import re
+import socket
 import struct
 import subprocess
 import sys
@@ -90,9 +91,18 @@ def start_feeding(media, names):
         source.connect("need-data", need)
 
 
-def make_server():
+def has_address(address):
+    try:
+        with socket.socket(socket.AF_INET6) as probe:
+            probe.bind((address, 0))
+    except OSError:
+        return False
+    return True
+
+
+def make_server(address):
     server = GstRtspServer.RTSPServer()
-    server.set_address("127.0.0.1")
+    server.set_address(address)
     server.set_service("0")
     for mount, names in MOUNTS.items():
         factory = GstRtspServer.RTSPMediaFactory()
@@ -172,16 +182,20 @@ try:
 except (OSError, subprocess.CalledProcessError) as missing:
     print(f"skipped: no test clips ({missing}); see docs/live.md for the packages")
     sys.exit(SKIPPED)
-server = make_server()
+servers = {"127.0.0.1": make_server("127.0.0.1")}
+CASES = [(transport, "127.0.0.1", mount) for transport in ("udp", "tcp", "http") for mount in MOUNTS]
+if has_address("::1"):
+    servers["[::1]"] = make_server("::1")
+    CASES += [(transport, "[::1]", "/h264") for transport in ("tcp", "http")]
+else:
+    print("skipped: IPv6, which this machine does not have")
 threading.Thread(target=GLib.MainLoop().run, daemon=True).start()
-
-CASES = [(transport, mount) for transport in ("udp", "tcp", "http") for mount in MOUNTS]
 
 
 def run_case(case):
-    transport, mount = case
-    port = server.get_bound_port()
-    return check(transport, f"rtsp://127.0.0.1:{port}{mount}", mount, ["-t", transport, "-p", str(port)])
+    transport, host, mount = case
+    port = servers[host].get_bound_port()
+    return check(f"{transport} {host}", f"rtsp://{host}:{port}{mount}", mount, ["-t", transport, "-p", str(port)])
 
 
 # Most of the time goes by waiting for the stream.

