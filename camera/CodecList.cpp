@@ -20,11 +20,13 @@ struct CodecName {
     VideoCodec codec;
 };
 constexpr CodecName kNames[] = {
-    {"h264", VideoCodec::H264},  {"mp4v", VideoCodec::Mpeg4},  {"mpeg4", VideoCodec::Mpeg4},
-    {"mjpg", VideoCodec::Mjpeg}, {"mjpeg", VideoCodec::Mjpeg}, {"jpeg", VideoCodec::Mjpeg},
+    {"h264", VideoCodec::H264},   {"h265", VideoCodec::H265},   {"hevc", VideoCodec::H265},
+    {"mp4v", VideoCodec::Mpeg4},  {"mpeg4", VideoCodec::Mpeg4}, {"mjpg", VideoCodec::Mjpeg},
+    {"mjpeg", VideoCodec::Mjpeg}, {"jpeg", VideoCodec::Mjpeg},
 };
-constexpr std::uint8_t kAllCodecs = Bit(VideoCodec::H264) | Bit(VideoCodec::Mpeg4) | Bit(VideoCodec::Mjpeg);
-constexpr std::array kPreference{VideoCodec::H264, VideoCodec::Mpeg4, VideoCodec::Mjpeg};
+constexpr std::array kPreference{VideoCodec::H264, VideoCodec::H265, VideoCodec::Mpeg4, VideoCodec::Mjpeg};
+constexpr std::uint8_t kAllCodecs =
+    Bit(VideoCodec::H264) | Bit(VideoCodec::H265) | Bit(VideoCodec::Mpeg4) | Bit(VideoCodec::Mjpeg);
 
 std::uint8_t ParseCodec(std::string_view text) {
     for (const CodecName& known : kNames) {

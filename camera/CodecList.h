@@ -35,7 +35,7 @@ struct StreamSelection {
 };
 
 /// The nearest selection that the camera has: channel and stream within its numbers; the codec if the stream
-/// offers it, else the first of H.264, MPEG-4, Motion JPEG. Where no codec is known, it stays.
+/// offers it, else the first of H.264, H.265, MPEG-4, Motion JPEG. Where no codec is known, it stays.
 StreamSelection SelectStream(const CodecList& list, StreamSelection wanted);
 
 }  // namespace norix

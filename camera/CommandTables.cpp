@@ -26,6 +26,8 @@ std::string CodecSuffix(VideoCodec codec) {
             return "_mjpg";
         case VideoCodec::H264:
             return "_h264";
+        case VideoCodec::H265:
+            return "_h265";
         default:
             return "";
     }

@@ -1,76 +1,10 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <vector>
-
-#include "codec/Status.h"
+#include "codec/NalHeaders.h"
 
 namespace codec {
 
-// The part of H.264 (ITU-T H.264, clause 7.3) that has to be known before a decoder may see the stream, or a
-// file can say how large its pictures are. Input is Annex B.
-
-/// Sequence parameter set: what the pictures that refer to it are like.
-struct H264Sps {
-    int id = 0;
-    int width = 0;  ///< as shown, without what is cut off
-    int height = 0;
-    int codedWidth = 0;  ///< as decoded, whole macroblocks
-    int codedHeight = 0;
-    std::uint64_t decoding = 0;  ///< a checksum of all that decoding depends on: no colours, no timing
-};
-
-/// Reads the set whose NAL header byte is at `nal`. kBadData when truncated or senseless, kUnsupported for
-/// sizes beyond kMaxDimension and for pictures most of which is cut off; the size is set then, too, unless it
-/// is beyond all sense.
-Status ParseH264Sps(const std::uint8_t* nal, std::size_t size, H264Sps* sps);
-
-/// What an access unit, or a piece of one, is made of, up to its first slice.
-struct H264Unit {
-    struct Nal {
-        const std::uint8_t* data = nullptr;  ///< its header byte
-        std::size_t size = 0;
-    };
-    static constexpr std::size_t kMostSets = 16;
-
-    Nal sets[kMostSets];  ///< its first parameter sets; a unit with more is no sane one
-    std::size_t setCount = 0;
-    Nal slice;               ///< none: data is null
-    bool idr = false;        ///< begins an IDR picture
-    bool begins = false;     ///< its first slice is a picture's first
-    bool continues = false;  ///< its first slice is a later one: the unit is a piece of a picture
-};
-H264Unit InspectH264(const std::uint8_t* data, std::size_t size);
-
-/// The latest parameter sets of a stream, one of each kind and number. They outlive decoders: a camera may
-/// send them once.
-class H264ParameterSets {
-  public:
-    /// Keeps the unit's sets. kUnsupported, and nothing kept, when one announces a size that nothing here
-    /// decodes; damaged ones are passed over; kOutOfMemory.
-    Status Take(const H264Unit& unit);
-
-    /// Another value when what decoding depends on has changed in a sequence parameter set, or one was added.
-    std::uint64_t Decoding() const;
-
-    /// The set that the unit's first slice refers to; null when there is no slice, or the sets are not known.
-    const H264Sps* SpsOf(const H264Unit& unit) const;
-
-    /// All of them as Annex B, sequence parameter sets first. Throws std::bad_alloc.
-    std::vector<std::uint8_t> AnnexB() const;
-
-  private:
-    struct Set {
-        unsigned type = 0;
-        int id = 0;
-        H264Sps sps;    ///< of a sequence parameter set
-        int spsId = 0;  ///< of a picture parameter set
-        std::vector<std::uint8_t> nal;
-    };
-    const Set* Find(unsigned type, int id) const;
-
-    std::vector<Set> m_sets;
-};
+/// Reads the H.264 set (ITU-T H.264, 7.3.2.1) whose NAL header byte is at `nal`; see ParseSps.
+Status ParseH264Sps(const std::uint8_t* nal, std::size_t size, NalSps* sps);
 
 }  // namespace codec

@@ -2,6 +2,7 @@
 
 extern "C" {
 #include <libavutil/error.h>
+#include <libavutil/imgutils.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -17,7 +18,29 @@ int GetBoundedBuffer(AVCodecContext* context, AVFrame* frame, int flags) {
     // max_pixels bounds the area only. Coded sizes are rounded up to whole macroblocks.
     constexpr int kMaxCoded = kMaxDimension + 16;
     if (frame->width > kMaxCoded || frame->height > kMaxCoded) return AVERROR(EINVAL);
-    return avcodec_default_get_buffer2(context, frame, flags);
+    const int result = avcodec_default_get_buffer2(context, frame, flags);
+    auto* const watch = static_cast<SliceWatch*>(context->opaque);
+    if (result < 0 || !watch || !watch->replacesMissing || ++watch->pictures == 1) return result;
+    watch->damaged.store(true, std::memory_order_relaxed);
+    if (watch->madeUpCount < SliceWatch::kMostMadeUp) {
+        SliceWatch::MadeUp& madeUp = watch->madeUp[watch->madeUpCount++];
+        std::copy_n(frame->data, std::size(madeUp.planes), madeUp.planes);
+        std::copy_n(frame->linesize, std::size(madeUp.strides), madeUp.strides);
+    }
+    return result;
+}
+
+void ReplaceMissing(AVCodecContext* context, SliceWatch& watch) {
+    const AVFrame* const last = watch.last;
+    const bool fits = last && last->data[0] && last->format == context->pix_fmt &&
+                      last->width <= context->coded_width && last->height <= context->coded_height;
+    for (int i = 0; i < watch.madeUpCount && fits; ++i) {
+        const std::uint8_t* planes[4];
+        std::copy_n(last->data, std::size(planes), planes);
+        av_image_copy(watch.madeUp[i].planes, watch.madeUp[i].strides, planes, last->linesize,
+                      context->pix_fmt, last->width, last->height);
+    }
+    watch.madeUpCount = 0;
 }
 
 /// Asked when a stream's format is known and nothing has been allocated for it.
@@ -27,16 +50,30 @@ AVPixelFormat ChooseBoundedFormat(AVCodecContext* context, const AVPixelFormat* 
     return avcodec_default_get_format(context, formats);
 }
 
+void NoteResults(SliceWatch& watch, const int* results, int count) {
+    if (results && std::any_of(results, results + std::max(count, 0), [](int each) { return each < 0; }))
+        watch.damaged.store(true, std::memory_order_relaxed);
+}
+
 /// Runs the slices of a picture as the library would, and looks at what each of them came to.
 int ExecuteWatched(AVCodecContext* context, int (*job)(AVCodecContext*, void*), void* jobs, int* results,
                    int count, int size) {
     auto* const watch = static_cast<SliceWatch*>(context->opaque);
     constexpr int kMostJobs = 64;
     int own[kMostJobs] = {};
-    const bool watched = !results && count <= kMostJobs;
-    const int result = watch->execute(context, job, jobs, watched ? own : results, count, size);
-    if (watched && std::any_of(own, own + std::max(count, 0), [](int each) { return each < 0; }))
-        watch->damaged.store(true, std::memory_order_relaxed);
+    if (watch->madeUpCount > 0) ReplaceMissing(context, *watch);
+    if (!results && count <= kMostJobs) results = own;
+    const int result = watch->execute(context, job, jobs, results, count, size);
+    NoteResults(*watch, results, count);
+    return result;
+}
+
+int Execute2Watched(AVCodecContext* context, int (*job)(AVCodecContext*, void*, int, int), void* jobs,
+                    int* results, int count) {
+    auto* const watch = static_cast<SliceWatch*>(context->opaque);
+    if (watch->madeUpCount > 0) ReplaceMissing(context, *watch);
+    const int result = watch->execute2(context, job, jobs, results, count);
+    NoteResults(*watch, results, count);
     return result;
 }
 
@@ -86,6 +123,8 @@ void WatchSlices(AVCodecContext* context, SliceWatch* watch) {
     watch->execute = context->execute;
     context->opaque = watch;
     context->execute = ExecuteWatched;
+    watch->execute2 = context->execute2;
+    context->execute2 = Execute2Watched;
 }
 
 void LimitPixels(AVCodecContext* context, std::int64_t pixels) {

@@ -59,6 +59,22 @@ class InputPacket {
 struct SliceWatch {
     std::atomic<bool> damaged{false};  ///< set by the decoder's threads
     int (*execute)(AVCodecContext*, int (*)(AVCodecContext*, void*), void*, int*, int, int) = nullptr;
+    int (*execute2)(AVCodecContext*, int (*)(AVCodecContext*, void*, int, int), void*, int*, int) = nullptr;
+
+    /// H.265: the library takes a grey picture for each one that is missing. It asks for their memory behind
+    /// that of the picture at hand; before its slices are decoded they become what was decoded last.
+    struct MadeUp {
+        std::uint8_t* planes[4];
+        int strides[4];
+    };
+    static constexpr int kMostMadeUp = 16;
+    bool replacesMissing = false;
+    const AVFrame* last = nullptr;  ///< not owned; may be null or empty
+    int pictures = 0;               ///< since the packet began
+    int madeUpCount = 0;
+    MadeUp madeUp[kMostMadeUp] = {};
+    /// Before each packet.
+    void BeginPacket() { pictures = madeUpCount = 0; }
 };
 
 /// Refuses pictures of more than `pixels`, as shown, whatever way a stream announces them: before the library
@@ -69,9 +85,9 @@ void LimitPixels(AVCodecContext* context, std::int64_t pixels);
 /// out of memory. It is not opened yet. Its `opaque` belongs to WatchSlices.
 AvPtr<AVCodecContext> NewVideoContext(const AVCodec* decoder);
 
-/// Has `*damaged` set whenever a slice can't be decoded to its end: the library conceals that, and where
-/// several slices are decoded at once it keeps their results to itself. Call it once the context is open,
-/// with a flag that outlives it.
+/// Has `*damaged` set whenever a slice can't be decoded to its end, or a picture is missing that others refer
+/// to: the library conceals that, and where several slices are decoded at once it keeps their results to
+/// itself. Call it once the context is open, with a flag that outlives it.
 void WatchSlices(AVCodecContext* context, SliceWatch* watch);
 
 /// Gives the library parameter sets as what goes before the stream; before the context is opened. False when

@@ -11,6 +11,14 @@
 #include "util/Log.h"
 
 namespace norix {
+namespace {
+
+RecordMedia MediaOf(VideoCodec codec) {
+    if (codec == VideoCodec::H264) return RecordMedia::VideoH264;
+    return codec == VideoCodec::H265 ? RecordMedia::VideoH265 : RecordMedia::VideoMpeg4OrMjpeg;
+}
+
+}  // namespace
 
 // Marks an insert operation as under way, for WaitForInserts.
 class CCtrlParam::InsertScope {
@@ -188,9 +196,7 @@ int CCtrlParam::InsertFrameToVideoBuffer(const std::uint8_t* data, std::size_t s
     streamForm.Set(parsed.headerLength != 0 ? StreamForm::WithHeader : StreamForm::Bare);
 
     if (const auto recorder = m_recorder.Get()) {
-        recorder->RecMedia(
-            codec == VideoCodec::H264 ? RecordMedia::VideoH264 : RecordMedia::VideoMpeg4OrMjpeg, data, size,
-            pts);
+        recorder->RecMedia(MediaOf(codec), data, size, pts);
     }
     m_events.Report(parsed, window);
     if (notifyVideoData.Get()) SendNewFrame(payload, payloadSize, isPFrame, parsed.signal);

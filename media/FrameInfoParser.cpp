@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <span>
 
-#include "util/H264Syntax.h"
+#include "util/H265Syntax.h"
 
 namespace norix {
 namespace {
 
 namespace h264 = util::h264;
+namespace h265 = util::h265;
 
 using Bytes = std::span<const std::uint8_t>;
 
@@ -137,15 +138,31 @@ void ReadSei(Bytes messages, ParsedFrameInfo& out) {
     });
 }
 
-void SearchH264(Bytes frame, ParsedFrameInfo& out) {
+// Searches units up to the first slice; `kind` says what one with that first byte is.
+enum class Unit { Slice, Messages, Other };
+
+Unit H264Kind(std::uint8_t header) {
+    const unsigned type = h264::TypeOf(header);
+    if (type == h264::kSlice || type == h264::kIdrSlice) return Unit::Slice;
+    return type == h264::kSei ? Unit::Messages : Unit::Other;
+}
+
+Unit H265Kind(std::uint8_t header) {
+    const unsigned type = h265::TypeOf(header);
+    if (h265::IsSlice(type)) return Unit::Slice;
+    return type == h265::kPrefixSei ? Unit::Messages : Unit::Other;
+}
+
+void SearchUnits(Bytes frame, Unit (*kind)(std::uint8_t), std::size_t headerSize, ParsedFrameInfo& out) {
     std::array<std::uint8_t, 2 * kSectionMax> buffer;
     std::size_t start = h264::NextStartCode(frame, 0);
     while (start + 4 <= frame.size()) {
-        const unsigned type = h264::TypeOf(frame[start + 3]);
-        if (type == h264::kSlice || type == h264::kIdrSlice) return;
+        const Unit unit = kind(frame[start + 3]);
+        if (unit == Unit::Slice) return;
         const std::size_t end = h264::NextStartCode(frame, start + 3);
-        if (type == h264::kSei) {
-            ReadSei(h264::Unescape(frame.subspan(start + 4, end - (start + 4)), buffer), out);
+        const std::size_t messages = start + 3 + headerSize;
+        if (unit == Unit::Messages && messages < end) {
+            ReadSei(h264::Unescape(frame.subspan(messages, end - messages), buffer), out);
             if (out.hasInformation) return;
         }
         start = end;
@@ -178,7 +195,8 @@ ParsedFrameInfo ParseFrameInfo(VideoCodec codec, const std::uint8_t* data, std::
         return out;
     }
     const Bytes head = frame.first(std::min(frame.size(), kSearchLimit));
-    if (codec == VideoCodec::H264) SearchH264(head, out);
+    if (codec == VideoCodec::H264) SearchUnits(head, H264Kind, 1, out);
+    if (codec == VideoCodec::H265) SearchUnits(head, H265Kind, h265::kHeaderSize, out);
     if (codec == VideoCodec::Mpeg4) SearchMpeg4(head, out);
     return out;
 }

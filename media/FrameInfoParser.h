@@ -1,7 +1,7 @@
 #pragma once
 
-// Reads what a camera says about a frame: from its header before the frame, or from inside an H.264 or MPEG-4
-// frame. Pure; safe for any bytes. The format is described in docs/camera-interface.md.
+// Reads what a camera says about a frame: from its header before the frame, or from inside an H.264, H.265
+// or MPEG-4 frame. Pure; safe for any bytes. The format is described in docs/camera-interface.md.
 
 #include <array>
 #include <cstddef>

@@ -10,6 +10,7 @@ enum class RecordMedia : std::uint8_t {
     Audio = 0,
     VideoMpeg4OrMjpeg = 96,
     VideoH264 = 97,
+    VideoH265 = 98,
 };
 
 /// Where the insert operations offer every received frame before any drop rule. Called on the receiving

@@ -1,13 +1,13 @@
 #pragma once
 
 // The numbers by which a connection names its codecs, media, way and status. They are those of the type
-// library.
+// library, but for H.265: its enumeration stays as hosts know it, and 8 goes on where it ends.
 
 #include <cstdint>
 
 namespace norix {
 
-enum class VideoCodec : std::int32_t { None = 0, Mpeg4 = 1, Mjpeg = 2, H264 = 4 };
+enum class VideoCodec : std::int32_t { None = 0, Mpeg4 = 1, Mjpeg = 2, H264 = 4, H265 = 8 };
 enum class AudioCodec : std::int32_t { None = 0, Pcmu = 1, Aac = 2, Pcm = 3 };
 enum class MediaType : std::int32_t { AudioVideo = 0, Video = 1, Audio = 2 };
 

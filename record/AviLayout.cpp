@@ -24,6 +24,8 @@ VideoTags TagsOf(VideoCodec codec) {
             return {FourCc("MJPG"), FourCc("MJPG")};
         case VideoCodec::H264:
             return {FourCc("H264"), FourCc("H264")};
+        case VideoCodec::H265:
+            return {FourCc("HEVC"), FourCc("HEVC")};
         case VideoCodec::None:
             break;
     }

@@ -4,86 +4,139 @@
 #include <array>
 #include <utility>
 
-#include "codec/H264Headers.h"
 #include "codec/Mpeg4Headers.h"
-#include "util/H264Syntax.h"
+#include "codec/NalHeaders.h"
+#include "util/H265Syntax.h"
 
 namespace norix {
 namespace {
 
+namespace h265 = util::h265;
 using namespace util::h264;
+using codec::NalCodec;
 
 constexpr std::size_t kParametersMax = 4096;  // longer ones are no camera's
 
-bool IsSlice(unsigned type) {
-    return type == kSlice || type == kPartitionA || type == kIdrSlice;
+bool IsNal(VideoCodec codec) {
+    return codec == VideoCodec::H264 || codec == VideoCodec::H265;
 }
 
-// Calls `take(type, unit, start)` for every NAL unit up to and with the first slice; of that one the
+/// What a unit is, in terms of both standards.
+enum class Unit { Other, Vps, Sps, Pps, Sei, Slice };
+Unit UnitOf(NalCodec codec, std::uint8_t header) {
+    if (codec == NalCodec::kH265) {
+        const unsigned type = h265::TypeOf(header);
+        return h265::IsSlice(type)        ? Unit::Slice
+               : type == h265::kVps       ? Unit::Vps
+               : type == h265::kSps       ? Unit::Sps
+               : type == h265::kPps       ? Unit::Pps
+               : type == h265::kPrefixSei ? Unit::Sei
+                                          : Unit::Other;
+    }
+    switch (TypeOf(header)) {
+        case kSlice:
+        case kPartitionA:
+        case kIdrSlice:
+            return Unit::Slice;
+        case kSps:
+            return Unit::Sps;
+        case kPps:
+            return Unit::Pps;
+        case kSei:
+            return Unit::Sei;
+        default:
+            return Unit::Other;
+    }
+}
+
+// Calls `take(kind, unit, start)` for every NAL unit up to and with the first slice; of that one the
 // beginning only, because looking for its end would mean to read the whole picture. `start` is where its
 // start code is.
 template <class Take>
-void ForEachNal(RecordBytes frame, Take&& take) {
+void ForEachNal(NalCodec codec, RecordBytes frame, Take&& take) {
     constexpr std::size_t kStartCode = 3;
     constexpr std::size_t kSliceBegin = 32;
     std::size_t start = NextStartCode(frame, 0);
     while (start + kStartCode < frame.size()) {
         const std::size_t begin = start + kStartCode;
-        const unsigned type = TypeOf(frame[begin]);
-        if (IsSlice(type)) {
-            take(type, frame.subspan(begin, std::min(kSliceBegin, frame.size() - begin)), start);
+        const Unit kind = UnitOf(codec, frame[begin]);
+        if (kind == Unit::Slice) {
+            take(kind, frame.subspan(begin, std::min(kSliceBegin, frame.size() - begin)), start);
             return;
         }
         const std::size_t next = NextStartCode(frame, begin);
-        take(type, frame.subspan(begin, next - begin), start);
+        take(kind, frame.subspan(begin, next - begin), start);
         start = next;
     }
 }
 
-bool HasRecoveryPoint(RecordBytes sei) {
+bool HasRecoveryPoint(NalCodec codec, RecordBytes sei) {
+    const std::size_t header = codec == NalCodec::kH265 ? h265::kHeaderSize : 1;
+    if (sei.size() <= header) return false;
     std::array<std::uint8_t, 256> plain;
     bool found = false;
-    ForEachSeiMessage(Unescape(sei.subspan(1), plain), [&found](std::uint32_t type, RecordBytes) {
+    ForEachSeiMessage(Unescape(sei.subspan(header), plain), [&found](std::uint32_t type, RecordBytes) {
         found = type == kRecoveryPoint;
         return found;
     });
     return found;
 }
 
-VideoFacts InspectH264(RecordBytes frame) {
+// Of the picture's slice: whether it goes on with the picture before, and needs no other.
+struct SliceFacts {
+    bool continues = false;
+    bool key = false;
+    bool intra = false;  // H.264
+};
+SliceFacts ReadSlice(NalCodec codec, RecordBytes unit) {
+    SliceFacts facts;
+    if (codec == NalCodec::kH265) {
+        const auto begin = h265::ReadSliceBegin(unit);
+        facts.continues = begin && !begin->firstOfPicture;
+        facts.key = h265::IsIrap(h265::TypeOf(unit[0]));
+        return facts;
+    }
+    std::array<std::uint8_t, 32> plain;
+    util::BitReader bits(plain.data(), Unescape(unit.subspan(1), plain).size());
+    facts.continues = ReadUe(bits).value_or(0) != 0;
+    const unsigned kind = ReadUe(bits).value_or(0) % 5;
+    facts.intra = kind == 2 || kind == 4;  // I, SI
+    facts.key = TypeOf(unit[0]) == kIdrSlice;
+    return facts;
+}
+
+VideoFacts InspectNal(NalCodec codec, RecordBytes frame) {
     VideoFacts facts;
+    bool vps = codec == NalCodec::kH264;  // which has none
     bool sps = false;
     bool pps = false;
     bool recovery = false;
-    bool intra = false;
-    unsigned slice = 0;
-    ForEachNal(frame, [&](unsigned type, RecordBytes unit, std::size_t) {
-        pps = pps || type == kPps;
-        if (type == kSps) {
+    SliceFacts slice;
+    facts.hasPicture = false;
+    ForEachNal(codec, frame, [&](Unit kind, RecordBytes unit, std::size_t) {
+        vps = vps || kind == Unit::Vps;
+        pps = pps || kind == Unit::Pps;
+        if (kind == Unit::Sps) {
             sps = true;
-            codec::H264Sps parsed;
-            if (codec::ParseH264Sps(unit.data(), unit.size(), &parsed) == codec::Status::kBadData) return;
+            codec::NalSps parsed;
+            if (codec::ParseSps(codec, unit.data(), unit.size(), &parsed) == codec::Status::kBadData) return;
             facts.width = static_cast<std::uint32_t>(parsed.width);
             facts.height = static_cast<std::uint32_t>(parsed.height);
-        } else if (type == kSei) {
-            recovery = recovery || HasRecoveryPoint(unit);
-        } else if (IsSlice(type)) {
-            std::array<std::uint8_t, 32> plain;
-            util::BitReader bits(plain.data(), Unescape(unit.subspan(1), plain).size());
-            facts.continues = ReadUe(bits).value_or(0) != 0;
-            const unsigned kind = ReadUe(bits).value_or(0) % 5;
-            intra = kind == 2 || kind == 4;  // I, SI
-            slice = type;
+        } else if (kind == Unit::Sei) {
+            recovery = recovery || HasRecoveryPoint(codec, unit);
+        } else if (kind == Unit::Slice) {
+            slice = ReadSlice(codec, unit);
+            facts.hasPicture = true;
         }
     });
     facts.hasParameters = sps || pps;
-    facts.complete = sps && pps;
-    facts.hasPicture = slice != 0;
+    facts.complete = vps && sps && pps;
+    facts.continues = slice.continues;
     if (!facts.hasPicture) {
         // Parameters alone: the picture that they are for comes in the next frame.
         facts.keyFrame = sps;
     } else if (!facts.continues) {
-        facts.keyFrame = slice == kIdrSlice || recovery || (sps && intra);
+        facts.keyFrame = slice.key || recovery || (sps && slice.intra);
     }
     return facts;
 }
@@ -134,7 +187,9 @@ VideoFacts InspectJpeg(RecordBytes frame) {
 VideoFacts InspectVideo(VideoCodec codec, RecordBytes frame) {
     switch (codec) {
         case VideoCodec::H264:
-            return InspectH264(frame);
+            return InspectNal(NalCodec::kH264, frame);
+        case VideoCodec::H265:
+            return InspectNal(NalCodec::kH265, frame);
         case VideoCodec::Mpeg4:
             return InspectMpeg4(frame);
         case VideoCodec::Mjpeg:
@@ -146,8 +201,14 @@ VideoFacts InspectVideo(VideoCodec codec, RecordBytes frame) {
 
 void ParameterSets::Reset() {
     m_codec = VideoCodec::None;
+    m_vps.clear();
     m_first.clear();
     m_second.clear();
+}
+
+bool ParameterSets::Complete() const {
+    return !m_first.empty() && (!IsNal(m_codec) || !m_second.empty()) &&
+           (m_codec != VideoCodec::H265 || !m_vps.empty());
 }
 
 void ParameterSets::Remember(VideoCodec codec, RecordBytes frame) {
@@ -165,17 +226,22 @@ void ParameterSets::Remember(VideoCodec codec, RecordBytes frame) {
         std::size_t end = NextStartCode(frame, layout.vol + 3);
         end = std::min(end, layout.vop);
         keep(frame.first(end), m_first);
-    } else if (codec == VideoCodec::H264) {
+    } else if (IsNal(codec)) {
         bool fresh = false;
-        ForEachNal(frame, [&](unsigned type, RecordBytes unit, std::size_t start) {
-            if (type != kSps && type != kPps) return;
+        const NalCodec syntax = codec == VideoCodec::H265 ? NalCodec::kH265 : NalCodec::kH264;
+        ForEachNal(syntax, frame, [&](Unit kind, RecordBytes unit, std::size_t start) {
+            if (kind != Unit::Vps && kind != Unit::Sps && kind != Unit::Pps) return;
             // Zeros before the next start code belong to that one.
             std::size_t length = unit.size();
             while (length > 0 && unit[length - 1] == 0)
                 --length;
             constexpr std::size_t kStartCode = 3;
             const RecordBytes bytes = frame.subspan(start, kStartCode + length);
-            if (type == kSps) {
+            if (kind == Unit::Vps) {
+                keep(bytes, m_vps);
+                return;
+            }
+            if (kind == Unit::Sps) {
                 keep(bytes, m_first);
                 fresh = true;
                 return;
@@ -192,9 +258,9 @@ void ParameterSets::Remember(VideoCodec codec, RecordBytes frame) {
 }
 
 void ParameterSets::AppendTo(std::vector<std::uint8_t>& frame) const {
-    for (const auto* const part : {&m_first, &m_second}) {
+    for (const auto* const part : {&m_vps, &m_first, &m_second}) {
         if (part->empty()) continue;
-        if (m_codec == VideoCodec::H264) frame.push_back(0);
+        if (IsNal(m_codec)) frame.push_back(0);
         frame.insert(frame.end(), part->begin(), part->end());
     }
 }

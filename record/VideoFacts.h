@@ -12,7 +12,7 @@ namespace norix {
 
 struct VideoFacts {
     bool keyFrame = false;       // decoding can start here, given the parameters
-    bool hasParameters = false;  // it brings some: SPS, PPS (H.264), VOL (MPEG-4)
+    bool hasParameters = false;  // it brings some: parameter sets (H.264, H.265), VOL (MPEG-4)
     bool complete = false;       // it brings all that a decoder needs
     bool hasPicture = true;      // false: nothing but parameters and messages
     bool continues = false;      // H.264: a further slice of the picture before
@@ -29,13 +29,14 @@ class ParameterSets {
     /// Takes what the frame brings of them. Allocates only when they grow.
     void Remember(VideoCodec codec, RecordBytes frame);
     /// Whether a decoder could start with these.
-    bool Complete() const { return !m_first.empty() && (m_codec != VideoCodec::H264 || !m_second.empty()); }
+    bool Complete() const;
     /// In the form of a frame's beginning.
     void AppendTo(std::vector<std::uint8_t>& frame) const;
-    std::size_t Size() const { return m_first.size() + m_second.size(); }
+    std::size_t Size() const { return m_vps.size() + m_first.size() + m_second.size(); }
 
   private:
     VideoCodec m_codec = VideoCodec::None;
+    std::vector<std::uint8_t> m_vps;     // H.265
     std::vector<std::uint8_t> m_first;   // SPS, or everything up to and with the VOL
     std::vector<std::uint8_t> m_second;  // PPS, one behind the other
 };

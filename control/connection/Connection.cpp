@@ -28,7 +28,7 @@ constexpr unsigned kStepLimitMs = 20000;
 /// The user's setting prefers a codec: one of VideoCodec's numbers.
 bool IsPreference(std::uint32_t videoOption) {
     const auto codec = static_cast<VideoCodec>(videoOption);
-    return codec == VideoCodec::Mpeg4 || codec == VideoCodec::Mjpeg;
+    return codec == VideoCodec::Mpeg4 || codec == VideoCodec::Mjpeg || codec == VideoCodec::H265;
 }
 
 VideoCodec PreferredCodec(std::uint32_t videoOption) {

@@ -29,6 +29,7 @@ std::string BuildStreamUri(const StreamRequest& request) {
     if (request.channel != 0) uri += "_ch" + std::to_string(request.channel);
     if (request.stream != 0) uri += "_stream" + std::to_string(request.stream);
     if (request.codec == VideoCodec::H264) uri += "_h264";
+    if (request.codec == VideoCodec::H265) uri += "_h265";
     if (request.codec == VideoCodec::Mjpeg) uri += "_mjpg";
     return uri;
 }

@@ -7,7 +7,7 @@
 
 #include "media/CtrlParam.h"
 #include "protocol/Text.h"
-#include "util/H264Syntax.h"
+#include "util/H265Syntax.h"
 #include "util/Log.h"
 
 namespace norix {
@@ -36,14 +36,15 @@ DummySink::DummySink(UsageEnvironment& env, MediaSubsession& subsession, unsigne
       m_bufferSize(receiveBufferSize),
       m_header(m_kind == Kind::Mpeg4 ? ConfigOf(subsession) : std::vector<std::uint8_t>()),
       m_buffer(std::make_unique_for_overwrite<std::uint8_t[]>(m_header.size() + receiveBufferSize)),
-      m_assembler(m_kind == Kind::H264 ? receiveBufferSize : 0) {
-    if (m_kind == Kind::H264) PrependParameterSets();
+      m_assembler(IsNal() ? receiveBufferSize : 0, m_kind == Kind::H265 ? NalSyntax::H265 : NalSyntax::H264) {
+    if (IsNal()) PrependParameterSets();
     std::copy(m_header.begin(), m_header.end(), m_buffer.get());
 }
 
 DummySink::Kind DummySink::KindOf(char const* codecName) {
     const std::string_view codec = codecName ? codecName : "";
     if (codec == "H264") return Kind::H264;
+    if (codec == "H265") return Kind::H265;
     if (codec == "MP4V-ES") return Kind::Mpeg4;
     if (codec == "JPEG") return Kind::Jpeg;
     if (protocol::equalsIgnoringCase(codec, "PCMU") || protocol::equalsIgnoringCase(codec, "PCMA"))
@@ -55,7 +56,7 @@ DummySink::Kind DummySink::KindOf(char const* codecName) {
 
 bool DummySink::IsVideo(char const* codecName) {
     const Kind kind = KindOf(codecName);
-    return kind == Kind::H264 || kind == Kind::Mpeg4 || kind == Kind::Jpeg;
+    return kind == Kind::H264 || kind == Kind::H265 || kind == Kind::Mpeg4 || kind == Kind::Jpeg;
 }
 
 bool DummySink::IsSound(char const* codecName) {
@@ -63,20 +64,33 @@ bool DummySink::IsSound(char const* codecName) {
     return kind == Kind::G711 || kind == Kind::Aac;
 }
 
+bool DummySink::IsParameterSet(Kind kind, std::uint8_t header) {
+    if (kind == Kind::H265) return util::h265::IsParameterSet(util::h265::TypeOf(header));
+    const unsigned type = util::h264::TypeOf(header);
+    return type == util::h264::kSps || type == util::h264::kPps;
+}
+
 // The description's parameter sets go before the first slice.
 void DummySink::PrependParameterSets() {
-    unsigned count = 0;
-    const std::unique_ptr<SPropRecord[]> records(
-        parseSPropParameterSets(m_subsession.fmtp_spropparametersets(), count));
     constexpr std::size_t kMostBytes = 16 * 1024;  // they go before every key frame
     std::size_t bytes = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        const ByteView unit(records[i].sPropBytes, records[i].sPropLength);
-        if (unit.empty() || unit.size() > kMostBytes - bytes) continue;
-        const unsigned type = util::h264::TypeOf(unit[0]);
-        if (type != util::h264::kSps && type != util::h264::kPps) continue;
-        bytes += unit.size();
-        TakeNalUnit(unit, 0);
+    const auto take = [&](char const* parameter) {
+        unsigned count = 0;
+        const std::unique_ptr<SPropRecord[]> records(
+            parseSPropParameterSets(m_subsession.attrVal_str(parameter), count));
+        for (unsigned i = 0; i < count; ++i) {
+            const ByteView unit(records[i].sPropBytes, records[i].sPropLength);
+            if (unit.empty() || unit.size() > kMostBytes - bytes || !IsParameterSet(m_kind, unit[0]))
+                continue;
+            bytes += unit.size();
+            m_assembler.Append(unit);
+        }
+    };
+    if (m_kind == Kind::H265) {
+        for (char const* const parameter : {"sprop-vps", "sprop-sps", "sprop-pps"})
+            take(parameter);
+    } else {
+        take("sprop-parameter-sets");
     }
     m_assembler.RememberAsHeader();
 }
@@ -99,8 +113,9 @@ void DummySink::afterGettingFrame(unsigned frameSize, unsigned truncated, std::u
     m_connected = 1;
     ++m_frames;
     m_bytes += frameSize;
-    if (RTPSource* const source = m_subsession.rtpSource(); source && DamagedBefore(*source))
-        m_damaged = true;
+    RTPSource* const source = m_subsession.rtpSource();
+    const bool damagedBefore = source && DamagedBefore(*source);
+    m_damaged = m_damaged || damagedBefore;
     if (truncated != 0) {
         NORIX_LOG("DummySink::afterGettingFrame", 0,
                   "DummySink::afterGettingFrame(pts=%u) drop a frame of %u bytes, more than %u", pts,
@@ -114,6 +129,9 @@ void DummySink::afterGettingFrame(unsigned frameSize, unsigned truncated, std::u
     switch (m_kind) {
         case Kind::H264:
             TakeNalUnit(frame, pts);
+            break;
+        case Kind::H265:
+            TakeH265Unit(frame, pts, damagedBefore);
             break;
         case Kind::Mpeg4:
             TakeMpeg4(frame, pts);
@@ -142,7 +160,39 @@ void DummySink::TakeMpeg4(ByteView frame, std::uint32_t pts) {
 }
 
 void DummySink::TakeNalUnit(ByteView nal, std::uint32_t pts) {
-    switch (m_assembler.Append(nal)) {
+    Give(m_assembler.Append(nal), pts);
+}
+
+// Decoders take H.265 by whole pictures. That one is complete is said by the marker of its last packet;
+// where a camera sets none, or sets it behind each slice, by the unit that begins the next picture. One that
+// lacks a unit would show what was in its memory before: it is dropped.
+void DummySink::TakeH265Unit(ByteView nal, std::uint32_t pts, bool damagedBefore) {
+    RTPSource* const source = m_subsession.rtpSource();
+    const std::uint32_t time = source ? source->curPacketRTPTimestamp() : pts;
+    const bool marker = source && source->curPacketMarkerBit();
+    const bool begins = BeginsPicture(nal);
+    if (m_assembler.HasPicture()) {
+        if (damagedBefore) {
+            m_assembler.Discard();
+        } else if (begins || time != m_pictureTime) {
+            Give(m_assembler.Finish(), m_picturePts);
+        }
+    } else if (m_endedByMarker && !begins && time == m_pictureTime && !damagedBefore &&
+               ContentsOf(NalSyntax::H265, nal).slice) {
+        m_markersLie = true;
+        m_damaged = true;
+    }
+    m_endedByMarker = false;
+    m_pictureTime = time;
+    m_picturePts = pts;
+    Give(m_assembler.Append(nal), pts);
+    if (!marker || m_markersLie || !m_assembler.HasPicture()) return;
+    m_endedByMarker = true;
+    Give(m_assembler.Finish(), pts);
+}
+
+void DummySink::Give(AccessUnitAssembler::Outcome outcome, std::uint32_t pts) {
+    switch (outcome) {
         case AccessUnitAssembler::Outcome::KeyFrame:
             InsertVideo(m_assembler.Unit(), pts, 0);
             break;

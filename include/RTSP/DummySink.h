@@ -46,9 +46,10 @@ class DummySink : public MediaSink {
     ~DummySink() override = default;
 
   private:
-    enum class Kind { Other, H264, Mpeg4, Jpeg, G711, Aac };
+    enum class Kind { Other, H264, H265, Mpeg4, Jpeg, G711, Aac };
 
     static Kind KindOf(char const* codecName);
+    static bool IsParameterSet(Kind kind, std::uint8_t header);
     static void afterGettingFrame(void* clientData, unsigned frameSize, unsigned numTruncatedBytes,
                                   struct timeval presentationTime, unsigned durationInMicroseconds);
     void afterGettingFrame(unsigned frameSize, unsigned truncated, std::uint32_t pts);
@@ -56,6 +57,9 @@ class DummySink : public MediaSink {
 
     void PrependParameterSets();
     void TakeNalUnit(ByteView nal, std::uint32_t pts);
+    void TakeH265Unit(ByteView nal, std::uint32_t pts, bool damagedBefore);
+    void Give(AccessUnitAssembler::Outcome outcome, std::uint32_t pts);
+    bool IsNal() const { return m_kind == Kind::H264 || m_kind == Kind::H265; }
     void TakeMpeg4(ByteView frame, std::uint32_t pts);
     void FillAacConfig();
     void InsertVideo(ByteView frame, std::uint32_t pts, int frameType);
@@ -67,7 +71,14 @@ class DummySink : public MediaSink {
     const unsigned m_bufferSize;
     const std::vector<std::uint8_t> m_header;        // MPEG-4 only: the description's
     const std::unique_ptr<std::uint8_t[]> m_buffer;  // the header, and behind it what is received
-    AccessUnitAssembler m_assembler;                 // H.264 only: without memory for others
+    AccessUnitAssembler m_assembler;                 // H.264 and H.265: without memory for others
+
+    // H.265: the picture that is being put together, and the one before.
+    std::uint32_t m_pictureTime = 0;  // RTP's
+    std::uint32_t m_picturePts = 0;
+    bool m_endedByMarker = false;
+    bool m_markersLie = false;  // they stand behind slices that others follow
+
     int m_connected = 0;
     bool m_aacConfigFilled = false;
     bool m_damaged = false;  // since the video frame that was inserted last

@@ -14,6 +14,8 @@ PayloadFormat VideoFormat(VideoCodec codec) {
     switch (codec) {
         case VideoCodec::H264:
             return {97, "H264/90000"};
+        case VideoCodec::H265:
+            return {98, "H265/90000"};
         case VideoCodec::Mjpeg:
             return {26, "JPEG/90000"};
         default:

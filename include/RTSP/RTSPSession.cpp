@@ -516,6 +516,8 @@ void RTSPSession::recordFormat(const MediaSubsession& subsession) {
     const auto is = [codec](std::string_view name) { return name.starts_with(codec); };
     if (is("H264")) {
         m_param->videoCodec.Set(VideoCodec::H264);
+    } else if (is("H265")) {
+        m_param->videoCodec.Set(VideoCodec::H265);
     } else if (is("MP4V-ES")) {
         m_param->videoCodec.Set(VideoCodec::Mpeg4);
     } else if (is("JPEG")) {

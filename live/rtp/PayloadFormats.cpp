@@ -1,6 +1,7 @@
 #include "live/rtp/PayloadFormats.h"
 
 #include "live/rtp/H264Depacketizer.h"
+#include "live/rtp/H265Depacketizer.h"
 #include "live/rtp/JpegDepacketizer.h"
 #include "live/rtp/Mpeg4GenericDepacketizer.h"
 #include "live/rtp/Mpeg4VideoDepacketizer.h"
@@ -42,6 +43,7 @@ std::unique_ptr<Depacketizer> makeGeneric(const sdp::Media& media, std::string& 
 std::unique_ptr<Depacketizer> makeDepacketizer(const sdp::Media& media, std::string& error) {
     const std::string& codec = media.codec;
     if (codec == "H264") return std::make_unique<H264Depacketizer>();
+    if (codec == "H265") return std::make_unique<H265Depacketizer>(number(media, "sprop-max-don-diff") > 0);
     if (codec == "MP4V-ES") return std::make_unique<Mpeg4VideoDepacketizer>();
     if (codec == "JPEG") return std::make_unique<JpegDepacketizer>(media.width, media.height);
     if (codec == "PCMU" || codec == "PCMA") return std::make_unique<SimpleAudioDepacketizer>(media.channels);

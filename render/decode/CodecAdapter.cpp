@@ -1,9 +1,9 @@
 #include "render/decode/CodecAdapter.h"
 
 #include "codec/Deinterlace.h"
-#include "render/decode/H264Adapter.h"
 #include "render/decode/MjpegAdapter.h"
 #include "render/decode/Mpeg4Adapter.h"
+#include "render/decode/NalAdapter.h"
 
 namespace norix {
 
@@ -14,7 +14,9 @@ std::unique_ptr<CodecAdapter> CreateCodecAdapter(VideoCodec kind) {
         case VideoCodec::Mjpeg:
             return std::make_unique<MjpegAdapter>();
         case VideoCodec::H264:
-            return std::make_unique<H264Adapter>();
+            return std::make_unique<NalAdapter>(codec::NalCodec::kH264);
+        case VideoCodec::H265:
+            return std::make_unique<NalAdapter>(codec::NalCodec::kH265);
         case VideoCodec::None:
             break;
     }

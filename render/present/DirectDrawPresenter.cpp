@@ -19,6 +19,7 @@ using Microsoft::WRL::ComPtr;
 
 constexpr std::uint32_t kMpeg4 = 1;
 constexpr std::uint32_t kH264 = 4;
+constexpr std::uint32_t kH265 = 8;
 
 // What the window thread may wait for the display thread when it wants the last picture.
 constexpr auto kMoment = std::chrono::milliseconds(100);
@@ -249,7 +250,7 @@ HRESULT DirectDrawPresenter::CreateSurfaces(int width, int height) {
     description.dwWidth = static_cast<DWORD>(width);
     description.dwHeight = static_cast<DWORD>(height);
     description.ddsCaps.dwCaps = DDSCAPS_OFFSCREENPLAIN | DDSCAPS_VIDEOMEMORY;
-    if (m_config.decoderKind == kMpeg4 || m_config.decoderKind == kH264) {
+    if (m_config.decoderKind == kMpeg4 || m_config.decoderKind == kH264 || m_config.decoderKind == kH265) {
         description.dwFlags |= DDSD_PIXELFORMAT;
         description.ddpfPixelFormat.dwSize = sizeof(description.ddpfPixelFormat);
         description.ddpfPixelFormat.dwFlags = DDPF_FOURCC;

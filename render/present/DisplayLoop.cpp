@@ -76,7 +76,8 @@ void DisplayLoop::ServeSnapshots(DisplayFrame& frame) {
     SnapshotTaker* const taker = m_pipeline.snapshots.get();
     SnapshotRequests& requests = m_pipeline.param->snapshots;
     if (!taker || frame.size.IsEmpty()) return;
-    const bool decoded = m_pipeline.kind == VideoCodec::Mpeg4 || m_pipeline.kind == VideoCodec::H264;
+    const bool decoded = m_pipeline.kind == VideoCodec::Mpeg4 || m_pipeline.kind == VideoCodec::H264 ||
+                         m_pipeline.kind == VideoCodec::H265;
     if (!decoded) {
         // Pictures of a Motion JPEG stream are not delivered: the request just ends.
         if (requests.DataWanted()) requests.TakeData();

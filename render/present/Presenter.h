@@ -69,7 +69,7 @@ struct PresenterConfig {
     HWND notifyWindow = nullptr;        // the control's window: its monitor decides the DirectDraw device
     std::shared_ptr<PictureView> view;  // required
     std::shared_ptr<OverlayPainter> overlays;  // may be null
-    std::uint32_t decoderKind = 4;             // 1 MPEG-4, 2 MJPEG, 4 H.264
+    std::uint32_t decoderKind = 4;             // 1 MPEG-4, 2 MJPEG, 4 H.264, 8 H.265
     bool waitForVerticalBlank = false;
     bool smoothScaling = true;  // of pictures shown at less than half their size; GDI presenter only
 };

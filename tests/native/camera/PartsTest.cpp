@@ -60,11 +60,12 @@ TEST(CodecList, IsReadTolerantly) {
     const Case cases[] = {{"h264,mjpg;h264|mp4v,h264", {{4, 2}, {5, 4}}},
                           {" H264 | MJPEG , mpeg4 ; jpeg ;\r", {{6, 1}, {2}}},
                           {"7,4;,h264,;;2", {{7, 4}, {0, 4}, {0}, {2}}},
-                          {"h265,h264", {{0, 4}}},
-                          {"h265", {}},
+                          {"h265,h264", {{8, 4}}},
+                          {"HEVC|h264,12", {{12, 12}}},
+                          {"h266", {}},
                           {"", {}},
                           {";;,|,;", {}},
-                          {"8,-1,4294967300", {}}};
+                          {"16,-1,4294967300", {}}};
     for (const Case& c : cases) {
         const auto list = ParseCodecList(c.value);
         EXPECT_EQ(list.has_value(), !c.channels.empty()) << c.value;
@@ -82,13 +83,13 @@ TEST(CodecList, IsReadTolerantly) {
 
 TEST(CodecList, SelectionsAreFitted) {
     using enum VideoCodec;
-    const auto list = ParseCodecList("h264|mjpg,mjpg|mp4v;mjpg,h265");
+    const auto list = ParseCodecList("h264|mjpg,mjpg|mp4v;mjpg,h265|mjpg");
     struct Case {
         StreamSelection wanted;
         StreamSelection fitted;
     };
     for (const Case& c : {Case{{1, 1, Mjpeg}, {1, 1, Mjpeg}}, Case{{1, 1, Mpeg4}, {1, 1, H264}},
-                          Case{{1, 2, None}, {1, 2, Mpeg4}}, Case{{9, 9, Mpeg4}, {2, 2, Mpeg4}},
+                          Case{{1, 2, None}, {1, 2, Mpeg4}}, Case{{9, 9, Mpeg4}, {2, 2, H265}},
                           Case{{0, -7, H264}, {1, 1, H264}}, Case{{2, 1, H264}, {2, 1, Mjpeg}}}) {
         EXPECT_EQ(SelectStream(*list, c.wanted), c.fitted)
             << c.wanted.channel << '/' << c.wanted.stream << '/' << static_cast<int>(c.wanted.codec);

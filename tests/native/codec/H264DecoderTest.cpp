@@ -141,9 +141,9 @@ TEST(H264Decoder, AskingWithoutInputNeverBreaksTheOrderOfBFrames) {
 TEST(H264ParameterSets, KnowWhatDecodingDependsOn) {
     const Bytes first = {0x67, 0x42, 0, 0x1E, 0xF4, 0x23, 0xD3, 0x40, 0x7F, 0x70};
     const auto decodingAfter = [&](const Bytes& sps) {
-        H264ParameterSets sets;
+        ParameterSets sets(NalCodec::kH264);
         for (const Bytes& nal : {first, sps}) {
-            H264Unit unit;
+            NalUnit unit;
             unit.sets[unit.setCount++] = {nal.data(), nal.size()};
             EXPECT_EQ(sets.Take(unit), Status::kOk);
         }

@@ -52,9 +52,8 @@ def split_avi(data):
     return packets
 
 
-def split_annex_b(data):
+def split_annex_b(data, delimiter=b"\0\0\0\1\x09"):
     """Access units of a stream in which each begins with a delimiter."""
-    delimiter = b"\0\0\0\1\x09"
     starts = []
     at = data.find(delimiter)
     while at >= 0:
@@ -90,6 +89,31 @@ def make_h264(folder, work):
                "veryfast", "-x264-params", f"aud=1:scenecut=0:{parameters}", *interlacing_of(name), "-f", "h264", stream)
         write_packets(folder / f"h264_{name}.pkt", split_annex_b(stream.read_bytes()))
         reference(stream, folder / f"h264_{name}.crc")
+
+
+H265 = {
+    # name: (size, frames, pixel format, x265 parameters)
+    "main_64x48": ("64x48", 24, "yuv420p", "keyint=8:bframes=0"),
+    "main_b_352x288": ("352x288", 40, "yuv420p", "keyint=20:min-keyint=20:bframes=3:b-pyramid=1:open-gop=1"),
+    "slices_640x368": ("640x368", 10, "yuv420p", "keyint=5:wpp=1:slices=4:ctu=32:bframes=0"),
+    "wpp_640x368": ("640x368", 10, "yuv420p", "keyint=5:wpp=1:bframes=0"),
+    "layers_320x240": ("320x240", 16, "yuv420p", "keyint=16:bframes=3:b-adapt=0:temporal-layers=1"),
+    "refresh_320x240": ("320x240", 30, "yuv420p", "keyint=10:bframes=0:intra-refresh=1"),
+    "full_range_178x146": ("178x146", 4, "yuvj420p", "keyint=4:bframes=0"),
+    "main10_178x146": ("178x146", 6, "yuv420p10le", "keyint=4:bframes=0"),
+    "main_1920x1080": ("1920x1080", 3, "yuv420p", "keyint=3:bframes=0"),
+    "main_3840x2160": ("3840x2160", 2, "yuv420p", "keyint=2:bframes=0"),
+}
+
+
+def make_h265(folder, work):
+    for name, (size, frames, pixels, parameters) in H265.items():
+        stream = work / f"{name}.h265"
+        wpp = "" if "wpp=" in parameters else "wpp=0:"
+        ffmpeg(*moving_picture(size, frames), "-pix_fmt", pixels, "-c:v", "libx265", "-preset", "veryfast",
+               "-x265-params", f"aud=1:scenecut=0:repeat-headers=1:log-level=none:{wpp}{parameters}", "-f", "hevc", stream)
+        write_packets(folder / f"h265_{name}.pkt", split_annex_b(stream.read_bytes(), b"\0\0\0\1\x46"))
+        reference(stream, folder / f"h265_{name}.crc")
 
 
 MPEG4 = {
@@ -177,7 +201,7 @@ def make_benchmarks(folder, work):
         write_packets(folder / f"jpeg_{name}.pkt", split_avi(stream.read_bytes()))
 
 
-SETS = {"tests": (make_h264, make_mpeg4, make_jpeg, make_aac), "benchmarks": (make_benchmarks,)}
+SETS = {"tests": (make_h264, make_h265, make_mpeg4, make_jpeg, make_aac), "benchmarks": (make_benchmarks,)}
 
 
 def make(folder, kinds):

@@ -641,9 +641,9 @@ TEST_F(ConnectionTest, TellsCodecAndRateWhileThereIsAConnection) {
     connection.OnStatisticsTimer();
     EXPECT_EQ(host.caption, L"8192 x 8192: too large to be shown");
     session->param.obstacle.Set(L"");
-    session->param.streamProblem.Set("H265");
+    session->param.streamProblem.Set("VP9");
     connection.OnStatisticsTimer();
-    EXPECT_EQ(host.caption, caption + L" (H265)");
+    EXPECT_EQ(host.caption, caption + L" (VP9)");
     session->param.streamProblem.Set("");
     host.settings.captionInfo = eciStatus;
     host.caption = L"Connected!";

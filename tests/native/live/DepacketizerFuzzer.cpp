@@ -43,7 +43,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         ("a=rtpmap:96 MPEG4-GENERIC/8000\na=fmtp:96 "
          "sizelength=32;indexlength=32;indexdeltalength=32;ctsdeltalength=31;"
          "dtsdeltalength=7;randomaccessindication=1;streamstateindication=5;auxiliarydatasizelength=9;"
-         "constantduration=9")};
+         "constantduration=9"),
+        "a=rtpmap:96 H265/90000",
+        "a=rtpmap:96 H265/90000\na=fmtp:96 sprop-max-don-diff=3"};
     if (size == 0) return 0;
     std::string error;
     const auto session = live::sdp::parseSdp(

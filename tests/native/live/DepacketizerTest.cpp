@@ -9,6 +9,7 @@
 
 #include "Packetizer.h"
 #include "live/rtp/H264Depacketizer.h"
+#include "live/rtp/H265Depacketizer.h"
 #include "live/rtp/JpegDepacketizer.h"
 #include "live/rtp/Mpeg4GenericDepacketizer.h"
 #include "live/rtp/Mpeg4VideoDepacketizer.h"
@@ -41,6 +42,7 @@ constexpr std::size_t kJpegHeaders = 2 + 2 * 69 + 19 + 33 + 183 + 33 + 183 + 14;
 
 const Format kFormats[] = {
     {"H264", [] { return std::make_unique<H264Depacketizer>(); }, packetizeH264, {0x65}, 0, 0},
+    {"H265", [] { return std::make_unique<H265Depacketizer>(false); }, packetizeH265, {0x27, 0x0A}, 0, 0},
     {"MP4V-ES",
      [] { return std::make_unique<Mpeg4VideoDepacketizer>(); },
      packetizeMpeg4Video,
@@ -162,6 +164,56 @@ TEST(H264, WhatIsOutOfOrderOrUndefinedIsDropped) {
                                      one({0x7C, 0x85, 1}), one({0x7C, 0x41, 2}),         // another type's end
                                      one({0x7C, 0x85, 1}), one({0x7C, 0x45, 2}, 8)}})),  // another time's
                 IsEmpty());
+}
+
+// The last unit of a packet alone completes its picture.
+TEST(H265, AggregatesComeApart) {
+    const std::vector<Buffer> units = {{0x40, 1, 2}, {0x42, 1, 3}, randomBytes(1, 700, {0x26, 1})};
+    H265Depacketizer depacketizer(false);
+    FrameQueue queue;
+    depacketizer.onPacket(aggregateH265(units, 1).view(), false, queue);
+    for (const Buffer& unit : units) {
+        ASSERT_FALSE(queue.empty());
+        EXPECT_EQ(Buffer(queue.front().bytes.begin(), queue.front().bytes.end()), unit);
+        EXPECT_EQ(queue.front().info.marker, unit == units.back());
+        queue.pop();
+    }
+    Packet cutShort = aggregateH265(units, 2);
+    cutShort.payload.resize(cutShort.payload.size() - 1);
+    EXPECT_THAT(depacketize(depacketizer, {cutShort}), ElementsAre(units[0], units[1]));
+}
+
+TEST(H265, OrderNumbersAreSkipped) {
+    H265Depacketizer depacketizer(true);
+    const auto one = [](Buffer payload) {
+        Packet packet;
+        packet.payload = std::move(payload);
+        return packet;
+    };
+    EXPECT_THAT(depacketize(depacketizer, joined({{one({0x26, 1, 0, 7, 9}),
+                                                   one({0x60, 1, 0, 8, 0, 3, 2, 1, 5, 0, 0, 3, 2, 1, 6}),
+                                                   one({0x62, 1, 0x93, 0, 9, 4}), one({0x62, 1, 0x53, 5})}})),
+                ElementsAre(Buffer{0x26, 1, 9}, Buffer{2, 1, 5}, Buffer{2, 1, 6}, Buffer{0x26, 1, 4, 5}));
+    EXPECT_THAT(
+        depacketize(depacketizer, joined({{one({0x26, 1, 0}), one({0x60, 1, 0}), one({0x62, 1, 0x93, 0})}})),
+        IsEmpty());
+}
+
+TEST(H265, WhatIsOutOfOrderOrUndefinedIsDropped) {
+    H265Depacketizer depacketizer(false);
+    const auto one = [](Buffer payload, std::uint32_t timestamp = 7) {
+        Packet packet;
+        packet.timestamp = timestamp;
+        packet.payload = std::move(payload);
+        return packet;
+    };
+    EXPECT_THAT(
+        depacketize(depacketizer,
+                    joined({{one({}), one({0x26}), one({0x64, 1, 0, 0, 9}), one({0x7E, 1, 2}), one({0x62, 1}),
+                             one({0x62, 1, 0x13, 9}),  // a middle without a beginning
+                             one({0x62, 1, 0x93, 1}), one({0x62, 1, 0x41, 2}),         // another type's end
+                             one({0x62, 1, 0x93, 1}), one({0x62, 1, 0x53, 2}, 8)}})),  // another time's
+        IsEmpty());
 }
 
 // Small pictures travel several to a packet, each with the headers before it.

@@ -57,6 +57,21 @@ std::vector<Packet> packetizeH264(const Buffer& unit, std::uint32_t timestamp, s
     });
 }
 
+std::vector<Packet> packetizeH265(const Buffer& unit, std::uint32_t timestamp, std::size_t size) {
+    if (unit.size() <= size)
+        return cut(unit.size(), size, timestamp, [&](std::size_t, std::size_t) { return unit; });
+    const unsigned type = unit[0] >> 1 & 0x3Fu;
+    return cut(unit.size() - 2, size - 3, timestamp, [&](std::size_t at, std::size_t n) {
+        const bool last = at + n == unit.size() - 2;
+        Buffer out;
+        put(out, (unit[0] & 0x81u) | 49 << 1, 1);
+        put(out, unit[1], 1);
+        put(out, (at == 0 ? 0x80u : 0) | (last ? 0x40u : 0) | type, 1);
+        append(out, unit, at + 2, n);
+        return out;
+    });
+}
+
 std::vector<Packet> packetizeMpeg4Video(const Buffer& frame, std::uint32_t timestamp, std::size_t size) {
     return cut(frame.size(), size, timestamp, [&](std::size_t at, std::size_t n) {
         Buffer out;
@@ -98,16 +113,26 @@ std::vector<Packet> packetizeJpeg(const Buffer& scan, const JpegShape& shape, st
     });
 }
 
-Packet aggregateH264(const std::vector<Buffer>& units, std::uint32_t timestamp) {
+namespace {
+Packet aggregate(const Buffer& header, const std::vector<Buffer>& units, std::uint32_t timestamp) {
     Packet packet;
     packet.timestamp = timestamp;
     packet.marker = true;
-    put(packet.payload, 24, 1);
+    packet.payload = header;
     for (const Buffer& unit : units) {
         put(packet.payload, static_cast<std::uint32_t>(unit.size()), 2);
         append(packet.payload, unit, 0, unit.size());
     }
     return packet;
+}
+}  // namespace
+
+Packet aggregateH264(const std::vector<Buffer>& units, std::uint32_t timestamp) {
+    return aggregate({24}, units, timestamp);
+}
+
+Packet aggregateH265(const std::vector<Buffer>& units, std::uint32_t timestamp) {
+    return aggregate({48 << 1, 1}, units, timestamp);
 }
 
 Packet aggregateAac(const std::vector<Buffer>& units, std::uint32_t timestamp) {

@@ -32,6 +32,7 @@ struct Packet {
 
 // Each cuts a frame into payloads of at most `size` bytes, the last with the marker.
 std::vector<Packet> packetizeH264(const Buffer& unit, std::uint32_t timestamp, std::size_t size);
+std::vector<Packet> packetizeH265(const Buffer& unit, std::uint32_t timestamp, std::size_t size);
 std::vector<Packet> packetizeMpeg4Video(const Buffer& frame, std::uint32_t timestamp, std::size_t size);
 std::vector<Packet> packetizeAac(const Buffer& unit, std::uint32_t timestamp,
                                  std::size_t size);  // 13/3/3 bits
@@ -47,6 +48,7 @@ std::vector<Packet> packetizeJpeg(const Buffer& scan, const JpegShape& shape, st
                                   std::size_t size);
 // Several small units in one packet.
 Packet aggregateH264(const std::vector<Buffer>& units, std::uint32_t timestamp);
+Packet aggregateH265(const std::vector<Buffer>& units, std::uint32_t timestamp);
 Packet aggregateAac(const std::vector<Buffer>& units, std::uint32_t timestamp);
 
 // Bytes that look like anything, the same for the same seed. `first` begins them.

@@ -18,6 +18,8 @@ Bytes Frame(VideoCodec codec) {
     switch (codec) {
         case VideoCodec::H264:
             return {0, 0, 0, 1, 0x65, 0x88, 0x80, 0x10};
+        case VideoCodec::H265:
+            return {0, 0, 0, 1, 0x26, 0x01, 0xAF, 0x10};
         case VideoCodec::Mpeg4:
             return {0, 0, 1, 0xB6, 0x10, 0x60};
         default:
@@ -61,7 +63,7 @@ void ExpectFullSection(const ParsedFrameInfo& parsed) {
 }
 
 TEST(FrameInfoParser, ReadsTheHeaderBeforeAFrameOfAnyCodec) {
-    for (VideoCodec codec : {VideoCodec::Mjpeg, VideoCodec::Mpeg4, VideoCodec::H264}) {
+    for (VideoCodec codec : {VideoCodec::Mjpeg, VideoCodec::Mpeg4, VideoCodec::H264, VideoCodec::H265}) {
         const Bytes frame = Frame(codec);
         Bytes bytes = test::CameraHeader(FullSection().Build(), frame.size());
         const std::size_t headerSize = bytes.size();
@@ -79,6 +81,18 @@ TEST(FrameInfoParser, ReadsTheSectionInsideAFrame) {
     test::Append(h264, test::SeiNal(FullSection().Build()));
     test::Append(h264, Frame(VideoCodec::H264));
     ParsedFrameInfo parsed = Parse(VideoCodec::H264, h264);
+    EXPECT_EQ(parsed.headerLength, 0u);
+    ExpectFullSection(parsed);
+
+    // The message of H.264, behind a header of two bytes.
+    Bytes h265{0, 0, 0, 1, 0x42, 0x01, 0x01, 0, 0, 1, 0x44, 0x01, 0xC1};
+    const Bytes message = test::SeiNal(FullSection().Build());
+    const std::size_t header = message[2] == 1 ? 3 : 4;
+    h265.insert(h265.end(), message.begin(), message.begin() + static_cast<std::ptrdiff_t>(header));
+    test::Append(h265, {0x4E, 0x01});
+    h265.insert(h265.end(), message.begin() + static_cast<std::ptrdiff_t>(header) + 1, message.end());
+    test::Append(h265, Frame(VideoCodec::H265));
+    parsed = Parse(VideoCodec::H265, h265);
     EXPECT_EQ(parsed.headerLength, 0u);
     ExpectFullSection(parsed);
 

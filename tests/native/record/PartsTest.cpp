@@ -57,6 +57,13 @@ TEST(VideoFactsTest, RecoveryPointIsAPlaceToStart) {
     frame.insert(frame.end(), slice.begin(), slice.end());
     EXPECT_TRUE(InspectVideo(VideoCodec::H264, frame).keyFrame);
     EXPECT_FALSE(InspectVideo(VideoCodec::H264, slice).keyFrame);
+    for (const auto codec : {VideoCodec::H264, VideoCodec::H265}) {
+        const VideoFacts key = InspectVideo(codec, KeyFrame(codec, 1));
+        EXPECT_TRUE(key.keyFrame && key.complete && !key.continues);
+        EXPECT_EQ(key.width, 320u);
+        EXPECT_EQ(key.height, 240u);
+        EXPECT_FALSE(InspectVideo(codec, OtherFrame(codec, 1)).keyFrame);
+    }
 }
 
 // A server's timestamps begin anew, or jump when its sender reports arrive: the recording does neither.

@@ -14,11 +14,11 @@ using namespace norix::tests;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::size_t at = 0;
     const auto next = [&]() -> std::uint32_t { return at < size ? data[at++] : 0; };
-    constexpr VideoCodec kVideo[] = {VideoCodec::H264, VideoCodec::Mpeg4, VideoCodec::Mjpeg,
-                                     VideoCodec::None};
+    constexpr VideoCodec kVideo[] = {VideoCodec::H264, VideoCodec::Mpeg4, VideoCodec::Mjpeg, VideoCodec::None,
+                                     VideoCodec::H265};
     constexpr AudioCodec kAudio[] = {AudioCodec::Pcmu, AudioCodec::Aac, AudioCodec::None};
     const std::uint32_t kind = next();
-    Rig rig(kVideo[kind % 4], kAudio[kind / 4 % 3], 4096);
+    Rig rig(kVideo[kind % 5], kAudio[kind / 5 % 3], 4096);
     rig.param.streamForm.Set(static_cast<StreamForm>(kind / 16 % 3));
     rig.controller.SetLimits({next() * 64ull, next() / 32});
     rig.disk.FailAt(static_cast<int>(next()) - 1, static_cast<FakeDisk::Fault>(1 + next() % 3));

@@ -18,6 +18,15 @@ const Bytes kSps = {0, 0, 0,    1, 0x67, 0x42, 0xC0, 0x0D, 0xD9, 0x01, 0x41, 0xF
 const Bytes kPps = {0, 0, 0, 1, 0x68, 0xCB, 0x83, 0xCB, 0x20};
 const Bytes kIdr = {0, 0, 0, 1, 0x65, 0x88, 0x84};    // first_mb_in_slice 0, slice_type 7 (I)
 const Bytes kOther = {0, 0, 0, 1, 0x41, 0x9A, 0x24};  // the same, slice_type 5 (P)
+// The same as H.265 writes it.
+const Bytes kH265Vps = {0, 0, 0,    1, 0x40, 1, 0xc, 1, 0xff, 0xff, 1,    0x60, 0, 0,
+                        3, 0, 0x90, 0, 0,    3, 0,   0, 3,    0,    0x3c, 0xba, 2, 0x40};
+const Bytes kH265Sps = {0,    0,    0,    1,    0x42, 1, 1,    1,    0x60, 0,    0,   3,    0,    0x90, 0,
+                        0,    3,    0,    0,    3,    0, 0x3c, 0xa0, 0xa,  8,    0xf, 0x16, 0x5b, 0xa4, 0xa4,
+                        0xc2, 0xf0, 0x16, 0x80, 0x80, 0, 0,    3,    0,    0x80, 0,   0,    0xc,  0x84};
+const Bytes kH265Pps = {0, 0, 0, 1, 0x44, 1, 0xc0, 0x73, 0xc1, 0x89};
+const Bytes kH265Idr = {0, 0, 0, 1, 0x26, 1, 0xAF};  // first slice of its picture
+const Bytes kH265Other = {0, 0, 0, 1, 0x02, 1, 0xD0};
 // A layer of 320 x 240: visual object sequence, object, layer.
 const Bytes kVol = {0, 0, 1, 0xB0, 1, 0,    0,    1,    0xB5, 0x89, 0x13, 0,    0,    1,    0,
                     0, 0, 1, 0x20, 0, 0xC4, 0x8D, 0x88, 0x00, 0xCD, 0x0A, 0x04, 0x1E, 0x14, 0x43};
@@ -40,12 +49,14 @@ Bytes Make(std::initializer_list<Bytes> parts, std::uint32_t number, std::size_t
 
 Bytes KeyFrame(VideoCodec codec, std::uint32_t number, std::size_t size) {
     if (codec == VideoCodec::H264) return Make({kSps, kPps, kIdr}, number, size);
+    if (codec == VideoCodec::H265) return Make({kH265Vps, kH265Sps, kH265Pps, kH265Idr}, number, size);
     if (codec == VideoCodec::Mpeg4) return Make({kVol, kIVop}, number, size);
     return Make({kJpeg}, number, size);
 }
 
 Bytes OtherFrame(VideoCodec codec, std::uint32_t number, std::size_t size) {
     if (codec == VideoCodec::H264) return Make({kOther}, number, size);
+    if (codec == VideoCodec::H265) return Make({kH265Other}, number, size);
     if (codec == VideoCodec::Mpeg4) return Make({kPVop}, number, size);
     return Make({kJpeg}, number, size);
 }

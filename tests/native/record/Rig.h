@@ -22,6 +22,8 @@ inline constexpr Streams kStreams[] = {
     {VideoCodec::H264, AudioCodec::Pcmu, StreamForm::Bare},
     {VideoCodec::H264, AudioCodec::Aac, StreamForm::Bare},
     {VideoCodec::H264, AudioCodec::None, StreamForm::WithHeader},
+    {VideoCodec::H265, AudioCodec::Pcmu, StreamForm::WithHeader},
+    {VideoCodec::H265, AudioCodec::None, StreamForm::Bare},
     {VideoCodec::Mpeg4, AudioCodec::Pcmu, StreamForm::WithHeader},
     {VideoCodec::Mpeg4, AudioCodec::Aac, StreamForm::Bare},
     {VideoCodec::Mjpeg, AudioCodec::Pcmu, StreamForm::WithHeader},

@@ -2,8 +2,8 @@
 // [milliseconds per second of the list]
 //
 // The list is text: "video|audio PTS-MS FILE OFFSET SIZE" per line, after a head line "CODEC AUDIO RATE
-// CONFIG SECONDS BYTES" (h264|mpeg4|mjpeg|none, pcmu|aac|none, Hz, hexadecimal digits or -, limits or 0).
-// With a third argument the frames come in that pace, and each report is printed: for those who end the
+// CONFIG SECONDS BYTES" (h264|h265|mpeg4|mjpeg|none, pcmu|aac|none, Hz, hexadecimal digits or -, limits or
+// 0). With a third argument the frames come in that pace, and each report is printed: for those who end the
 // program meanwhile.
 //
 //     record_feed --check FILE...
@@ -124,6 +124,7 @@ int main(int argc, char** argv) {
     RecordLimits limits;
     list >> video >> audio >> rate >> config >> limits.seconds >> limits.bytes;
     const std::map<std::string, VideoCodec> videos = {{"h264", VideoCodec::H264},
+                                                      {"h265", VideoCodec::H265},
                                                       {"mpeg4", VideoCodec::Mpeg4},
                                                       {"mjpeg", VideoCodec::Mjpeg},
                                                       {"none", VideoCodec::None}};

@@ -17,6 +17,7 @@ SECONDS = 6
 
 VIDEO = {
     "h264": ["-c:v", "libx264", "-preset", "ultrafast", "-g", "25", "-bf", "0", "-f", "h264"],
+    "h265": ["-c:v", "libx265", "-preset", "ultrafast", "-x265-params", "log-level=none:keyint=25:bframes=0:repeat-headers=1", "-f", "hevc"],
     "mpeg4": ["-c:v", "mpeg4", "-g", "25", "-f", "m4v"],
     "mjpeg": ["-c:v", "mjpeg", "-pix_fmt", "yuvj420p", "-f", "mjpeg"],
 }
@@ -63,7 +64,7 @@ class Clips:
                 at = data.find(b"\xff\xd8\xff", at + 3)
             return mark
         # A frame begins with the first start code behind the picture before.
-        picture = (lambda b: b & 31 in (1, 5)) if name == "h264" else (lambda b: b == 0xB6)
+        picture = {"h264": lambda b: b & 31 in (1, 5), "h265": lambda b: (b >> 1 & 63) < 32, "mpeg4": lambda b: b == 0xB6}[name]
         mark, fresh, at = [], True, data.find(b"\0\0\1")
         while at >= 0:
             if fresh:

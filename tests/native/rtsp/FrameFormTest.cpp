@@ -163,6 +163,8 @@ TEST(PushDescription, NamesTheGroupsThatAreSet) {
               begin +
                   "m=video 5560 RTP/AVP 97\r\nc=IN IP4 239.1.1.1\r\na=rtpmap:97 H264/90000\r\n"
                   "a=control:track1\r\n");
+    EXPECT_THAT(PushDescription(info, VideoCodec::H265),
+                testing::HasSubstr(" RTP/AVP 98\r\nc=IN IP4 239.1.1.1\r\na=rtpmap:98 H265/90000\r\n"));
     EXPECT_THAT(PushDescription(info, VideoCodec::Mjpeg), testing::HasSubstr("a=rtpmap:26 JPEG/90000\r\n"));
     EXPECT_THAT(PushDescription(info, VideoCodec::None), testing::HasSubstr("a=rtpmap:96 MP4V-ES/90000\r\n"));
     info[MulticastStream::Video] = {};

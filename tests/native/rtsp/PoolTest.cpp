@@ -38,8 +38,9 @@ const Buffer kSets{0, 0, 0, 1, 0x67, 0x42, 0x00, 0, 0, 0, 1, 0x68, 0xCE};
 // A session without a server: packets are sent to its ports.
 class Pools : public testing::Test {
   protected:
-    Pools() {
-        m_param.videoCodec.Set(VideoCodec::H264);
+    explicit Pools(char const* description = kDescription, VideoCodec codec = VideoCodec::H264)
+        : m_session(MediaSession::createNew(*m_env, description)) {
+        m_param.videoCodec.Set(codec);
         MediaSubsessionIterator subsessions(*m_session);
         for (MediaSubsession*& medium : m_media) {
             medium = subsessions.next();
@@ -98,7 +99,7 @@ class Pools : public testing::Test {
     static constexpr int kVideo = 0, kSound = 1;
     std::unique_ptr<BasicTaskScheduler> m_scheduler{BasicTaskScheduler::createNew()};
     UsageEnvironment* m_env = BasicUsageEnvironment::createNew(*m_scheduler);
-    MediaSession* m_session = MediaSession::createNew(*m_env, kDescription);
+    MediaSession* const m_session;
     std::unique_ptr<Groupsock> m_out = Groupsock::open(*m_env, 0, 0);
     CCtrlParam m_param{MediaSettings{}};
     const EventLoopWatchVariable m_stop{0};
@@ -150,6 +151,87 @@ TEST_F(Pools, EveryKeyFrameCanBeBegunWithAndEveryGapIsTold) {
             gap = false;
         }
         EXPECT_EQ(at, m_video.size());
+    }
+}
+
+constexpr char kH265Description[] =
+    "v=0\r\nm=video 0 RTP/AVP 96\r\na=rtpmap:96 H265/90000\r\n"
+    "a=fmtp:96 sprop-vps=QAEH;sprop-sps=QgEI;sprop-pps=RAEJ\r\nm=audio 0 RTP/AVP 0\r\n";
+const Buffer kH265Sets{0, 0, 0, 1, 0x40, 1, 7, 0, 0, 0, 1, 0x42, 1, 8, 0, 0, 0, 1, 0x44, 1, 9};
+
+class H265Pools : public Pools {
+  protected:
+    H265Pools() : Pools(kH265Description, VideoCodec::H265) {}
+};
+
+// Pictures of three slices, from cameras that set the marker behind each picture, behind each slice, or
+// never. Where it doesn't tell a picture's end, the next one's beginning does, and a loss between the two
+// costs it.
+TEST_F(H265Pools, PicturesComeWholeOrNotAtAll) {
+    enum Markers { kBehindPictures, kNone, kBehindSlices };
+    constexpr std::uint32_t kGroup = 10, kFrames = 300, kSlices = 3;
+    std::minstd_rand random(5);
+    std::uint16_t sequence = 65000;
+    std::uint32_t timestamp = 1;
+    for (const Markers markers : {kBehindPictures, kBehindSlices, kNone}) {
+        for (const unsigned lossPercent : {0u, 2u}) {
+            m_video.clear();
+            std::vector<Buffer> sent;
+            std::vector<bool> whole;
+            for (std::uint32_t i = 0; i < kFrames; ++i, timestamp += 3600) {
+                const unsigned char type = i % kGroup ? 0x02 : 0x26;
+                Buffer picture;
+                bool all = true;
+                for (std::uint32_t slice = 0; slice < kSlices; ++slice) {
+                    const unsigned char begin = slice == 0 ? 0xA0 : 0x20;
+                    const Buffer unit = randomBytes(i * kSlices + slice, 1500, {type, 1, begin});
+                    picture.insert(picture.end(), {0, 0, 0, 1});
+                    picture.insert(picture.end(), unit.begin(), unit.end());
+                    auto parts = packetizeH265(unit, timestamp, 500);
+                    parts.back().marker =
+                        markers == kBehindSlices || (markers == kBehindPictures && slice + 1 == kSlices);
+                    for (Packet& part : parts) {
+                        part.sequence = sequence++;
+                        const bool lost = random() % 100 < lossPercent;
+                        all = all && !lost;
+                        if (!lost) Send(kVideo, part);
+                    }
+                }
+                sent.push_back(std::move(picture));
+                whole.push_back(all);
+            }
+            Packet delimiter;
+            delimiter.sequence = sequence++;
+            delimiter.timestamp = timestamp;
+            delimiter.payload = {0x46, 1, 0x50};
+            Send(kVideo, delimiter);  // ends the last one
+            // The first one with markers behind its slices teaches.
+            const std::string what =
+                "markers " + std::to_string(markers) + ", " + std::to_string(lossPercent) + " % lost";
+            std::size_t at = markers == kBehindSlices && lossPercent == 0 && !m_video.empty() ? 1 : 0;
+            bool gap = at != 0;
+            std::size_t missing = 0;
+            for (std::size_t i = at; i < sent.size(); ++i) {
+                const bool here = at < m_video.size() && m_video[at].data.size() >= sent[i].size() &&
+                                  std::equal(sent[i].rbegin(), sent[i].rend(), m_video[at].data.rbegin());
+                if (!here) {
+                    if (whole[i]) ++missing;
+                    gap = true;
+                    continue;
+                }
+                const VideoRecord& record = m_video[at++];
+                EXPECT_TRUE(whole[i]) << what;
+                EXPECT_EQ(record.key, i % kGroup == 0) << what;
+                EXPECT_EQ(record.key, std::search(record.data.begin(), record.data.end(), kH265Sets.begin(),
+                                                  kH265Sets.end()) != record.data.end())
+                    << what;
+                EXPECT_EQ(record.damagedBefore, gap) << what << ", picture " << i;
+                gap = false;
+            }
+            EXPECT_EQ(at, m_video.size()) << what;
+            const bool told = lossPercent == 0 || markers == kBehindPictures;
+            EXPECT_LE(missing, told ? 0 : sent.size() / 10) << what;
+        }
     }
 }
 

@@ -1,4 +1,4 @@
-#include "codec/H264Decoder.h"
+#include "codec/NalDecoder.h"
 
 extern "C" {
 #include <libavutil/cpu.h>
@@ -9,8 +9,8 @@ extern "C" {
 #include <new>
 
 #include "codec/ColorConvert.h"
-#include "codec/H264Headers.h"
 #include "codec/Libav.h"
+#include "codec/NalHeaders.h"
 
 namespace codec {
 
@@ -33,10 +33,12 @@ constexpr SpeedSetting kSpeeds[kMaxSpeed + 1] = {
 
 }  // namespace
 
-class H264Decoder::Impl {
+class NalDecoder::Impl {
   public:
-    explicit Impl(int threads)
-        : m_threads(threads > 0 ? threads : std::clamp(av_cpu_count(), 1, kMaxThreads)) {}
+    Impl(NalCodec codec, int threads)
+        : m_codec(codec),
+          m_threads(threads > 0 ? threads : std::clamp(av_cpu_count(), 1, kMaxThreads)),
+          m_sets(codec) {}
 
     Status Initialise(const std::uint8_t* data, std::size_t size);
     void Close();
@@ -70,15 +72,19 @@ class H264Decoder::Impl {
     Status Open();
     void ApplySpeed();
     void ApplyForm();
-    void LearnForm(const H264Unit& contents);
-    Status StartAfreshWhereDue(const H264Unit& contents);
+    void LearnForm(const NalUnit& contents);
+    Status StartAfreshWhereDue(const NalUnit& contents);
     bool DamageSeen() const { return m_damaged || m_watch.damaged.load(std::memory_order_relaxed); }
     void DrainIntoLeftOver();
+    void KeepAsLast();
+    bool LeavesOut(const NalUnit& contents) const;
 
+    const NalCodec m_codec;
     const int m_threads;
     SliceWatch m_watch;  ///< outlives the context
     AvPtr<AVCodecContext> m_context;
     AvPtr<AVFrame> m_frame;
+    AvPtr<AVFrame> m_last;  ///< H.265: the one before
     InputPacket m_input;
     ColorConverter m_converter;
     bool m_draining = false;
@@ -86,20 +92,21 @@ class H264Decoder::Impl {
     int m_begunInARow = 0;                  ///< units that begin a picture, since one that goes on with it
     bool m_damaged = false;                 ///< since the decoder was opened
     std::deque<AvPtr<AVFrame>> m_leftOver;  ///< from before the decoder was opened anew, in order
-    H264ParameterSets m_sets;               ///< survive everything
+    ParameterSets m_sets;                   ///< survive everything
     std::uint64_t m_openedWith = 0;         ///< m_sets.Decoding() when the decoder was opened
 };
 
-Status H264Decoder::Impl::Initialise(const std::uint8_t* data, std::size_t size) {
+Status NalDecoder::Impl::Initialise(const std::uint8_t* data, std::size_t size) {
     Close();
     if (!data || size == 0) return Status::kBadArgument;
-    const H264Unit contents = InspectH264(data, size);
+    const NalUnit contents = InspectUnit(m_codec, data, size);
     if (const Status status = m_sets.Take(contents); status != Status::kOk) return status;
-    const H264Sps* const sps = m_sets.SpsOf(contents);
+    const NalSps* const sps = m_sets.SpsOf(contents);
     if (!sps) return Status::kNeedKeyFrame;
     if (static_cast<std::int64_t>(sps->width) * sps->height > m_mostPixels) return Status::kUnsupported;
     m_frame.reset(av_frame_alloc());
-    const Status opened = m_frame ? Open() : Status::kOutOfMemory;
+    m_last.reset(av_frame_alloc());
+    const Status opened = m_frame && m_last ? Open() : Status::kOutOfMemory;
     if (opened != Status::kOk) {
         Close();
         return opened;
@@ -110,8 +117,9 @@ Status H264Decoder::Impl::Initialise(const std::uint8_t* data, std::size_t size)
 }
 
 /// A new decoder, which knows the stream's parameter sets from the beginning.
-Status H264Decoder::Impl::Open() try {
-    const AVCodec* decoder = avcodec_find_decoder(AV_CODEC_ID_H264);
+Status NalDecoder::Impl::Open() try {
+    const AVCodec* decoder =
+        avcodec_find_decoder(m_codec == NalCodec::kH265 ? AV_CODEC_ID_HEVC : AV_CODEC_ID_H264);
     if (!decoder) return Status::kUnsupported;
     m_context = NewVideoContext(decoder);
     if (!m_context || !SetExtradata(m_context.get(), m_sets.AnnexB())) return Status::kOutOfMemory;
@@ -124,6 +132,8 @@ Status H264Decoder::Impl::Open() try {
         m_libraryError = result;
         return StatusFromAv(result);
     }
+    m_watch.replacesMissing = m_codec == NalCodec::kH265;
+    m_watch.last = m_last.get();
     WatchSlices(m_context.get(), &m_watch);
     m_damaged = false;
     m_openedWith = m_sets.Decoding();
@@ -132,10 +142,11 @@ Status H264Decoder::Impl::Open() try {
     return Status::kOutOfMemory;
 }
 
-void H264Decoder::Impl::Close() {
+void NalDecoder::Impl::Close() {
     m_context.reset();
     m_leftOver.clear();
     m_frame.reset();
+    m_last.reset();
     m_input.Clear();
     m_width = m_height = 0;
     m_info = {};
@@ -144,10 +155,10 @@ void H264Decoder::Impl::Close() {
     m_begunInARow = 0;
 }
 
-void H264Decoder::Impl::Reset() {
+void NalDecoder::Impl::Reset() {
     if (!IsOpen()) return;
     avcodec_flush_buffers(m_context.get());
-    av_frame_unref(m_frame.get());
+    KeepAsLast();
     m_leftOver.clear();
     m_kept = m_draining = false;
     // The number of pictures that the decoder holds back stays after a flush; it is learned again at the key
@@ -159,8 +170,8 @@ void H264Decoder::Impl::Reset() {
 /// interrupted macroblock did not use come up in the next intra picture, and a number of pictures to hold
 /// back, once raised, is never lowered. So decoding goes on with a new decoder at the first key frame after
 /// damage; likewise when the stream changes its parameters.
-Status H264Decoder::Impl::StartAfreshWhereDue(const H264Unit& contents) {
-    if (!contents.idr) return Status::kOk;
+Status NalDecoder::Impl::StartAfreshWhereDue(const NalUnit& contents) {
+    if (!contents.key) return Status::kOk;
     if (m_sets.Decoding() == m_openedWith && !DamageSeen()) return Status::kOk;
     DrainIntoLeftOver();
     const Status status = Open();
@@ -170,7 +181,7 @@ Status H264Decoder::Impl::StartAfreshWhereDue(const H264Unit& contents) {
 
 /// Keeps the pictures that still wait for their turn: they are due while the new decoder, which holds back as
 /// many, gives none.
-void H264Decoder::Impl::DrainIntoLeftOver() {
+void NalDecoder::Impl::DrainIntoLeftOver() {
     m_leftOver.clear();
     if (m_context->has_b_frames == 0) return;
     avcodec_send_packet(m_context.get(), nullptr);
@@ -185,20 +196,21 @@ void H264Decoder::Impl::DrainIntoLeftOver() {
     }
 }
 
-void H264Decoder::Impl::SetMostPixels(std::int64_t pixels) {
+void NalDecoder::Impl::SetMostPixels(std::int64_t pixels) {
     m_mostPixels = pixels;
     if (IsOpen()) LimitPixels(m_context.get(), pixels);
 }
 
-void H264Decoder::Impl::SetSpeed(int speed) {
+void NalDecoder::Impl::SetSpeed(int speed) {
     m_speed = std::clamp(speed, 0, kMaxSpeed);
     if (IsOpen()) ApplySpeed();
 }
 
-void H264Decoder::Impl::ApplySpeed() {
+void NalDecoder::Impl::ApplySpeed() {
     const SpeedSetting& setting = kSpeeds[m_speed];
     m_context->skip_loop_filter = setting.loopFilter;
-    m_context->skip_frame = setting.pictures;
+    const bool ownChoice = m_codec == NalCodec::kH265 && m_speed < kMaxSpeed;
+    m_context->skip_frame = ownChoice ? AVDISCARD_DEFAULT : setting.pictures;
     // With this flag the decoder filters slices on their own threads without waiting for their neighbours.
     if (m_speed > 0) {
         m_context->flags2 |= AV_CODEC_FLAG2_FAST;
@@ -207,18 +219,28 @@ void H264Decoder::Impl::ApplySpeed() {
     }
 }
 
+/// H.265 says of each picture who may refer to it. Its B pictures are often referred to by all that follow,
+/// so that the library, which would leave those out, is not asked.
+bool NalDecoder::Impl::LeavesOut(const NalUnit& contents) const {
+    constexpr int kWithoutUnreferenced = 5, kWithoutLayers = 6;
+    if (m_codec != NalCodec::kH265 || !contents.slice.data || m_speed == kMaxSpeed) return false;
+    return (m_speed >= kWithoutUnreferenced && contents.unreferenced) ||
+           (m_speed >= kWithoutLayers && contents.temporalLayer > 0);
+}
+
 /// Receivers hand on a stream's pictures slice by slice, other sources whole. In pieces, a picture is
 /// complete with its last macroblock, and not shown where that is missing. Whole ones are shown whatever has
 /// become of them.
-void H264Decoder::Impl::ApplyForm() {
-    if (m_form == Form::WholePictures) {
+void NalDecoder::Impl::ApplyForm() {
+    if (m_form == Form::WholePictures || m_codec == NalCodec::kH265) {
         m_context->flags2 &= ~AV_CODEC_FLAG2_CHUNKS;
     } else {
         m_context->flags2 |= AV_CODEC_FLAG2_CHUNKS;
     }
 }
 
-void H264Decoder::Impl::LearnForm(const H264Unit& contents) {
+void NalDecoder::Impl::LearnForm(const NalUnit& contents) {
+    if (m_codec == NalCodec::kH265) return;
     // Pictures that lost all but their first slices must not pass for whole ones.
     constexpr int kConvincing = 4;
     if (contents.continues) {
@@ -236,9 +258,20 @@ void H264Decoder::Impl::LearnForm(const H264Unit& contents) {
     ApplyForm();
 }
 
-Status H264Decoder::Impl::Advance(const AVPacket* packet) {
-    av_frame_unref(m_frame.get());
+/// What pictures refer to that are missing is the last one that was there.
+void NalDecoder::Impl::KeepAsLast() {
+    if (m_codec == NalCodec::kH265 && m_frame->data[0]) {
+        av_frame_unref(m_last.get());
+        av_frame_move_ref(m_last.get(), m_frame.get());
+    } else {
+        av_frame_unref(m_frame.get());
+    }
+}
+
+Status NalDecoder::Impl::Advance(const AVPacket* packet) {
+    KeepAsLast();
     m_kept = false;
+    m_watch.BeginPacket();
     Status status = SendAndReceive(m_context.get(), packet, m_frame.get(), &m_libraryError);
     if (Failed(status) || (status == Status::kOk && InfoOf(*m_frame).damaged)) m_damaged = true;
     if (status == Status::kOk) {
@@ -252,29 +285,30 @@ Status H264Decoder::Impl::Advance(const AVPacket* packet) {
     return status;
 }
 
-Status H264Decoder::Impl::Decode(const std::uint8_t* data, std::size_t size, const UnitInfo& info) {
+Status NalDecoder::Impl::Decode(const std::uint8_t* data, std::size_t size, const UnitInfo& info) {
     if (!IsOpen()) return Status::kNotInitialised;
     if (!data || size == 0) return m_kept ? Status::kOk : Status::kNoPicture;
     if (m_draining) Reset();
     if (const Status status = m_input.Fill(data, size); status != Status::kOk) return status;
-    const H264Unit contents = InspectH264(data, size);
+    const NalUnit contents = InspectUnit(m_codec, data, size);
     // Sizes beyond all bounds never reach the library, which would ask for the memory.
     if (const Status status = m_sets.Take(contents); status != Status::kOk) return status;
     m_damaged = m_damaged || info.damagedBefore;
     LearnForm(contents);
+    if (LeavesOut(contents)) return Status::kNoPicture;
     if (const Status status = StartAfreshWhereDue(contents); status != Status::kOk) return status;
     m_context->reordered_opaque = info.tag;
     return Advance(m_input.Get());
 }
 
-Status H264Decoder::Impl::Drain() {
+Status NalDecoder::Impl::Drain() {
     if (!IsOpen()) return Status::kNotInitialised;
     if (m_kept) return Status::kOk;
     m_draining = true;
     return Advance(nullptr);
 }
 
-Status H264Decoder::Impl::Deliver(const OutputPicture& out) {
+Status NalDecoder::Impl::Deliver(const OutputPicture& out) {
     if (m_frame->width != m_width || m_frame->height != m_height) {
         m_width = m_frame->width;
         m_height = m_frame->height;
@@ -287,12 +321,12 @@ Status H264Decoder::Impl::Deliver(const OutputPicture& out) {
     }
     if (const Status status = m_converter.Convert(view, out); status != Status::kOk) return status;
     m_info = InfoOf(*m_frame);
-    av_frame_unref(m_frame.get());
+    KeepAsLast();
     m_kept = false;
     return Status::kOk;
 }
 
-Status H264Decoder::Impl::DeliverPlanar(PlanarPicture* picture) {
+Status NalDecoder::Impl::DeliverPlanar(PlanarPicture* picture) {
     m_kept = false;
     if (!ViewOf(*m_frame, picture)) return Status::kUnsupported;
     m_width = m_frame->width;
@@ -301,16 +335,17 @@ Status H264Decoder::Impl::DeliverPlanar(PlanarPicture* picture) {
     return Status::kOk;
 }
 
-H264Decoder::H264Decoder(int threads) : m_impl(std::make_unique<Impl>(threads)) {}
-H264Decoder::~H264Decoder() = default;
+NalDecoder::NalDecoder(NalCodec codec, int threads) : m_impl(std::make_unique<Impl>(codec, threads)) {}
+NalDecoder::~NalDecoder() = default;
 
-Status H264Decoder::Announced(const std::uint8_t* data, std::size_t size, int* width, int* height) {
+Status NalDecoder::Announced(NalCodec codec, const std::uint8_t* data, std::size_t size, int* width,
+                             int* height) {
     if (!data || !width || !height) return Status::kBadArgument;
-    const H264Unit contents = InspectH264(data, size);
+    const NalUnit contents = InspectUnit(codec, data, size);
     Status found = Status::kNoPicture;
     for (std::size_t i = 0; i < contents.setCount; ++i) {
-        H264Sps sps;
-        const Status status = ParseH264Sps(contents.sets[i].data, contents.sets[i].size, &sps);
+        NalSps sps;
+        const Status status = ParseSps(codec, contents.sets[i].data, contents.sets[i].size, &sps);
         if (status == Status::kUnsupported) {
             *width = sps.width;
             *height = sps.height;
@@ -326,61 +361,61 @@ Status H264Decoder::Announced(const std::uint8_t* data, std::size_t size, int* w
     return found;
 }
 
-Status H264Decoder::Initialise(const std::uint8_t* data, std::size_t size) {
+Status NalDecoder::Initialise(const std::uint8_t* data, std::size_t size) {
     return m_impl->Initialise(data, size);
 }
-bool H264Decoder::IsInitialised() const {
+bool NalDecoder::IsInitialised() const {
     return m_impl->IsOpen();
 }
-int H264Decoder::Width() const {
+int NalDecoder::Width() const {
     return m_impl->m_width;
 }
-int H264Decoder::Height() const {
+int NalDecoder::Height() const {
     return m_impl->m_height;
 }
-const PictureInfo& H264Decoder::Info() const {
+const PictureInfo& NalDecoder::Info() const {
     return m_impl->m_info;
 }
 
-Status H264Decoder::Decode(const std::uint8_t* data, std::size_t size, const OutputPicture& out,
-                           const UnitInfo& unit) {
+Status NalDecoder::Decode(const std::uint8_t* data, std::size_t size, const OutputPicture& out,
+                          const UnitInfo& unit) {
     if (!out.data) return Status::kBadArgument;
     const Status status = m_impl->Decode(data, size, unit);
     return status == Status::kOk ? m_impl->Deliver(out) : status;
 }
 
-Status H264Decoder::DecodePlanar(const std::uint8_t* data, std::size_t size, PlanarPicture* picture,
-                                 const UnitInfo& unit) {
+Status NalDecoder::DecodePlanar(const std::uint8_t* data, std::size_t size, PlanarPicture* picture,
+                                const UnitInfo& unit) {
     if (!picture) return Status::kBadArgument;
     const Status status = m_impl->Decode(data, size, unit);
     return status == Status::kOk ? m_impl->DeliverPlanar(picture) : status;
 }
 
-Status H264Decoder::Drain(const OutputPicture& out) {
+Status NalDecoder::Drain(const OutputPicture& out) {
     if (!out.data) return Status::kBadArgument;
     const Status status = m_impl->Drain();
     return status == Status::kOk ? m_impl->Deliver(out) : status;
 }
 
-Status H264Decoder::DrainPlanar(PlanarPicture* picture) {
+Status NalDecoder::DrainPlanar(PlanarPicture* picture) {
     if (!picture) return Status::kBadArgument;
     const Status status = m_impl->Drain();
     return status == Status::kOk ? m_impl->DeliverPlanar(picture) : status;
 }
 
-void H264Decoder::Reset() {
+void NalDecoder::Reset() {
     m_impl->Reset();
 }
-void H264Decoder::Close() {
+void NalDecoder::Close() {
     m_impl->Close();
 }
-void H264Decoder::SetMostPixels(std::int64_t pixels) {
+void NalDecoder::SetMostPixels(std::int64_t pixels) {
     m_impl->SetMostPixels(pixels);
 }
-void H264Decoder::SetSpeed(int speed) {
+void NalDecoder::SetSpeed(int speed) {
     m_impl->SetSpeed(speed);
 }
-int H264Decoder::LibraryError() const {
+int NalDecoder::LibraryError() const {
     return m_impl->m_libraryError;
 }
 
