@@ -181,8 +181,8 @@ void RTSPSession::RunLoop(UsageEnvironment& env, RTSPClientCustom& client) {
     struct Shutdown {
         RTSPClientCustom& client;
         ~Shutdown() {
-            shutdownStream(client);
-            closeSinks(client);
+            ShutDownStream(client);
+            CloseSinks(client);
         }
     } const shutdown{client};
     Authenticator authenticator(m_settings.userName.c_str(), m_settings.password.c_str(), False);
@@ -202,7 +202,7 @@ void RTSPSession::SendOptions(RTSPClientCustom& client) {
     client.sendOptionsCommand(continueAfterOPTIONS, m_authenticator);
 }
 
-void RTSPSession::shutdownStream(RTSPClientCustom& client) noexcept try {
+void RTSPSession::ShutDownStream(RTSPClientCustom& client) noexcept try {
     if (!client.state.session) return;
     MediaSubsessionIterator subsessions(*client.state.session);
     bool any = false;
@@ -218,7 +218,7 @@ void RTSPSession::shutdownStream(RTSPClientCustom& client) noexcept try {
     NORIX_LOG("RTSPCoumm::RTSPStart", 1, "RTSPCoumm::RTSPStart() failed to tear down: %s", error.what());
 }
 
-void RTSPSession::closeSinks(RTSPClientCustom& client) noexcept {
+void RTSPSession::CloseSinks(RTSPClientCustom& client) noexcept {
     if (!client.state.session) return;
     MediaSubsessionIterator subsessions(*client.state.session);
     while (MediaSubsession* const subsession = subsessions.next()) {
@@ -228,22 +228,22 @@ void RTSPSession::closeSinks(RTSPClientCustom& client) noexcept {
 }
 
 void RTSPSession::continueAfterOPTIONS(RTSPClient* client, int resultCode, char* resultString) {
-    Custom(client).owner().afterOPTIONS(Custom(client), resultCode, TakeText(resultString));
+    Custom(client).owner().AfterOptions(Custom(client), resultCode, TakeText(resultString));
 }
 void RTSPSession::continueAfterDESCRIBE(RTSPClient* client, int resultCode, char* resultString) {
-    Custom(client).owner().afterDESCRIBE(Custom(client), resultCode, TakeText(resultString));
+    Custom(client).owner().AfterDescribe(Custom(client), resultCode, TakeText(resultString));
 }
 void RTSPSession::continueAfterSETUP(RTSPClient* client, int resultCode, char* resultString) {
-    Custom(client).owner().afterSETUP(Custom(client), resultCode, TakeText(resultString));
+    Custom(client).owner().AfterSetup(Custom(client), resultCode, TakeText(resultString));
 }
 void RTSPSession::continueAfterPLAY(RTSPClient* client, int resultCode, char* resultString) {
-    Custom(client).owner().afterPLAY(Custom(client), resultCode, TakeText(resultString));
+    Custom(client).owner().AfterPlay(Custom(client), resultCode, TakeText(resultString));
 }
 void RTSPSession::setupNextSubsession(RTSPClient* client) {
-    Custom(client).owner().setupNext(Custom(client));
+    Custom(client).owner().SetUpNext(Custom(client));
 }
 
-void RTSPSession::afterOPTIONS(RTSPClientCustom& client, int resultCode, const std::string& result) {
+void RTSPSession::AfterOptions(RTSPClientCustom& client, int resultCode, const std::string& result) {
     const bool unknownMethod = resultCode == kMethodNotAllowed || resultCode == kNotImplemented;
     if (resultCode != 0 && !unknownMethod) {
         // Else the connection check reports it.
@@ -262,7 +262,7 @@ void RTSPSession::afterOPTIONS(RTSPClientCustom& client, int resultCode, const s
     client.sendDescribeCommand(continueAfterDESCRIBE, m_authenticator);
 }
 
-void RTSPSession::afterDESCRIBE(RTSPClientCustom& client, int resultCode, const std::string& result) {
+void RTSPSession::AfterDescribe(RTSPClientCustom& client, int resultCode, const std::string& result) {
     if (resultCode != 0) {
         NORIX_LOG("RTSPCoumm::continueAfterDESCRIBE", 0,
                   "RTSPCoumm::continueAfterDESCRIBE() Failed to get a SDP description: %s",
@@ -300,12 +300,12 @@ void RTSPSession::afterDESCRIBE(RTSPClientCustom& client, int resultCode, const 
         ReportStatusAndStop(ecsConnectFail);
         return;
     }
-    chooseReceivingInterface(client);
+    ChooseReceivingInterface(client);
     state.iterator = std::make_unique<MediaSubsessionIterator>(*state.session);
-    setupNext(client);
+    SetUpNext(client);
 }
 
-void RTSPSession::chooseReceivingInterface(RTSPClientCustom& client) const {
+void RTSPSession::ChooseReceivingInterface(RTSPClientCustom& client) const {
     if (IsPush()) {
         const std::string text = m_param->multicast.Get().interfaceAddress;
         const auto address = ::inet_addr(text.c_str());
@@ -319,7 +319,7 @@ void RTSPSession::chooseReceivingInterface(RTSPClientCustom& client) const {
     }
 }
 
-bool RTSPSession::isWanted(const MediaSubsession& subsession) const {
+bool RTSPSession::IsWanted(const MediaSubsession& subsession) const {
     switch (m_param->mediaType.Get()) {
         case MediaType::Audio:
             return !IsMedium(subsession, "video");
@@ -330,25 +330,25 @@ bool RTSPSession::isWanted(const MediaSubsession& subsession) const {
     }
 }
 
-void RTSPSession::setupNext(RTSPClientCustom& client) {
+void RTSPSession::SetUpNext(RTSPClientCustom& client) {
     StreamClientState& state = client.state;
     while ((state.subsession = state.iterator->next()) != nullptr) {
         MediaSubsession& subsession = *state.subsession;
-        if (!isWanted(subsession)) continue;
-        if (hasSinkOfKind(client, subsession)) {
+        if (!IsWanted(subsession)) continue;
+        if (HasSinkOfKind(client, subsession)) {
             NORIX_LOG("RTSPCoumm::setupNextSubsession", 0,
                       "RTSPCoumm::setupNextSubsession() Left out the \"%s/%s\" subssesion: there is one of "
                       "its kind already",
                       subsession.mediumName(), subsession.codecName());
             continue;
         }
-        if (!initiate(subsession)) {
+        if (!Initiate(subsession)) {
             if (GroupRefused(subsession)) {
-                noteGroupRefused(subsession);
+                NoteGroupRefused(subsession);
             } else if (SocketsRefused(subsession)) {
-                noteFailed(subsession, client.envir().getResultMsg());
+                NoteFailed(subsession, client.envir().getResultMsg());
             } else {
-                noteUnsupported(subsession);
+                NoteUnsupported(subsession);
             }
             continue;
         }
@@ -367,15 +367,15 @@ void RTSPSession::setupNext(RTSPClientCustom& client) {
         }
         return;
     }
-    if (nothingIsLeft(client)) {
+    if (NothingIsLeft(client)) {
         // The port may come free, and the group be reachable, the next time.
         ReportStatusAndStop(ecsConnectFail);
         return;
     }
-    play(client);
+    Play(client);
 }
 
-void RTSPSession::noteGroupRefused(const MediaSubsession& subsession) {
+void RTSPSession::NoteGroupRefused(const MediaSubsession& subsession) {
     if (KindOf(subsession) < 0 || std::exchange(m_groupRefused, true)) return;
     NORIX_LOG("RTSPCoumm::setupNextSubsession", 0,
               "RTSPCoumm::setupNextSubsession() SetConnectStatus(eMulticastError)");
@@ -384,7 +384,7 @@ void RTSPSession::noteGroupRefused(const MediaSubsession& subsession) {
 }
 
 // Where groups were refused, and nothing else of the session can be received.
-bool RTSPSession::nothingIsLeft(const RTSPClientCustom& client) const {
+bool RTSPSession::NothingIsLeft(const RTSPClientCustom& client) const {
     if (!m_groupRefused) return false;
     MediaSubsessionIterator subsessions(*client.state.session);
     while (const MediaSubsession* const subsession = subsessions.next()) {
@@ -393,7 +393,7 @@ bool RTSPSession::nothingIsLeft(const RTSPClientCustom& client) const {
     return true;
 }
 
-bool RTSPSession::hasSinkOfKind(const RTSPClientCustom& client, const MediaSubsession& subsession) const {
+bool RTSPSession::HasSinkOfKind(const RTSPClientCustom& client, const MediaSubsession& subsession) const {
     if (KindOf(subsession) < 0) return false;
     MediaSubsessionIterator others(*client.state.session);
     while (const MediaSubsession* const other = others.next()) {
@@ -402,12 +402,12 @@ bool RTSPSession::hasSinkOfKind(const RTSPClientCustom& client, const MediaSubse
     return false;
 }
 
-void RTSPSession::noteFailed(const MediaSubsession& subsession, const std::string& why) {
+void RTSPSession::NoteFailed(const MediaSubsession& subsession, const std::string& why) {
     const int kind = KindOf(subsession);
     if (kind >= 0 && m_failed[kind].empty()) m_failed[kind] = Readable(why);
 }
 
-void RTSPSession::noteUnsupported(const MediaSubsession& subsession) {
+void RTSPSession::NoteUnsupported(const MediaSubsession& subsession) {
     const int kind = KindOf(subsession);
     if (kind < 0) return;
     const std::string_view protocol = subsession.protocolName();
@@ -419,7 +419,7 @@ void RTSPSession::noteUnsupported(const MediaSubsession& subsession) {
 }
 
 // At once and by name, instead of a picture that never comes.
-void RTSPSession::tellWhatIsMissing(const RTSPClientCustom& client) {
+void RTSPSession::TellWhatIsMissing(const RTSPClientCustom& client) {
     bool set[2] = {};
     MediaSubsessionIterator subsessions(*client.state.session);
     while (const MediaSubsession* const subsession = subsessions.next()) {
@@ -449,7 +449,7 @@ void RTSPSession::tellWhatIsMissing(const RTSPClientCustom& client) {
     if (!set[kSound]) m_param->audioCodec.Set(AudioCodec::None);
 }
 
-bool RTSPSession::initiate(MediaSubsession& subsession) {
+bool RTSPSession::Initiate(MediaSubsession& subsession) {
     if (!subsession.initiate(-1)) {
         NORIX_LOG("RTSPCoumm::setupNextSubsession", 0,
                   "RTSPCoumm::setupNextSubsession() Failed to initiate the \"%s/%s\" subssesion: %s",
@@ -471,8 +471,8 @@ bool RTSPSession::initiate(MediaSubsession& subsession) {
     return true;
 }
 
-void RTSPSession::play(RTSPClientCustom& client) {
-    tellWhatIsMissing(client);
+void RTSPSession::Play(RTSPClientCustom& client) {
+    TellWhatIsMissing(client);
     if (m_players && m_stop == 0) m_players->Start();
     if (IsPush()) {
         continueAfterPLAY(&client, 0, nullptr);
@@ -488,16 +488,16 @@ void RTSPSession::play(RTSPClientCustom& client) {
     }
 }
 
-void RTSPSession::afterSETUP(RTSPClientCustom& client, int resultCode, const std::string& result) {
+void RTSPSession::AfterSetup(RTSPClientCustom& client, int resultCode, const std::string& result) {
     MediaSubsession& subsession = *client.state.subsession;
     if (resultCode != 0) {
         NORIX_LOG("RTSPCoumm::continueAfterSETUP", 0,
                   "RTSPCoumm::continueAfterSETUP() Failed to set up the \"%s/%s\" subssesion: %s",
                   subsession.mediumName(), subsession.codecName(), util::RedactSecrets(result).c_str());
         if (GroupRefused(subsession)) {
-            noteGroupRefused(subsession);
+            NoteGroupRefused(subsession);
         } else {
-            noteFailed(subsession, util::RedactSecrets(result));
+            NoteFailed(subsession, util::RedactSecrets(result));
             NoteFailure(resultCode);
         }
     } else {
@@ -505,13 +505,13 @@ void RTSPSession::afterSETUP(RTSPClientCustom& client, int resultCode, const std
                   "RTSPCoumm::continueAfterSETUP() Set up the \"%s/%s\" subsession (client ports %d-%d)",
                   subsession.mediumName(), subsession.codecName(), subsession.clientPortNum(),
                   subsession.clientPortNum() + 1);
-        if (m_stop == 0) recordFormat(subsession);
-        startSink(client, subsession);
+        if (m_stop == 0) RecordFormat(subsession);
+        StartSink(client, subsession);
     }
-    setupNext(client);
+    SetUpNext(client);
 }
 
-void RTSPSession::recordFormat(const MediaSubsession& subsession) {
+void RTSPSession::RecordFormat(const MediaSubsession& subsession) {
     const std::string_view codec = subsession.codecName();
     const auto is = [codec](std::string_view name) { return name.starts_with(codec); };
     if (is("H264")) {
@@ -531,7 +531,7 @@ void RTSPSession::recordFormat(const MediaSubsession& subsession) {
     m_param->streamForm.Set(StreamForm::Bare);
 }
 
-void RTSPSession::startSink(RTSPClientCustom& client, MediaSubsession& subsession) {
+void RTSPSession::StartSink(RTSPClientCustom& client, MediaSubsession& subsession) {
     DummySink* const sink =
         DummySink::createNew(client.envir(), subsession, kReceiveBuffer, *m_param, m_stop);
     subsession.sink = sink;
@@ -551,7 +551,7 @@ void RTSPSession::startSink(RTSPClientCustom& client, MediaSubsession& subsessio
         subsession.rtcpInstance()->setByeHandler(subsessionByeHandler, &subsession);
 }
 
-void RTSPSession::afterPLAY(RTSPClientCustom& client, int resultCode, const std::string& result) {
+void RTSPSession::AfterPlay(RTSPClientCustom& client, int resultCode, const std::string& result) {
     if (resultCode != 0) {
         NORIX_LOG("RTSPCoumm::continueAfterPLAY", 0,
                   "RTSPCoumm::continueAfterPLAY() Failed to start playing session: %s",

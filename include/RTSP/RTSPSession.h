@@ -75,25 +75,25 @@ class RTSPSession {
 
   private:
     void RunLoop(UsageEnvironment& env, RTSPClientCustom& client);
-    void afterOPTIONS(RTSPClientCustom& client, int resultCode, const std::string& result);
-    void afterDESCRIBE(RTSPClientCustom& client, int resultCode, const std::string& result);
-    void afterSETUP(RTSPClientCustom& client, int resultCode, const std::string& result);
-    void afterPLAY(RTSPClientCustom& client, int resultCode, const std::string& result);
-    void setupNext(RTSPClientCustom& client);
-    bool initiate(MediaSubsession& subsession);
-    bool hasSinkOfKind(const RTSPClientCustom& client, const MediaSubsession& subsession) const;
-    void noteFailed(const MediaSubsession& subsession, const std::string& why);
-    void noteUnsupported(const MediaSubsession& subsession);
-    void noteGroupRefused(const MediaSubsession& subsession);
-    bool nothingIsLeft(const RTSPClientCustom& client) const;
-    void tellWhatIsMissing(const RTSPClientCustom& client);
-    bool isWanted(const MediaSubsession& subsession) const;
-    void play(RTSPClientCustom& client);
-    void chooseReceivingInterface(RTSPClientCustom& client) const;
-    void recordFormat(const MediaSubsession& subsession);
-    void startSink(RTSPClientCustom& client, MediaSubsession& subsession);
-    static void shutdownStream(RTSPClientCustom& client) noexcept;
-    static void closeSinks(RTSPClientCustom& client) noexcept;
+    void AfterOptions(RTSPClientCustom& client, int resultCode, const std::string& result);
+    void AfterDescribe(RTSPClientCustom& client, int resultCode, const std::string& result);
+    void AfterSetup(RTSPClientCustom& client, int resultCode, const std::string& result);
+    void AfterPlay(RTSPClientCustom& client, int resultCode, const std::string& result);
+    void SetUpNext(RTSPClientCustom& client);
+    bool Initiate(MediaSubsession& subsession);
+    bool HasSinkOfKind(const RTSPClientCustom& client, const MediaSubsession& subsession) const;
+    void NoteFailed(const MediaSubsession& subsession, const std::string& why);
+    void NoteUnsupported(const MediaSubsession& subsession);
+    void NoteGroupRefused(const MediaSubsession& subsession);
+    bool NothingIsLeft(const RTSPClientCustom& client) const;
+    void TellWhatIsMissing(const RTSPClientCustom& client);
+    bool IsWanted(const MediaSubsession& subsession) const;
+    void Play(RTSPClientCustom& client);
+    void ChooseReceivingInterface(RTSPClientCustom& client) const;
+    void RecordFormat(const MediaSubsession& subsession);
+    void StartSink(RTSPClientCustom& client, MediaSubsession& subsession);
+    static void ShutDownStream(RTSPClientCustom& client) noexcept;
+    static void CloseSinks(RTSPClientCustom& client) noexcept;
     void Report(int code, unsigned value);
     bool IsPush() const { return m_settings.protocol == ecpMulticastPush; }
 
