@@ -7,6 +7,8 @@
 
 #include "camera/Charset.h"
 #include "camera/ptz/PtzQueries.h"
+#include "net/KnownServers.h"
+#include "protocol/Origin.h"
 #include "protocol/Text.h"
 #include "util/Log.h"
 #include "util/Redact.h"
@@ -26,6 +28,13 @@ constexpr std::int32_t kCaptionShown = 1;  // bit of captionInfo
 
 bool IsPort(std::int32_t value) {
     return value >= 1 && value <= kHighestPort;
+}
+
+// The web server that is asked with this.
+protocol::Origin OriginOf(const CameraAccess& access) {
+    const std::int32_t port = access.https ? access.httpsPort : access.httpPort;
+    return protocol::makeOrigin(access.https ? "https" : "http", access.serverIP,
+                                static_cast<std::uint16_t>(port));
 }
 
 std::string_view UpToZero(std::string_view text) {
@@ -167,11 +176,14 @@ Result CameraCommands::RequestPorts() {
 }
 
 void CameraCommands::TakePorts(const CameraPorts& reported) {
+    const protocol::Origin asked = OriginOf(access);
     if (IsPort(reported.rtsp)) m_rtspPort = reported.rtsp;
     if (IsPort(reported.http)) access.httpPort = reported.http;
-    if (!IsPort(reported.https)) return;
-    access.httpsPort = reported.https;
-    if (reported.http == 0) access.https = true;  // the camera has switched plain HTTP off
+    if (IsPort(reported.https)) {
+        access.httpsPort = reported.https;
+        if (reported.http == 0) access.https = true;  // the camera has switched plain HTTP off
+    }
+    net::KnownServers::get().namedBy(OriginOf(access), asked);
 }
 
 Result CameraCommands::RequestCodecList(StreamSelection& selection) {

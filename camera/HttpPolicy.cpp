@@ -81,6 +81,7 @@ std::optional<HttpRequest> FollowRedirection(const HttpRequest& request, const H
     HttpRequest next = request;
     next.secure = to->origin.scheme == "https";
     next.host = to->origin.host;
+    next.connectTo.clear();
     next.port = to->origin.port;
     next.path = to->path;
     if (to->elsewhere) {

@@ -37,6 +37,7 @@ std::optional<ChallengeAnswer> AnswerChallenge(const HttpRequest& request, const
 
 /// The request that follows a redirection; nothing when the reply is none, or leads nowhere. Where
 /// it leads elsewhere (net/Redirection.h), that gets a bare GET: no credentials, no body, no header lines.
+/// Where to connect to there is for the caller to say.
 std::optional<HttpRequest> FollowRedirection(const HttpRequest& request, const HttpReply& reply);
 
 }  // namespace norix

@@ -10,8 +10,9 @@ namespace norix {
 
 /// One request to a camera's web server. Text is UTF-8 or bytes as they go on the wire.
 struct HttpRequest {
-    bool secure = false;  // HTTPS
-    std::string host;
+    bool secure = false;    // HTTPS
+    std::string host;       // whom it is for: in its Host line, of its sign-in
+    std::string connectTo;  // a numeric address that was checked for the host; empty: the host itself
     std::uint16_t port = 80;
     std::string user;  // empty: no authentication
     std::string password;
@@ -19,7 +20,7 @@ struct HttpRequest {
     std::string path;     // with its query, from the first slash on
     std::string headers;  // whole lines, each with CR LF
     std::string body;
-    protocol::HostRoute route;     // where redirections may lead; `host` itself has been routed
+    protocol::HostRoute route;     // where redirections may lead; `connectTo` is its answer for `host`
     std::size_t maxReply = 80000;  // bytes of the body that are taken; the rest is not read
 };
 

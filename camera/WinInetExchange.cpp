@@ -69,6 +69,16 @@ void AcceptAnyIssuer(HINTERNET request) {
               flags | SECURITY_FLAG_IGNORE_UNKNOWN_CA | SECURITY_FLAG_IGNORE_CERT_CN_INVALID);
 }
 
+// The name, for a request that is sent to an address.
+bool SetHostLine(HINTERNET handle, const HttpRequest& request) {
+    std::string line = "Host: " + protocol::hostInUrl(request.host);
+    if (request.port != (request.secure ? protocol::kHttpsPort : protocol::kHttpPort))
+        line += ":" + std::to_string(request.port);
+    line += "\r\n";
+    return HttpAddRequestHeadersA(handle, line.c_str(), static_cast<DWORD>(line.size()),
+                                  HTTP_ADDREQ_FLAG_ADD | HTTP_ADDREQ_FLAG_REPLACE) != FALSE;
+}
+
 bool IsForTheCertificate(DWORD error) {
     return error == ERROR_INTERNET_INVALID_CA || error == ERROR_INTERNET_SEC_CERT_CN_INVALID ||
            error == ERROR_INTERNET_SEC_CERT_ERRORS;
@@ -97,15 +107,19 @@ bool WinInetExchange::Open(const HttpRequest& request, Certificates certificates
     InternetSetStatusCallbackW(m_session.Get(), &OnStatus);
 
     const auto context = reinterpret_cast<DWORD_PTR>(&m_watch);
-    m_connection.Reset(InternetConnectW(m_session.Get(),
-                                        util::Utf8ToWide(protocol::hostInUrl(request.host)).c_str(),
-                                        request.port, nullptr, nullptr, INTERNET_SERVICE_HTTP, 0, context));
+    // A certificate that the system vouches for proves whose name that is; one that was only pinned doesn't.
+    const bool provesName = request.secure && certificates == Certificates::Vouched;
+    const bool byAddress = !provesName && !request.connectTo.empty() && request.connectTo != request.host;
+    const std::string server = protocol::hostInUrl(byAddress ? request.connectTo : request.host);
+    m_connection.Reset(InternetConnectW(m_session.Get(), util::Utf8ToWide(server).c_str(), request.port,
+                                        nullptr, nullptr, INTERNET_SERVICE_HTTP, 0, context));
     if (!m_connection) return false;
     const DWORD secure = request.secure ? INTERNET_FLAG_SECURE : 0;
     m_request.Reset(HttpOpenRequestA(m_connection.Get(), request.verb.c_str(),
                                      EncodePath(request.path).c_str(), "HTTP/1.0", nullptr, nullptr,
                                      kRequestFlags | secure, context));
     if (m_request) SetTimeouts(m_request.Get());
+    if (m_request && byAddress && !SetHostLine(m_request.Get(), request)) return false;
     if (m_request && certificates == Certificates::Pinned) AcceptAnyIssuer(m_request.Get());
     return static_cast<bool>(m_request);
 }

@@ -51,7 +51,7 @@ HttpReply Ask(std::optional<WinInetExchange>& exchange, ExchangeWatch& watch, co
 bool Route(HttpRequest& request) {
     if (!request.route) return true;
     const auto connectTo = request.route(request.host);
-    if (connectTo && !request.secure) request.host = *connectTo;
+    if (connectTo) request.connectTo = *connectTo;
     return connectTo.has_value();
 }
 
@@ -61,6 +61,9 @@ void Converse(HttpRequest request, bool allowSelfSigned, ExchangeWatch& watch) {
     std::optional<ChallengeAnswer> answer;
     unsigned redirections = 0;
     while (!watch.Abandoned()) {
+        // Also where only a redirection leads there.
+        if (request.secure)
+            net::KnownServers::get().askedSecurely(request.host, util::AllowsPlainWithHttps());
         HttpReply reply =
             Ask(exchange, watch, request, answer ? answer->line : std::string(), allowSelfSigned);
         if (!reply.answered) return watch.SetReply(std::move(reply));
@@ -95,7 +98,6 @@ HttpReply WinInetTransport::Send(const HttpRequest& request) {
     if (!IsHost(request.host) || request.port == 0) return {};
     const auto watch = std::make_shared<ExchangeWatch>();
     const bool allowSelfSigned = AllowSelfSignedCertificate();
-    if (request.secure) net::KnownServers::get().askedSecurely(request.host, util::AllowsPlainWithHttps());
     const bool started = util::StartLooseThread([watch, request, allowSelfSigned] {
         try {
             Converse(request, allowSelfSigned, *watch);

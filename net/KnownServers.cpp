@@ -16,6 +16,15 @@ std::string signInName(const protocol::Origin& server) {
     return "sign-in " + protocol::toText(server);
 }
 
+// What a camera streams by, wherever it has said that this is.
+std::string serviceName(const protocol::Origin& camera, const std::string& scheme) {
+    return "sign-in " + scheme + " of " + protocol::toText(camera);
+}
+
+bool isWeb(const protocol::Origin& server) {
+    return server.scheme != "rtsp";
+}
+
 std::string certificateName(const protocol::Origin& server) {
     return "certificate " + protocol::toText(server);
 }
@@ -37,25 +46,60 @@ std::optional<protocol::Challenge> KnownServers::choose(const protocol::Origin& 
         }
     }
     if (!best || best->kind != Kind::Basic) return best;
-    const char* reason = nullptr;
-    // Whoever redirects a plain request to HTTPS has not proved to be the server: what that one took counts.
-    const bool web = server == protocol::makeOrigin("https", server.host, protocol::kHttpsPort);
-    if (recall(signInName(server)) == kDigest ||
-        (web && recall(signInName(protocol::makeOrigin("http", server.host, 80))) == kDigest)) {
-        reason = "it took Digest before";
-    } else if (server.scheme != "https" && wantsSecurity(server.host)) {
-        reason = "its host is asked by HTTPS, and this connection is not encrypted";
-    }
+    const char* const reason = objection(server);
     if (!reason) return best;
     NORIX_LOG("KnownServers::choose", 1, "%s asks for a password in clear and gets none: %s",
               protocol::toText(server).c_str(), reason);
     return std::nullopt;
 }
 
+// To Basic; null where there is none.
+const char* KnownServers::objection(const protocol::Origin& server) {
+    static constexpr char kBefore[] = "it took Digest before";
+    // Whoever redirects a plain request to HTTPS has not proved to be the server: what that one took counts.
+    const bool upgraded = server == protocol::makeOrigin("https", server.host, protocol::kHttpsPort);
+    if (recall(signInName(server)) == kDigest ||
+        (upgraded && recall(signInName(protocol::makeOrigin("http", server.host, 80))) == kDigest)) {
+        return kBefore;
+    }
+    for (const protocol::Origin& camera : namersOf(server)) {
+        if (camera.host != server.host) return "only a camera elsewhere has named it";
+        if (recall(serviceName(camera, server.scheme)) == kDigest ||
+            (isWeb(server) && recall(signInName(camera)) == kDigest)) {
+            return kBefore;
+        }
+    }
+    if (server.scheme != "https" && wantsSecurity(server.host))
+        return "its host is asked by HTTPS, and this connection is not encrypted";
+    return nullptr;
+}
+
 void KnownServers::accepted(const protocol::Origin& server, protocol::Challenge::Kind kind) {
     if (kind == protocol::Challenge::Kind::Basic) return;
-    const std::string name = signInName(server);
-    if (recall(name) != kDigest) keep(name, kDigest);
+    const auto note = [this](const std::string& name) {
+        if (recall(name) != kDigest) keep(name, kDigest);
+    };
+    note(signInName(server));
+    for (const protocol::Origin& camera : namersOf(server))
+        if (camera.host == server.host) note(serviceName(camera, server.scheme));
+}
+
+void KnownServers::namedBy(const protocol::Origin& place, const protocol::Origin& camera) {
+    if (place == camera || !place || !camera) return;
+    const std::lock_guard lock(m_lock);
+    if (m_namers.size() >= kMaxTexts && !m_namers.contains(place)) return;
+    std::set<protocol::Origin> namers{camera};
+    // A port that was named by one that was named before.
+    if (const auto before = m_namers.find(camera); before != m_namers.end())
+        namers.insert(before->second.begin(), before->second.end());
+    namers.erase(place);
+    m_namers[place].merge(namers);
+}
+
+std::set<protocol::Origin> KnownServers::namersOf(const protocol::Origin& place) {
+    const std::lock_guard lock(m_lock);
+    const auto found = m_namers.find(place);
+    return found == m_namers.end() ? std::set<protocol::Origin>() : found->second;
 }
 
 void KnownServers::askedSecurely(const std::string& host, bool plainAllowed) {
@@ -94,6 +138,7 @@ void KnownServers::forget() {
     const std::lock_guard lock(m_lock);
     m_texts.clear();
     m_secureHosts.clear();
+    m_namers.clear();
 }
 
 // The store counts, which an administrator may have edited: it is asked each time, as the settings are.

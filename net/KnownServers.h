@@ -29,13 +29,19 @@ class KnownServers {
     static KnownServers& get();
 
     /// The strongest challenge in the WWW-Authenticate fields that `server` may be answered: no Basic where
-    /// Digest was taken before (by HTTPS: also by the host's HTTP, which may redirect there), nor in clear to
-    /// a host that is asked by HTTPS. Nothing without one.
+    /// Digest was taken before (by HTTPS: also by the host's HTTP, which may redirect there), also by what a
+    /// camera named then (see namedBy), nor in clear to a host that is asked by HTTPS. Nothing without one.
     std::optional<protocol::Challenge> choose(const protocol::Origin& server,
                                               std::span<const std::string> fields);
 
     /// The server has accepted an answer of this kind.
     void accepted(const protocol::Origin& server, protocol::Challenge::Kind kind);
+
+    /// The server at `camera` has said that `place` is its own: another port of its web server, or its
+    /// streams'. Whoever answers for a camera can name any port, and none of them is known to have taken
+    /// Digest; so what the camera's web server and its streams took counts there. Of another host, which only
+    /// the camera has named, it gets no Basic at all. Holds for the process.
+    void namedBy(const protocol::Origin& place, const protocol::Origin& camera);
 
     /// The host is asked by HTTPS. `plainAllowed`: the user lets Basic go to it in clear all the same.
     void askedSecurely(const std::string& host, bool plainAllowed);
@@ -53,12 +59,15 @@ class KnownServers {
     void forget();
 
   private:
+    const char* objection(const protocol::Origin& server);
+    std::set<protocol::Origin> namersOf(const protocol::Origin& place);
     std::optional<std::string> recall(const std::string& name);
     void keep(const std::string& name, const std::string& text);
 
     std::mutex m_lock;                           // guards what follows; held while nobody is called
     std::map<std::string, std::string> m_texts;  // by name: what was learnt or loaded
     std::set<std::string> m_secureHosts;
+    std::map<protocol::Origin, std::set<protocol::Origin>> m_namers;  // cameras that have named a place
     Store* m_store = nullptr;
 };
 

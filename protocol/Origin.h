@@ -2,6 +2,7 @@
 
 // To whom something belongs on the network: what is told to one origin is nobody else's. Pure.
 
+#include <compare>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -17,7 +18,7 @@ struct Origin {
     std::string host;
     std::uint16_t port = 0;
 
-    bool operator==(const Origin&) const = default;
+    auto operator<=>(const Origin&) const = default;
     explicit operator bool() const { return !scheme.empty() && !host.empty() && port != 0; }
 };
 

@@ -121,7 +121,7 @@ void CameraLink::Take(const CameraInquiry& inquiry) {
     const SignIn signIn{access.username, access.password};
     // A camera that names another port of its own has been told already who asks.
     if (m_signIns.IsBound(inquiry.asked) && !m_signIns.IsBound(answered))
-        m_signIns.Bind(answered, signIn, SignIns::Source::kFound);
+        m_signIns.TakeOver(inquiry.asked, answered);
     if (inquiry.outcome.unauthorized) {
         m_signIns.RefusedBy(answered);
     } else if (inquiry.outcome.reached) {

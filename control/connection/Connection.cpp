@@ -172,13 +172,17 @@ void Connection::BindAddressSignIn(const CameraLocation& location) {
     SignIns& who = m_camera.Who();
     if (location.user.empty() || who.HostSignsIn()) return;
     SignIn signIn = {location.user, location.password};
+    SignIns::Source source = SignIns::Source::kInAddress;
     if (signIn.password.empty()) {
         // The password is left out of addresses that containers save.
         auto saved = m_means.LoadSignIn(location.origin);
-        if (saved && saved->user == signIn.user) signIn = std::move(*saved);
+        if (saved && saved->user == signIn.user) {
+            signIn = std::move(*saved);
+            source = SignIns::Source::kFound;
+        }
     }
     for (const protocol::Origin& origin : {location.origin, m_camera.WebOrigin()})
-        if (!who.IsBound(origin)) who.Bind(origin, signIn, SignIns::Source::kFound);
+        if (!who.IsBound(origin)) who.Bind(origin, signIn, source);
 }
 
 /// Who signs in at the stream's server. Where the camera itself has said where its stream is, that is whoever
@@ -187,9 +191,10 @@ SignIn Connection::StreamSignIn(const protocol::Origin& stream) {
     SignIn signIn = m_camera.SignInFor(stream);
     SignIns& who = m_camera.Who();
     const protocol::Origin web = m_camera.WebOrigin();
-    if (signIn.user.empty() && m_host.Settings().streamUri.empty() && web.host == stream.host) {
-        signIn = who.For(web);
-        if (who.IsBound(web)) who.Bind(stream, signIn, SignIns::Source::kFound);
+    if (m_host.Settings().streamUri.empty()) {
+        const bool itsOwn = web.host == stream.host;
+        if (itsOwn || !who.IsBound(stream)) net::KnownServers::get().namedBy(stream, web);
+        if (itsOwn && signIn.user.empty()) signIn = who.TakeOver(web, stream);
     }
     who.Told(stream, signIn);
     return signIn;
@@ -199,7 +204,7 @@ SignIn Connection::StreamSignIn(const protocol::Origin& stream) {
 void Connection::SaveSignIns() {
     const util::CTimeDiff timing("CNorixSDKCtrl::SetUserAuthentication()");
     for (const SignIns::Telling& telling : m_camera.Who().Tellings()) {
-        if (!telling.signIn.user.empty() && (telling.bound || m_host.IsTrusted()))
+        if (!telling.signIn.user.empty() && (telling.users || m_host.IsTrusted()))
             m_means.SaveSignIn(telling.origin, telling.signIn);
     }
 }
@@ -397,7 +402,7 @@ bool Connection::StartHttp() {
     if (source.route) {
         const auto host = source.route(source.host);
         if (!host) return Refuse(net::kMayNotReach);
-        source.host = *host;
+        source.connectTo = *host;
     }
     if (m_attempt.media != MediaType::Audio) source.videoPath = "/kest-cgi/mjpeg.cgi" + query;
     if (m_attempt.media != MediaType::Video) source.audioPath = "/kest-cgi/pcmu.cgi" + query;
@@ -433,7 +438,7 @@ bool Connection::StartRtsp() {
         if (const protocol::HostRoute route = m_host.Route()) {
             const auto routed = RouteStreamUri(source.streamUri, route);
             if (!routed) return Refuse(net::kMayNotReach);
-            source.streamUri = *routed;
+            source.routedUri = *routed;
             source.route = route;
         }
         // Groups of its own choice are the server's; whether the page may join them is not.

@@ -23,6 +23,7 @@ std::shared_ptr<CCtrlParam> ShareParam(std::shared_ptr<SessionContext> session) 
 HttpStreamRequest RequestOf(const HttpSource& source, const std::string& path) {
     HttpStreamRequest request;
     request.host = source.host;
+    request.connectTo = source.connectTo;
     request.port = source.port;
     request.user = source.user;
     request.password = source.password;

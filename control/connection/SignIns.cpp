@@ -15,8 +15,14 @@ void SignIns::Bind(const protocol::Origin& origin, SignIn signIn, Source source)
     m_bound.push_back({origin, std::move(signIn), source});
 }
 
+SignIn SignIns::TakeOver(const protocol::Origin& from, const protocol::Origin& to) {
+    if (const Bound* bound = Find(from))
+        Bind(to, bound->signIn, bound->source == Source::kInAddress ? Source::kInAddress : Source::kFound);
+    return For(from);
+}
+
 void SignIns::ForgetFound() {
-    std::erase_if(m_bound, [](const Bound& bound) { return bound.source == Source::kFound; });
+    std::erase_if(m_bound, [](const Bound& bound) { return bound.source != Source::kTyped; });
 }
 
 void SignIns::OnHostChange() {
@@ -31,7 +37,8 @@ SignIn SignIns::For(const protocol::Origin& origin) const {
 
 void SignIns::Told(const protocol::Origin& origin, SignIn signIn) {
     std::erase_if(m_told, [&](const Telling& telling) { return telling.origin == origin; });
-    m_told.push_back({origin, std::move(signIn), IsBound(origin)});
+    const Bound* const bound = Find(origin);
+    m_told.push_back({origin, std::move(signIn), bound && bound->source != Source::kInAddress});
 }
 
 std::vector<protocol::Origin> SignIns::Wanting(const protocol::Origin& camera) const {

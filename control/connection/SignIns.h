@@ -22,11 +22,14 @@ class SignIns {
     bool HostSignsIn() const { return !m_hostsAreTyped && !m_hosts.user.empty(); }
 
     enum class Source {
-        kTyped,  ///< by the user
-        kFound,  ///< saved, or in the address; looked for anew by each attempt to connect
+        kTyped,      ///< by the user
+        kFound,      ///< saved; looked for anew by each attempt to connect, as the next one
+        kInAddress,  ///< which the host has set: nothing of the user's
     };
     /// Binds a sign-in to an origin, in place of one that was bound to it.
     void Bind(const protocol::Origin& origin, SignIn signIn, Source source);
+    /// Who signs in at `from` does so at `to` as well, a place that the server there has named.
+    SignIn TakeOver(const protocol::Origin& from, const protocol::Origin& to);
     void ForgetFound();
     /// The host has said anew who signs in, or where.
     void OnHostChange();
@@ -46,7 +49,7 @@ class SignIns {
     struct Telling {
         protocol::Origin origin;
         SignIn signIn;
-        bool bound = false;  ///< the user's, not the host's
+        bool users = false;  ///< not the host's
     };
     const std::vector<Telling>& Tellings() const { return m_told; }
     void RefusedBy(const protocol::Origin& origin) { m_refusing.push_back(origin); }

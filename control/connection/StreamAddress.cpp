@@ -44,8 +44,8 @@ std::optional<std::string> RouteStreamUri(const std::string& uri, const protocol
     const std::size_t end = std::min(uri.find_first_of("/?", authority), uri.size());
     const std::size_t at = uri.substr(0, end).rfind('@');
     const std::size_t begin = at == std::string::npos || at < authority ? authority : at + 1;
-    const bool ipv6 = host->find(':') != std::string::npos;
-    return std::string(uri).replace(begin, url->host.size(), ipv6 ? "[" + *host + "]" : *host);
+    const std::size_t length = uri[begin] == '[' ? uri.find(']', begin) + 1 - begin : url->host.size();
+    return std::string(uri).replace(begin, length, protocol::hostInUrl(*host));
 }
 
 std::string ReachableStreamUri(const std::string& uri, const std::string& asked) {

@@ -17,12 +17,13 @@ class CDecoder;
 /// Where a camera's streams over HTTP are. Empty paths are not received. UTF-8.
 struct HttpSource {
     std::string host;
+    std::string connectTo;  // a numeric address that was checked for the host; empty: the host itself
     std::uint16_t port = 80;
     std::string user;
     std::string password;
     std::string videoPath;
     std::string audioPath;
-    protocol::HostRoute route;  // where redirections may lead; `host` has been routed
+    protocol::HostRoute route;  // where redirections may lead; `connectTo` is its answer for `host`
     unsigned timeoutMs = 5000;  // for the answer to the first request
 };
 

@@ -14,8 +14,7 @@ HttpReply ReachTransport::Send(const HttpRequest& request) {
         return none;
     }
     HttpRequest routed = request;
-    // A certificate is made out for the name, and proves who answers by itself.
-    if (!routed.secure) routed.host = *connectTo;
+    routed.connectTo = *connectTo;
     routed.route = [reach = m_reach](const std::string& host) { return reach->Resolve(host); };
     return m_transport.Send(routed);
 }

@@ -97,7 +97,8 @@ HttpDialogue::Next HttpDialogue::FollowTo(const ReplyHead& head) {
     if (to->origin.scheme != "http") return Refuse("redirected to " + to->origin.scheme);
     const auto host = m_at.route ? m_at.route(to->origin.host) : to->origin.host;
     if (!host) return Refuse("redirected to a host that must not be reached");
-    m_at.host = *host;
+    m_at.host = to->origin.host;
+    m_at.connectTo = *host;
     m_at.port = to->origin.port;
     m_at.path = to->path;
     if (to->elsewhere) {

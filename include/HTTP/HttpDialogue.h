@@ -1,7 +1,7 @@
 #pragma once
 
 // What is asked until a stream flows: the first request, the one with credentials, those that redirections
-// lead to. Pure: the caller connects, sends Request() to Host():Port() and hands in the reply's head.
+// lead to. Pure: the caller connects, sends Request() to ConnectTo():Port() and hands in the reply's head.
 
 #include <cstdint>
 #include <optional>
@@ -30,7 +30,7 @@ class HttpDialogue {
     /// False for a request that would not stay one: line ends or blanks where none may be.
     bool Valid() const;
 
-    const std::string& Host() const { return m_at.host; }
+    const std::string& ConnectTo() const { return m_at.connectTo.empty() ? m_at.host : m_at.connectTo; }
     std::uint16_t Port() const { return m_at.port; }
     std::string Request() const;
 

@@ -138,7 +138,7 @@ bool StreamSession::Receiving::Ask() {
         video ? RandomHex() : std::string(), RandomHex());
     if (!dialogue.Valid()) return Fail("host or path can't be asked for");
     for (;;) {
-        const auto connected = m_socket.connect(dialogue.Host(), dialogue.Port(), deadline.Left());
+        const auto connected = m_socket.connect(dialogue.ConnectTo(), dialogue.Port(), deadline.Left());
         if (connected != StreamSocket::Result::Done) return Fail(connected);
         const auto sent = m_socket.send(dialogue.Request(), deadline.Left());
         if (sent != StreamSocket::Result::Done) return Fail(sent);

@@ -87,6 +87,15 @@ void SetRoute(Client& client, const protocol::HostRoute& route) {
     if constexpr (requires { client.setRoute(route); }) client.setRoute(route);
 }
 
+// It would look the name up again, and might find another address than the one that was checked.
+template <class Client>
+const std::string& AddressFor(const SessionSettings& settings) {
+    constexpr bool kAsksRoute = requires(Client & client) {
+        client.setRoute(settings.route);
+    };
+    return kAsksRoute || settings.routedUri.empty() ? settings.streamUri : settings.routedUri;
+}
+
 template <class Session>
 void SetGroupRule(Session& session, const std::function<bool()>& mayJoin) {
     if constexpr (requires { session.setGroupRule(mayJoin); }) session.setGroupRule(mayJoin);
@@ -161,7 +170,7 @@ int RTSPSession::RTSPStart() noexcept {
         NORIX_LOG("RTSPCoumm::RTSPStart", 0, "RTSPCoumm::RTSPStart() StreamUri = %s, TunnelOverHTTPPort = %d",
                   util::RedactSecrets(m_settings.streamUri).c_str(), static_cast<int>(tunnelPort));
         const std::unique_ptr<RTSPClientCustom, CloseMedium> client(RTSPClientCustom::createNew(
-            *this, *env, m_settings.streamUri.c_str(), 0, kApplicationName, tunnelPort));
+            *this, *env, AddressFor<RTSPClient>(m_settings).c_str(), 0, kApplicationName, tunnelPort));
         if (!client) return 0;
         SetRoute(static_cast<RTSPClient&>(*client), m_settings.route);
         RunLoop(*env, *client);

@@ -14,12 +14,13 @@ namespace norix {
 struct SessionSettings {
     EConnectProtocol protocol = ecpNone;
     std::string streamUri;
+    std::string routedUri;  // the same with the address that was checked for its host, where there is one
     std::string userName;
     std::string password;
     unsigned tunnelOverHttpPort = 0;  // of ecpHTTP
     RTSPStatusCallback* callback = nullptr;
     void* userData = nullptr;             // alive as long as the session's thread
-    protocol::HostRoute route;            // where redirections may lead; the URI itself has been routed
+    protocol::HostRoute route;            // what to connect to where an address names a host
     std::function<bool()> mayJoinGroups;  // whether the server may name multicast groups; null: it may
     SessionPeriods periods;
 };

@@ -34,7 +34,7 @@ class ConnectionUser {
 };
 
 struct Endpoint {
-    std::string host;
+    std::string host;            // a name, or an address
     net::SocketAddress address;  // not known: the host's is looked up
     portNumBits port = 0;
     bool tunnel = false;

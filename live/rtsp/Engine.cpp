@@ -223,8 +223,13 @@ bool RTSPClient::Engine::connect() {
         env().setResultMsg("Bad RTSP URL: ", m_baseUrl.c_str());
         return false;
     }
+    const auto connectTo = m_route ? m_route(m_url->host) : m_url->host;
+    if (!connectTo) {
+        env().setResultMsg("This host must not be reached");
+        return false;
+    }
     rtsp::Endpoint endpoint;
-    endpoint.host = m_url->host;
+    endpoint.host = *connectTo;
     endpoint.tunnel = m_tunnelPort != 0;
     endpoint.port = endpoint.tunnel ? m_tunnelPort : m_url->port;
     endpoint.tunnelPath = m_url->path;
@@ -290,11 +295,9 @@ bool RTSPClient::Engine::followRedirect(const Message& reply) {
     const std::string location(protocol::trim(reply.header("Location")));
     const auto to = net::redirectionOf(reply.status, location, protocol::originOf(*m_url), m_url->path);
     if (!to) return false;
-    const auto host = m_route ? m_route(to->origin.host) : to->origin.host;
-    if (!host) return false;  // must not be reached
+    if (m_route && !m_route(to->origin.host)) return false;  // must not be reached
     ++m_redirects;
     setUrl(location.starts_with('/') ? protocol::toText(to->origin) + to->path : location);
-    if (m_url && m_route) m_url->host = *host;
     m_challenge.reset();
     m_told.reset();
     m_welcome = false;
@@ -445,6 +448,13 @@ bool RTSPClient::Engine::applySetup(const Request& request, const Message& reply
     return true;
 }
 
+// Where a server says that it sends from gets a few packets from us: nobody who must not be reached.
+ipv4AddressBits RTSPClient::Engine::statedSender(const std::string& source) const {
+    const ipv4AddressBits address = net::numericAddress(source);
+    if (address == 0 || IsMulticastAddress(address)) return 0;
+    return m_route && address != m_connection.address().ipv4() && !m_route(source) ? 0 : address;
+}
+
 bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Transport& transport,
                                         std::string& why) {
     MediaSubsession& subsession = *request.subsession;
@@ -463,7 +473,7 @@ bool RTSPClient::Engine::applyTransport(const Request& request, const rtsp::Tran
         return false;
     }
     MediaSubsession::Peer peer;
-    peer.stated = net::numericAddress(transport.source);
+    peer.stated = statedSender(transport.source);
     peer.server = m_connection.address().ipv4();
     if (transport.serverPort) std::tie(peer.rtpPort, peer.rtcpPort) = *transport.serverPort;
     peer.ssrc = transport.ssrc;

@@ -77,6 +77,7 @@ class RTSPClient::Engine final : private live::rtsp::ConnectionUser {
     bool applyReply(const Request& request, const Message& reply, std::string& result);
     bool applyDescribe(const Message& reply, std::string& result);
     bool applySetup(const Request& request, const Message& reply, std::string& why);
+    ipv4AddressBits statedSender(const std::string& source) const;
     bool applyTransport(const Request& request, const live::rtsp::Transport& transport, std::string& why);
     void applyPlay(const Request& request, const Message& reply);
 
@@ -94,7 +95,7 @@ class RTSPClient::Engine final : private live::rtsp::ConnectionUser {
     live::LifeFlag m_life;
     const std::string m_applicationName;
     const portNumBits m_tunnelPort;
-    protocol::HostRoute m_route;         // of redirections
+    protocol::HostRoute m_route;
     std::optional<protocol::Url> m_url;  // nothing when it is none
     std::string m_baseUrl;
     protocol::Origin m_home;   // of the address that the caller gave: his credentials are for it alone

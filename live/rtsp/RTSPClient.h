@@ -42,8 +42,8 @@ class RTSPClient : public Medium {
     unsigned sendTeardownCommand(MediaSession& session, responseHandler* handler,
                                  Authenticator* authenticator = nullptr);
 
-    /// Where redirections may lead, and what to connect to there; any place without one. Called from the
-    /// event loop.
+    /// What to connect to where the address, or a redirection, names a host, and where redirections may lead;
+    /// any place without one. Requests name the host all the same. Called from the event loop.
     void setRoute(protocol::HostRoute route);
 
     /// Seconds, as the server stated them with its session; 0 when it did not.

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "net/KnownServers.h"
 #include "tests/native/control/FakeConnection.h"
 
 namespace norix {
@@ -157,6 +158,12 @@ TEST_F(ConnectionTest, SignsInAsTheHostSaysElseTheAddressElseAsBefore) {
     connection.Disconnect();
 
     host.settings.streamUri = "rtsp://uri:2@camera/x";
+    host.trusted = false;
+    Connect();
+    Report(ecsConnected);
+    EXPECT_EQ(means.saved["camera"].user, "saved") << "a page's own is not the user's";
+    connection.Disconnect();
+    host.trusted = true;
     Connect();
     EXPECT_EQ(Reception().rtsp->userName, "uri");
     EXPECT_EQ(Reception().rtsp->password, "2");
@@ -170,6 +177,35 @@ TEST_F(ConnectionTest, SignsInAsTheHostSaysElseTheAddressElseAsBefore) {
     EXPECT_EQ(Reception().rtsp->userName, "host");
     Pump();
     EXPECT_EQ(camera.requests.back().user, "host");
+}
+
+TEST_F(ConnectionTest, APortThatACameraNamesIsKnownByWhatTheCameraTook) {
+    using protocol::makeOrigin;
+    net::KnownServers& servers = net::KnownServers::get();
+    servers.forget();
+    const auto takesBasic = [&](const protocol::Origin& server) {
+        return servers.choose(server, std::vector<std::string>{"Basic realm=\"r\""}).has_value();
+    };
+    servers.accepted(makeOrigin("http", "camera", 80), protocol::Challenge::Kind::DigestMd5);
+    camera.AnswerAs("h264");
+    Connect();
+    EXPECT_FALSE(takesBasic(makeOrigin("http", "camera", 8080)));
+    EXPECT_TRUE(takesBasic(makeOrigin("rtsp", "camera", 8554))) << "its streams may take less than its web";
+    servers.accepted(makeOrigin("rtsp", "camera", 8554), protocol::Challenge::Kind::DigestMd5);
+    connection.Disconnect();
+
+    camera.onvif = kKsOnvifOk;
+    camera.AnswerAs("h264", true);
+    for (const auto& [uri, server] :
+         {std::pair{"rtsp://camera:5555/", makeOrigin("rtsp", "camera", 5555)},
+          std::pair{"rtsp://else.example/", makeOrigin("rtsp", "else.example", 554)}}) {
+        camera.onvifUri = uri;
+        Connect();
+        EXPECT_EQ(Uri(), uri);
+        EXPECT_FALSE(takesBasic(server)) << uri;
+        connection.Disconnect();
+    }
+    servers.forget();
 }
 
 TEST_F(ConnectionTest, ReachesNobodyWhoMayNotBeReached) {

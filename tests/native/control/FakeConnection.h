@@ -223,6 +223,7 @@ class FakeHost final : public ConnectionHost {
     }
     std::function<bool()> GroupRule() const override { return groupRule; }
     PlainStream JudgePlainStream(const std::string&) override { return plainStream; }
+    bool IsTrusted() override { return trusted; }
     bool WaitForWindow() override { return window; }
     bool HasWindow() const override { return window; }
     void StartTimer(ConnectionTimer timer, unsigned milliseconds) override { timers[timer] = milliseconds; }
@@ -259,6 +260,7 @@ class FakeHost final : public ConnectionHost {
     int groupsAsked = 0;
     std::function<bool()> groupRule;
     PlainStream plainStream = PlainStream::Told;
+    bool trusted = true;
     bool window = true;
     std::map<ConnectionTimer, unsigned> timers;
     StatusPicture picture = StatusPicture::Disconnect;

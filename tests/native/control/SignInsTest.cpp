@@ -40,7 +40,11 @@ TEST(SignIns, TheDialogIsForAllOfTheHostThatRefused) {
     who.RefusedBy(kWeb);
     who.Told(kStream, {"eva", "2"});
     EXPECT_EQ(who.Wanting(kWeb), (Places{kWeb, kStream})) << "the stream's host, and nobody else";
-    EXPECT_FALSE(who.Tellings().front().bound);
+    EXPECT_FALSE(who.Tellings().front().users);
+    who.Bind(kWeb, {"page", "3"}, Source::kInAddress);
+    EXPECT_EQ(who.TakeOver(kWeb, kStream).user, "page");
+    who.Told(kStream, {"page", "3"});
+    EXPECT_FALSE(who.Tellings().front().users) << "what stood in an address is the host's, wherever it goes";
     who.BeginAttempt();
     EXPECT_TRUE(who.Tellings().empty());
     EXPECT_EQ(who.Wanting(kOther), Places{kOther});

@@ -72,6 +72,7 @@ TEST(StreamAddress, LeadsToWhereTheHostHasBeenChecked) {
     EXPECT_EQ(route("rtsp://cam:8554/a@b?c=@d", "10.0.0.1"), "rtsp://10.0.0.1:8554/a@b?c=@d");
     EXPECT_EQ(route("rtsp://u:p@p@cam", "10.0.0.1"), "rtsp://u:p@p@10.0.0.1");
     EXPECT_EQ(route("rtsp://cam/x", "fd00::1"), "rtsp://[fd00::1]/x");
+    EXPECT_EQ(route("rtsp://u:p@[FD00::5]:554/s", "fd00::5"), "rtsp://u:p@[fd00::5]:554/s");
     EXPECT_EQ(route("rtsp://cam/x", "cam"), "rtsp://cam/x");
     EXPECT_EQ(route("rtsp://cam/x", std::nullopt), "none");
     EXPECT_EQ(route("cam", "10.0.0.1"), "none");
@@ -80,6 +81,7 @@ TEST(StreamAddress, LeadsToWhereTheHostHasBeenChecked) {
 TEST(StreamAddress, BehindARouterTheHostThatWasAskedStands) {
     EXPECT_EQ(ReachableStreamUri("rtsp://192.168.0.20:8554/x", "gate.example"), "rtsp://gate.example:8554/x");
     EXPECT_EQ(ReachableStreamUri("rtsp://192.168.0.20/x", "203.0.113.5"), "rtsp://203.0.113.5/x");
+    EXPECT_EQ(ReachableStreamUri("rtsp://[fd00::5]:554/s", "192.168.1.2"), "rtsp://192.168.1.2:554/s");
     EXPECT_EQ(ReachableStreamUri("rtsp://192.168.0.20/x", "10.0.0.7"), "rtsp://10.0.0.7/x");
     for (const char* kept : {"rtsp://192.168.9.9/x", "rtsp://stream.example/x", "rtsp://203.0.113.9/x"})
         EXPECT_EQ(ReachableStreamUri(kept, "192.168.0.20"), kept) << "a recorder may name its cameras";

@@ -69,6 +69,23 @@ TEST(Dialogue, TheBestChallengeIsAnsweredOnce) {
     EXPECT_EQ(Asking(HttpDialogue::Media::Sound, nobody).Take(challenge), Next::Refused);
 }
 
+TEST(Dialogue, ANameIsReachedAtTheAddressThatWasCheckedForItAndStaysTheName) {
+    norix::HttpStreamRequest request = Camera();
+    request.connectTo = "192.0.2.5";
+    request.route = [](const std::string& host) {
+        return host == "camera" ? std::optional<std::string>("192.0.2.5") : std::nullopt;
+    };
+    Asking asking(HttpDialogue::Media::Pictures, request);
+    for (const char* path : {"/moved", "/again"}) {
+        EXPECT_EQ(asking.Take(Reply("401 No\r\nWWW-Authenticate: Basic realm=\"cam\"")), Next::AskAgain);
+        EXPECT_EQ(asking.Take(Reply(std::string("302 Moved\r\nLocation: http://camera:8080") + path)),
+                  Next::AskAgain);
+        EXPECT_THAT(asking.Request(), HasSubstr(std::string(path) + " HTTP/1.1\r\nHost: camera:8080\r\n"));
+        EXPECT_EQ(asking.ConnectTo(), "192.0.2.5");
+    }
+    EXPECT_EQ(asking.Take(Reply("302 Moved\r\nLocation: http://192.0.2.9/")), Next::Refused);
+}
+
 TEST(Dialogue, OnlyMediaIsAStream) {
     using enum HttpDialogue::Media;
     struct Case {

@@ -59,6 +59,8 @@ Script readScript(const std::filesystem::path& file) {
         if (key == "#") continue;
         if (key == "url")
             script.url = rest(words);
+        else if (key == "route")
+            script.route = rest(words);
         else if (key == "transport")
             script.transport = rest(words);
         else if (key == "listen")

@@ -5,6 +5,7 @@
 // clang-format off
 //   # what it is about
 //   url rtsp://user:password@{host}/path   where the client connects to (default rtsp://{host}/stream)
+//   route camera.test                      this name alone may be reached, and stands for the server's address
 //   transport tcp|udp|http|multicast       default tcp
 //   listen no                              nobody listens on the port
 //   expect DESCRIBE 401                    lines that the client writes down, in this order (others may come between)
@@ -52,6 +53,7 @@ namespace live_test {
 
 struct Script {
     std::string url = "rtsp://{host}/stream";
+    std::string route;
     std::string transport = "tcp";
     bool listen = true;
     std::vector<std::string> expected;

@@ -34,7 +34,12 @@ class Client : public RTSPClient {
   public:
     Client(UsageEnvironment& env, const Script& script, const std::string& url, unsigned short port)
         : RTSPClient(env, url.c_str(), 0, "dialogue", script.transport == "http" ? port : 0, -1),
-          m_script(script) {}
+          m_script(script) {
+        if (script.route.empty()) return;
+        setRoute([&script](const std::string& host) {
+            return host == script.route ? std::optional<std::string>("127.0.0.1") : std::nullopt;
+        });
+    }
     ~Client() override {
         for (Sink* sink : m_sinks)
             Medium::close(sink);

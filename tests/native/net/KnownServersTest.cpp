@@ -39,10 +39,30 @@ TEST(KnownServers, AServerThatTookDigestGetsNoBasicAnyMore) {
         EXPECT_TRUE(servers.choose(protocol::makeOrigin("https", "cam", 8443), kBasic)) << "another server";
         EXPECT_FALSE(servers.choose(protocol::makeOrigin("https", "cam", 443), kBasic)) << "redirects there";
     }
+    const auto moved = protocol::makeOrigin("http", "cam", 81);
+    const auto again = protocol::makeOrigin("https", "cam", 8443);
+    const auto stream = protocol::makeOrigin("rtsp", "cam", 8554);
+    {
+        KnownServers servers;
+        servers.setStore(&store);
+        servers.namedBy(moved, kCamera);
+        servers.namedBy(again, moved);
+        EXPECT_FALSE(servers.choose(moved, kBasic)) << "the camera's, and whoever answers for it";
+        EXPECT_FALSE(servers.choose(again, kBasic));
+        servers.namedBy(stream, kCamera);
+        EXPECT_TRUE(servers.choose(stream, kBasic)) << "another service";
+        servers.accepted(stream, Kind::DigestMd5);
+        servers.namedBy(protocol::makeOrigin("rtsp", "other", 554), moved);
+        EXPECT_FALSE(servers.choose(protocol::makeOrigin("rtsp", "other", 554), kBasic));
+    }
     KnownServers later;
     EXPECT_TRUE(later.choose(kCamera, kBasic));
     later.setStore(&store);
     EXPECT_FALSE(later.choose(kCamera, kBasic)) << "kept beyond the process";
+    const auto named = protocol::makeOrigin("rtsp", "cam", 5555);
+    EXPECT_TRUE(later.choose(named, kBasic));
+    later.namedBy(named, kCamera);
+    EXPECT_FALSE(later.choose(named, kBasic)) << "its streams' ports too";
     store.texts.clear();
     EXPECT_TRUE(later.choose(kCamera, kBasic)) << "what was taken out of the store counts no more";
 }

@@ -120,6 +120,18 @@ TEST(WinInetTransport, FollowsRedirections) {
     const int before = RequestsSoFar();
     EXPECT_EQ(Send(Post("/say", "HTTP/1.0 307 Moved\r\nLocation: /say\r\n\r\n")).status, 307u);
     EXPECT_EQ(RequestsSoFar(), before + 5);
+
+    // A name that was looked up before stays the name: its own address is nowhere else.
+    HttpRequest named = Get("/say");
+    const std::string server = "camera.test:" + std::to_string(named.port);
+    named = Post("/say", "HTTP/1.0 307 Moved\r\nLocation: http://" + server + "/echo\r\n\r\n");
+    named.host = "camera.test";
+    named.connectTo = "127.0.0.1";
+    named.route = [](const std::string& host) {
+        return host == "camera.test" ? std::optional<std::string>("127.0.0.1") : std::nullopt;
+    };
+    EXPECT_THAT(Send(named).body,
+                AllOf(StartsWith("POST /echo "), HasSubstr("\r\nHost: " + server + "\r\n")));
 }
 
 TEST(WinInetTransport, GivesUpOnServersThatKeepItWaiting) {
@@ -197,6 +209,17 @@ TEST(WinInetTransport, TrustsCertificatesThatNobodyVouchesForOnlyWhenTold) {
         const AllowSelfSigned allow(1);
         EXPECT_THAT(Send(request).body, StartsWith("GET /echo "));
         EXPECT_THAT(Send(request).body, StartsWith("GET /echo ")) << "the same certificate again";
+        HttpRequest named = request;
+        named.host = "localhost";
+        named.connectTo = "127.0.0.2";
+        EXPECT_FALSE(Send(named).answered) << "no certificate proves the name: the checked address counts";
+        named.connectTo = "127.0.0.1";
+        EXPECT_TRUE(Send(named).answered);
+        net::KnownServers::get().forget();
+        const std::string there = "https://127.0.0.1:" + std::to_string(request.port) + "/echo";
+        EXPECT_THAT(Send(Post("/say", "HTTP/1.0 302 Found\r\nLocation: " + there + "\r\n\r\n")).body,
+                    StartsWith("GET /echo "));
+        EXPECT_TRUE(net::KnownServers::get().wantsSecurity("127.0.0.1")) << "it has led there by itself";
         net::KnownServers::get().forget();
         ASSERT_TRUE(net::KnownServers::get().isPinned(OriginOf(request), "another"));
         EXPECT_FALSE(Send(request).answered) << "not the one that was accepted";
