@@ -119,6 +119,9 @@ uint32_t ULawBufferSize() noexcept {
 uint32_t RecordBufferSize() noexcept {
     return Number(SettingId::kRecordBufferSize);
 }
+uint32_t TalkAttenuation() noexcept {
+    return Number(SettingId::kTalkAttenuation);
+}
 
 }  // namespace Settings
 

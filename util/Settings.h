@@ -58,6 +58,9 @@ uint32_t ULawBufferSize() noexcept;
 /// Recorder, in bytes.
 uint32_t RecordBufferSize() noexcept;
 
+/// Talk-back: by how many dB sound is lowered meanwhile.
+uint32_t TalkAttenuation() noexcept;
+
 }  // namespace Settings
 
 /// The per-user choices of the client-setting dialog; 0 when missing.

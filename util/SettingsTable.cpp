@@ -45,6 +45,7 @@ constexpr std::array<DwordSetting, static_cast<size_t>(kCount)> kTable{{
     {kJpegBufferSize,         L"JpegBufferSize",         512000,                kToDefault, 1,   32 * kMiB,  "HTTP video receiver"},
     {kULawBufferSize,         L"ULawBufferSize",         8196,                  kToDefault, 1,   256 * kKiB, "HTTP audio receiver"},
     {kRecordBufferSize,       L"RecordBufferSize",       16 * kMiB,             kToDefault, kMiB, 256 * kMiB, "recorder"},
+    {kTalkAttenuation,        L"TalkAttenuation",        12,                    kKept,      0,   100,        "talk-back"},
 }};
 // clang-format on
 

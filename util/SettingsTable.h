@@ -33,6 +33,7 @@ enum class SettingId {
     kJpegBufferSize,
     kULawBufferSize,
     kRecordBufferSize,
+    kTalkAttenuation,
     kCount,
 };
 

@@ -37,23 +37,6 @@ OnvifMediaPtr CreateMakers(HMODULE library) {
 
 }  // namespace
 
-std::wstring OwnModuleFolder() {
-    static const char place = 0;  // somewhere in this module
-    HMODULE module = nullptr;
-    if (!GetModuleHandleExW(
-            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-            reinterpret_cast<const wchar_t*>(&place), &module)) {
-        return {};
-    }
-    constexpr DWORD kLongestPath = 32768;
-    std::wstring path(kLongestPath, L'\0');
-    const DWORD length = GetModuleFileNameW(module, path.data(), kLongestPath);
-    if (length == 0 || length == kLongestPath) return {};
-    path.resize(length);
-    path.resize(path.rfind(L'\\') + 1);  // npos + 1 is 0
-    return path;
-}
-
 OnvifProvider::OnvifProvider(HttpTransport& transport, const std::wstring& folder) {
     if (!folder.empty()) {
         const std::wstring path = folder + kKsOnvifLibraryFile;

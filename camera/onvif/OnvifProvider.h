@@ -7,12 +7,9 @@
 #include "camera/HttpTransport.h"
 #include "camera/onvif/OnvifRoute.h"
 #include "util/Handles.h"
+#include "util/OwnModule.h"
 
 namespace norix {
-
-/// The folder of the module that this code is linked into, with a final backslash; empty when it can't be
-/// told.
-std::wstring OwnModuleFolder();
 
 /// Owns the maker's library, if it lies in `folder` and serves our version of the interface, and the object
 /// that answers: the library's, otherwise our own over `transport`, which has to outlive this. The library is
@@ -20,7 +17,7 @@ std::wstring OwnModuleFolder();
 /// made or destroyed inside DllMain. One thread at a time.
 class OnvifProvider {
   public:
-    explicit OnvifProvider(HttpTransport& transport, const std::wstring& folder = OwnModuleFolder());
+    explicit OnvifProvider(HttpTransport& transport, const std::wstring& folder = util::OwnModuleFolder());
 
     IKsOnvifMedia& Media() noexcept { return *m_media; }
     bool IsMakers() const noexcept { return static_cast<bool>(m_library); }

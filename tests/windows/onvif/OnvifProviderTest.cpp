@@ -36,7 +36,7 @@ class OnvifProviderTest : public testing::Test {
 
 TEST_F(OnvifProviderTest, MakersLibraryAnswersIfItIsThere) {
     {
-        OnvifProvider provider(camera, OwnModuleFolder() + L"right\\");
+        OnvifProvider provider(camera, util::OwnModuleFolder() + L"right\\");
         EXPECT_TRUE(provider.IsMakers());
         const auto stream = AskOnvif(provider.Media(), question);
         ASSERT_TRUE(stream);
@@ -53,7 +53,7 @@ TEST_F(OnvifProviderTest, MakersLibraryAnswersIfItIsThere) {
 
 TEST_F(OnvifProviderTest, OursAnswersOtherwise) {
     // In the current folder there is a library that mustn't be found.
-    const std::wstring folder = OwnModuleFolder();
+    const std::wstring folder = util::OwnModuleFolder();
     ASSERT_TRUE(SetCurrentDirectoryW((folder + L"right").c_str()));
     int requests = 0;
     for (const std::wstring& where :
