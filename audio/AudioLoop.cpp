@@ -135,7 +135,12 @@ OutputBuffer* AudioLoop::WaitForBuffer(const AudioFrameRecord& frame) {
 }
 
 bool AudioLoop::Write(OutputBuffer& buffer) {
-    const std::int32_t gain = m_param.voiceMute.Get() ? 0 : GainOfVolume(m_param.voiceVolume.Get());
+    std::int32_t gain = m_param.voiceMute.Get() ? 0 : GainOfVolume(m_param.voiceVolume.Get());
+    // Who talks to the camera would hear himself, as the camera hears him.
+    if (m_param.talkers.load(std::memory_order_relaxed) > 0) {
+        const std::int64_t lower = GainOfAttenuation(m_param.talkAttenuation.Get());
+        gain = static_cast<std::int32_t>(gain * lower / kUnityGain);
+    }
     m_gain.Apply(buffer.samples.data(), buffer.count, gain);
     return m_output.Write(buffer);
 }

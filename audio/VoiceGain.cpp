@@ -1,6 +1,7 @@
 #include "audio/VoiceGain.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace norix {
 namespace {
@@ -17,6 +18,11 @@ std::int16_t Scale(std::int16_t sample, std::int32_t gain) {
 std::int32_t GainOfVolume(std::int32_t volume) noexcept {
     if (volume < 0 || volume >= kFullVolume) return kUnityGain;
     return volume * volume * kUnityGain / (kFullVolume * kFullVolume);
+}
+
+std::int32_t GainOfAttenuation(std::int32_t decibels) noexcept {
+    if (decibels <= 0) return kUnityGain;
+    return static_cast<std::int32_t>(std::lround(kUnityGain * std::pow(10.0, -decibels / 20.0)));
 }
 
 void VoiceGain::Apply(std::int16_t* samples, std::size_t count, std::int32_t target) noexcept {

@@ -13,6 +13,9 @@ inline constexpr std::int32_t kUnityGain = 1 << 15;
 /// leaves the sound as it was recorded, and so does everything from 100 on.
 std::int32_t GainOfVolume(std::int32_t volume) noexcept;
 
+/// The gain that is so many dB below unity; 0 and less is unity.
+std::int32_t GainOfAttenuation(std::int32_t decibels) noexcept;
+
 /// Scales samples, gliding from one gain to the next over some milliseconds, since a sudden step can be heard
 /// as a click. Once it has glided to 0 all samples are exactly 0. One thread at a time.
 class VoiceGain {

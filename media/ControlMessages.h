@@ -29,6 +29,8 @@ enum ControlMessage : std::uint32_t {
     WM_OnShowAuthDialog = kControlMessageBase + 17,     // 0                    0
     WM_OnConnectStep = kControlMessageBase + 18,        // number of the step   0
     WM_OnSaveMotion = kControlMessageBase + 19,         // 0                    0
+    WM_OnTalkState = kControlMessageBase + 20,          // 0                    0
+    WM_OnTalkWish = kControlMessageBase + 21,           // 0                    0
 };
 
 /// wParam of WM_OnNewFrame.

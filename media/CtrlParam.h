@@ -73,6 +73,9 @@ class CCtrlParam {
     Shared<bool> voiceMute{false};
     Shared<std::int32_t> voiceVolume{kVolumeAsRecorded};  // else 0 to 100
 
+    /// While there are talkers, sound is played so many dB lower.
+    Shared<std::int32_t> talkAttenuation{0};
+
     Shared<bool> showRegions{false};  // regions in alarm are drawn over the picture...
     std::array<Shared<bool>, kRegionCount> regionShown{Shared<bool>(true), Shared<bool>(true),
                                                        Shared<bool>(true)};  // ...those that are shown
@@ -121,6 +124,9 @@ class CCtrlParam {
     Shared<std::int32_t> pictureFormat{0};  // of the snapshot data that it is sending
 
     // ---- Any thread
+
+    /// How many voices are on their way from this computer's microphone; each counts itself in and out.
+    std::atomic<std::int32_t> talkers{0};
 
     /// Frames can't be shown before the next key frame, so the camera should send one soon. The receiver asks
     /// it, at most once a second; a key frame that comes before takes the wish back.
