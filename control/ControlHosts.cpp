@@ -140,8 +140,7 @@ void ControlAsConnectionHost::EndDigitalPtz() {
 void ControlAsConnectionHost::ConnectionEnds() {
     m_control.FinishRecording();
     m_control.EndMotionEditing();
-    m_control.AudioPost(false);
-    m_control.AudioPostEx(false, L"", 0, 0);
+    m_control.StopTalking();
 }
 
 /// What the ended threads have posted before they ended is about a connection that is no more.

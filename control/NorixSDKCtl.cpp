@@ -153,6 +153,8 @@ void CNorixSDKCtrl::OnDestroy() {
     // Pictures have nowhere to go from here on, and the timers go with the window.
     m_connection.OnWindowDestroyed();
     if (m_dropTarget != nullptr) std::exchange(m_dropTarget, nullptr)->Revoke();
+    m_talkBox.Dismiss();
+    StopTalking();
     m_mouse.Forget();
     m_overlapped.Clear();
     m_motionEditor.Close();
@@ -286,7 +288,7 @@ void CNorixSDKCtrl::OnParentChanged() {
 bool CNorixSDKCtrl::OnTranslateAccelerator(const MSG& message) {
     const bool leave = m_fullScreen.IsOn() && message.message == WM_KEYDOWN && message.wParam == VK_ESCAPE;
     if (leave) ReturnToPlace();
-    return leave || COleControl::OnTranslateAccelerator(message);
+    return leave || m_audioPanel.TranslateKey(message) || COleControl::OnTranslateAccelerator(message);
 }
 
 void CNorixSDKCtrl::OnSize() {

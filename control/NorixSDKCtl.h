@@ -7,6 +7,8 @@
 #include <memory>
 #include <optional>
 
+#include "audio/talkback/MicVolumeCtrl.h"
+#include "audio/talkback/TalkBack.h"
 #include "control/ControlHosts.h"
 #include "control/ControlProperties.h"
 #include "control/Delivery.h"
@@ -31,6 +33,7 @@
 #include "media/ControlMessages.h"
 #include "record/Recorder.h"
 #include "ui/AudioPanel.h"
+#include "ui/InfoBox.h"
 #include "util/Handles.h"
 
 namespace norix {
@@ -98,6 +101,7 @@ class CNorixSDKCtrl final : public framework::COleControl,
     void OnViewMoved() { FollowView(); }
     /// Ends with the connection.
     void EndMotionEditing() { m_motionEditor.Close(); }
+    bool StopTalking();
 
     /// Opened when a connection starts, closed when it ends.
     void OpenDeliveries();
@@ -248,6 +252,14 @@ class CNorixSDKCtrl final : public framework::COleControl,
     void FollowView();
     void SetMute(bool mute) override;
     void SetVolume(int volume) override;
+    void SetTalk(bool talk) override;
+    int VoiceLevel() override;
+    void SetMicrophoneLevel(int level) override;
+    bool StartTalking(std::string url, const VoiceFormat& format);
+    bool MayTalkTo(const std::string& host);
+    bool IsSeen() const;
+    void OnTalkState();
+    void OnTalkWish();
     /// Shows or hides it, and shows in it what the properties say.
     void UpdateAudioPanel();
     HRESULT ReadHostPage();
@@ -284,6 +296,10 @@ class CNorixSDKCtrl final : public framework::COleControl,
     MotionEditor m_motionEditor{m_viewHost, m_viewCommands, *this};
     PixelSize m_windowSize;  // the last one at which there was something to see
     AudioPanel m_audioPanel{*this};
+    TalkBack m_talkBack{std::shared_ptr<CCtrlParam>(m_session, &m_session->param)};
+    CMicVolumeCtrl m_micVolume;
+    InfoBox m_talkBox;
+    bool m_talkWanted = false;  // nobody has taken the wish to talk back
     Connection m_connection{m_connectionHost, m_means, m_camera, m_session};
     DeliveryGate m_dioStatusDelivery;
     DeliveryGate m_newFrameDelivery;

@@ -97,8 +97,15 @@ void CNorixSDKCtrl::OnVoiceVolumeChanged() {
 }
 
 void CNorixSDKCtrl::UpdateAudioPanel() {
-    m_audioPanel.Update(m_properties.voiceMute, m_session->param.voiceVolume.Get());
-    if (m_properties.enableAudioControl && HasWindow()) {
+    AudioPanelView view;
+    view.mute = m_properties.voiceMute;
+    view.volume = m_session->param.voiceVolume.Get();
+    view.talking = m_talkBack.IsOn();
+    // A page's user sees when the microphone is on, whatever the page shows else.
+    const bool wanted = HasWindow() && (m_properties.enableAudioControl || (view.talking && m_trust.IsWeb()));
+    if (wanted) view.microphoneLevel = m_micVolume.Get();
+    m_audioPanel.Update(view);
+    if (wanted) {
         m_audioPanel.Show(Handle());
     } else {
         m_audioPanel.Hide();
@@ -274,7 +281,7 @@ long CNorixSDKCtrl::SendCameraCommand(const Text& command, short parameter) {
     return sent ? 0 : -1;
 }
 
-// ---- Snapshots, talk-back
+// ---- Snapshots
 
 void CNorixSDKCtrl::SaveSnapShot(const Text& path, const Text& name, bool automatic) {
     SYSTEMTIME now = {};
@@ -289,14 +296,6 @@ void CNorixSDKCtrl::SaveSnapShot(const Text& path, const Text& name, bool automa
 }
 void CNorixSDKCtrl::GetSnapshotData(long format) {
     m_session->param.snapshots.RequestData(format);
-}
-
-// Talk-back is not implemented: to switch it off succeeds, to switch it on fails.
-bool CNorixSDKCtrl::AudioPost(bool enable) {
-    return !enable;
-}
-bool CNorixSDKCtrl::AudioPostEx(bool enable, const Text&, short, long) {
-    return !enable;
 }
 
 // ---- View

@@ -44,6 +44,12 @@ bool CNorixSDKCtrl::OnPrivateMessage(UINT message, WPARAM wParam, LPARAM lParam)
         case WM_OnSaveMotion:
             SaveMotion();
             return true;
+        case WM_OnTalkState:
+            OnTalkState();
+            return true;
+        case WM_OnTalkWish:
+            OnTalkWish();
+            return true;
         case WM_OnDIOStatus:
             m_dioStatusDelivery.Deliver([&] { FireEvent(events::OnDIOStatus, first, second); });
             return true;

@@ -48,6 +48,13 @@ bool TrustDialogs::AllowTarget(HWND owner, const PageIdentity& page, const std::
     return MessageBoxW(owner, text.c_str(), kTitle, MB_YESNO | MB_DEFBUTTON2 | MB_ICONWARNING) == IDYES;
 }
 
+bool TrustDialogs::AllowMicrophone(HWND owner, const PageIdentity& page, const std::string& target) {
+    const std::wstring text = L"The page\n\n    " + ForReading(page.origin) +
+                              L"\n\nwants to switch your microphone on and send what you say to\n\n    " +
+                              ForReading(target) + L"\n\nAllow it this time?";
+    return MessageBoxW(owner, text.c_str(), kTitle, MB_YESNO | MB_DEFBUTTON2 | MB_ICONWARNING) == IDYES;
+}
+
 std::wstring TrustDialogs::PickFolder(HWND owner, const PageIdentity& page) {
     const std::wstring text =
         L"The page " + ForReading(page.origin) +

@@ -10,6 +10,7 @@ class TrustDialogs final : public TrustQuestions {
   public:
     bool AllowTarget(HWND owner, const PageIdentity& page, const std::string& target,
                      const std::string& address) override;
+    bool AllowMicrophone(HWND owner, const PageIdentity& page, const std::string& target) override;
     std::wstring PickFolder(HWND owner, const PageIdentity& page) override;
 };
 

@@ -145,6 +145,14 @@ bool TrustGuard::AdmitInClear(const std::string& host) {
     return !IsWeb() || Decide(protocol::plainHost(host) + kInClear, {});
 }
 
+bool TrustGuard::AdmitMicrophone(const std::string& host) {
+    if (!IsWeb()) return true;
+    if (m_asking || questions == nullptr) return false;
+    return Put([&](HWND owner, const PageIdentity& page) {
+        return questions->AllowMicrophone(owner, page, protocol::plainHost(host));
+    });
+}
+
 std::wstring TrustGuard::FileFolder() {
     if (!IsWeb()) return {};
     const PageStore store(m_page);

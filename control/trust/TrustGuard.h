@@ -47,6 +47,8 @@ class TrustQuestions {
     /// Whether the page may reach the target. `address` where the target is a name; No is the default.
     virtual bool AllowTarget(HWND owner, const PageIdentity& page, const std::string& target,
                              const std::string& address) = 0;
+    /// Whether the page may send the microphone to the target, this once. No is the default.
+    virtual bool AllowMicrophone(HWND owner, const PageIdentity& page, const std::string& target) = 0;
     /// The folder below which the page may write files; empty when the user picks none.
     virtual std::wstring PickFolder(HWND owner, const PageIdentity& page) = 0;
 };
@@ -79,6 +81,9 @@ class TrustGuard {
 
     /// A stream in clear from a host that is asked by HTTPS.
     bool AdmitInClear(const std::string& host);
+
+    /// The microphone, for a host that may be reached: a page's user is asked each time.
+    bool AdmitMicrophone(const std::string& host);
 
     /// The folder below which a page may write; asks where none was picked yet. Empty: nowhere.
     std::wstring FileFolder();
