@@ -20,12 +20,12 @@ struct CMicVolumeCtrl::Control {
 };
 
 const CMicVolumeCtrl::Mixer& CMicVolumeCtrl::SystemMixer() {
-    static constexpr Mixer kMixer = {&mixerOpen,
-                                     &mixerClose,
-                                     &mixerGetLineInfoW,
-                                     &mixerGetLineControlsW,
-                                     &mixerGetControlDetailsW,
-                                     &mixerSetControlDetails};
+    static const Mixer kMixer = {&mixerOpen,
+                                 &mixerClose,
+                                 &mixerGetLineInfoW,
+                                 &mixerGetLineControlsW,
+                                 &mixerGetControlDetailsW,
+                                 &mixerSetControlDetails};
     return kMixer;
 }
 

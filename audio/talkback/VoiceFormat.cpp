@@ -15,7 +15,7 @@ std::optional<VoiceFormat> ParseVoiceFormat(int codec, long sampleRate) {
 
 std::string ContentTypeOf(const VoiceFormat& format) {
     if (format.codec == VoiceCodec::Aac) return "audio/aac";  // whose units say their rate themselves
-    const std::string name = format.codec == VoiceCodec::Pcmu ? "audio/pcmu" : "audio/pcm";
+    std::string name = format.codec == VoiceCodec::Pcmu ? "audio/pcmu" : "audio/pcm";
     if (format == VoiceFormat{}) return name;
     return name + ";rate=" + std::to_string(format.sampleRate);
 }

@@ -91,6 +91,22 @@ TEST(AudioLoop, MuteIsSilenceOfTheSameLength) {
     EXPECT_EQ(rig.Play(Frame(160)), Expanded(Frame(160)));
 }
 
+TEST(AudioLoop, SoundIsLowerWhileSomebodyTalks) {
+    Rig rig(AudioCodec::Pcmu);
+    const Samples loud = rig.Play(Frame(160));
+    rig.param.talkAttenuation.Set(12);
+    rig.param.talkers = 2;
+    rig.Play(Frame(160));
+    const Samples lower = rig.Play(Frame(160));
+    for (std::size_t i = 0; i < lower.size(); ++i)
+        EXPECT_NEAR(lower[i], loud[i] * 0.2512, 1.5);
+    --rig.param.talkers;
+    EXPECT_EQ(rig.Play(Frame(160)), lower) << "the other one still talks";
+    --rig.param.talkers;
+    rig.Play(Frame(160));
+    EXPECT_EQ(rig.Play(Frame(160)), loud);
+}
+
 TEST(AudioLoop, HoldsWhatIsEarlyAndFollowsJumps) {
     util::LogCapture log;
     util::Switches().timeSync.Set(1);
