@@ -30,11 +30,13 @@ _FONT = "fontcolor=white:box=1:boxcolor=black@0.7:boxborderw=6"
 _ENCODERS = {
     "h264": "-c:v libx264 -preset veryfast -tune zerolatency -profile:v main -crf 23 -sc_threshold 0 "
             "-x264-params sliced-threads=0:repeat-headers=1 -pix_fmt yuv420p -f h264",
+    "h265": "-c:v libx265 -preset ultrafast -tune zerolatency -crf 26 "
+            "-x265-params log-level=none:scenecut=0:repeat-headers=1:open-gop=0 -pix_fmt yuv420p -f hevc",
     "mpeg4": "-c:v mpeg4 -q:v 4 -bf 0 -pix_fmt yuv420p -f m4v",
     # RTP carries JPEG without its Huffman tables, so they have to be the standard ones.
     "mjpeg": "-c:v mjpeg -huffman default -q:v 7 -pix_fmt yuvj420p -f mjpeg",
 }
-CODEC_TITLES = {"h264": "H.264", "mpeg4": "MPEG-4", "mjpeg": "MJPEG"}
+CODEC_TITLES = {"h264": "H.264", "h265": "H.265", "mpeg4": "MPEG-4", "mjpeg": "MJPEG"}
 _FFMPEG = ["ffmpeg", "-hide_banner", "-loglevel", "error", "-nostdin", "-y"]
 
 
@@ -191,7 +193,7 @@ class ClipStore:
     def _finish(path: str) -> None:
         """Writes the index. The clip takes its name last, so that whoever finds it has all of it."""
         kind = path.rsplit(".", 1)[1]
-        form = {"mpeg4": "m4v", "aac": "aac", "pcmu": "mulaw"}.get(kind, kind)
+        form = {"h265": "hevc", "mpeg4": "m4v", "aac": "aac", "pcmu": "mulaw"}.get(kind, kind)
         listing = subprocess.run(
             ["ffprobe", "-v", "error", "-f", form, "-show_entries", "packet=size,pos,flags", "-of",
              "compact=p=0:nk=0", path + ".new"], check=True, capture_output=True, text=True).stdout

@@ -11,6 +11,7 @@ _PORTS_VALID = 2
 _REGION, _MOTION_ALERT, _ANALYTICS, _GENERAL = 1, 2, 3, 4
 _THRESHOLD = 50
 _H264_SLICE = re.compile(rb"\x00?\x00\x00\x01[\x01\x05\x21\x25\x41\x45\x61\x65]")
+_H265_SLICE = re.compile(rb"\x00?\x00\x00\x01[\x00-\x3f]")  # types below 32
 _BYTE, _WORD = 0xFF, 0xFFFF
 
 
@@ -98,18 +99,19 @@ def _without_start_codes(data: bytes) -> bytes:
     return bytes(result)
 
 
-def _first_slice(frame: bytes) -> int:
+def _first_slice(frame: bytes, kind: re.Pattern) -> int:
     """Where it begins, its start code included; parameter sets come before the section."""
-    found = _H264_SLICE.search(frame)
+    found = kind.search(frame)
     return found.start() if found else 0
 
 
 def inside_frame(codec: str, section: bytes, frame: bytes) -> bytes:
     """Over RTSP: the frame with the section in it, where the codec has room for it."""
     message = _IDENTIFICATION + section
-    if codec == "h264":
-        unit = b"\0\0\1\6" + _without_start_codes(bytes((5, len(message))) + message + b"\x80")
-        place = _first_slice(frame)
+    if codec in ("h264", "h265"):
+        header, kind = (b"\6", _H264_SLICE) if codec == "h264" else (b"\x4e\1", _H265_SLICE)
+        unit = b"\0\0\1" + header + _without_start_codes(bytes((5, len(message))) + message + b"\x80")
+        place = _first_slice(frame, kind)
         return frame[:place] + unit + frame[place:]
     if codec == "mpeg4":
         picture = frame.index(b"\0\0\1\xb6")

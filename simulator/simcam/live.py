@@ -19,6 +19,8 @@ from simcam.ptz import PAN_LIMIT, TILT_LIMIT, PtzHead  # noqa: E402
 _ENCODERS = {
     "h264": "openh264enc gop-size={fps} bitrate=3000000 complexity=low ! "
             "video/x-h264,stream-format=byte-stream,alignment=au",
+    "h265": "x265enc speed-preset=ultrafast tune=zerolatency key-int-max={fps} bitrate=2000 "
+            "option-string=repeat-headers=1 ! video/x-h265,stream-format=byte-stream,alignment=au",
     "mpeg4": "avenc_mpeg4 gop-size={fps} pass=quant quantizer=4 max-bframes=0",
     "mjpeg": "jpegenc quality=80",
 }

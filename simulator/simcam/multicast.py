@@ -12,7 +12,7 @@ from simcam.tracks import audio_feeder, pipeline_part, video_feeder
 
 PORTS_PER_STREAM = 4  # RTP and RTCP, video first
 # Those by which receivers know the codec, because there is no description.
-PUSH_TYPES = {"h264": 97, "mpeg4": 96, "mjpeg": 26}
+PUSH_TYPES = {"h264": 97, "h265": 98, "mpeg4": 96, "mjpeg": 26}
 _TTL = 1
 
 

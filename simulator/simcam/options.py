@@ -5,7 +5,8 @@ import ipaddress
 import os
 from dataclasses import dataclass
 
-CODECS = ("h264", "mpeg4", "mjpeg")
+CODECS = ("h264", "mpeg4", "mjpeg")  # of a camera with all of them
+ALL_CODECS = (*CODECS, "h265")
 MOVES = ("pantilt", "zoom")
 
 # name: (what it does, its default number or None if it takes none)
@@ -19,6 +20,8 @@ FAULTS: dict[str, tuple[str, float | None]] = {
     "rtsp-401": ("refuse every RTSP request, whatever the password", None),
     "rtsp-no-options": ("don't know OPTIONS", None),
     "rtsp-silent": ("PLAY succeeds and no media follow", None),
+    "rtsp-no-udp": ("PLAY succeeds and nothing that is sent over UDP arrives", None),
+    "rtsp-no-tcp": ("refuse streams over the RTSP connection, but in HTTP", None),
     "rtsp-cut": ("cut each RTSP connection after SECONDS", 3),
     "session-timeout": ("forget RTSP sessions after SECONDS without a sign of life", 10),
     "stall": ("send no media after SECONDS of a stream, connections stay up", 3),
@@ -115,7 +118,8 @@ def parse(arguments: list[str]) -> Options:
     add("--rtsp-auth", choices=schemes, help="the same for RTSP only")
     add("--channels", type=int, choices=range(1, 5), default=1, help="video inputs, 1 to 4 (%(default)s)")
     add("--streams", type=int, choices=(1, 2), default=2, help="of each video input; the second is small (%(default)s)")
-    add("--codec", choices=(*CODECS, "all"), default="all", help="the video codecs on offer (%(default)s)")
+    add("--codec", choices=(*ALL_CODECS, "all"), default="all",
+        help="the video codecs on offer; all: but H.265, which comes alone (%(default)s)")
     add("--audio", choices=("pcmu", "aac", "none"), default="pcmu", help="sound over RTSP (%(default)s)")
     add("--tone", choices=("steady", "pips"), default="steady", help="440 Hz, always or once a second (%(default)s)")
     add("--fps", type=int, choices=(5, 10, 25), default=25, help="pictures per second (%(default)s)")
@@ -131,7 +135,7 @@ def parse(arguments: list[str]) -> Options:
     add("--multicast", type=_group, metavar="GROUP:PORT", help="group and first port of RTSP's multicast streams")
     add("--push", type=_group, metavar="GROUP:PORT",
         help="send video to PORT and sound to PORT+2 of this group, without RTSP")
-    add("--push-codec", choices=CODECS, default="h264", help="(%(default)s)")
+    add("--push-codec", choices=ALL_CODECS, default="h264", help="(%(default)s)")
     add("--cache", default=_default_cache(), metavar="FOLDER", help="where the made clips are kept (%(default)s)")
     add("--prepare", action="store_true", help="make the clips that such a camera needs, and end")
     add("--fault", action="append", default=[], metavar="NAME[=SECONDS]", help="see below")

@@ -8,7 +8,7 @@ from simcam.options import Options
 NOT_THERE = "Not Exist"
 PRESETS = 25
 MODEL = "NX-SIM100"
-_CODEC_NAMES = {"h264": "h264", "mpeg4": "mp4v", "mjpeg": "mjpg"}
+_CODEC_NAMES = {"h264": "h264", "h265": "h265", "mpeg4": "mp4v", "mjpeg": "mjpg"}
 
 
 def _prefixes(name: str, channels: int) -> list[str]:

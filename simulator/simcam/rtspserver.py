@@ -14,9 +14,10 @@ from simcam.log import log
 from simcam.multicast import PORTS_PER_STREAM, add_group
 from simcam.tracks import audio_feeder, pipeline_part, video_feeder
 
-ADDRESS_CODECS = {"h264": "_h264", "mjpeg": "_mjpg", "mpeg4": ""}
+ADDRESS_CODECS = {"h264": "_h264", "h265": "_h265", "mjpeg": "_mjpg", "mpeg4": ""}
 _SCHEMES = {"basic": GstRtsp.RTSPAuthMethod.BASIC, "digest": GstRtsp.RTSPAuthMethod.DIGEST}
 _SESSION_TIMEOUT = 60
+_DISCARD_PORT = 9  # RFC 863
 _CLEANUP_SECONDS = 1
 
 
@@ -137,6 +138,10 @@ class RtspServer:
         client.connect("new-session", self._limit_session)
         for request in ("options", "describe", "setup", "play", "pause", "teardown", "get-parameter", "set-parameter"):
             client.connect(request + "-request", self._log_request, request)
+        if "rtsp-no-tcp" in self._faults:
+            client.connect("pre-setup-request", self._refuse_tcp)
+        if "rtsp-no-udp" in self._faults:
+            client.connect("setup-request", self._lose_datagrams)
         if "rtsp-no-options" in self._faults:
             client.connect("pre-options-request", lambda *_: GstRtsp.RTSPStatusCode.NOT_IMPLEMENTED)
         if (seconds := self._faults.seconds("rtsp-cut")) is not None:
@@ -146,6 +151,21 @@ class RtspServer:
         session.set_timeout(int(self._faults.seconds("session-timeout") or _SESSION_TIMEOUT))
         if "session-timeout" in self._faults:
             session.set_property("extra-timeout", 0)  # no mercy for those who are a little late
+
+    @staticmethod
+    def _refuse_tcp(_client: GstRtspServer.RTSPClient, context: GstRtspServer.RTSPContext) -> GstRtsp.RTSPStatusCode:
+        """Of the streams that would come over RTSP's own connection; a tunnel's do."""
+        _, transport = context.request.get_header(GstRtsp.RTSPHeaderField.TRANSPORT, 0)
+        if "TCP" not in (transport or "") or context.conn.is_tunneled():
+            return GstRtsp.RTSPStatusCode.OK
+        return GstRtsp.RTSPStatusCode.UNSUPPORTED_TRANSPORT
+
+    @staticmethod
+    def _lose_datagrams(_client: GstRtspServer.RTSPClient, context: GstRtspServer.RTSPContext) -> None:
+        """The client was told that they come to its ports; they go to one at which nobody listens."""
+        transport = context.trans.get_transport()
+        if transport.lower_transport == GstRtsp.RTSPLowerTrans.UDP:
+            transport.client_port.min = transport.client_port.max = _DISCARD_PORT
 
     @staticmethod
     def _log_request(_client: GstRtspServer.RTSPClient, context: GstRtspServer.RTSPContext, request: str) -> None:

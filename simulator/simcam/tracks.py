@@ -11,6 +11,7 @@ from simcam.frameinfo import SectionWriter, inside_frame
 
 _PACKETISERS = {
     "h264": ("rtph264pay config-interval=0 mtu=1400", 96),
+    "h265": ("rtph265pay config-interval=0 mtu=1400", 98),
     # Without a limit, small frames would share a packet and its time. The header goes before key frames too: what is
     # pushed to a group has no description.
     "mpeg4": ("rtpmp4vpay config-interval=1 mtu=1400 max-ptime=1", 96),
@@ -20,6 +21,7 @@ _PACKETISERS = {
 }
 _CAPS = {
     "h264": "video/x-h264,stream-format=byte-stream,alignment=au",
+    "h265": "video/x-h265,stream-format=byte-stream,alignment=au",
     "mpeg4": "video/mpeg,mpegversion=4,systemstream=false,parsed=true",
     "mjpeg": "image/jpeg,width={0},height={1}",
     "pcmu": "audio/x-mulaw,rate=8000,channels=1",
