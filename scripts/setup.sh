@@ -23,6 +23,8 @@ packages=(
     curl iproute2
     # Sound, and ears for it
     pulseaudio pulseaudio-utils
+    # Installers and archives
+    msitools wixl gcab
     # A screen, and hands and eyes for it
     xvfb xauth x11-utils x11-apps xdotool imagemagick procps
 )
