@@ -45,8 +45,11 @@ def code(page):
 def names(page):
     text = code(page)
     for member in re.findall(r"\bcamera[._](\w+)", text):
-        if member not in MEMBERS:
+        if member not in MEMBERS | {"attachEvent"}:  # of the browser's element
             yield f"the control has no member {member}"
+    for event in re.findall(r'attachEvent\("(\w+)', text):
+        if event not in MEMBERS:
+            yield f"the control has no event {event}"
     for event in re.findall(r'event="(\w+)', text):
         if event not in MEMBERS:
             yield f"the control has no event {event}"
