@@ -26,15 +26,20 @@ class ControlWindow {
         platform::PostToWindow(Get(), message, wParam, lParam);
     }
 
-    /// Posts what a frame reports. At most kMostEvents of these wait in the window's queue, and never two
-    /// that say the same: a host that is slow to listen gets the newest it has room for, and the queue stays
-    /// free for what matters more. False when it was dropped because there are too many.
-    bool PostEvent(ControlMessage message, std::uintptr_t wParam, std::intptr_t lParam) {
-        const Event event{message, wParam, lParam};
+    /// Posts what a frame reports of a subject, such as a port or a window; each message has its own. At most
+    /// kMostEvents of these wait in the window's queue, and none that says what the one before it, of the
+    /// same subject, has said: the last one is always what holds. So the queue of a host that is slow to
+    /// listen stays free for what matters more. False when it was dropped because there are too many.
+    bool PostEvent(ControlMessage message, std::uint32_t subject, std::uintptr_t wParam,
+                   std::intptr_t lParam) {
+        const Event event{message, subject, wParam, lParam};
         {
             std::lock_guard<std::mutex> lock(m_lock);
-            const auto end = m_events.begin() + static_cast<std::ptrdiff_t>(m_eventCount);
-            if (std::find(m_events.begin(), end, event) != end) return true;
+            for (std::size_t i = m_eventCount; i-- > 0;) {
+                if (m_events[i].message != message || m_events[i].subject != subject) continue;
+                if (m_events[i] == event) return true;
+                break;
+            }
             if (m_eventCount == kMostEvents) return false;
             m_events[m_eventCount++] = event;
         }
@@ -47,8 +52,13 @@ class ControlWindow {
     void TakeEvent(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) {
         std::lock_guard<std::mutex> lock(m_lock);
         const auto end = m_events.begin() + static_cast<std::ptrdiff_t>(m_eventCount);
-        const auto found = std::find(m_events.begin(), end, Event{message, wParam, lParam});
-        if (found != end) *found = m_events[--m_eventCount];
+        // The oldest, as the queue gives it. Those behind it stay in their order.
+        const auto found = std::find_if(m_events.begin(), end, [&](const Event& event) {
+            return event.message == message && event.wParam == wParam && event.lParam == lParam;
+        });
+        if (found == end) return;
+        std::move(found + 1, end, found);
+        --m_eventCount;
     }
     void ForgetEvents() {
         std::lock_guard<std::mutex> lock(m_lock);
@@ -139,6 +149,7 @@ class ControlWindow {
     static constexpr std::size_t kMostEvents = 64;
     struct Event {
         std::uint32_t message = 0;
+        std::uint32_t subject = 0;
         std::uintptr_t wParam = 0;
         std::intptr_t lParam = 0;
         bool operator==(const Event&) const = default;

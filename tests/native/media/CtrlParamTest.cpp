@@ -247,6 +247,13 @@ TEST_F(CtrlParamTest, FillsNoQueueWithWhatFramesReport) {
     alert(7);
     EXPECT_EQ(m_fake.Messages().size(), 65u) << "the same waits once";
     Param().window.TakeEvent(WM_OnMDAlert, 1, 7);
+    // There and back: what waits first is not what holds last.
+    const std::size_t before = m_fake.Messages().size();
+    for (int i = 0; i < 2; ++i) {
+        alert(8);
+        alert(9);
+    }
+    EXPECT_EQ(m_fake.Messages().size(), before + 4);
     test::Section changed;
     changed.inputs = 1;
     m_fake.queueFull = true;
