@@ -416,6 +416,9 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wParam, LPARAM lParam) {
             }
             if (container_) container_->OnFrameActivate(LOWORD(wParam) != WA_INACTIVE);
             return 0;
+        case WM_ENTERMENULOOP:
+            pad_.LetGo();
+            return DefWindowProcW(window_, message, wParam, lParam);
         case WM_TIMER:
             if (wParam == kRunTimer) OnTimeUp();
             if (wParam == kPauseTimer) {

@@ -35,6 +35,21 @@ bool Denies(const std::wstring& reply, const std::wstring& key) {
     return at != std::wstring::npos;
 }
 
+// The control passes a name on as it is, and in an address these have a meaning. The list of names is divided
+// by
+// "#", so there is none in a name.
+std::wstring AsUrlText(const std::wstring& name) {
+    std::wstring text;
+    for (const wchar_t c : name) {
+        if (c == L'%' || c == L'&' || c == L'+') {
+            text += c == L'%' ? L"%25" : c == L'&' ? L"%26" : L"%2B";
+        } else if (c != L'#') {
+            text += c;
+        }
+    }
+    return text;
+}
+
 bool IsArrow(WPARAM key) {
     return key == VK_LEFT || key == VK_RIGHT || key == VK_UP || key == VK_DOWN;
 }
@@ -245,12 +260,17 @@ void PtzPad::Stop() {
     Add({PtzOrder::Kind::Stop});
 }
 
+void PtzPad::LetGo() {
+    keys_.clear();
+    if (holder_) Stop();
+}
+
 void PtzPad::GoToPreset() {
     Add({PtzOrder::Kind::Go, {}, Preset()});
 }
 
 void PtzPad::SavePreset() {
-    Add({PtzOrder::Kind::Save, TextOf(Child(kName)), Preset()});
+    Add({PtzOrder::Kind::Save, AsUrlText(TextOf(Child(kName))), Preset()});
     ListPresets();
 }
 
@@ -308,8 +328,8 @@ void PtzPad::Carry(const PtzOrder& order) {
 // ---- What the camera says
 
 void PtzPad::TakeAbilities(const std::wstring& reply) {
-    const bool answered = !reply.empty() && !reply.starts_with(L"Error");
-    canMove_ = connected_ && answered && !Denies(reply, L"PTZFunc");
+    // One that had no time to answer has not said no.
+    canMove_ = connected_ && !Denies(reply, L"PTZFunc");
     canTurn_ = canMove_ && !Denies(reply, L"PanTiltFunc");
     canZoom_ = canMove_ && !Denies(reply, L"ZoomFunc");
     Enable();

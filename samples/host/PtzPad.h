@@ -54,6 +54,9 @@ class PtzPad {
     /// Gives the pad the keyboard: arrows, + and -, Home.
     void Focus() const;
 
+    /// The keyboard goes elsewhere without the focus, into a menu: what is held moves no more.
+    void LetGo();
+
     /// All events pass through here.
     void OnEvent(const Event& event);
     /// The control is about to be told of another camera: what moves is stopped, and nothing else sent.

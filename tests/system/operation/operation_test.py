@@ -21,7 +21,7 @@ from host import WINE_RUN, until, wine, windows_path  # noqa: E402
 
 SKIPPED = 77
 # Middles of buttons, from the window's lower right corner.
-LEFT, RIGHT, UP, ZOOM, SAVE, HOME = (-276, -124), (-208, -124), (-242, -154), (-266, -63), (-37, -98), (-95, -128)
+LEFT, RIGHT, UP, ZOOM, SAVE, HOME, NAME = (-276, -124), (-208, -124), (-242, -154), (-266, -63), (-37, -98), (-95, -128), (-120, -98)
 SAVE_MOTION, NAME_MOTION = (-642, -202), (-682, -278)
 
 
@@ -108,6 +108,11 @@ def by_keyboard(pad: Pad) -> None:
     input_of("keyup", "Left")
     pad.expect("left 50", "stop")
     assert len(pad.asked()) < 24, f"the camera was told everything: {pad.asked()}"
+    input_of("keydown", "Left")
+    pad.expect("left 50")
+    input_of("key", "F10")  # the menu: the key's end is never heard of
+    pad.expect("left 50", "stop")
+    input_of("keyup", "Left", "key", "Escape", "key", "Escape")
     input_of("keydown", "Up", "keydown", "Right")
     pad.expect("upright 50")
     input_of("keyup", "Up", "keyup", "Right")
@@ -127,9 +132,11 @@ def by_mouse(pad: Pad) -> None:
     pad.point((-400, -300))  # away from the button, which is still down
     pad.expect("right 50", "stop")
     input_of("mouseup", 1)
+    pad.point(NAME)
+    input_of("click", 1, "type", "1 & #2%")
     pad.point(SAVE)
     input_of("click", 1)
-    pad.expect("stop", "move=addpreset&name=&PresetIndex=01&speedtilt=0&speedpan=0&speedzoom=0")
+    pad.expect("stop", "move=addpreset&name=1%20%26%202%25&PresetIndex=01&speedtilt=0&speedpan=0&speedzoom=0")
 
 
 def without_pan(pad: Pad) -> None:
