@@ -332,6 +332,13 @@ class SignIns : public Trust {
             for (const char* status : {"301", "302", "303", "307", "308"}) {
                 Command(kCamera, "GET", (std::string("/to/") + status).c_str());
                 EXPECT_GT(TellsTheStrangerNothing(), 0u) << status;
+                Command(kCamera, "POST", (std::string("/to/") + status + "?secret=body").c_str());
+                for (const std::string& request : stranger.Take()) {
+                    EXPECT_TRUE(request.starts_with("GET /stolen HTTP/")) << request;
+                    EXPECT_EQ(request.find("secret"), std::string::npos) << request;
+                    EXPECT_EQ(request.find("\r\nContent-Type:"), std::string::npos) << request;
+                    EXPECT_EQ(request.find("\r\nAuthorization:"), std::string::npos) << request;
+                }
             }
             connectTo(L"StreamUri", "rtsp://127.0.0.2:" + port + "/stream");
             EXPECT_GT(TellsTheStrangerNothing(), 0u) << "StreamUri";
@@ -371,6 +378,35 @@ TEST_F(SignIns, OfAPagesUserStayWithTheCameraAndOutOfSight) {
     EXPECT_EQ(Get(L"username"), "");
     EXPECT_EQ(Get(L"password"), "");
     TryToStealIt();
+}
+
+// Neither a program's password nor a page's goes in clear to whoever answers in the camera's place.
+TEST_F(Trust, AServerThatOnceTookDigestGetsNoBasic) {
+    for (const bool inPage : {false, true}) {
+        std::atomic<bool> asksForDigest{true};
+        WebServer camera(kCamera, 0, [&](const std::string& request) {
+            const bool signedIn = request.find("\r\nAuthorization: ") != std::string::npos;
+            if (signedIn) return HttpReply("200 OK", "", "ok");
+            return HttpReply("401 Unauthorized",
+                             asksForDigest ? "WWW-Authenticate: Digest realm=\"x\", nonce=\"n\"\r\n"
+                                           : "WWW-Authenticate: Basic realm=\"x\"\r\n",
+                             "");
+        });
+        if (inPage) BeInPage((L"http://127.0.0.1:" + std::to_wstring(camera.Port()) + L"/").c_str());
+        ASSERT_NO_FATAL_FAILURE(Show());
+        Set(L"HttpPort", static_cast<long>(camera.Port()));
+        Set(L"username", "eva");
+        Set(L"password", "Okapi-4712");
+        EXPECT_EQ(Command(kCamera), "ok");
+        camera.Take();
+        asksForDigest = false;
+        EXPECT_NE(Command(kCamera), "ok");
+        const auto requests = camera.Take();
+        EXPECT_FALSE(requests.empty());
+        for (const std::string& request : requests)
+            EXPECT_EQ(request.find("\r\nAuthorization:"), std::string::npos) << request;
+        End();
+    }
 }
 
 TEST_F(Trust, SavedAddressesCarryNoPassword) {
@@ -425,6 +461,8 @@ TEST_F(Trust, APageRecordsIntoThePickedFolderOnly) {
     EXPECT_EQ(user.questions, 1) << "nothing was picked";
     EXPECT_TRUE(heard("OnRecordStatus(5)"));
     EXPECT_FALSE(PumpUntil([&] { return heard("OnRecordStatus(3)"); }, 500));
+    CallMethod(Automation(), L"SaveSnapShot", {other.Path().c_str(), L"snapshot", false});
+    EXPECT_EQ(user.questions, 2) << "for a picture, too";
 
     hives.Store(HKEY_CURRENT_USER, L"Software\\Norix\\Pages\\http://www.example:80", L"Folder",
                 picked.Path().wstring());
