@@ -49,7 +49,11 @@ void CameraCommands::TakeFacts(const CameraCommands& other) {
     m_rtspPort = other.m_rtspPort;
     m_codecs = other.m_codecs;
     m_video = other.m_video;
-    m_motion = other.m_motion;
+    if (m_motionChanges == other.m_motionKnownBefore) {
+        m_motion = other.m_motion;
+        m_motionSource = other.m_motionSource;
+        m_motionChanges = other.m_motionChanges;
+    }
     m_model = other.m_model;
     m_lacksCommands = other.m_lacksCommands;
 }
@@ -61,6 +65,8 @@ void CameraCommands::Forget() {
     m_codecs.reset();
     m_video = {};
     m_motion = {};
+    m_motionSource.clear();
+    ++m_motionChanges;
     m_model.clear();
     m_lacksCommands = false;
 }
@@ -220,15 +226,43 @@ Result CameraCommands::RequestVideoSettings(const StreamSelection& selection) {
     return kResultOk;
 }
 
+std::string CameraCommands::MotionSource(const StreamSelection& selection) const {
+    const std::int32_t port = access.https ? access.httpsPort : access.httpPort;
+    return access.serverIP + ' ' + std::to_string(port) + ' ' + std::to_string(selection.channel) +
+           (Rules(selection).severalChannels ? " of several" : "");
+}
+
+MotionSettings CameraCommands::Motion(const StreamSelection& selection) const {
+    return m_motionSource == MotionSource(selection) ? m_motion : MotionSettings();
+}
+
+void CameraCommands::KeepMotion(const StreamSelection& selection, MotionSettings settings) {
+    m_motion = std::move(settings);
+    m_motionSource = MotionSource(selection);
+    ++m_motionChanges;
+}
+
 Result CameraCommands::RequestMotionSettings(const StreamSelection& selection) {
-    return GetParams(MotionTable(Rules(selection), m_motion));
+    MotionSettings settings = Motion(selection);
+    const Result result = GetParams(MotionTable(Rules(selection), settings));
+    if (result != kResultOk || m_status != kOk) return kResultFail;
+    KeepMotion(selection, std::move(settings));
+    return kResultOk;
 }
 
 Result CameraCommands::SaveMotionSettings(const StreamSelection& selection, MotionSettings settings) {
     const Result result = SetParams(MotionTable(Rules(selection), settings));
     if (result != kResultOk || m_status != kOk) return kResultFail;
-    m_motion = std::move(settings);
+    KeepMotion(selection, std::move(settings));
     return kResultOk;
+}
+
+unsigned CameraCommands::NameCodePage() const {
+    return CodePageOf(m_charset) == kCodePageGb2312 ? kCodePageGb2312 : kCodePageUtf8;
+}
+
+std::wstring CameraCommands::NameToWide(std::string_view name) const {
+    return BytesToWide(protocol::trim(name), NameCodePage());
 }
 
 CameraCommands::Outcome CameraCommands::RequestCameraInformation(StreamSelection& selection) {
@@ -279,10 +313,8 @@ bool CameraCommands::SendPtz(std::string_view command, std::int16_t parameter, s
     return true;
 }
 
-// In the code page in which the camera tells its names.
 void CameraCommands::SavePreset(std::wstring_view name, std::int16_t index) {
-    const unsigned codePage = CodePageOf(m_charset) == kCodePageGb2312 ? kCodePageGb2312 : kCodePageUtf8;
-    Request("GET", access.serverIP, SavePresetQuery(WideToBytes(name, codePage), index), false);
+    Request("GET", access.serverIP, SavePresetQuery(WideToBytes(name, NameCodePage()), index), false);
 }
 
 std::wstring CameraCommands::PresetNames() {

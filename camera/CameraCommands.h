@@ -43,10 +43,12 @@ class CameraCommands {
     /// A copy of `known`, with all that it has learnt of the camera, over another transport.
     CameraCommands(HttpTransport& transport, const CameraCommands& known) : CameraCommands(known) {
         m_transport = &transport;
+        m_motionKnownBefore = m_motionChanges;
     }
     CameraCommands& operator=(const CameraCommands&) = delete;
 
-    /// Takes over all that another conversation has been told, but not its `access`.
+    /// Takes over all that a conversation which was made of this one has been told, but not its `access`, nor
+    /// motion windows that are older than what has been read or saved here meanwhile.
     void TakeFacts(const CameraCommands& other);
 
     /// Set before each request from the control's properties. RequestPorts changes the ports and may switch
@@ -84,7 +86,7 @@ class CameraCommands {
     Result RequestCodecList(StreamSelection& selection);
     Result RequestVideoSettings(const StreamSelection& selection);
     Result RequestMotionSettings(const StreamSelection& selection);
-    /// Writes them to the camera; they are Motion() only once it has taken them.
+    /// Writes them to the camera; they are the known ones only once it has taken them.
     Result SaveMotionSettings(const StreamSelection& selection, MotionSettings settings);
 
     struct Outcome {
@@ -122,7 +124,12 @@ class CameraCommands {
     /// Null when the camera named none.
     const CodecList* Codecs() const { return m_codecs ? &*m_codecs : nullptr; }
     const VideoSettings& Video() const { return m_video; }
-    const MotionSettings& Motion() const { return m_motion; }
+    /// Whose motion windows those of this stream are: changes with the camera and the channel.
+    std::string MotionSource(const StreamSelection& selection) const;
+    /// As the camera has told them for this stream; no size of reference when it has not.
+    MotionSettings Motion(const StreamSelection& selection) const;
+    /// A name that the camera has told, for people.
+    std::wstring NameToWide(std::string_view name) const;
     const std::string& Charset() const { return m_charset; }
 
   private:
@@ -135,6 +142,8 @@ class CameraCommands {
     Result Exchange(std::string_view path, std::span<const CgiParam> table);
     void TakePorts(const CameraPorts& reported);
     void JudgeReply(const std::string& text);
+    unsigned NameCodePage() const;
+    void KeepMotion(const StreamSelection& selection, MotionSettings settings);
 
     CameraCommands(const CameraCommands&) = default;
 
@@ -145,6 +154,9 @@ class CameraCommands {
     std::optional<CodecList> m_codecs;
     VideoSettings m_video;
     MotionSettings m_motion;
+    std::string m_motionSource;  // whose they are
+    unsigned m_motionChanges = 0;
+    unsigned m_motionKnownBefore = 0;  // in the conversation that this one was made of
     std::string m_model;
     unsigned m_status = 0;  // of the last reply; 0: there was none
     bool m_lacksCommands = false;

@@ -134,6 +134,9 @@ void ControlAsConnectionHost::ConnectionBegins() {
     m_control.BeginRecordingStreams();
     m_control.ViewChanged();
 }
+void ControlAsConnectionHost::CameraTold() {
+    m_control.OnCameraTold();
+}
 void ControlAsConnectionHost::EndDigitalPtz() {
     m_control.EnableDigitalPTZ(false);
 }

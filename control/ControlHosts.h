@@ -38,6 +38,7 @@ class ControlAsConnectionHost final : public ConnectionHost {
     void AskForSignIn() override;
     void WithdrawSignIn() override;
     void ConnectionBegins() override;
+    void CameraTold() override;
     void EndDigitalPtz() override;
     void ConnectionEnds() override;
     void DropReports() override;

@@ -209,9 +209,9 @@ void CNorixSDKCtrl::ViewChanged() {
     view.EnableDigitalPtz(m_viewCommands.IsDigitalPtzEnabled());
     view.SetRotation(m_viewCommands.CurrentRotation());
     PictureView::RegionNames names;
-    const MotionSettings& motion = m_camera.Known().Motion();
+    const MotionSettings motion = m_camera.Known().Motion(ViewedStream());
     for (std::size_t i = 0; i < names.size(); ++i)
-        names[i] = util::Utf8ToWide(protocol::trim(motion.windows[i].name));
+        names[i] = MotionName(motion.windows[i].name);
     view.SetRegionNames(names);
     FollowView();
     InvalidateControl();

@@ -99,6 +99,8 @@ class CNorixSDKCtrl final : public framework::COleControl,
 
     /// Digital PTZ shows another part of the picture.
     void OnViewMoved() { FollowView(); }
+    /// The camera has told more of itself beside its stream.
+    void OnCameraTold();
     /// Ends with the connection.
     void EndMotionEditing() { m_motionEditor.Close(); }
     bool StopTalking();
@@ -243,6 +245,8 @@ class CNorixSDKCtrl final : public framework::COleControl,
     MotionSettings CameraMotion(bool anew) override;
     bool SaveCameraMotion(const MotionSettings& settings) override;
     std::string MotionSource() override;
+    std::wstring MotionName(const std::string& name) override;
+    int CornerHeight() override;
     bool WantsMotionEditor() override;
     void SaveMotionLater() override;
     void SaveMotion();

@@ -110,6 +110,7 @@ void CNorixSDKCtrl::UpdateAudioPanel() {
     } else {
         m_audioPanel.Hide();
     }
+    if (m_motionEditor.IsOpen()) m_motionEditor.PlacePanel();
 }
 
 void CNorixSDKCtrl::SetMute(bool mute) {
@@ -149,13 +150,14 @@ void CNorixSDKCtrl::OnHttpPortChanged() {
 
 void CNorixSDKCtrl::OnCHIndexChanged() {
     m_properties.chIndex = std::max(m_properties.chIndex, 1L);
-    m_session->channel.Set(m_properties.chIndex);
+    // What is viewed stays what it is until the next connection.
+    if (!m_connection.IsActive()) m_session->channel.Set(m_properties.chIndex);
     SetModifiedFlag();
 }
 
 void CNorixSDKCtrl::OnStreamIndexChanged() {
     m_properties.streamIndex = std::max(m_properties.streamIndex, 1L);
-    m_session->stream.Set(m_properties.streamIndex);
+    if (!m_connection.IsActive()) m_session->stream.Set(m_properties.streamIndex);
     SetModifiedFlag();
 }
 
@@ -277,7 +279,7 @@ void CNorixSDKCtrl::SavePresetPosition(const Text& name, short index) {
 }
 long CNorixSDKCtrl::SendCameraCommand(const Text& command, short parameter) {
     const bool sent =
-        AdmittedCamera() && m_steering.Send(util::WideToUtf8(command), parameter, m_session->channel.Get());
+        AdmittedCamera() && m_steering.Send(util::WideToUtf8(command), parameter, ViewedStream().channel);
     return sent ? 0 : -1;
 }
 
@@ -309,7 +311,9 @@ void CNorixSDKCtrl::PreviewFullScreen(bool full) {
     }
 }
 long CNorixSDKCtrl::SetVideoSize(long width, long height) {
-    return m_viewCommands.SetVideoSize(width, height);
+    const long result = m_viewCommands.SetVideoSize(width, height);
+    FollowView();
+    return result;
 }
 Text CNorixSDKCtrl::ConvertCoordinateInJSON(long x, long y, bool videoToWindow) {
     return m_viewCommands.ConvertCoordinateInJSON(x, y, videoToWindow);

@@ -24,6 +24,9 @@ void CNorixSDKCtrl::FollowView() {
 }
 
 StreamSelection CNorixSDKCtrl::ViewedStream() const {
+    if (!m_connection.IsActive())
+        return {static_cast<std::int32_t>(m_properties.chIndex),
+                static_cast<std::int32_t>(m_properties.streamIndex), VideoCodec::None};
     return {static_cast<std::int32_t>(m_session->channel.Get()),
             static_cast<std::int32_t>(m_session->stream.Get()), m_connection.StreamCodec()};
 }
@@ -31,7 +34,7 @@ StreamSelection CNorixSDKCtrl::ViewedStream() const {
 MotionSettings CNorixSDKCtrl::CameraMotion(bool anew) {
     if (CameraCommands* const camera = anew ? AdmittedCamera() : nullptr)
         camera->RequestMotionSettings(ViewedStream());
-    return m_camera.Known().Motion();
+    return m_camera.Commands().Motion(ViewedStream());
 }
 
 bool CNorixSDKCtrl::SaveCameraMotion(const MotionSettings& settings) {
@@ -42,9 +45,22 @@ bool CNorixSDKCtrl::SaveCameraMotion(const MotionSettings& settings) {
 }
 
 std::string CNorixSDKCtrl::MotionSource() {
-    const KeyRules rules = m_camera.Commands().Rules(ViewedStream());
-    return m_camera.Known().access.serverIP + ' ' + std::to_string(rules.selection.channel) +
-           (rules.severalChannels ? " of several" : "");
+    return m_camera.Commands().MotionSource(ViewedStream());
+}
+
+std::wstring CNorixSDKCtrl::MotionName(const std::string& name) {
+    return m_camera.Known().NameToWide(name);
+}
+
+int CNorixSDKCtrl::CornerHeight() {
+    RECT panel{};
+    if (!m_audioPanel.IsShown() || !GetWindowRect(m_audioPanel.Window(), &panel)) return 0;
+    return static_cast<int>(panel.bottom - panel.top);
+}
+
+void CNorixSDKCtrl::OnCameraTold() {
+    ViewChanged();  // regions are shown with their names
+    if (WantsMotionEditor()) m_motionEditor.OnCameraTold();
 }
 
 bool CNorixSDKCtrl::WantsMotionEditor() {

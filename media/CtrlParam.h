@@ -76,7 +76,7 @@ class CCtrlParam {
     /// While there are talkers, sound is played so many dB lower.
     Shared<std::int32_t> talkAttenuation{0};
 
-    Shared<bool> showRegions{false};  // regions in alarm are drawn over the picture...
+    Shared<bool> showRegions{false};  // regions are drawn over the picture...
     std::array<Shared<bool>, kRegionCount> regionShown{Shared<bool>(true), Shared<bool>(true),
                                                        Shared<bool>(true)};  // ...those that are shown
     Shared<bool> regionLevelsFrozen{false};                                  // regionLevel keeps its values

@@ -59,12 +59,13 @@ bool MotionPanel::AddChild(const wchar_t* windowClass, const wchar_t* text, DWOR
     return true;
 }
 
-void MotionPanel::Place() {
+void MotionPanel::Place(int below) {
     RECT client;
     RECT own;
     if (!HasWindow() || !GetClientRect(GetParent(Handle()), &client) || !GetClientRect(Handle(), &own))
         return;
-    const int top = std::max(static_cast<int>(client.bottom - own.bottom) - kMargin, 0);
+    const int bottom = static_cast<int>(client.bottom) - (below > 0 ? below + kMargin : 0);
+    const int top = std::max(bottom - static_cast<int>(own.bottom) - kMargin, 0);
     SetWindowPos(Handle(), HWND_TOP, kMargin, top, 0, 0, SWP_NOSIZE | SWP_NOACTIVATE | SWP_SHOWWINDOW);
 }
 

@@ -34,8 +34,8 @@ class MotionPanel final : private framework::CWnd {
     bool Show(HWND parent);
     void Hide() { DestroyWindow(); }
     bool IsShown() const { return HasWindow(); }
-    /// Back to its corner, after the parent's size has changed.
-    void Place();
+    /// To the top, and back to its corner: above `below` pixels that are another panel's.
+    void Place(int below = 0);
 
     /// What it shows; the sink is not told.
     void SetWindow(int index, bool on, const std::wstring& name);

@@ -27,10 +27,25 @@ VideoBox Clip(const VideoBox& box, std::int32_t width, std::int32_t height) {
             bounded(std::int64_t{box.top} + box.height, height) - top};
 }
 
-// The number goes back unless the user has changed it.
-void Take(std::int32_t& stored, std::int32_t shown, std::int32_t edited, std::int32_t video,
+// Where something begins and how long it is, along one axis.
+struct Span {
+    std::int32_t begin;
+    std::int32_t size;
+};
+
+// Numbers go back unless the user has changed them. What he has changed lies within the frame of reference,
+// whatever became of it by rounding.
+void Take(std::int32_t& begin, std::int32_t& size, Span shown, Span edited, std::int32_t video,
           std::int32_t reference) {
-    if (edited != shown) stored = Scale(edited, video, reference);
+    const bool moved = edited.begin != shown.begin;
+    const bool sized = edited.size != shown.size;
+    if (!moved && !sized) return;
+    if (moved) begin = Scale(edited.begin, video, reference);
+    if (sized) size = std::max(Scale(edited.begin + edited.size, video, reference) - begin, 1);
+    const std::int32_t end = reference > 0 ? reference : video;
+    if (std::int64_t{begin} + size <= end) return;
+    if (!sized) begin = std::clamp(end - size, 0, std::max(begin, 0));
+    size = std::max(std::min(size, end - begin), 1);
 }
 
 }  // namespace
@@ -64,10 +79,10 @@ MotionSaving TakeMotionAreas(MotionSettings& settings, const MotionAreas& areas,
         MotionWindow& window = settings.windows[i];
         window.enable = areas[i] ? 1 : 0;
         if (!areas[i]) continue;
-        Take(window.left, shown[i].left, edited[i].left, videoWidth, settings.referenceWidth);
-        Take(window.top, shown[i].top, edited[i].top, videoHeight, settings.referenceHeight);
-        Take(window.width, shown[i].width, edited[i].width, videoWidth, settings.referenceWidth);
-        Take(window.height, shown[i].height, edited[i].height, videoHeight, settings.referenceHeight);
+        Take(window.left, window.width, {shown[i].left, shown[i].width}, {edited[i].left, edited[i].width},
+             videoWidth, settings.referenceWidth);
+        Take(window.top, window.height, {shown[i].top, shown[i].height}, {edited[i].top, edited[i].height},
+             videoHeight, settings.referenceHeight);
         window.name = areas[i]->name;
     }
     return MotionSaving::Saved;

@@ -45,14 +45,15 @@ std::string PresetNamesQuery() {
 
 std::string PresetNames(std::string_view reply) {
     std::string names;
-    for (;;) {
-        const std::size_t sign = reply.find('=');
-        const std::size_t end = reply.find('\n');
+    std::size_t sign = 0;  // looked for once: a reply may be of lines alone
+    for (std::size_t begin = 0;;) {
+        if (sign <= begin) sign = reply.find('=', begin);
+        const std::size_t end = reply.find('\n', begin);
         if (sign == std::string_view::npos || end == std::string_view::npos) return names;
         // A line without a sign has no name.
         if (sign < end) names += reply.substr(sign + 1, end - sign - 1);
         names += '#';
-        reply.remove_prefix(end + 1);
+        begin = end + 1;
     }
 }
 

@@ -32,7 +32,8 @@ struct CameraInquiry {
 
     // What to ask
     CameraCommands commands;
-    protocol::Origin asked;  // the web server that `commands` begin with
+    protocol::Origin asked;          // the web server that `commands` begin with
+    std::int32_t askedHttpPort = 0;  // as the host had set it
     StreamSelection selection;
     bool codecChosen = false;  // by the user; else the camera's list has to name it
     EConnectProtocol protocol = ecpUDP;

@@ -83,6 +83,7 @@ std::shared_ptr<CameraInquiry> CameraLink::Prepare(const StreamSelection& select
     inquiry->streamKnown = !settings.streamUri.empty();
     AddressService(inquiry->onvif);
     inquiry->asked = OriginOf(commands.access, commands.access.serverIP);
+    inquiry->askedHttpPort = settings.httpPort;
     return inquiry;
 }
 
@@ -113,7 +114,9 @@ OnvifPtz* CameraLink::Ptz() {
 void CameraLink::Take(const CameraInquiry& inquiry) {
     const CameraAccess& access = inquiry.commands.access;
     // The host may have named another camera meanwhile.
-    if (!inquiry.ran || m_host.Settings().serverIP != access.serverIP) return;
+    const ConnectionSettings settings = m_host.Settings();
+    if (!inquiry.ran || settings.serverIP != access.serverIP || settings.httpPort != inquiry.askedHttpPort)
+        return;
     m_commands.TakeFacts(inquiry.commands);
     m_shownProfile = inquiry.stream ? inquiry.stream->profileToken : std::string();
     m_ptz.AskAnew();

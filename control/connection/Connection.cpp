@@ -245,8 +245,9 @@ void Connection::OnStepDone(unsigned step) {
     if (step == m_besideStep && m_beside) {
         const auto inquiry = std::exchange(m_beside, nullptr);
         m_camera.Take(*inquiry);
-        if (m_active && m_reception) DescribeStream();
-        return;
+        if (!m_active || !m_reception) return;
+        DescribeStream();
+        return m_host.CameraTold();
     }
     if (!m_active || step != m_attempt.step || step == 0) return;
     m_attempt.step = 0;

@@ -120,6 +120,8 @@ class ConnectionHost : public CameraHost {
 
     /// Deliveries to the host begin, and the decoder to come gets the host's view.
     virtual void ConnectionBegins() = 0;
+    /// The camera, asked beside a stream that is there, has told of itself what it could.
+    virtual void CameraTold() {}
     virtual void EndDigitalPtz() = 0;
     /// Everything that depends on a connection ends: talk-back.
     virtual void ConnectionEnds() = 0;

@@ -2,6 +2,7 @@
 
 #include "camera/Charset.h"
 #include "control/connection/StreamAddress.h"
+#include "protocol/Text.h"
 
 namespace norix {
 
@@ -19,7 +20,9 @@ bool Steering::Send(std::string_view command, std::int16_t parameter, std::int32
 
 void Steering::SavePreset(std::wstring_view name, std::int16_t index) {
     if (OnvifPtz* const service = m_camera.Ptz()) {
-        if (service->SavePreset(WideToBytes(name, kCodePageUtf8), index) != Outcome::NotOnvif) return;
+        // Names are given as they stand in an address.
+        const std::string plain = protocol::percentDecode(WideToBytes(name, kCodePageUtf8));
+        if (service->SavePreset(plain, index) != Outcome::NotOnvif) return;
     }
     m_camera.Commands().SavePreset(name, index);
 }

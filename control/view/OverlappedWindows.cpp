@@ -101,9 +101,14 @@ void OverlappedWindows::OnUserPlaced(COverlappedWnd& window) {
     const std::optional<ViewBox> before = m_view.ToWindow(window.place);
     std::optional<ViewBox> place = m_view.ToVideo(bounds);
     if (!place) return;
-    // One that was only moved keeps its size: the window's pixels may be coarser than the video's.
-    if (before && before->size.width == bounds.size.width && before->size.height == bounds.size.height)
-        place->size = window.place.size;
+    // What has not changed keeps its place: the window's pixels may be coarser than the video's.
+    if (const std::optional<ViewBox> same = before ? m_view.ToVideo(ToBox(ToRect(*before))) : std::nullopt) {
+        const ViewBox& known = window.place;
+        if (place->corner.x == same->corner.x) place->corner.x = known.corner.x;
+        if (place->corner.y == same->corner.y) place->corner.y = known.corner.y;
+        if (place->size.width == same->size.width) place->size.width = known.size.width;
+        if (place->size.height == same->size.height) place->size.height = known.size.height;
+    }
     window.place = *place;
 }
 

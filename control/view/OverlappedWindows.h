@@ -2,9 +2,11 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "control/view/OverlappedWnd.h"
@@ -21,7 +23,9 @@ class OverlappedWindows final : private OverlappedOwner {
   public:
     static constexpr std::size_t kMost = 256;
 
-    OverlappedWindows(ViewHost& host, const ViewCommands& view) : m_host(host), m_view(view) {}
+    /// `raised`: is called after the user has raised one of them.
+    OverlappedWindows(ViewHost& host, const ViewCommands& view, std::function<void()> raised = {})
+        : m_host(host), m_view(view), m_raised(std::move(raised)) {}
     ~OverlappedWindows() { Clear(); }
     OverlappedWindows(const OverlappedWindows&) = delete;
     OverlappedWindows& operator=(const OverlappedWindows&) = delete;
@@ -49,11 +53,15 @@ class OverlappedWindows final : private OverlappedOwner {
 
   private:
     void OnUserPlaced(COverlappedWnd& window) override;
+    void OnRaised() override {
+        if (m_raised) m_raised();
+    }
     PixelRect& LastSizing() override { return m_lastSizing; }
     std::shared_ptr<COverlappedWnd> Find(long index) const;
 
     ViewHost& m_host;
     const ViewCommands& m_view;
+    const std::function<void()> m_raised;
     std::vector<std::shared_ptr<COverlappedWnd>> m_windows;  // as they were created
     PixelRect m_lastSizing;
 };

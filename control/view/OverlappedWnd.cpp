@@ -67,10 +67,15 @@ void COverlappedWnd::LeaveMessage() {
 
 LRESULT COverlappedWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
-        case WM_GETMINMAXINFO:
-            // Left alone, the system would not let a captioned window be as small as the host wants it.
-            reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {1, 1};
+        case WM_GETMINMAXINFO: {
+            // Left alone, the system would not let a captioned window be as small as the host wants it, nor,
+            // in a zoomed view, reach far beyond the screen.
+            constexpr LONG kLargest = 0x7FFF;
+            auto* const limits = reinterpret_cast<MINMAXINFO*>(lParam);
+            limits->ptMinTrackSize = {1, 1};
+            limits->ptMaxTrackSize = {kLargest, kLargest};
             return 0;
+        }
         case WM_MOVING:
             OnMoving(*reinterpret_cast<RECT*>(lParam));
             return TRUE;
@@ -89,6 +94,7 @@ LRESULT COverlappedWnd::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_NCLBUTTONDOWN:
             SetFocus(Handle());
             SetWindowPos(Handle(), HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+            if (m_owner) m_owner->OnRaised();
             break;
         case WM_GETDLGCODE:
             return DLGC_WANTARROWS;

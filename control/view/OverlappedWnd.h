@@ -17,6 +17,8 @@ class OverlappedOwner {
   public:
     /// The user has moved or sized it.
     virtual void OnUserPlaced(COverlappedWnd& window) = 0;
+    /// The user has raised one above all others.
+    virtual void OnRaised() = 0;
     /// What the last sizing of any of the windows came to, in screen coordinates: there is one for all.
     virtual PixelRect& LastSizing() = 0;
 

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "control/view/ViewCommands.h"
-#include "protocol/Text.h"
 #include "util/Text.h"
 
 namespace norix {
@@ -41,10 +40,18 @@ void MotionEditor::Open(bool anew) {
     m_settings = std::move(settings);
     m_source = m_host.MotionSource();
     m_video = video;
+    ShowAll();
+}
+
+void MotionEditor::ShowAll() {
     m_panel.SetSensitivity(m_settings.sensitivity);
     for (std::size_t i = 0; i < m_settings.windows.size(); ++i)
         ShowWindow(i);
-    m_panel.Place();  // above the windows
+    PlacePanel();  // above the windows
+}
+
+void MotionEditor::OnCameraTold() {
+    if (IsOpen() && !IsKnown(m_settings)) Refresh(0);
 }
 
 void MotionEditor::Refresh(std::size_t index) {
@@ -52,24 +59,35 @@ void MotionEditor::Refresh(std::size_t index) {
     MotionSettings settings = m_host.CameraMotion(false);
     // A connection that has not come to ask for them knows nothing better than what is shown.
     if (!IsKnown(settings) || index >= settings.windows.size()) return;
+    const bool others = settings.referenceWidth == m_settings.referenceWidth &&
+                        settings.referenceHeight == m_settings.referenceHeight;
+    // Of the other windows the user sees, and perhaps has changed, what the camera had before.
+    for (std::size_t i = 0; others && i < settings.windows.size(); ++i)
+        if (i != index) settings.windows[i] = m_settings.windows[i];
     m_settings = std::move(settings);
     m_source = m_host.MotionSource();
+    if (!others) return ShowAll();
+    m_panel.SetSensitivity(m_settings.sensitivity);
     ShowWindow(index);
-    m_panel.Place();
+    PlacePanel();
 }
 
 void MotionEditor::ShowWindow(std::size_t index) {
     const MotionWindow& window = m_settings.windows[index];
     const bool on = window.enable != 0;
-    const std::wstring name = util::Utf8ToWide(std::string(protocol::trim(window.name)));
-    m_panel.SetWindow(static_cast<int>(index), on, name);
-    if (!on) {
+    m_panel.SetWindow(static_cast<int>(index), on, m_host.MotionName(window.name));
+    if (on) {
+        PlaceWindow(index);
+    } else {
         m_windows.Delete(static_cast<long>(index));
-        return;
     }
+}
+
+// Where the camera has it, under the name that the panel shows.
+void MotionEditor::PlaceWindow(std::size_t index) {
     const VideoBox box = OnVideo(m_settings, index, m_video);
     m_windows.Create(static_cast<long>(index), {{box.left, box.top}, {box.width, box.height}}, true, true,
-                     name);
+                     m_panel.Name(static_cast<int>(index)));
 }
 
 void MotionEditor::Close() {
@@ -84,15 +102,17 @@ void MotionEditor::Follow() {
     for (std::size_t i = 0; IsOpen() && i < m_settings.windows.size(); ++i) {
         if (m_settings.windows[i].enable != 0 && m_panel.IsOn(static_cast<int>(i)) &&
             !m_windows.Get(static_cast<long>(i)))
-            ShowWindow(i);
+            PlaceWindow(i);
     }
-    m_panel.Place();
+    PlacePanel();
 }
 
 // What the user has not touched lies where the camera has it, to the pixel, on a video of another size as
 // well.
 void MotionEditor::FollowVideoSize() {
     const ViewSize video = m_commands.VideoSize();
+    // In a window of no size nothing can be placed: then it is done when there is one.
+    if (!m_commands.ToWindow(ViewPoint{})) return;
     if (!IsUsable(video) || (video.width == m_video.width && video.height == m_video.height)) return;
     for (std::size_t i = 0; i < m_settings.windows.size(); ++i) {
         const auto index = static_cast<long>(i);
@@ -122,7 +142,7 @@ void MotionEditor::OnMotionWindow(int index, bool on) {
     const long result = m_windows.Create(index, {{0, 0}, {video.width / 2, video.height / 2}}, true, true,
                                          m_panel.Name(index));
     if (result != S_OK) m_panel.SetWindow(index, false, m_panel.Name(index));
-    m_panel.Place();
+    PlacePanel();
 }
 
 // A window that is switched on but can't be shown stays where the camera has it.
@@ -132,15 +152,20 @@ MotionAreas MotionEditor::Areas() const {
         const int index = static_cast<int>(i);
         if (!m_panel.IsOn(index)) continue;
         const auto window = m_windows.Get(index);
-        areas[i] = {util::WideToUtf8(m_panel.Name(index)),
+        // A name that was not changed goes back as it came, with the blanks around it.
+        const std::wstring name = m_panel.Name(index);
+        std::string_view known = m_settings.windows[i].name;
+        if (known.ends_with('\r')) known.remove_suffix(1);
+        const bool same = name == m_host.MotionName(std::string(known));
+        areas[i] = {same ? std::string(known) : util::WideToUtf8(name),
                     window ? ToVideoBox(window->place) : OnVideo(m_settings, i, m_video)};
     }
     return areas;
 }
 
 MotionSaving MotionEditor::Save() {
-    if (!IsOpen() || !IsKnown(m_settings)) return MotionSaving::Failed;
-    if (m_host.MotionSource() != m_source) {
+    if (!IsOpen()) return MotionSaving::Failed;
+    if (!IsKnown(m_settings) || m_host.MotionSource() != m_source) {
         Close();
         Open(true);
         return MotionSaving::Failed;

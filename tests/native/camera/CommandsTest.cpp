@@ -116,9 +116,9 @@ TEST_F(CameraCommandsTest, ReadsTheWholeCamera) {
     EXPECT_EQ(commands.Video().frameRateLimit, 4);
     EXPECT_EQ(commands.Video().standard, 2);
     EXPECT_EQ(commands.Charset(), "GB2312");
-    EXPECT_EQ(commands.Motion().windows[2].name, "door");
-    EXPECT_EQ(commands.Motion().windows[2].objectSize, 7);
-    EXPECT_EQ(commands.Motion().referenceHeight, 240);
+    EXPECT_EQ(commands.Motion(selection).windows[2].name, "door");
+    EXPECT_EQ(commands.Motion(selection).windows[2].objectSize, 7);
+    EXPECT_EQ(commands.Motion(selection).referenceHeight, 240);
 
     ASSERT_EQ(requests.size(), 5u);
     EXPECT_EQ(requests[0].path, "/kest-cgi/systeminfo.cgi?");
@@ -134,6 +134,36 @@ TEST_F(CameraCommandsTest, ReadsTheWholeCamera) {
     EXPECT_THAT(requests[4].body, HasSubstr("&motiondetect02_winname02=&motiondetect02_winname03=&"
                                             "motiondetect02_winenable01=0&"));
     EXPECT_EQ(requests[4].port, 81) << "the camera's own word counts at once";
+}
+
+TEST_F(CameraCommandsTest, MotionWindowsAreThoseOfTheirCameraAndChannel) {
+    const StreamSelection first{1, 1, VideoCodec::H264};
+    const StreamSelection second{2, 1, VideoCodec::H264};
+    const auto read = [&](const StreamSelection& selection, HttpReply reply) {
+        replies = {std::move(reply)};
+        return commands.RequestMotionSettings(selection);
+    };
+    EXPECT_EQ(read(first, Answer("motiondetect_refwidth=320\n")), kResultOk);
+    HttpReply page = Answer("motiondetect_refwidth=1\n");
+    page.status = 404;
+    EXPECT_EQ(read(second, page), kResultFail);
+    EXPECT_EQ(commands.Motion(first).referenceWidth, 320);
+    EXPECT_EQ(commands.Motion(second).referenceWidth, 0);
+    commands.access.httpPort = 8002;
+    EXPECT_EQ(commands.Motion(first).referenceWidth, 0) << "another camera behind the same address";
+    EXPECT_EQ(read(second, Answer("motiondetect_winleft01=Not Exist\n")), kResultOk);
+    EXPECT_THAT(requests.back().body, HasSubstr("motiondetect_refwidth=0")) << "nothing of the other one's";
+
+    // An older conversation that comes late.
+    CameraCommands earlier(*this, commands);
+    EXPECT_EQ(read(second, Answer("motiondetect_refwidth=640\n")), kResultOk);
+    commands.TakeFacts(earlier);
+    EXPECT_EQ(commands.Motion(second).referenceWidth, 640);
+    CameraCommands later(*this, commands);
+    replies = {Answer("motiondetect_refwidth=960\n")};
+    EXPECT_EQ(later.RequestMotionSettings(second), kResultOk);
+    commands.TakeFacts(later);
+    EXPECT_EQ(commands.Motion(second).referenceWidth, 960);
 }
 
 TEST_F(CameraCommandsTest, EndsWithTheFirstFailure) {

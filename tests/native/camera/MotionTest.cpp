@@ -37,6 +37,29 @@ TEST(MotionRules, WhatIsNotMovedGoesBackAsItCame) {
     }
 }
 
+// Places and sizes are rounded one by one, and yet nothing leaves the camera's frame of reference.
+TEST(MotionRules, WhatIsMovedStaysInTheFrame) {
+    for (const auto& [reference, video] : {std::pair{320, 1920}, {1920, 640}, {1000, 352}, {0, 640}}) {
+        const std::int32_t end = reference > 0 ? reference : video;
+        for (std::int32_t at = 0; at < 200; ++at) {
+            MotionSettings settings;
+            settings.referenceWidth = settings.referenceHeight = reference;
+            settings.windows[0] = {"", 1, at % 100, at % 100, end / 2, end / 2, 7};
+            const VideoBox shown = MotionToVideo(settings, settings.windows[0], video, video);
+            MotionAreas areas;  // the right edge is drawn to the border; all is moved down to it
+            areas[0] = {"", {shown.left, video - shown.height, video - shown.left, shown.height}};
+            const MotionWindow before = settings.windows[0];
+            ASSERT_EQ(TakeMotionAreas(settings, areas, video, video), MotionSaving::Saved);
+            const MotionWindow& after = settings.windows[0];
+            ASSERT_EQ(after.left, before.left);
+            ASSERT_EQ(after.left + after.width, end);
+            ASSERT_EQ(after.height, before.height);
+            ASSERT_LE(after.top + after.height, end);
+            ASSERT_GE(after.top + after.height, end - 1 - end / video);
+        }
+    }
+}
+
 TEST(MotionRules, SavesWhatTheUserHasLeft) {
     const VideoBox good{10, 20, 32, 32};
     struct Case {

@@ -484,9 +484,9 @@ TEST_F(ConnectionTest, AStepWhoseEndCannotBePostedIsFoundByTheTimer) {
     connection.Disconnect();
 
     host.settings.streamUri = "rtsp://camera/known";  // the camera is asked beside the stream
+    host.settings.httpPort = 80;
     connection.ConnectInBackground();
     means.RunWork();
-    host.settings.httpPort = 80;
     connection.OnReportsTimer();
     EXPECT_EQ(host.settings.httpPort, 8080) << "as the camera says";
 }

@@ -9,7 +9,9 @@
 
 #include "control/view/ViewCommands.h"
 #include "media/CtrlParam.h"
+#include "protocol/Text.h"
 #include "util/Handles.h"
+#include "util/Text.h"
 
 namespace norix::test {
 namespace {
@@ -47,6 +49,10 @@ class MotionEditorTest : public testing::Test, protected ViewHost, protected Mot
         return !refuses;
     }
     std::string MotionSource() override { return source; }
+    std::wstring MotionName(const std::string& name) override {
+        return util::Utf8ToWide(protocol::trim(name));
+    }
+    int CornerHeight() override { return 0; }
     bool WantsMotionEditor() override { return wanted; }
     void SaveMotionLater() override { told.push_back(editor.Save()); }
 
@@ -95,6 +101,17 @@ TEST_F(MotionEditorTest, ShowsTheCamerasWindowsAndGivesThemBack) {
     camera.windows[0].left = 500;  // the camera has other ones meanwhile
     editor.Refresh(0);
     EXPECT_EQ(Place(0), "320,37 195x111");
+    SetWindowTextW(Child(kFirstName), L"Mine");
+    camera.windows[0].name = "Theirs";
+    camera.windows[2].enable = 1;
+    editor.Refresh(2);
+    EXPECT_EQ(editor.Panel().Name(0), L"Mine") << "of another window the user's stays";
+    EXPECT_EQ(Place(2), "1,1 2x1");
+
+    // However large it is, and wherever it was clicked, the panel lies above.
+    editor.Windows().Create(2, {{0, 0}, {640, 360}}, true, true, L"");
+    SendMessageW(GetWindow(editor.Panel().Window(), GW_HWNDNEXT), WM_LBUTTONDOWN, 0, 0);
+    EXPECT_EQ(GetWindow(editor.Panel().Window(), GW_HWNDPREV), nullptr);
     editor.Close();
     EXPECT_EQ(GetWindow(Window(), GW_CHILD), nullptr) << "something is left";
 }
@@ -134,9 +151,11 @@ TEST_F(MotionEditorTest, SavesNothingThatTheCameraHasNotTold) {
     Click(kFirstCheck);
     EXPECT_EQ(Saved(), MotionSaving::Failed);
     EXPECT_EQ(camera.windows[0].enable, 0);
+    camera = before;
+    editor.OnCameraTold();  // late
+    EXPECT_EQ(Place(0), "65,37 195x111");
     editor.Close();
 
-    camera = before;
     editor.Open(false);
     camera = {};  // a connection that has not come to ask
     editor.Refresh(0);
@@ -163,7 +182,12 @@ TEST_F(MotionEditorTest, FollowsAVideoOfAnotherSize) {
     editor.Windows().Create(1, {{320, 180}, {400, 90}}, true, true, L"");  // leaves the video
     SendMessageW(Child(kFirstCheck + 1), BM_SETCHECK, BST_CHECKED, 0);
     view.SetVideoSize(1920, 1080);
+    MoveWindow(Window(), 0, 0, 0, 0, FALSE);  // hidden again: nothing is lost
     editor.Follow();
+    SetWindowTextW(Child(kFirstName + 1), L"Mine");
+    MoveWindow(Window(), 0, 0, 320, 180, FALSE);
+    editor.Follow();
+    EXPECT_EQ(editor.Panel().Name(1), L"Mine");
     EXPECT_EQ(Place(0), "194,111 586x332");
     EXPECT_EQ(Place(1), "960,540 1200x270");
     EXPECT_EQ(Saved(), MotionSaving::Saved);
