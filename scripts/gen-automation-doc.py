@@ -32,6 +32,8 @@ PTZ_PARAMETERS = {
     "Nothing": "none", "Tilt": "speed of the tilt", "Pan": "speed of the pan", "Zoom": "speed of the zoom",
     "TiltAndPan": "speed of both", "Preset": "the preset's number",
 }
+# Where whole scripts are, by task; a member links to the first that uses it.
+TASKS_SOURCE = ROOT / "docs" / "tasks.md"
 PTZ_ROW = re.compile(r'^    \{"(\w+)", PtzUse::(\w+)(?:, -?\d)*\},\s*// (.*)$', re.M)
 
 
@@ -324,6 +326,7 @@ OVERVIEW = """\
 Everything a host can ask of the control, by purpose. The control is created by its ProgID
 `NORIXSDK.NorixSDKCtrl.1` or its class identifier; properties and methods are reached through `IDispatch` alone,
 events come through `IConnectionPointContainer`. All of it happens on the thread that owns the control's window.
+By task, with a whole script for each: [tasks.md](tasks.md). When something fails: [troubleshooting.md](troubleshooting.md).
 {contents}
 ## Conventions
 
@@ -364,10 +367,22 @@ def slug(title):
     return re.sub(r"[^\w\- ]", "", title.lower()).replace(" ", "-")
 
 
+def examples():
+    """{member: the chapter of the first script that uses it}; handlers are functions named camera_OnSomething."""
+    found = {}
+    for chapter in TASKS_SOURCE.read_text(encoding="utf-8").split("\n## ")[1:]:
+        title = chapter.split("\n", 1)[0]
+        for code in re.findall(r"^```js\n(.*?)^```", chapter, re.M | re.S):
+            for name in re.findall(r"\b(?:camera|made|all\[i\])[._](\w+)", code):
+                found.setdefault(name, title)
+    return found
+
+
 class Page:
     def __init__(self, library):
         self.library = library
         self.lines = []
+        self.examples = examples()
         members = {m.name: m for m in reversed(library.members)}
         enumerations = {e.name: e.name for e in library.enumerations}
         constants = {c.name: e.name for e in library.enumerations for c in e.constants}
@@ -390,6 +405,12 @@ class Page:
             return f"[`{word}`](#{target})"
         return re.sub(r"\b[A-Za-z]\w*\b", linked, text)
 
+    def described(self, member, parameters=()):
+        """The help, and where the member is used."""
+        text = self.prose(member.help, member.name, parameters)
+        title = self.examples.get(member.name)
+        return f"{text} Example: [{title[0].lower()}{title[1:]}](tasks.md#{slug(title)})." if title else text
+
     def render(self):
         titles = [g.title for g in self.library.groups.values()]
         contents = ["", *(f"- [{t}](#{slug(t)})" for t in [*titles, "Enumerations", "Identifiers"]), ""]
@@ -410,7 +431,7 @@ class Page:
             for p in properties:
                 kind = TYPES[p.result] + ("" if p.writable else ", read-only")
                 self.write(f"| {anchor(p.anchor)}`{p.name}` | {kind} | {cell(p.default)} | "
-                           f"{cell(self.prose(p.help, p.name))} |")
+                           f"{cell(self.described(p))} |")
             self.write("")
         for kind, heading in ("method", "Methods"), ("event", "Events"):
             found = self.library.of(kind, group.title)
@@ -418,7 +439,7 @@ class Page:
                 continue
             self.write(f"**{heading}**", "")
             for m in found:
-                text = self.prose(m.help, m.name, [name for _, name in m.parameters])
+                text = self.described(m, [name for _, name in m.parameters])
                 self.write(f"- {anchor(m.anchor)}{self.signature(m)}", "", f"  {text}", "")
             if kind == "method" and group.ptz:
                 self.ptz()
