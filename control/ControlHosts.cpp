@@ -79,6 +79,16 @@ bool ControlAsConnectionHost::MayReach(const std::string& host) {
     return m_control.Trust().Admit(host);
 }
 
+std::string ControlAsConnectionHost::WhyNotReached() const {
+    return m_control.Trust().WhyNotAdmitted();
+}
+bool ControlAsConnectionHost::LooksUp(const std::vector<std::string>& hosts) {
+    return m_control.Trust().LooksUp(hosts);
+}
+bool ControlAsConnectionHost::IsUserAsked() {
+    return m_control.Trust().IsUserAsked();
+}
+
 bool ControlAsConnectionHost::WaitForWindow() {
     return m_control.WaitForWindowCreation();
 }

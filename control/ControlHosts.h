@@ -24,6 +24,9 @@ class ControlAsConnectionHost final : public ConnectionHost {
     PlainStream JudgePlainStream(const std::string& host) override;
     bool IsTrusted() override;
     protocol::HostRoute Route() const override;
+    std::string WhyNotReached() const override;
+    bool LooksUp(const std::vector<std::string>& hosts) override;
+    bool IsUserAsked() override;
     bool WaitForWindow() override;
     bool HasWindow() const override;
     void StartTimer(ConnectionTimer timer, unsigned milliseconds) override;

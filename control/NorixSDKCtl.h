@@ -309,7 +309,8 @@ class CNorixSDKCtrl final : public framework::COleControl,
     DeliveryGate m_newFrameDelivery;
     DeliveryGate m_newPacketDelivery;
     Microsoft::WRL::ComPtr<DropTarget> m_dropTarget;
-    std::wstring m_modelOf;  // the camera whose model the property names
+    std::wstring m_modelOf;        // the camera whose model the property names
+    std::int32_t m_modelPort = 0;  // where it was asked; 0: the host has named it
     bool m_winsockStarted = false;
     bool m_userInterfaceDead = false;  // the container wants no reaction to the user (ambient UIDead)
     bool m_signInOpen = false;

@@ -254,10 +254,14 @@ Text CNorixSDKCtrl::HttpCommand(const Text& sendType, const Text& server, const 
 }
 
 Text CNorixSDKCtrl::GetServerModelType() {
-    if (m_properties.serverModelType.empty() || m_modelOf != m_properties.serverIP) {
-        if (!m_trust.Admit(util::WideToUtf8(m_properties.serverIP))) return {};
-        m_properties.serverModelType = m_camera.Commands().ServerModelType();
+    // Behind one router cameras differ by their port.
+    const bool another = m_modelPort != 0 && m_modelPort != m_properties.httpPort;
+    if (m_properties.serverModelType.empty() || m_modelOf != m_properties.serverIP || another) {
+        CameraCommands* const camera = AdmittedCamera();
+        if (!camera) return {};
+        m_properties.serverModelType = camera->ServerModelType();
         m_modelOf = m_properties.serverIP;
+        m_modelPort = m_properties.httpPort;
     }
     return m_properties.serverModelType;
 }
@@ -265,10 +269,12 @@ Text CNorixSDKCtrl::GetServerModelType() {
 void CNorixSDKCtrl::SetServerModelType(const Text& model) {
     m_properties.serverModelType = model;
     m_modelOf = m_properties.serverIP;
+    m_modelPort = 0;
 }
 
 CameraCommands* CNorixSDKCtrl::AdmittedCamera() {
-    return m_trust.Admit(util::WideToUtf8(m_properties.serverIP)) ? &m_camera.Commands() : nullptr;
+    const std::string typed = util::WideToUtf8(m_properties.serverIP);
+    return m_trust.Admit(std::string(TypedHost(typed))) ? &m_camera.Commands() : nullptr;
 }
 
 Text CNorixSDKCtrl::GetPresetName() {

@@ -185,6 +185,7 @@ void CNorixSDKCtrl::OnShowAuthDialog() {
     std::optional<Credentials> entered;
     {
         const framework::InPlace::Modal modal(InPlaceState());
+        const TrustGuard::Open open;
         entered = AskForCredentials(
             framework::COleControlModule::Get().Instance(), Handle(), ForReading(wanting.back().host),
             web ? ForReading(m_trust.Page().origin) : L"", {m_properties.username, m_properties.password});

@@ -13,7 +13,8 @@
 namespace net {
 namespace {
 
-constexpr std::size_t kMaxUnderWay = 8;
+// One that nobody waits for any more keeps its place, and its thread, until the system gives up.
+constexpr std::size_t kMaxUnderWay = 32;
 constexpr std::size_t kMaxAddresses = 4;
 
 std::vector<SocketAddress> query(const std::string& host, int flags) {
@@ -96,7 +97,8 @@ std::vector<SocketAddress> numericAddresses(const std::string& text) {
     return query(text, AI_NUMERICHOST);
 }
 
-std::shared_ptr<const Lookup> Lookup::begin(const std::string& host, std::function<void()> whenDone) {
+std::shared_ptr<const Lookup> Lookup::begin(const std::string& host, std::function<void()> whenDone,
+                                            bool forStranger) {
     const std::shared_ptr<UnderWay>& all = underWay();
     auto lookup = std::make_shared<Lookup>();
     bool joined = false;
@@ -106,7 +108,7 @@ std::shared_ptr<const Lookup> Lookup::begin(const std::string& host, std::functi
             lookup = known->second;
             joined = true;
         } else {
-            if (all->lookups.size() >= kMaxUnderWay) return nullptr;
+            if (all->lookups.size() >= (forStranger ? kMaxUnderWay / 2 : kMaxUnderWay)) return nullptr;
             all->lookups.emplace(host, lookup);
         }
     }

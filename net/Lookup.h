@@ -40,8 +40,10 @@ class Lookup {
   public:
     /// Begins to look a name up, or joins the look-up of the same name that is already under way. Null when
     /// too many of them are, or the system refuses a thread. `whenDone` is called once when it is done, on
-    /// any thread, and must throw nothing; it owns or shares what it uses. Any thread.
-    static std::shared_ptr<const Lookup> begin(const std::string& host, std::function<void()> whenDone = {});
+    /// any thread, and must throw nothing; it owns or shares what it uses. `forStranger`: a page has named
+    /// the host; half of the places are not for such. Any thread.
+    static std::shared_ptr<const Lookup> begin(const std::string& host, std::function<void()> whenDone = {},
+                                               bool forStranger = false);
 
     bool done() const { return m_done.load(std::memory_order_acquire); }
     /// Once it is done: a few at most, IPv4 before IPv6, without a port; empty when there are none.

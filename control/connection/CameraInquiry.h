@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "camera/CameraCommands.h"
 #include "camera/onvif/OnvifRoute.h"

@@ -49,7 +49,7 @@ CameraCommands& CameraLink::Commands() {
 CameraCommands& CameraLink::CommandsFor(const std::string& host) {
     const ConnectionSettings settings = m_host.Settings();
     CameraAccess& access = m_commands.access;
-    if (settings.serverIP != access.serverIP) {
+    if (settings.serverIP != access.serverIP || settings.httpPort != access.httpPort) {
         access.serverIP = settings.serverIP;
         m_commands.Forget();  // what another one has said
         m_https = false;
@@ -73,9 +73,6 @@ CameraCommands& CameraLink::CommandsFor(const std::string& host) {
 std::shared_ptr<CameraInquiry> CameraLink::Prepare(const StreamSelection& selection,
                                                    EConnectProtocol protocol) {
     CameraCommands& commands = Commands();
-    const std::pair camera(commands.access.serverIP, commands.access.httpPort);
-    if (camera != m_known) commands.Forget();
-    m_known = camera;
     const ConnectionSettings settings = m_host.Settings();
     auto inquiry = std::make_shared<CameraInquiry>(m_means.MakeCameraServices(), commands);
     inquiry->selection = selection;
@@ -130,9 +127,9 @@ void CameraLink::Take(const CameraInquiry& inquiry) {
     } else if (inquiry.outcome.reached) {
         m_signIns.Told(answered, signIn);
     }
-    m_known = {access.serverIP, access.httpPort};
     m_host.SetHttpPort(access.httpPort);
     m_commands.access.serverIP = access.serverIP;
+    m_commands.access.httpPort = access.httpPort;  // the same camera, at the port that it has named
     m_https = access.https;
     m_httpsPort = access.httpsPort;
 }

@@ -3,7 +3,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "camera/CameraCommands.h"
 #include "camera/onvif/OnvifPtz.h"
@@ -69,9 +68,8 @@ class CameraLink {
     const std::shared_ptr<KeyFrameRequests> m_keyFrames = std::make_shared<KeyFrameRequests>();
     CameraCommands m_commands;
     OnvifPtz m_ptz;
-    std::string m_shownProfile;                    // where an ONVIF service has said where the stream is
-    std::pair<std::string, std::int32_t> m_known;  // host and port of the camera last read
-    bool m_https = false;                          // as the camera at that server said
+    std::string m_shownProfile;  // where an ONVIF service has said where the stream is
+    bool m_https = false;        // as the camera at that server said
     std::int32_t m_httpsPort = protocol::kHttpsPort;
 };
 

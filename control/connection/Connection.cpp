@@ -22,18 +22,9 @@ namespace {
 
 constexpr unsigned kSecondMs = 1000;
 constexpr unsigned kReportsMs = 500;
+constexpr unsigned kLookUpMs = 50;
 /// Beyond all limits that a conversation with a camera keeps by itself.
 constexpr unsigned kStepLimitMs = 20000;
-
-/// The user's setting prefers a codec: one of VideoCodec's numbers.
-bool IsPreference(std::uint32_t videoOption) {
-    const auto codec = static_cast<VideoCodec>(videoOption);
-    return codec == VideoCodec::Mpeg4 || codec == VideoCodec::Mjpeg || codec == VideoCodec::H265;
-}
-
-VideoCodec PreferredCodec(std::uint32_t videoOption) {
-    return IsPreference(videoOption) ? static_cast<VideoCodec>(videoOption) : VideoCodec::H264;
-}
 
 /// 0 or less: not known.
 void SetServerFrameRate(CCtrlParam& param, std::int32_t framesPerSecond) {
@@ -84,6 +75,9 @@ void Connection::WorkOn(unsigned number) {
 
 void Connection::ConnectInBackground() {
     if (!m_host.HasWindow()) return;
+    // Nobody waits here for a name server: who has to be looked up first is, and this comes again.
+    if (!m_active && m_host.LooksUp(NamedHosts()))
+        return m_host.StartTimer(ConnectionTimer::Reconnect, kLookUpMs);
     NORIX_LOG("CNorixSDKCtrl::Connect", 1, "CNorixSDKCtrl::Connect(%s) begins",
               m_host.Settings().serverIP.c_str());
     if (!Begin()) return;
@@ -123,7 +117,14 @@ void Connection::Start() {
     const bool allowed = MayReachAll();
     // The user may have been asked, and the host may have ended the attempt meanwhile.
     if (!IsCurrent(number)) return;
-    if (!allowed) return Fail(ecsConnectFail, net::kMayNotReach);
+    if (!allowed) {
+        const bool undecided = m_host.IsUserAsked();
+        Fail(ecsConnectFail, m_host.WhyNotReached());
+        // Another view of the page has put the question: its answer counts for this one.
+        if (undecided && !m_active && m_status == ecsConnectFail && m_host.HasWindow())
+            m_host.StartTimer(ConnectionTimer::Reconnect, kSecondMs);
+        return;
+    }
 
     const bool push = settings.onPage && m_attempt.protocol == ecpMulticastPush;
     if (push) return StartStream();
@@ -131,21 +132,28 @@ void Connection::Start() {
     StartStream();
 }
 
+/// Whom the properties name.
+std::vector<std::string> Connection::NamedHosts() const {
+    const ConnectionSettings settings = m_host.Settings();
+    std::vector<std::string> hosts;
+    if (!settings.serverIP.empty()) hosts.push_back(settings.serverIP);
+    for (const std::string& address : {settings.streamUri, settings.mediaServiceUri})
+        if (const auto url = protocol::parseUrl(address)) hosts.push_back(url->host);
+    return hosts;
+}
+
 /// Whether the host may reach all that the attempt begins with.
 bool Connection::MayReachAll() {
-    const ConnectionSettings settings = m_host.Settings();
-    if (!settings.serverIP.empty() && !m_host.MayReach(settings.serverIP)) return false;
-    for (const std::string& address : {settings.streamUri, settings.mediaServiceUri}) {
-        const auto url = protocol::parseUrl(address);
-        if (url && !m_host.MayReach(url->host)) return false;
-    }
-    if (m_attempt.protocol == ecpMulticastPush) {
-        const MulticastInfo info = m_session->param.multicast.Get();
-        return std::all_of(info.streams.begin(), info.streams.end(), [&](const MulticastAddress& stream) {
-            return stream.group.empty() || m_host.MayReach(stream.group);
-        });
-    }
+    for (const std::string& named : NamedHosts())
+        if (!m_host.MayReach(named)) return false;
+    if (m_attempt.protocol == ecpMulticastPush) return MayReach(m_session->param.multicast.Get());
     return m_attempt.protocol != ecpMulticast || m_host.MayReachGroups();
+}
+
+bool Connection::MayReach(const MulticastInfo& groups) {
+    return std::all_of(groups.streams.begin(), groups.streams.end(), [&](const MulticastAddress& stream) {
+        return stream.group.empty() || m_host.MayReach(stream.group);
+    });
 }
 
 /// An address that the host has set says where the camera is, unless a page does, and perhaps who asks.
@@ -426,9 +434,17 @@ bool Connection::StartRtsp() {
     source.streamUri = GetStreamUri();
     if (source.streamUri.empty() && !push) return false;
     source.protocol = m_attempt.protocol;
+    if (push) {
+        // The host may have set others while the camera, or the user, was asked: those that were judged
+        // count.
+        const unsigned number = m_attempts;
+        source.groups = m_session->param.multicast.Get();
+        if (!MayReach(source.groups)) return Refuse(m_host.WhyNotReached());
+        if (!IsCurrent(number)) return false;
+    }
     if (const auto url = protocol::parseUrl(source.streamUri)) {
         const unsigned number = m_attempts;
-        if (!m_host.MayReach(url->host)) return Refuse(net::kMayNotReach);
+        if (!m_host.MayReach(url->host)) return Refuse(m_host.WhyNotReached());
         if (!IsCurrent(number) || !MayComeInClear(url->host)) return false;
         const bool tunnelled = m_attempt.protocol == ecpHTTP;
         const SignIn signIn = StreamSignIn(
@@ -590,7 +606,6 @@ void Connection::HandleStatus(EConnectStatus status) {
         if (m_reception) m_reception->StopOutput();
     }
     m_display.Show(status, reason);
-    if (status == ecsUserAuthenticationFail) m_host.AskForSignIn();
 
     if (status == ecsConnected) SaveSignIns();
 
@@ -604,6 +619,8 @@ void Connection::HandleStatus(EConnectStatus status) {
     if (failure) {
         if (!IsCurrent(number)) return;
         FinishDisconnect(Finish::AfterFailure);
+        // Not before: a handler that shows a box would let the user sign in to what has not ended yet.
+        if (status == ecsUserAuthenticationFail) m_host.AskForSignIn();
         if (status == ecsConnectFail && m_host.Settings().autoReconnect && m_host.HasWindow())
             m_host.StartTimer(ConnectionTimer::Reconnect, m_backOff.Next(std::random_device()()));
     }
@@ -635,10 +652,11 @@ std::string Connection::ReasonOf(EConnectStatus status) const {
 
 void Connection::OnAutoConnectTimer() {
     const ConnectionSettings settings = m_host.Settings();
-    if (settings.onPage && !settings.clientSettingMode) ConnectInBackground();
+    if (settings.onPage && !settings.clientSettingMode && !m_host.IsUserAsked()) ConnectInBackground();
 }
 
 void Connection::OnReconnectTimer() {
+    if (m_host.IsUserAsked()) return m_host.StartTimer(ConnectionTimer::Reconnect, kSecondMs);
     m_host.StopTimer(ConnectionTimer::Reconnect);
     ConnectInBackground();
 }

@@ -104,7 +104,9 @@ class Connection {
     bool Begin();
     void Start();
     void LocateCamera();
+    std::vector<std::string> NamedHosts() const;
     bool MayReachAll();
+    bool MayReach(const MulticastInfo& groups);
     void BindAddressSignIn(const CameraLocation& location);
     SignIn StreamSignIn(const protocol::Origin& stream);
     void SaveSignIns();

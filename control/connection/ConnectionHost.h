@@ -8,8 +8,10 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "control/Enumerations.h"
+#include "net/Failure.h"
 #include "protocol/Origin.h"
 #include "render/present/StatusPictureKind.h"
 
@@ -83,6 +85,13 @@ class ConnectionHost : public CameraHost {
 
     /// Whether anybody may be reached at all under this address, asked before something is sent there.
     virtual bool MayReach(const std::string& host) = 0;
+    /// Why it said no, for the user.
+    virtual std::string WhyNotReached() const { return net::kMayNotReach; }
+    /// Whether some of these names are still being looked up, beside this thread, for MayReach; begins that.
+    /// For a second at most.
+    virtual bool LooksUp(const std::vector<std::string>&) { return false; }
+    /// Whether a question to the user is open that keeps a page's others from being put.
+    virtual bool IsUserAsked() { return false; }
     /// The same for the multicast groups that a camera names.
     virtual bool MayReachGroups() { return true; }
     /// For the threads of a connection: whether a server may name multicast groups; null: it may.

@@ -84,6 +84,15 @@ EConnectProtocol ChooseProtocol(short videoProtocol, std::uint32_t protocolOptio
     }
 }
 
+bool IsPreference(std::uint32_t videoOption) {
+    const auto codec = static_cast<VideoCodec>(videoOption);
+    return codec == VideoCodec::Mpeg4 || codec == VideoCodec::Mjpeg || codec == VideoCodec::H265;
+}
+
+VideoCodec PreferredCodec(std::uint32_t videoOption) {
+    return IsPreference(videoOption) ? static_cast<VideoCodec>(videoOption) : VideoCodec::H264;
+}
+
 bool StreamsOverHttp(EConnectProtocol protocol, VideoCodec codec) {
     return protocol == ecpHTTP && codec == VideoCodec::Mjpeg;
 }

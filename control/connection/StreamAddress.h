@@ -44,6 +44,10 @@ std::string WithoutPassword(std::string_view uri);
 /// says where the host leaves it open.
 EConnectProtocol ChooseProtocol(short videoProtocol, std::uint32_t protocolOption);
 
+/// Whether the user's setting prefers a codec, one of VideoCodec's numbers; and which.
+bool IsPreference(std::uint32_t videoOption);
+VideoCodec PreferredCodec(std::uint32_t videoOption);
+
 /// Whether the stream comes over plain HTTP rather than RTSP.
 bool StreamsOverHttp(EConnectProtocol protocol, VideoCodec codec);
 

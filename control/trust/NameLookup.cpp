@@ -11,7 +11,8 @@ namespace norix {
 
 namespace {
 
-constexpr DWORD kLimit = 1000;  // ms
+constexpr DWORD kLimit = 1000;       // ms
+constexpr DWORD kCountsFor = 10000;  // ms: as long as an attempt to connect may ask
 
 std::optional<NumericAddress> FromSocketAddress(const net::SocketAddress& address) {
     if (address.storage.ss_family == AF_INET) {
@@ -30,11 +31,28 @@ std::optional<NumericAddress> FromSocketAddress(const net::SocketAddress& addres
 
 }  // namespace
 
-std::optional<NumericAddress> LookUp(const std::string& name) {
-    const auto done = std::make_shared<util::Event>(util::Event::Kind::kManualReset);
-    const auto lookup = net::Lookup::begin(name, [done] { done->Set(); });
-    if (!lookup || !util::WaitAnsweringSentMessages(done->Get(), kLimit) || lookup->addresses().empty())
-        return std::nullopt;
+bool NameLookup::IsUnderWay(const std::string& name) {
+    const DWORD now = GetTickCount();
+    std::erase_if(m_begun, [&](const auto& begun) { return now - begun.second.sinceMs > kCountsFor; });
+    const auto [found, isNew] = m_begun.try_emplace(name);
+    if (isNew) found->second = {net::Lookup::begin(name, {}, true), now};
+    const Begun& begun = found->second;
+    return begun.lookup && !begun.lookup->done() && now - begun.sinceMs < kLimit;
+}
+
+std::optional<NumericAddress> NameLookup::Find(const std::string& name) {
+    std::shared_ptr<const net::Lookup> lookup;
+    if (const auto begun = m_begun.find(name);
+        begun != m_begun.end() && GetTickCount() - begun->second.sinceMs <= kCountsFor) {
+        lookup = begun->second.lookup;
+        if (!lookup || !lookup->done()) return std::nullopt;
+    } else {
+        const auto done = std::make_shared<util::Event>(util::Event::Kind::kManualReset);
+        lookup = net::Lookup::begin(
+            name, [done] { done->Set(); }, true);
+        if (!lookup || !util::WaitAnsweringSentMessages(done->Get(), kLimit)) return std::nullopt;
+    }
+    if (lookup->addresses().empty()) return std::nullopt;
     return FromSocketAddress(lookup->addresses().front());
 }
 

@@ -25,13 +25,11 @@ constexpr std::size_t kLongestKeyName = 255;  // of the registry
 constexpr std::size_t kLongestValue = 4096;   // characters of one client value
 constexpr DWORD kMostValues = 256;            // client values of one page
 
-/// An address as the name of one key.
-std::wstring KeyName(const std::string& origin) {
-    std::wstring name = util::Utf8ToWide(origin);
+/// The name of the page's key; empty for none: such a page is asked anew each time.
+std::wstring KeyName(const PageIdentity& page) {
+    std::wstring name = util::Utf8ToWide(page.origin);
     std::replace(name.begin(), name.end(), L'\\', L'/');
-    // A page that nothing is known of shares its name with others: it is asked anew each time.
-    if (name.find(L':') == std::wstring::npos || name.size() > kLongestKeyName) return {};
-    return name;
+    return IsKnownAgain(page) && name.size() <= kLongestKeyName ? name : std::wstring();
 }
 
 DWORD CountValues(const std::wstring& key) {
@@ -55,7 +53,7 @@ std::wstring ValueName(const std::wstring& model, int channel, const std::wstrin
 }  // namespace
 
 PageStore::PageStore(const PageIdentity& page) {
-    if (const std::wstring name = KeyName(page.origin); !name.empty()) m_key = kPagesKey + name;
+    if (const std::wstring name = KeyName(page); !name.empty()) m_key = kPagesKey + name;
 }
 
 std::optional<bool> PageStore::Answer(const std::string& target) const {

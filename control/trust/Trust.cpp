@@ -92,8 +92,28 @@ bool ParseGroups(std::string_view text, std::vector<std::uint8_t>& bytes) {
     }
 }
 
+/// Or a digit.
+bool IsLetter(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+/// No name ends in a number: systems read such texts as addresses, in many spellings ("0x7f.1",
+/// "2130706433").
+bool EndsInNumber(std::string_view host) {
+    const std::string_view last = host.substr(host.rfind('.') + 1);
+    const bool hex = protocol::startsWithIgnoringCase(last, "0x");
+    return hex || (!last.empty() && last.find_first_not_of("0123456789") == std::string_view::npos);
+}
+
 std::optional<NumericAddress> ParseIpv6(std::string_view text) {
-    text = text.substr(0, text.find('%'));  // the scope, which names a network card
+    constexpr std::size_t kLongestScope = 15;
+    if (const std::size_t percent = text.find('%'); percent != std::string_view::npos) {
+        const std::string_view scope = text.substr(percent + 1);  // which names a network card
+        if (scope.empty() || scope.size() > kLongestScope ||
+            !std::all_of(scope.begin(), scope.end(), IsLetter))
+            return std::nullopt;
+        text = text.substr(0, percent);
+    }
     const std::size_t gap = text.find("::");
     std::vector<std::uint8_t> head;
     std::vector<std::uint8_t> tail;
@@ -132,6 +152,15 @@ PageIdentity IdentifyPage(std::string_view address) {
         return {protocol::toText(origin), origin.host};
     }
     return {std::string(address.substr(0, address.find_first_of("?#"))), {}};
+}
+
+bool IsKnownAgain(const PageIdentity& page) {
+    if (!page.host.empty()) return true;
+    constexpr std::string_view kFile = "file:";
+    const std::string_view name = page.origin;
+    const bool drive = name.size() > 3 && name[1] == ':' && (name[2] == '\\' || name[2] == '/');
+    return drive || (protocol::startsWithIgnoringCase(name, kFile) &&
+                     name.find_first_not_of("/\\", kFile.size()) != std::string_view::npos);
 }
 
 std::optional<NumericAddress> ParseAddress(std::string_view text) {
@@ -209,6 +238,7 @@ Verdict JudgeTarget(const PageIdentity& page, std::string_view target, const Tar
 
 bool IsCovered(const PageIdentity& page, std::string_view target, const NumericAddress& address,
                const TargetList& allowed) {
+    if (EndsInNumber(target) && !ParseAddress(target)) return false;
     if (!IsInside(address) || allowed.Contains(address)) return true;
     // A numeric target is what was decided about; so is a name without a dot, which is one of the inside.
     if (ParseAddress(target)) return true;

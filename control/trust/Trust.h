@@ -38,6 +38,10 @@ struct PageIdentity {
 };
 PageIdentity IdentifyPage(std::string_view address);
 
+/// Whether it is the same page when it comes again: a server's, or the one of a file's whole path. All others
+/// (about:, or a file whose path is not shown) share their name with strangers.
+bool IsKnownAgain(const PageIdentity& page);
+
 /// A numeric address of either family; IPv4 as ::ffff:a.b.c.d.
 using NumericAddress = std::array<std::uint8_t, 16>;
 

@@ -1,10 +1,11 @@
 #include "control/trust/TrustGuard.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "control/trust/HostReader.h"
-#include "control/trust/NameLookup.h"
 #include "control/trust/TrustDialogs.h"
+#include "net/Failure.h"
 #include "protocol/Origin.h"
 #include "util/Log.h"
 
@@ -18,6 +19,8 @@ constexpr char kInClear[] = ", not encrypted";
 constexpr DWORD kInputCountsFor = 1000;  // ms
 
 TrustDialogs g_dialogs;
+
+std::atomic<int> g_open{0};  // questions
 
 }  // namespace
 
@@ -56,6 +59,13 @@ void Reach::Add(const std::string& host, const std::string& connectTo) {
 
 TrustQuestions* TrustGuard::questions = &g_dialogs;
 
+TrustGuard::Open::Open() {
+    ++g_open;
+}
+TrustGuard::Open::~Open() {
+    --g_open;
+}
+
 TrustGuard::TrustGuard(std::function<Host()> host) : m_host(std::move(host)) {}
 
 util::TrustLevel TrustGuard::Level() {
@@ -74,22 +84,24 @@ auto TrustGuard::Put(const Question& question) {
     const Host host = m_host();
     std::optional<framework::InPlace::Modal> modal;
     if (host.inPlace != nullptr) modal.emplace(*host.inPlace);
-    m_asking = true;
-    auto answer = question(host.window, PageIdentity(m_page));
-    m_asking = false;
-    return answer;
+    const Open open;
+    return question(host.window, PageIdentity(m_page));
+}
+
+Verdict TrustGuard::Judge(const std::string& target) const {
+    std::optional<bool> answered = Store().Answer(target);
+    if (const auto known = m_answers.find(target); !answered && known != m_answers.end())
+        answered = known->second;
+    return JudgeTarget(m_page, target, ReadAllowedTargets(m_page), answered);
 }
 
 /// The answer for one target, which may be a question to the user.
 bool TrustGuard::Decide(const std::string& target, const std::string& address) {
     const PageStore store(m_page);
-    std::optional<bool> answered = store.Answer(target);
-    if (const auto known = m_answers.find(target); !answered && known != m_answers.end())
-        answered = known->second;
-    const Verdict verdict = JudgeTarget(m_page, target, ReadAllowedTargets(m_page), answered);
+    const Verdict verdict = Judge(target);
     if (verdict != Verdict::kAsk) return verdict == Verdict::kAllowed;
-    // A page that asks again while the user is being asked does not get an answer, nor a second box.
-    if (m_asking || questions == nullptr) return false;
+    // Who asks again while the user is being asked does not get an answer, nor a second box.
+    if (IsUserAsked() || questions == nullptr) return false;
     const bool allowed = Put([&](HWND owner, const PageIdentity& page) {
         return questions->AllowTarget(owner, page, target, address);
     });
@@ -102,16 +114,18 @@ bool TrustGuard::Admit(const std::string& host) {
     if (!IsWeb()) return true;
     if (AreGroupsAllowed()) m_reach->AddGroups();
     const std::string target = protocol::plainHost(host);
+    m_nameMissing = false;
     if (target.empty()) return false;
     const TargetList listed = ReadAllowedTargets(m_page);
     std::string connectTo = target;
     bool admitted = false;
-    if (ParseAddress(target)) {
-        admitted = Decide(target, {});
-    } else {
-        const std::optional<NumericAddress> address = LookUp(target);
+    if (const std::optional<NumericAddress> numeric = ParseAddress(target)) {
+        admitted = Decide(target == m_page.host ? target : ToText(*numeric), {});  // however it is spelled
+    } else if (Judge(target) != Verdict::kRefused) {
+        const std::optional<NumericAddress> address = m_names.Find(target);
         if (!address) {
             NORIX_LOG("TrustGuard::Admit", 1, "no address for %s", target.c_str());
+            m_nameMissing = true;
             return false;
         }
         connectTo = ToText(*address);
@@ -127,8 +141,28 @@ bool TrustGuard::Admit(const std::string& host) {
     return admitted;
 }
 
+bool TrustGuard::LooksUp(const std::vector<std::string>& hosts) {
+    if (!IsWeb()) return false;
+    bool underWay = false;
+    for (const std::string& host : hosts) {
+        const std::string target = protocol::plainHost(host);
+        if (!target.empty() && !ParseAddress(target) && Judge(target) != Verdict::kRefused)
+            underWay = m_names.IsUnderWay(target) || underWay;
+    }
+    return underWay;
+}
+
+std::string TrustGuard::WhyNotAdmitted() const {
+    return m_nameMissing ? net::failureOfError(net::kNameNotFound) : net::kMayNotReach;
+}
+
+bool TrustGuard::IsUserAsked() {
+    return g_open != 0 && IsWeb();
+}
+
 bool TrustGuard::AdmitGroups() {
     if (!IsWeb()) return true;
+    m_nameMissing = false;
     if (!AreGroupsAllowed() && !Decide(kGroups, {})) return false;
     m_reach->AddGroups();
     return true;
@@ -147,7 +181,7 @@ bool TrustGuard::AdmitInClear(const std::string& host) {
 
 bool TrustGuard::AdmitMicrophone(const std::string& host) {
     if (!IsWeb()) return true;
-    if (m_asking || questions == nullptr) return false;
+    if (IsUserAsked() || questions == nullptr) return false;
     return Put([&](HWND owner, const PageIdentity& page) {
         return questions->AllowMicrophone(owner, page, protocol::plainHost(host));
     });
@@ -157,7 +191,7 @@ std::wstring TrustGuard::FileFolder() {
     if (!IsWeb()) return {};
     const PageStore store(m_page);
     std::wstring folder = store.Folder();
-    if (!folder.empty() || m_asking || questions == nullptr) return folder;
+    if (!folder.empty() || IsUserAsked() || questions == nullptr) return folder;
     folder = Put([](HWND owner, const PageIdentity& page) { return questions->PickFolder(owner, page); });
     if (!folder.empty()) store.RememberFolder(folder);
     return folder;

@@ -10,7 +10,9 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "control/trust/NameLookup.h"
 #include "control/trust/PageStore.h"
 #include "control/trust/Trust.h"
 #include "framework/InPlace.h"
@@ -76,6 +78,21 @@ class TrustGuard {
     /// Whether a host or a multicast group may be reached. Asks the user where it must, once per page and
     /// target; looks names up for that. What it allows, the connections may reach from then on.
     bool Admit(const std::string& host);
+    /// Whether some of these hosts are still being looked up for that, beside this thread; begins it.
+    bool LooksUp(const std::vector<std::string>& hosts);
+    /// Why the last one was not admitted, for the user.
+    std::string WhyNotAdmitted() const;
+    /// Whether a question of this process is open: views of one page would all put the same one, so no other
+    /// one of a page is put meanwhile.
+    bool IsUserAsked();
+    /// As long as the user is asked for a sign-in.
+    class Open {
+      public:
+        Open();
+        ~Open();
+        Open(const Open&) = delete;
+        Open& operator=(const Open&) = delete;
+    };
     /// The groups that a camera's description may name.
     bool AdmitGroups();
 
@@ -100,6 +117,7 @@ class TrustGuard {
 
   private:
     bool AreGroupsAllowed() const;
+    Verdict Judge(const std::string& target) const;
     bool Decide(const std::string& target, const std::string& address);
     /// Puts one question to the user; the host may do anything meanwhile.
     template <class Question>
@@ -110,7 +128,8 @@ class TrustGuard {
     PageIdentity m_page;
     std::shared_ptr<Reach> m_reach = std::make_shared<Reach>();
     std::map<std::string, bool> m_answers;  // of this life, also for pages that nothing can be kept for
-    bool m_asking = false;
+    NameLookup m_names;
+    bool m_nameMissing = false;        // of the last host that was not admitted
     std::optional<DWORD> m_lastInput;  // GetTickCount
 };
 

@@ -1,21 +1,16 @@
 #include "include/RTSP/MediaSessionMulticastPush.h"
 
-#include "include/RTSP/PushDescription.h"
-#include "media/CtrlParam.h"
-
 namespace norix {
 
-MediaSessionMulticastPush* MediaSessionMulticastPush::createNew(UsageEnvironment& env, CCtrlParam& param) {
-    auto* const session = new MediaSessionMulticastPush(env, param);
+MediaSessionMulticastPush* MediaSessionMulticastPush::createNew(UsageEnvironment& env,
+                                                                const std::string& description) {
+    auto* const session = new MediaSessionMulticastPush(env, description);
     if (session->m_initialized) return session;
     Medium::close(session);
     return nullptr;
 }
 
-MediaSessionMulticastPush::MediaSessionMulticastPush(UsageEnvironment& env, CCtrlParam& param)
-    : MediaSession(env),
-      m_param(param),
-      m_initialized(
-          initializeWithSDP(PushDescription(m_param.multicast.Get(), m_param.videoCodec.Get()).c_str())) {}
+MediaSessionMulticastPush::MediaSessionMulticastPush(UsageEnvironment& env, const std::string& description)
+    : MediaSession(env), m_initialized(initializeWithSDP(description.c_str())) {}
 
 }  // namespace norix

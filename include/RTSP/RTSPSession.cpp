@@ -13,6 +13,7 @@
 #include "GroupsockHelper.hh"
 #include "include/RTSP/DummySink.h"
 #include "include/RTSP/MediaSessionMulticastPush.h"
+#include "include/RTSP/PushDescription.h"
 #include "include/RTSP/RTSPClientCustom.h"
 #include "media/CtrlParam.h"
 #include "media/MediaPlayers.h"
@@ -287,7 +288,8 @@ void RTSPSession::AfterDescribe(RTSPClientCustom& client, int resultCode, const 
     StreamClientState& state = client.state;
     UsageEnvironment& env = client.envir();
     if (IsPush()) {
-        state.session = MediaSessionMulticastPush::createNew(env, *m_param);
+        state.session = MediaSessionMulticastPush::createNew(
+            env, PushDescription(m_settings.groups, m_param->videoCodec.Get()));
     } else {
         state.session = MediaSession::createNew(env, result.c_str());
         if (state.session) SetGroupRule(*state.session, m_settings.mayJoinGroups);
@@ -316,7 +318,7 @@ void RTSPSession::AfterDescribe(RTSPClientCustom& client, int resultCode, const 
 
 void RTSPSession::ChooseReceivingInterface(RTSPClientCustom& client) const {
     if (IsPush()) {
-        const std::string text = m_param->multicast.Get().interfaceAddress;
+        const std::string text = m_settings.groups.interfaceAddress;
         const auto address = ::inet_addr(text.c_str());
         ReceivingInterfaceAddr = address != INADDR_NONE ? address : 0;
     } else if (m_settings.protocol == ecpMulticast) {

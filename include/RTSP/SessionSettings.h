@@ -6,6 +6,7 @@
 #include "include/RTSP/ConnectionTypes.h"
 #include "include/RTSP/SessionPeriods.h"
 #include "media/MediaTypes.h"
+#include "media/MulticastInfo.h"
 #include "protocol/HostRoute.h"
 
 namespace norix {
@@ -18,6 +19,7 @@ struct SessionSettings {
     std::string userName;
     std::string password;
     unsigned tunnelOverHttpPort = 0;  // of ecpHTTP
+    MulticastInfo groups;             // of ecpMulticastPush
     RTSPStatusCallback* callback = nullptr;
     void* userData = nullptr;             // alive as long as the session's thread
     protocol::HostRoute route;            // what to connect to where an address names a host

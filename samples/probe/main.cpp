@@ -85,12 +85,10 @@ norix::MulticastAddress ReadGroup(const std::string& text) {
             static_cast<std::uint16_t>(std::strtoul(text.c_str() + colon + 1, nullptr, 10))};
 }
 
-void SetUpPush(const ProbeOptions& options, norix::CCtrlParam& param) {
-    norix::MulticastInfo multicast;
+void SetUpPush(const ProbeOptions& options, norix::MulticastInfo& multicast, norix::CCtrlParam& param) {
     multicast[norix::MulticastStream::Video] = ReadGroup(options.videoGroup);
     multicast[norix::MulticastStream::Audio] = ReadGroup(options.audioGroup);
     multicast.interfaceAddress = options.interfaceAddress;
-    param.multicast.Set(multicast);
     param.videoCodec.Set(options.codec == "mpeg4"  ? norix::VideoCodec::Mpeg4
                          : options.codec == "jpeg" ? norix::VideoCodec::Mjpeg
                                                    : norix::VideoCodec::H264);
@@ -101,7 +99,7 @@ int Run(const ProbeOptions& options, norix::SessionSettings settings) {
     norix::MediaSettings media;
     media.enableDecodeFrameDrop = false;
     const auto param = std::make_shared<norix::CCtrlParam>(media);
-    SetUpPush(options, *param);
+    SetUpPush(options, settings.groups, *param);
     const auto taker = std::make_shared<probe::FrameTaker>(param, options.dump);
     Ending ending;
     settings.callback = OnStatus;

@@ -105,9 +105,21 @@ TEST_F(ConnectionTest, APageAndPushSkipTheCommands) {
     EXPECT_EQ(Uri(), "");
     connection.Disconnect();
     host.settings.onPage = false;
+    const auto setGroup = [&](const char* group) {
+        MulticastInfo groups;
+        groups[MulticastStream::Video] = {group, 5000};
+        session->param.multicast.Set(groups);
+    };
+    means.whileWaiting = [&] { setGroup("239.1.1.1"); };
     EXPECT_EQ(Connect(), 0);
     EXPECT_FALSE(camera.requests.empty());
+    EXPECT_EQ(Reception().rtsp->groups[MulticastStream::Video].group, "239.1.1.1");
     connection.Disconnect();
+    setGroup("");
+    host.forbidden = {"239.1.1.1"};
+    means.whileWaiting = [&] { setGroup("239.1.1.1"); };
+    EXPECT_EQ(Connect(), -1) << "what is set while the camera is asked is judged as well";
+    host.forbidden.clear();
     host.settings.onPage = true;
     host.settings.videoProtocol = ecpUDP;
     camera.requests.clear();
@@ -147,6 +159,24 @@ TEST_F(ConnectionTest, HearsNothingOfACameraThatIsNoLongerMeant) {
     host.settings.serverIP = "another";
     Pump();
     EXPECT_EQ(host.settings.httpPort, 80);
+    connection.Disconnect();
+
+    // Behind one router cameras differ by their port.
+    Connect();
+    host.settings.httpPort = 81;
+    Pump();
+    EXPECT_EQ(host.settings.httpPort, 81);
+    connection.Disconnect();
+    Connect();
+    Pump();
+    ASSERT_EQ(host.settings.httpPort, 8080);
+    ASSERT_NE(link.Commands().Codecs(), nullptr);
+    host.settings.httpPort = 82;
+    EXPECT_EQ(link.Commands().Codecs(), nullptr);
+    link.AskBy(443);
+    EXPECT_EQ(link.WebOrigin().scheme, "https");
+    host.settings.httpPort = 83;
+    EXPECT_EQ(link.WebOrigin(), protocol::makeOrigin("http", "camera", 83));
 }
 
 // ---- Whom it asks as whom
@@ -372,9 +402,11 @@ TEST_F(ConnectionTest, TellsAFailureOnceAndNothingAfterTheEnd) {
     host.onStatus = [&](EConnectStatus) {
         Report(ecsConnectFail);  // the handler shows a message box meanwhile
         Report(ecsConnected);
+        EXPECT_EQ(host.signInsAsked, 0) << "the dialog would stand above it, and signing in come to nothing";
     };
-    Report(ecsConnectFail);
-    EXPECT_EQ(host.Take(), Statuses{ecsConnectFail});
+    Report(ecsUserAuthenticationFail);
+    EXPECT_EQ(host.Take(), Statuses{ecsUserAuthenticationFail});
+    EXPECT_EQ(host.signInsAsked, 1);
     host.onStatus = nullptr;
     for (const EConnectStatus late : {ecsConnectFail, ecsConnected, ecsDisconnect, ecsMulticastError})
         Report(late);
@@ -646,6 +678,29 @@ TEST_F(ConnectionTest, APageConnectsByItself) {
     connection.OnAutoConnectTimer();
     EXPECT_EQ(host.Take(), Statuses{});
     host.settings.clientSettingMode = false;
+    host.timers[ConnectionTimer::AutoConnect] = 1000;
+    host.userAsked = true;
+    connection.OnAutoConnectTimer();
+    connection.OnReconnectTimer();
+    EXPECT_EQ(host.Take(), Statuses{}) << "the answer to another view of the page counts for this one";
+    EXPECT_EQ(host.Timer(ConnectionTimer::Reconnect), 1000u);
+    EXPECT_TRUE(host.Timer(ConnectionTimer::AutoConnect));
+    host.forbidden = {"camera"};
+    EXPECT_EQ(Connect(), -1);
+    EXPECT_EQ(host.Timer(ConnectionTimer::Reconnect), 1000u);
+    host.forbidden.clear();
+    host.userAsked = false;
+    host.looksUp = true;
+    host.settings.mediaServiceUri = "http://service.example/onvif";
+    host.Take();
+    connection.OnReconnectTimer();
+    EXPECT_EQ(host.Take(), Statuses{}) << "names are looked up beside the window's thread";
+    EXPECT_EQ(host.lookedUp, (Texts{"camera", "service.example"}));
+    EXPECT_EQ(host.Timer(ConnectionTimer::Reconnect), 50u);
+    host.looksUp = false;
+    host.settings.mediaServiceUri.clear();
+    host.timers.clear();
+    host.Take();
     host.timers[ConnectionTimer::AutoConnect] = 1000;
     connection.OnAutoConnectTimer();
     EXPECT_EQ(host.Take(), Statuses{ecsConnecting});

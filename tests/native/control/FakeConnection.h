@@ -224,6 +224,8 @@ class FakeHost final : public ConnectionHost {
     std::function<bool()> GroupRule() const override { return groupRule; }
     PlainStream JudgePlainStream(const std::string&) override { return plainStream; }
     bool IsTrusted() override { return trusted; }
+    bool IsUserAsked() override { return userAsked; }
+    bool LooksUp(const std::vector<std::string>& hosts) override { return lookedUp = hosts, looksUp; }
     bool WaitForWindow() override { return window; }
     bool HasWindow() const override { return window; }
     void StartTimer(ConnectionTimer timer, unsigned milliseconds) override { timers[timer] = milliseconds; }
@@ -261,6 +263,9 @@ class FakeHost final : public ConnectionHost {
     std::function<bool()> groupRule;
     PlainStream plainStream = PlainStream::Told;
     bool trusted = true;
+    bool userAsked = false;
+    Texts lookedUp;  // the names of the last such question
+    bool looksUp = false;
     bool window = true;
     std::map<ConnectionTimer, unsigned> timers;
     StatusPicture picture = StatusPicture::Disconnect;

@@ -40,6 +40,10 @@ TEST(Trust, PagesAreKnownByTheirOrigin) {
     EXPECT_EQ(IdentifyPage("http://u:p@10.0.0.1:81/"), (PageIdentity{"http://10.0.0.1:81", "10.0.0.1"}));
     EXPECT_EQ(IdentifyPage("file:///C:/a.html?x#y"), (PageIdentity{"file:///C:/a.html", ""}));
     EXPECT_EQ(IdentifyPage(""), (PageIdentity{"unknown page", ""}));
+    for (const char* known : {"http://cam/", "file:///C:/a.html", "file://server/a.html", "C:\\letter.doc"})
+        EXPECT_TRUE(IsKnownAgain(IdentifyPage(known))) << known;
+    for (const char* shared : {"", "about:blank", "file:", "FILE:///", "res://x.dll/a", "data:text/html,x"})
+        EXPECT_FALSE(IsKnownAgain(IdentifyPage(shared))) << shared;
 }
 
 TEST(Trust, ReadsAddressesAsTheSystemDoes) {
@@ -54,6 +58,9 @@ TEST(Trust, ReadsAddressesAsTheSystemDoes) {
         {"2001:db8::", "2001:0db8:0000:0000:0000:0000:0000:0000"},
         {"::ffff:10.0.0.1", "10.0.0.1"},
         {"1:2:3:4:5:6:7:8", "0001:0002:0003:0004:0005:0006:0007:0008"},
+        {"::1%eth0", "0000:0000:0000:0000:0000:0000:0000:0001"},
+        {"::1% (your own camera)", nullptr},
+        {"::1%", nullptr},
         {"10.0.0", nullptr},
         {"10.0.0.256", nullptr},
         {"010.0.0.1", nullptr},
@@ -126,6 +133,8 @@ TEST(Trust, ANameOfTheInternetDoesNotCoverWhatIsInside) {
     EXPECT_TRUE(IsCovered(page, "192.168.0.1", router, {}));
     EXPECT_TRUE(IsCovered(page, "camera", router, {}));
     EXPECT_FALSE(IsCovered(IdentifyPage("http://camera/"), "camera", router, {}));
+    for (const char* spelling : {"3232235521", "0xc0a80001", "0xc0.0xa8.1", "192.168.1"})
+        EXPECT_FALSE(IsCovered(page, spelling, router, {})) << spelling << ": an address, not a name";
 }
 
 }  // namespace

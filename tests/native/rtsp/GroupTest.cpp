@@ -34,12 +34,12 @@ TEST(Groups, ThatCantBeHadAreToldAndEndTheSession) {
     MulticastInfo groups;
     groups[MulticastStream::Video] = {kGroup, port};
     groups[MulticastStream::Audio] = {kGroup, port};
-    param->multicast.Set(groups);
     param->videoCodec.Set(VideoCodec::H264);
 
     Numbers statuses;
     SessionSettings settings;
     settings.protocol = ecpMulticastPush;
+    settings.groups = groups;
     settings.userData = &statuses;
     settings.callback = [](int code, unsigned value, void* statuses) {
         if (code == kCallbackStatus) static_cast<Numbers*>(statuses)->push_back(value);
