@@ -53,8 +53,8 @@ void ControlAsConnectionHost::SetServerIP(const std::string& host) {
 
 UserChoices ControlAsConnectionHost::ReadUserChoices() {
     util::ReadLogDetails();
-    const util::ClientOptions options = util::ReadClientOptions();
-    return {options.video, options.protocol};
+    const ClientSettings settings = m_control.SavedSettings();
+    return {settings.video, settings.protocol};
 }
 
 protocol::HostRoute ControlAsConnectionHost::Route() const {
@@ -129,7 +129,9 @@ void ControlAsConnectionHost::ReportFrameRate(int picturesPerSecond) {
     m_control.FireEvent(events::FramePerSec, static_cast<double>(picturesPerSecond));
     if (ended()) return;  // inside of the event
     m_control.FireEvent(events::OnVideoFrameRate, static_cast<long>(picturesPerSecond));
-    if (!ended()) m_control.WatchDisk();
+    if (ended()) return;
+    m_control.ShowStatistics();
+    m_control.WatchDisk();
 }
 void ControlAsConnectionHost::AskForSignIn() {
     if (HasWindow()) PostMessageW(m_control.Handle(), WM_OnShowAuthDialog, 0, 0);
@@ -140,6 +142,7 @@ void ControlAsConnectionHost::WithdrawSignIn() {
 }
 
 void ControlAsConnectionHost::ConnectionBegins() {
+    m_control.ReadStatisticsWish();
     m_control.OpenDeliveries();
     m_control.BeginRecordingStreams();
     m_control.ViewChanged();

@@ -145,6 +145,7 @@ HRESULT CNorixSDKCtrl::OnCreate() {
     m_windowCreated.Set();
     RunPostponedHandlers();
     UpdateAudioPanel();
+    UpdateClientSettings();
     return S_OK;
 }
 
@@ -158,6 +159,8 @@ void CNorixSDKCtrl::OnDestroy() {
     m_mouse.Forget();
     m_overlapped.Clear();
     m_motionEditor.Close();
+    m_settingDialog.Close();
+    m_signInDialog.Close();
     m_fullScreen.Forget();
     // The system gives window handles out again: no worker may post to this one any more.
     SetReportWindow(nullptr);

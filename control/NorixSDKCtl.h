@@ -9,6 +9,7 @@
 
 #include "audio/talkback/MicVolumeCtrl.h"
 #include "audio/talkback/TalkBack.h"
+#include "control/ClientSettingsStore.h"
 #include "control/ControlHosts.h"
 #include "control/ControlProperties.h"
 #include "control/Delivery.h"
@@ -24,6 +25,7 @@
 #include "control/view/FullScreen.h"
 #include "control/view/MouseEvents.h"
 #include "control/view/OverlappedWindows.h"
+#include "control/view/StatisticsOverlay.h"
 #include "control/view/StatusView.h"
 #include "control/view/ViewCommands.h"
 #include "control/view/motion/MotionEditor.h"
@@ -33,6 +35,8 @@
 #include "media/ControlMessages.h"
 #include "record/Recorder.h"
 #include "ui/AudioPanel.h"
+#include "ui/AuthenticationDialog.h"
+#include "ui/ClientSettingDialog.h"
 #include "ui/InfoBox.h"
 #include "util/Handles.h"
 
@@ -56,7 +60,9 @@ inline constexpr UINT kTimerPeriod = 1000;
 class CNorixSDKCtrl final : public framework::COleControl,
                             private DropSink,
                             private AudioPanelSink,
-                            private MotionEditHost {
+                            private MotionEditHost,
+                            private ClientSettingSink,
+                            private AuthenticationSink {
   public:
     class CNorixSDKCtrlFactory final : public framework::COleObjectFactory {
       public:
@@ -91,6 +97,14 @@ class CNorixSDKCtrl final : public framework::COleControl,
     /// A sign-in that was asked for is not wanted any more.
     void WithdrawSignIn();
 
+    /// Over the picture, where the user or the host wants them; once a second.
+    void ShowStatistics();
+    /// Anew as the user's settings say.
+    void ReadStatisticsWish() { m_statisticsWanted = SavedSettings().statistics; }
+
+    /// The user's settings for this camera's channel.
+    ClientSettings SavedSettings();
+
     /// The control has changed a property by itself: tells those who bind to it.
     void NotifyChanged(const wchar_t* property);
 
@@ -121,6 +135,7 @@ class CNorixSDKCtrl final : public framework::COleControl,
     void OnMotionEditModeChanged();
     void OnShowMDWindowChanged();
     void OnEnableAudioControlChanged();
+    void OnClientSettingModeChanged();
     void OnMagicCodeChanged();
     void OnForceGDIChanged();
     void OnNotifyVideoDataChanged();
@@ -235,6 +250,7 @@ class CNorixSDKCtrl final : public framework::COleControl,
     void OnForceI(long channel, long stream);
     void OnIVAEvent(long index, long functionType);
     void OnShowAuthDialog();
+    void OnSignInEntered(const Credentials& entered, bool remember) override;
     void OnTextDropped(const std::wstring& text) override;
     void OnSize();
     bool IsPlacedElsewhere() const override { return m_fullScreen.IsOn(); }
@@ -266,6 +282,15 @@ class CNorixSDKCtrl final : public framework::COleControl,
     void OnTalkWish();
     /// Shows or hides it, and shows in it what the properties say.
     void UpdateAudioPanel();
+    /// Shows or hides the client settings, as the property says.
+    void UpdateClientSettings();
+    std::vector<std::uint8_t> KnownStreams() const;
+    ClientSettingsStore SettingsStore();
+    void UseSettings(const ClientSettings& settings);
+    void OnSettingsAccepted(bool connectAgain) override;
+    void OnSettingsCancelled() override;
+    std::wstring PickFolder(HWND owner) override;
+    void EndSettingMode();
     HRESULT ReadHostPage();
     /// Where the workers' reports go.
     void SetReportWindow(HWND window);
@@ -296,6 +321,7 @@ class CNorixSDKCtrl final : public framework::COleControl,
     ViewCommands m_viewCommands{m_viewHost};
     DrawingCommands m_drawingCommands{m_viewHost, m_viewCommands};
     FullScreen m_fullScreen;
+    StatisticsOverlay m_statistics;
     OverlappedWindows m_overlapped{m_viewHost, m_viewCommands};
     MotionEditor m_motionEditor{m_viewHost, m_viewCommands, *this};
     PixelSize m_windowSize;  // the last one at which there was something to see
@@ -304,6 +330,9 @@ class CNorixSDKCtrl final : public framework::COleControl,
     CMicVolumeCtrl m_micVolume;
     InfoBox m_talkBox;
     bool m_talkWanted = false;  // nobody has taken the wish to talk back
+    ClientSettingDialog m_settingDialog{*this};
+    AuthenticationDialog m_signInDialog{*this};
+    std::vector<protocol::Origin> m_signInWanting;  // whom the dialog asks for
     Connection m_connection{m_connectionHost, m_means, m_camera, m_session};
     DeliveryGate m_dioStatusDelivery;
     DeliveryGate m_newFrameDelivery;
@@ -312,9 +341,8 @@ class CNorixSDKCtrl final : public framework::COleControl,
     std::wstring m_modelOf;        // the camera whose model the property names
     std::int32_t m_modelPort = 0;  // where it was asked; 0: the host has named it
     bool m_winsockStarted = false;
+    bool m_statisticsWanted = false;   // over the picture
     bool m_userInterfaceDead = false;  // the container wants no reaction to the user (ambient UIDead)
-    bool m_signInOpen = false;
-    bool m_signInWithdrawn = false;  // the host has ended the connection since it was asked for
 };
 
 }  // namespace norix

@@ -11,7 +11,6 @@
 #include "render/present/Presenter.h"
 #include "render/snapshot/SnapshotName.h"
 #include "util/Log.h"
-#include "util/Settings.h"
 #include "util/Text.h"
 
 namespace norix {
@@ -222,27 +221,6 @@ long CNorixSDKCtrl::SetMulticastInfoByType(long type, const Text& address, long 
     return S_OK;
 }
 
-// ---- Client settings
-
-short CNorixSDKCtrl::SaveClientSetting() {
-    return -1;
-}  // no settings dialog is open
-
-void CNorixSDKCtrl::SetClientReg(const Text& model, long channel, const Text& name, const Text& value) {
-    if (m_trust.IsWeb()) {
-        m_trust.Store().SetClientValue(model, static_cast<int>(channel), name, value);
-        return;
-    }
-    util::SetClientValue(model, static_cast<int>(channel), name, value);
-}
-
-Text CNorixSDKCtrl::GetClientReg(const Text& model, long channel, const Text& name,
-                                 const Text& defaultValue) {
-    if (m_trust.IsWeb())
-        return m_trust.Store().GetClientValue(model, static_cast<int>(channel), name, defaultValue);
-    return util::GetClientValue(model, static_cast<int>(channel), name, defaultValue);
-}
-
 // ---- Camera commands
 
 Text CNorixSDKCtrl::HttpCommand(const Text& sendType, const Text& server, const Text& url, bool wantReply) {
@@ -299,8 +277,10 @@ void CNorixSDKCtrl::SaveSnapShot(const Text& path, const Text& name, bool automa
     const bool web = m_trust.IsWeb();
     const std::wstring root = web ? m_trust.FileFolder() : std::wstring();
     if (web && root.empty()) return;
+    // Where the host names no folder, the user's serves.
+    const std::wstring folder = path.empty() && !web ? SavedSettings().snapshotFolder : path;
     m_session->param.snapshots.RequestFile(
-        {path, SnapshotFileName(name, automatic, time), m_trust.Level(), root});
+        {folder, SnapshotFileName(name, automatic, time), m_trust.Level(), root});
 }
 void CNorixSDKCtrl::GetSnapshotData(long format) {
     m_session->param.snapshots.RequestData(format);

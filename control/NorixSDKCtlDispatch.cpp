@@ -46,7 +46,7 @@ constexpr DispatchMember kMembers[] = {
     Stored<&P::notifyVideoData, &C::OnNotifyVideoDataChanged>(16, L"NotifyVideoData"),
     Stored<&P::notifyNewPacket, &C::OnNotifyNewPacketChanged>(17, L"NotifyNewPacket"),
     Stored<&P::deInterlace, &C::OnDeInterlaceChanged>(18, L"DeInterlace"),
-    Stored<&P::clientSettingMode>(19, L"ClientSettingMode"),
+    Stored<&P::clientSettingMode, &C::OnClientSettingModeChanged>(19, L"ClientSettingMode"),
     Stored<&P::videoProtocol>(20, L"VideoProtocol"),
     Stored<&P::display, &C::OnDisplayChanged>(21, L"Display"),
     ReadOnlyProperty<&C::GetConnectStatus>(22, L"ConnectStatus"),

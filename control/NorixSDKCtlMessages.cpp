@@ -1,8 +1,11 @@
 // The private messages of worker threads: each becomes an event of the control.
 
+#include <algorithm>
+
 #include "control/Events.h"
 #include "control/NorixSDKCtl.h"
 #include "control/trust/TrustDialogs.h"
+#include "framework/EntryPoint.h"
 #include "framework/ScopedVariant.h"
 #include "media/ControlMessages.h"
 #include "ui/AuthenticationDialog.h"
@@ -177,37 +180,36 @@ void CNorixSDKCtrl::OnTextDropped(const std::wstring& text) {
 
 void CNorixSDKCtrl::OnShowAuthDialog() {
     // Another rejection may come while the user is still typing.
-    if (!m_properties.showUserAuthenticationDialog || m_signInOpen) return;
-    m_signInOpen = true;
-    m_signInWithdrawn = false;
-    const std::vector<protocol::Origin> wanting = m_camera.Who().Wanting(m_camera.WebOrigin());
-    const bool web = m_trust.IsWeb();
-    std::optional<Credentials> entered;
-    {
-        const framework::InPlace::Modal modal(InPlaceState());
-        const TrustGuard::Open open;
-        entered = AskForCredentials(
-            framework::COleControlModule::Get().Instance(), Handle(), ForReading(wanting.back().host),
-            web ? ForReading(m_trust.Page().origin) : L"", {m_properties.username, m_properties.password});
-    }
-    m_signInOpen = false;
-    if (!entered) return;
-    for (const protocol::Origin& origin : wanting) {
-        m_camera.Who().Bind(origin, {util::WideToUtf8(entered->user), util::WideToUtf8(entered->password)},
-                            SignIns::Source::kTyped);
-    }
-    if (!web) {
-        m_properties.username = entered->user;
-        m_properties.password = entered->password;
+    if (!m_properties.showUserAuthenticationDialog || m_signInDialog.IsOpen()) return;
+    SignIns& who = m_camera.Who();
+    m_signInWanting = who.Wanting(m_camera.WebOrigin());
+    AuthenticationDialog::View view;
+    view.server = ForReading(m_signInWanting.back().host);
+    if (m_trust.IsWeb()) view.page = ForReading(m_trust.Page().origin);
+    view.initial = {m_properties.username, m_properties.password};
+    view.wrongBefore =
+        std::any_of(m_signInWanting.begin(), m_signInWanting.end(),
+                    [&](const protocol::Origin& origin) { return !who.For(origin).user.empty(); });
+    m_signInDialog.Show(Handle(), std::move(view));
+}
+
+void CNorixSDKCtrl::OnSignInEntered(const Credentials& entered, bool remember) {
+    const framework::KeepAlive<CNorixSDKCtrl> keep(*this);  // the host hears of new properties
+    const SignIn signIn = {util::WideToUtf8(entered.user), util::WideToUtf8(entered.password)};
+    for (const protocol::Origin& origin : m_signInWanting)
+        m_camera.Who().Bind(origin, signIn, remember ? SignIns::Source::kTyped : SignIns::Source::kTypedOnce);
+    if (!m_trust.IsWeb()) {
+        m_properties.username = entered.user;
+        m_properties.password = entered.password;
+        m_camera.Who().MarkHostsAsTyped(true);
         NotifyChanged(L"username");
         NotifyChanged(L"password");
-        m_camera.Who().MarkHostsAsTyped(true);
     }
-    if (!m_signInWithdrawn) m_connection.OnSignedIn();
+    m_connection.OnSignedIn();
 }
 
 void CNorixSDKCtrl::WithdrawSignIn() {
-    m_signInWithdrawn = true;
+    m_signInDialog.Close();
     MSG message;
     while (HasWindow() &&
            PeekMessageW(&message, Handle(), WM_OnShowAuthDialog, WM_OnShowAuthDialog, PM_REMOVE)) {

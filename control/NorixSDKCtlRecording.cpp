@@ -35,10 +35,19 @@ long CNorixSDKCtrl::StopRecording(short format) {
 
 void CNorixSDKCtrl::ApplyRecordSettings() {
     const ControlProperties& p = m_properties;
-    m_recorder.SetNaming({p.recordVideoPath, p.recordFileName, p.recordManualNaming});
+    ClientSettings settings;
+    settings.recordFolder = p.recordVideoPath;
+    settings.recordMiB = p.recordMaxFileSize;
+    settings.recordSeconds = p.recordMaxFileTimeLength;
+    // Where the host names no folder, the user's serves, with the limits that he has set.
+    if (p.recordVideoPath.empty() && !m_trust.IsWeb()) {
+        const ClientSettings saved = SavedSettings();
+        if (!saved.recordFolder.empty()) settings = saved;
+    }
+    m_recorder.SetNaming({settings.recordFolder, p.recordFileName, p.recordManualNaming});
     constexpr std::uint64_t kMebibyte = 1048576;
-    m_recorder.SetLimits({static_cast<std::uint64_t>(std::max(p.recordMaxFileSize, 0L)) * kMebibyte,
-                          static_cast<std::uint32_t>(std::max(p.recordMaxFileTimeLength, 0L))});
+    m_recorder.SetLimits({static_cast<std::uint64_t>(std::max(settings.recordMiB, 0L)) * kMebibyte,
+                          static_cast<std::uint32_t>(std::max(settings.recordSeconds, 0L))});
 }
 
 void CNorixSDKCtrl::OnRecordStatus(RecordStatus status) {

@@ -8,9 +8,17 @@
 
 namespace framework {
 
-COlePropertyPage::~COlePropertyPage() {
-    if (m_dialog != nullptr) DestroyWindow(m_dialog);
+namespace {
+
+/// For the caller to free; null when memory is short.
+LPOLESTR TaskCopy(const std::wstring& text) {
+    const std::size_t bytes = (text.size() + 1) * sizeof(wchar_t);
+    auto* const copy = static_cast<LPOLESTR>(CoTaskMemAlloc(bytes));
+    if (copy != nullptr) std::memcpy(copy, text.c_str(), bytes);
+    return copy;
 }
+
+}  // namespace
 
 STDMETHODIMP COlePropertyPage::QueryInterface(REFIID iid, void** object) {
     if (object == nullptr) return E_POINTER;
@@ -36,89 +44,106 @@ STDMETHODIMP COlePropertyPage::SetPageSite(IPropertyPageSite* site) {
     return S_OK;
 }
 
-INT_PTR CALLBACK COlePropertyPage::DialogProc(HWND, UINT message, WPARAM, LPARAM) {
-    return message == WM_INITDIALOG ? TRUE : FALSE;
+bool COlePropertyPage::CreatePage(HWND parent) {
+    return Create(parent, WS_CHILD | DS_CONTROL, WS_EX_CONTROLPARENT);
+}
+
+void COlePropertyPage::ShowFirst() {
+    if (!HasWindow() || m_objects.empty()) return;
+    m_dirty = false;
+    OnShowObject(*m_objects.front().Get());
 }
 
 STDMETHODIMP COlePropertyPage::Activate(HWND parent, LPCRECT bounds, BOOL) {
     if (bounds == nullptr) return E_POINTER;
-    if (m_dialog != nullptr) return E_UNEXPECTED;
+    if (HasWindow()) return E_UNEXPECTED;
     return GuardedCall(*this, [&]() -> HRESULT {
-        m_dialog = CreateDialogParamW(COleControlModule::Get().Instance(), MAKEINTRESOURCEW(m_dialogResource),
-                                      parent, &COlePropertyPage::DialogProc, 0);
-        if (m_dialog == nullptr) return HRESULT_FROM_WIN32(GetLastError());
-        if (!m_objects.empty()) OnShowObject(m_dialog, *m_objects.front().Get());
+        if (!CreatePage(parent)) return E_FAIL;
+        ShowFirst();
         return Move(bounds);
     });
 }
 
 STDMETHODIMP COlePropertyPage::Deactivate() {
-    if (m_dialog == nullptr) return E_UNEXPECTED;
-    DestroyWindow(std::exchange(m_dialog, nullptr));
-    return S_OK;
+    if (!HasWindow()) return E_UNEXPECTED;
+    return GuardedCall(*this, [&] {
+        Destroy();
+        return S_OK;
+    });
 }
 
-SIZE COlePropertyPage::MeasureDialog() const {
-    const HWND probe =
-        CreateDialogParamW(COleControlModule::Get().Instance(), MAKEINTRESOURCEW(m_dialogResource),
-                           GetDesktopWindow(), &COlePropertyPage::DialogProc, 0);
+SIZE COlePropertyPage::MeasureDialog() {
+    const bool probe = !HasWindow() && CreatePage(GetDesktopWindow());
     RECT bounds = {};
-    if (probe != nullptr) {
-        GetWindowRect(probe, &bounds);
-        DestroyWindow(probe);
-    }
+    if (HasWindow()) GetWindowRect(Handle(), &bounds);
+    if (probe) Destroy();
     return {bounds.right - bounds.left, bounds.bottom - bounds.top};
 }
 
 STDMETHODIMP COlePropertyPage::GetPageInfo(PROPPAGEINFO* info) {
     if (info == nullptr) return E_POINTER;
-    const std::size_t bytes = (std::wcslen(m_title) + 1) * sizeof(wchar_t);
-    auto* title = static_cast<LPOLESTR>(CoTaskMemAlloc(bytes));
-    if (title == nullptr) return E_OUTOFMEMORY;
-    std::memcpy(title, m_title, bytes);
-    *info = {};
-    info->cb = sizeof(*info);
-    info->pszTitle = title;
-    info->size = MeasureDialog();
-    return S_OK;
+    return GuardedCall(*this, [&]() -> HRESULT {
+        *info = {};
+        info->cb = sizeof(*info);
+        info->pszTitle = TaskCopy(m_title);
+        if (info->pszTitle == nullptr) return E_OUTOFMEMORY;
+        // Frames offer Help where a file is named.
+        if (!m_help.empty()) info->pszHelpFile = TaskCopy(m_help);
+        info->size = MeasureDialog();
+        return S_OK;
+    });
 }
 
 STDMETHODIMP COlePropertyPage::SetObjects(ULONG count, IUnknown** objects) {
     if (count != 0 && objects == nullptr) return E_POINTER;
     return GuardedCall(*this, [&] {
         m_objects.assign(objects, objects + count);
-        if (m_dialog != nullptr && !m_objects.empty()) OnShowObject(m_dialog, *m_objects.front().Get());
+        ShowFirst();
         return S_OK;
     });
 }
 
 STDMETHODIMP COlePropertyPage::Show(UINT command) {
-    if (m_dialog == nullptr) return E_UNEXPECTED;
-    ShowWindow(m_dialog, static_cast<int>(command));
+    if (!HasWindow()) return E_UNEXPECTED;
+    ShowWindow(Handle(), static_cast<int>(command));
     return S_OK;
 }
 
 STDMETHODIMP COlePropertyPage::Move(LPCRECT bounds) {
     if (bounds == nullptr) return E_POINTER;
-    if (m_dialog == nullptr) return E_UNEXPECTED;
-    MoveWindow(m_dialog, bounds->left, bounds->top, bounds->right - bounds->left,
+    if (!HasWindow()) return E_UNEXPECTED;
+    MoveWindow(Handle(), bounds->left, bounds->top, bounds->right - bounds->left,
                bounds->bottom - bounds->top, TRUE);
     return S_OK;
 }
 
+void COlePropertyPage::SetDirty() {
+    m_dirty = true;
+    const Microsoft::WRL::ComPtr<IPropertyPageSite> site = m_site;  // while it is called
+    if (site != nullptr) site->OnStatusChange(PROPPAGESTATUS_DIRTY | PROPPAGESTATUS_VALIDATE);
+}
+
 STDMETHODIMP COlePropertyPage::IsPageDirty() {
-    return S_FALSE;
+    return m_dirty ? S_OK : S_FALSE;
 }
+
 STDMETHODIMP COlePropertyPage::Apply() {
-    return S_OK;
+    if (m_objects.empty() || !HasWindow()) return E_UNEXPECTED;
+    if (!m_dirty) return S_OK;
+    return GuardedCall(*this, [&] {
+        const HRESULT result = OnApply();
+        if (SUCCEEDED(result)) m_dirty = false;
+        return result;
+    });
 }
+
 STDMETHODIMP COlePropertyPage::Help(LPCOLESTR) {
-    return E_NOTIMPL;
+    return GuardedCall(*this, [&] { return OnHelp(); });
 }
 
 STDMETHODIMP COlePropertyPage::TranslateAccelerator(LPMSG message) {
     if (message == nullptr) return E_POINTER;
-    return m_dialog != nullptr && IsDialogMessageW(m_dialog, message) ? S_OK : S_FALSE;
+    return HasWindow() && IsDialogMessageW(Handle(), message) ? S_OK : S_FALSE;
 }
 
 }  // namespace framework

@@ -5,15 +5,18 @@
 #include <ocidl.h>
 #include <wrl/client.h>
 
+#include <string>
 #include <vector>
 
+#include "framework/Dialog.h"
 #include "framework/Module.h"
 
 namespace framework {
 
-/// A property page: a dialog from this module's resources that a container shows in a property frame.
-/// Created by a class factory with one reference; lives on the thread that created it.
-class COlePropertyPage : public IPropertyPage {
+/// A property page: a dialog that a container shows in a property frame. Whoever derives from it makes the
+/// controls (CDialog::OnInit) and gives the dialog its size. Created by a class factory with one reference;
+/// lives on the thread that created it.
+class COlePropertyPage : public IPropertyPage, protected CDialog {
   public:
     /// IUnknown
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
@@ -33,24 +36,36 @@ class COlePropertyPage : public IPropertyPage {
     STDMETHODIMP TranslateAccelerator(LPMSG message) override;
 
   protected:
-    /// `dialog`: resource number of a WS_CHILD dialog; `title`: the tab's text (a literal).
-    COlePropertyPage(unsigned dialog, const wchar_t* title) : m_dialogResource(dialog), m_title(title) {}
-    virtual ~COlePropertyPage();
+    /// `title`: the tab's text; `help`: what Help tells is a part of, to be shown or not; may be empty.
+    COlePropertyPage(std::wstring title, std::wstring help)
+        : m_title(std::move(title)), m_help(std::move(help)) {}
+
+    using Object = Microsoft::WRL::ComPtr<IUnknown>;
+    /// Whose properties the page shows: several are changed alike.
+    const std::vector<Object>& Objects() const { return m_objects; }
 
     /// Fills the dialog from the first object. Runs when both are there.
-    virtual void OnShowObject(HWND dialog, IUnknown& object) = 0;
+    virtual void OnShowObject(IUnknown& object) = 0;
+    /// Hands what the user has changed to the objects.
+    virtual HRESULT OnApply() = 0;
+    /// Tells about what the keyboard is at.
+    virtual HRESULT OnHelp() { return E_NOTIMPL; }
+
+    /// The user has changed something: the frame's Apply is for it.
+    void SetDirty();
 
   private:
-    static INT_PTR CALLBACK DialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam);
-    SIZE MeasureDialog() const;
+    SIZE MeasureDialog();
+    bool CreatePage(HWND parent);
+    void ShowFirst();
 
     const ModuleLock m_moduleLock;
-    const unsigned m_dialogResource;
-    const wchar_t* const m_title;
+    const std::wstring m_title;
+    const std::wstring m_help;
     LONG m_references = 1;
-    HWND m_dialog = nullptr;
+    bool m_dirty = false;
     Microsoft::WRL::ComPtr<IPropertyPageSite> m_site;
-    std::vector<Microsoft::WRL::ComPtr<IUnknown>> m_objects;
+    std::vector<Object> m_objects;
 };
 
 }  // namespace framework

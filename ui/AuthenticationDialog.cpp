@@ -1,75 +1,76 @@
 #include "ui/AuthenticationDialog.h"
 
+#include <utility>
+
+#include "ui/Texts.h"
 #include "ui/resource.h"
 
 namespace norix {
 
 namespace {
 
-struct DialogState {
-    const std::wstring& server;
-    const std::wstring& page;
-    Credentials credentials;
-};
+constexpr UINT_PTR kCapsTimer = 1;
+constexpr UINT kCapsPeriodMs = 200;
 
-std::wstring ReadText(HWND dialog, int control) {
-    const HWND edit = GetDlgItem(dialog, control);
-    std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(edit)) + 1, L'\0');
-    text.resize(static_cast<std::size_t>(GetWindowTextW(edit, text.data(), static_cast<int>(text.size()))));
-    return text;
-}
-
-void CentreOver(HWND dialog, HWND owner) {
-    RECT area;
-    RECT size;
-    if (owner == nullptr || !GetWindowRect(owner, &area) || !GetWindowRect(dialog, &size)) return;
-    const int x = (area.left + area.right - (size.right - size.left)) / 2;
-    const int y = (area.top + area.bottom - (size.bottom - size.top)) / 2;
-    SetWindowPos(dialog, nullptr, x, y, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
-}
-
-void OnInitDialog(HWND dialog, DialogState& state) {
-    SetDlgItemTextW(dialog, IDC_AUTHENTICATION_SERVER, state.server.c_str());
-    SetDlgItemTextW(dialog, IDC_AUTHENTICATION_PAGE, state.page.c_str());
-    if (!state.page.empty()) SetDlgItemTextW(dialog, IDC_AUTHENTICATION_PAGE_LABEL, L"For page:");
-    SetDlgItemTextW(dialog, IDC_AUTHENTICATION_USER, state.credentials.user.c_str());
-    SetDlgItemTextW(dialog, IDC_AUTHENTICATION_PASSWORD, state.credentials.password.c_str());
-    CentreOver(dialog, GetParent(dialog));
-}
-
-INT_PTR CALLBACK DialogProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
-    auto* state = reinterpret_cast<DialogState*>(GetWindowLongPtrW(dialog, DWLP_USER));
-    switch (message) {
-        case WM_INITDIALOG:
-            SetWindowLongPtrW(dialog, DWLP_USER, lParam);
-            OnInitDialog(dialog, *reinterpret_cast<DialogState*>(lParam));
-            return TRUE;
-        case WM_COMMAND:
-            if (LOWORD(wParam) == IDOK && state != nullptr) {
-                state->credentials = {ReadText(dialog, IDC_AUTHENTICATION_USER),
-                                      ReadText(dialog, IDC_AUTHENTICATION_PASSWORD)};
-                EndDialog(dialog, IDOK);
-                return TRUE;
-            }
-            if (LOWORD(wParam) == IDCANCEL) {
-                EndDialog(dialog, IDCANCEL);
-                return TRUE;
-            }
-            return FALSE;
-        default:
-            return FALSE;
-    }
+Form MakeForm(const AuthenticationDialog::View& view) {
+    using Kind = FormItem::Kind;
+    Form form;
+    auto& items = form.items;
+    if (view.wrongBefore) items.push_back({Kind::Note, -1, UiText(IDS_SIGN_IN_WRONG)});
+    items.push_back({Kind::ReadOnly, IDC_AUTHENTICATION_SERVER, UiText(IDS_SIGN_IN_CAMERA)});
+    if (!view.page.empty())
+        items.push_back({Kind::ReadOnly, IDC_AUTHENTICATION_PAGE, UiText(IDS_SIGN_IN_PAGE)});
+    items.push_back({Kind::Edit, IDC_AUTHENTICATION_USER, UiText(IDS_SIGN_IN_USER)});
+    items.push_back({Kind::Password, IDC_AUTHENTICATION_PASSWORD, UiText(IDS_SIGN_IN_PASSWORD)});
+    FormItem note = {Kind::Note, IDC_AUTHENTICATION_NOTE, L""};
+    note.lines = 1;
+    items.push_back(note);
+    items.push_back({Kind::Check, IDC_AUTHENTICATION_REMEMBER, UiText(IDS_SIGN_IN_REMEMBER)});
+    form.buttons = {{IDOK, UiText(IDS_OK), true}, {IDCANCEL, UiText(IDS_CANCEL)}};
+    return form;
 }
 
 }  // namespace
 
-std::optional<Credentials> AskForCredentials(HINSTANCE module, HWND owner, const std::wstring& server,
-                                             const std::wstring& page, const Credentials& initial) {
-    DialogState state{server, page, initial};
-    const INT_PTR answer = DialogBoxParamW(module, MAKEINTRESOURCEW(IDD_AUTHENTICATION), owner, &DialogProc,
-                                           reinterpret_cast<LPARAM>(&state));
-    if (answer != IDOK) return std::nullopt;
-    return std::move(state.credentials);
+bool AuthenticationDialog::Show(HWND over, View view) {
+    m_view = std::move(view);
+    m_capsShown = false;
+    return Open(over, UiText(IDS_SIGN_IN_TITLE), MakeForm(m_view));
+}
+
+void AuthenticationDialog::OnOpened() {
+    FormControls& controls = Controls();
+    controls.SetText(IDC_AUTHENTICATION_SERVER, m_view.server);
+    if (!m_view.page.empty()) controls.SetText(IDC_AUTHENTICATION_PAGE, m_view.page);
+    controls.SetText(IDC_AUTHENTICATION_USER, m_view.initial.user);
+    controls.SetText(IDC_AUTHENTICATION_PASSWORD, m_view.initial.password);
+    controls.SetChecked(IDC_AUTHENTICATION_REMEMBER, true);
+    const bool named = !m_view.initial.user.empty();
+    controls.Focus(named ? IDC_AUTHENTICATION_PASSWORD : IDC_AUTHENTICATION_USER);
+    Forget();
+    ShowCapsLock((GetKeyState(VK_CAPITAL) & 1) != 0);
+    SetTimer(Window(), kCapsTimer, kCapsPeriodMs, nullptr);
+}
+
+void AuthenticationDialog::ShowCapsLock(bool on) {
+    if (std::exchange(m_capsShown, on) == on) return;
+    Controls().SetText(IDC_AUTHENTICATION_NOTE, on ? UiText(IDS_SIGN_IN_CAPS) : std::wstring());
+}
+
+bool AuthenticationDialog::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message != WM_TIMER || wParam != kCapsTimer) return FormDialog::OnMessage(message, wParam, lParam);
+    ShowCapsLock((GetKeyState(VK_CAPITAL) & 1) != 0);
+    return true;
+}
+
+void AuthenticationDialog::OnCommand(int id, int) {
+    if (id == IDCANCEL) return Cancel();
+    if (id != IDOK) return;
+    const Credentials entered = {Controls().Text(IDC_AUTHENTICATION_USER),
+                                 Controls().Text(IDC_AUTHENTICATION_PASSWORD)};
+    const bool remember = Controls().IsChecked(IDC_AUTHENTICATION_REMEMBER);
+    Close();
+    m_sink.OnSignInEntered(entered, remember);
 }
 
 }  // namespace norix

@@ -90,6 +90,11 @@ std::optional<std::wstring> CRegistryEx::ReadString(const wchar_t* name) const {
     return m_key ? QueryString(m_key, name) : std::nullopt;
 }
 
+bool CRegistryEx::WriteDword(const wchar_t* name, uint32_t value) noexcept {
+    return m_key && RegSetValueExW(m_key.Get(), name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value),
+                                   sizeof(value)) == ERROR_SUCCESS;
+}
+
 bool CRegistryEx::WriteString(const wchar_t* name, const std::wstring& text) noexcept {
     return m_key && SetString(m_key, name, text);
 }

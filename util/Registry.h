@@ -65,6 +65,7 @@ class CRegistryEx {
 
     std::optional<uint32_t> ReadDword(const wchar_t* name) const noexcept;
     std::optional<std::wstring> ReadString(const wchar_t* name) const;
+    bool WriteDword(const wchar_t* name, uint32_t value) noexcept;
     bool WriteString(const wchar_t* name, const std::wstring& text) noexcept;
 
   private:

@@ -140,6 +140,22 @@ ClientOptions ReadClientOptions() noexcept {
     }
 }
 
+bool WriteClientOptions(const ClientOptions& options) noexcept {
+    try {
+        CRegistryEx key;
+        key.Open(HKEY_CURRENT_USER, kClientSettingKey);
+        return key.WriteDword(L"VideoOption", options.video) &&
+               key.WriteDword(L"ProtocolOption", options.protocol);
+    } catch (const CRegistryError& error) {
+        NORIX_LOG("WriteClientOptions", 1, "%s", error.what());
+        return false;
+    }
+}
+
+std::wstring ClientLanguage() {
+    return StringReg(HKEY_CURRENT_USER, kClientSettingKey, L"Language").Value();
+}
+
 bool SetClientValue(const std::wstring& model, int channel, const std::wstring& name,
                     const std::wstring& value) {
     constexpr bool kCreate = true;

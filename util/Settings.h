@@ -74,6 +74,11 @@ bool AllowsPlainWithHttps();
 
 /// Creates the key when it is missing, for the dialog to find.
 ClientOptions ReadClientOptions() noexcept;
+/// False when the registry refuses.
+bool WriteClientOptions(const ClientOptions& options) noexcept;
+
+/// The language that dialogs are to have, "en" or "de"; empty: the system's.
+std::wstring ClientLanguage();
 
 /// Per-camera client values: string values of the current user under ClientKeyPath(model, channel).
 /// Set creates the key; false when the registry refuses. Get returns `fallback` for a missing value.

@@ -212,8 +212,8 @@ SignIn Connection::StreamSignIn(const protocol::Origin& stream) {
 void Connection::SaveSignIns() {
     const util::CTimeDiff timing("CNorixSDKCtrl::SetUserAuthentication()");
     for (const SignIns::Telling& telling : m_camera.Who().Tellings()) {
-        if (!telling.signIn.user.empty() && (telling.users || m_host.IsTrusted()))
-            m_means.SaveSignIn(telling.origin, telling.signIn);
+        if (telling.signIn.user.empty() || !m_camera.Who().MayKeep(telling.signIn)) continue;
+        if (telling.users || m_host.IsTrusted()) m_means.SaveSignIn(telling.origin, telling.signIn);
     }
 }
 
@@ -507,6 +507,7 @@ long Connection::Disconnect() {
     if (!m_host.WaitForWindow() || m_disconnecting) return 0;
     m_host.StopTimer(ConnectionTimer::Reconnect);
     m_host.WithdrawSignIn();
+    m_statistics.reconnections = 0;
     m_backOff.Reset();
     if (m_reception) m_reception->StopOutput();
     m_host.EndDigitalPtz();
@@ -560,6 +561,16 @@ std::shared_ptr<CDecoder> Connection::Decoder() const {
     return m_reception && !m_failed && !m_disconnecting ? m_reception->Decoder() : nullptr;
 }
 
+StreamStatistics Connection::Statistics() const {
+    StreamStatistics statistics = m_statistics;
+    statistics.connected = m_active && m_status == ecsConnected;
+    statistics.codec = m_session->param.videoCodec.Get();
+    statistics.width = m_session->param.PictureWidth();
+    statistics.height = m_session->param.PictureHeight();
+    statistics.protocol = m_attempt.protocol;
+    return statistics;
+}
+
 VideoCodec Connection::StreamCodec() const {
     return m_reception ? m_session->param.videoCodec.Get() : VideoCodec::None;
 }
@@ -597,6 +608,7 @@ void Connection::HandleStatus(EConnectStatus status) {
     if (status == ecsConnected) {
         m_backOff.Reset();
         m_frameRateMeter.Reset(platform::TimerMs());
+        m_statistics.Begin();
         m_host.StartTimer(ConnectionTimer::Statistics, kSecondMs);
     } else if (status == ecsDisconnect || failure) {
         m_host.StopTimer(ConnectionTimer::Statistics);
@@ -658,6 +670,7 @@ void Connection::OnAutoConnectTimer() {
 void Connection::OnReconnectTimer() {
     if (m_host.IsUserAsked()) return m_host.StartTimer(ConnectionTimer::Reconnect, kSecondMs);
     m_host.StopTimer(ConnectionTimer::Reconnect);
+    if (!m_active) ++m_statistics.reconnections;
     ConnectInBackground();
 }
 
@@ -673,6 +686,7 @@ void Connection::OnStatisticsTimer() {
     const FrameRates rates = m_frameRateMeter.Pass(platform::TimerMs(), param.TakeFrameCounts());
     if (util::Switches().fps) LogFrameRates(rates);
 
+    m_statistics.Pass(rates);
     m_averageFrameRate = static_cast<int>(rates.average);
     if (serverFrameRate > 0) m_averageFrameRate = std::min(m_averageFrameRate, serverFrameRate);
     m_host.ReportFrameRate(m_averageFrameRate);

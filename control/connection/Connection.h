@@ -13,6 +13,7 @@
 #include "control/connection/SessionContext.h"
 #include "control/connection/StatusDisplay.h"
 #include "control/connection/StreamReception.h"
+#include "control/connection/StreamStatistics.h"
 #include "media/FrameRateMeter.h"
 
 #include "control/connection/SignIn.h"
@@ -79,6 +80,8 @@ class Connection {
     /// Pictures per second shown to the host, averaged; 0 before the first statistics pass and without a
     /// connection.
     int AverageFrameRate() const { return m_averageFrameRate; }
+    /// How it fares; of the last one where there is none.
+    StreamStatistics Statistics() const;
     /// What is received; None without a connection.
     VideoCodec StreamCodec() const;
 
@@ -162,6 +165,7 @@ class Connection {
 
     StatusDisplay m_display;
     BackOff m_backOff;
+    StreamStatistics m_statistics;
     FrameRateMeter m_frameRateMeter;
     int m_averageFrameRate = 0;
 };

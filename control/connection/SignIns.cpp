@@ -22,12 +22,21 @@ SignIn SignIns::TakeOver(const protocol::Origin& from, const protocol::Origin& t
 }
 
 void SignIns::ForgetFound() {
-    std::erase_if(m_bound, [](const Bound& bound) { return bound.source != Source::kTyped; });
+    std::erase_if(m_bound, [](const Bound& bound) {
+        return bound.source != Source::kTyped && bound.source != Source::kTypedOnce;
+    });
 }
 
 void SignIns::OnHostChange() {
     m_bound.clear();
     m_hostsAreTyped = false;
+}
+
+// Wherever it goes on to: the camera's other ports sign in as one does there.
+bool SignIns::MayKeep(const SignIn& signIn) const {
+    return std::none_of(m_bound.begin(), m_bound.end(), [&](const Bound& bound) {
+        return bound.source == Source::kTypedOnce && bound.signIn == signIn;
+    });
 }
 
 SignIn SignIns::For(const protocol::Origin& origin) const {

@@ -23,6 +23,7 @@ class SignIns {
 
     enum class Source {
         kTyped,      ///< by the user
+        kTypedOnce,  ///< by the user, who does not want it to be remembered
         kFound,      ///< saved; looked for anew by each attempt to connect, as the next one
         kInAddress,  ///< which the host has set: nothing of the user's
     };
@@ -34,6 +35,9 @@ class SignIns {
     /// The host has said anew who signs in, or where.
     void OnHostChange();
     bool IsBound(const protocol::Origin& origin) const { return Find(origin) != nullptr; }
+
+    /// Whether a sign-in may be kept for later: not where the user has said otherwise.
+    bool MayKeep(const SignIn& signIn) const;
 
     /// Who signs in at an origin; an empty user when nobody does.
     SignIn For(const protocol::Origin& origin) const;

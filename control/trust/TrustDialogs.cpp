@@ -56,9 +56,12 @@ bool TrustDialogs::AllowMicrophone(HWND owner, const PageIdentity& page, const s
 }
 
 std::wstring TrustDialogs::PickFolder(HWND owner, const PageIdentity& page) {
-    const std::wstring text =
-        L"The page " + ForReading(page.origin) +
-        L" wants to save pictures or recordings. Pick the folder that it may write into.";
+    return BrowseForFolder(
+        owner, L"The page " + ForReading(page.origin) +
+                   L" wants to save pictures or recordings. Pick the folder that it may write into.");
+}
+
+std::wstring BrowseForFolder(HWND owner, const std::wstring& text) {
     BROWSEINFOW browse = {};
     browse.hwndOwner = owner;
     browse.lpszTitle = text.c_str();

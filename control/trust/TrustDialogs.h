@@ -14,6 +14,9 @@ class TrustDialogs final : public TrustQuestions {
     std::wstring PickFolder(HWND owner, const PageIdentity& page) override;
 };
 
+/// Has the user pick a folder; empty when he picks none. Runs a message loop.
+std::wstring BrowseForFolder(HWND owner, const std::wstring& text);
+
 /// A text from the network for a person to read: one short line, without characters that turn its direction
 /// or hide.
 std::wstring ForReading(const std::string& text);

@@ -191,8 +191,14 @@ std::wstring TrustGuard::FileFolder() {
     if (!IsWeb()) return {};
     const PageStore store(m_page);
     std::wstring folder = store.Folder();
-    if (!folder.empty() || IsUserAsked() || questions == nullptr) return folder;
-    folder = Put([](HWND owner, const PageIdentity& page) { return questions->PickFolder(owner, page); });
+    return folder.empty() ? PickFileFolder() : folder;
+}
+
+std::wstring TrustGuard::PickFileFolder() {
+    if (IsUserAsked() || questions == nullptr) return {};
+    const PageStore store(m_page);
+    std::wstring folder =
+        Put([](HWND owner, const PageIdentity& page) { return questions->PickFolder(owner, page); });
     if (!folder.empty()) store.RememberFolder(folder);
     return folder;
 }

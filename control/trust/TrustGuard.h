@@ -85,14 +85,6 @@ class TrustGuard {
     /// Whether a question of this process is open: views of one page would all put the same one, so no other
     /// one of a page is put meanwhile.
     bool IsUserAsked();
-    /// As long as the user is asked for a sign-in.
-    class Open {
-      public:
-        Open();
-        ~Open();
-        Open(const Open&) = delete;
-        Open& operator=(const Open&) = delete;
-    };
     /// The groups that a camera's description may name.
     bool AdmitGroups();
 
@@ -105,6 +97,9 @@ class TrustGuard {
     /// The folder below which a page may write; asks where none was picked yet. Empty: nowhere.
     std::wstring FileFolder();
 
+    /// Asks for another one; empty when the user picks none, which changes nothing.
+    std::wstring PickFileFolder();
+
     std::shared_ptr<Reach> Connections() const { return m_reach; }
 
     /// Input arrived from the user himself: see MayFillScreen.
@@ -116,6 +111,14 @@ class TrustGuard {
     static TrustQuestions* questions;
 
   private:
+    /// As long as a question is open.
+    class Open {
+      public:
+        Open();
+        ~Open();
+        Open(const Open&) = delete;
+        Open& operator=(const Open&) = delete;
+    };
     bool AreGroupsAllowed() const;
     Verdict Judge(const std::string& target) const;
     bool Decide(const std::string& target, const std::string& address);

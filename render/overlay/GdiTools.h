@@ -52,9 +52,6 @@ class CFontAndColor final : public CGdiTool {
     const COLORREF m_colour;
 };
 
-/// The dots per inch at which a window's content is to be drawn; 96 where nothing better is known.
-int DpiOf(HWND window);
-
 /// A font of so many tenths of a point; empty when the system has none to offer.
 util::UniqueFont MakePointFont(long tenthsOfPoint, const wchar_t* face, int dpi);
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "util/Log.h"
+#include "util/ScreenDpi.h"
 
 namespace norix {
 namespace {
@@ -39,8 +40,8 @@ long GraphicObjects::CreateBrush(COLORREF colour) try {
 
 long GraphicObjects::CreateFont(long tenthsOfPoint, const std::wstring& face, COLORREF colour,
                                 HWND window) try {
-    return Keep(
-        std::make_shared<CFontAndColor>(MakePointFont(tenthsOfPoint, face.c_str(), DpiOf(window)), colour));
+    return Keep(std::make_shared<CFontAndColor>(
+        MakePointFont(tenthsOfPoint, face.c_str(), util::DpiOf(window)), colour));
 } catch (const std::bad_alloc&) {
     return 0;
 }

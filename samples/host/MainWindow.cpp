@@ -87,6 +87,7 @@ std::span<const MainWindow::Command> MainWindow::Commands() {
         {L"&Picture", L"&Rotate\tF8", nullptr, 0, VK_F8, &MainWindow::OnPicture<&PictureCommands::Rotate>},
         {L"&Picture", L"&Zoom by Mouse\tF9", nullptr, 0, VK_F9,
          &MainWindow::OnPicture<&PictureCommands::Zoom>},
+        {L"&Picture", L"S&tatistics", nullptr, 0, 0, &MainWindow::OnPicture<&PictureCommands::Statistics>},
         {L"&Picture", L"&Full Screen\tF11", nullptr, 0, VK_F11,
          &MainWindow::OnPicture<&PictureCommands::FullScreen>},
         {L"C&amera", L"Tilt &Up", nullptr, 0, 0, &MainWindow::OnPad<&PtzPad::TiltUp>},

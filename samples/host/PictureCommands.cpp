@@ -100,6 +100,11 @@ void PictureCommands::FullScreen() {
     call_(L"PreviewFullScreen", {true});
 }
 
+void PictureCommands::Statistics() {
+    call_(L"SetClientReg", {L"::statistics", 0L, L"overlay", statistics_ ? L"0" : L"1"});
+    statistics_ = !statistics_;
+}
+
 void PictureCommands::OnEvent(const Event& event) {
     const std::wstring& name = event.member->name;
     if (name == L"OnResolutionChanged" && event.arguments.size() == 2) {
@@ -117,6 +122,6 @@ void PictureCommands::OnEvent(const Event& event) {
 
 void PictureCommands::Forget() {
     video_ = {};
-    copying_ = drawn_ = zooming_ = false;
+    copying_ = drawn_ = zooming_ = statistics_ = false;
     angle_ = 0;
 }

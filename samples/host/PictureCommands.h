@@ -30,6 +30,8 @@ class PictureCommands {
     /// Lets the wheel zoom and the mouse drag the picture, or not.
     void Zoom();
     void FullScreen();
+    /// Figures of the stream over the picture, or none again.
+    void Statistics();
 
     /// All events pass through here.
     void OnEvent(const Event& event);
@@ -43,5 +45,6 @@ class PictureCommands {
     bool copying_ = false;
     bool drawn_ = false;
     bool zooming_ = false;
+    bool statistics_ = false;
     long angle_ = 0;
 };

@@ -28,12 +28,15 @@ std::wstring TextOf(HWND dialog, int control) {
     return text;
 }
 
+void Cancel(HWND dialog) {
+    SendMessageW(dialog, WM_COMMAND, IDCANCEL, 0);
+}
+
 class SignIn : public ControlTest {
   protected:
     /// Asks for the dialog; `use` runs while it is open. Returns whether it was.
     bool Ask(const std::function<void(HWND dialog)>& use) {
         bool opened = false;
-        // The dialog's own message loop dispatches this.
         HostWindow user([&](UINT) {
             const std::vector<HWND> dialogs = FindDialogs();
             opened = !dialogs.empty();
@@ -89,7 +92,7 @@ TEST_F(SignIn, CancelChangesNothing) {
 TEST_F(SignIn, IsLeftToTheHostWhenSwitchedOff) {
     Create();
     Put(L"ShowUserAuthenticationDialog", 0L);
-    EXPECT_FALSE(Ask([](HWND dialog) { EndDialog(dialog, IDCANCEL); }));
+    EXPECT_FALSE(Ask(&Cancel));
     EXPECT_FALSE(StopTimer(kTimerReconnect));
 }
 
@@ -111,51 +114,96 @@ TEST_F(SignIn, FollowsARejection) {
     Host().onEvent = nullptr;
 }
 
-TEST_F(SignIn, AfterTheHostHasDisconnectedNothingIsConnectedAgain) {
+TEST_F(SignIn, EndsWithTheConnectionThatWantedIt) {
     Create();
     EXPECT_TRUE(Ask([&](HWND dialog) {
         Control().Disconnect();
-        SetDlgItemTextW(dialog, IDC_AUTHENTICATION_USER, L"admin");
-        SendMessageW(dialog, WM_COMMAND, IDOK, 0);
+        EXPECT_FALSE(IsWindow(dialog));
     }));
-    EXPECT_EQ(Control().Properties().username, L"admin");
     EXPECT_FALSE(StopTimer(kTimerReconnect));
 }
 
 // A second rejection may be on its way while the first dialog is still open.
 TEST_F(SignIn, AsksOnlyOnce) {
     Create();
-    std::size_t dialogs = 0;
     EXPECT_TRUE(Ask([&](HWND dialog) {
         PostMessageW(Window(), WM_OnShowAuthDialog, 0, 0);
-        HostWindow user([&](UINT) {
-            dialogs = FindDialogs().size();
-            for (const HWND open : FindDialogs())
-                EndDialog(open, IDCANCEL);
-        });
-        PostMessageW(user.Handle(), WM_APP, 0, 0);
         PumpMessages();
-        EndDialog(dialog, IDCANCEL);
+        EXPECT_EQ(FindDialogs(), std::vector<HWND>{dialog});
+        Cancel(dialog);
     }));
-    EXPECT_EQ(dialogs, 1u);
 }
 
-TEST_F(SignIn, SurvivesTheControlsEndWhileItIsOpen) {
+TEST_F(SignIn, HoldsUpNobodyAndGoesWithItsControl) {
+    Create();
+    auto* other = new CNorixSDKCtrl();
+    ASSERT_TRUE(other->CreateHiddenWindow());
+    for (const bool byTheSession : {false, true}) {
+        EXPECT_TRUE(Ask([&](HWND dialog) {
+            PostMessageW(other->Handle(), WM_OnShowAuthDialog, 0, 0);
+            PumpMessages();
+            EXPECT_EQ(FindDialogs().size(), 2u);
+            other->Disconnect();
+            EXPECT_EQ(FindDialogs(), std::vector<HWND>{dialog}) << "the other view's";
+            if (byTheSession) {
+                SendMessageW(dialog, WM_ENDSESSION, TRUE, 0);
+            } else {
+                PostMessageW(other->Handle(), WM_OnShowAuthDialog, 0, 0);
+                PumpMessages();
+                other->DestroyWindow();
+                EXPECT_EQ(FindDialogs(), std::vector<HWND>{dialog});
+                Cancel(dialog);
+                EXPECT_TRUE(other->CreateHiddenWindow());
+            }
+            EXPECT_TRUE(FindDialogs().empty());
+        }));
+    }
+    EXPECT_EQ(other->Release(), 0u);
+}
+
+TEST_F(SignIn, EndsWithTheControl) {
     auto* control = new CNorixSDKCtrl();
     ASSERT_TRUE(control->CreateHiddenWindow());
     const HWND window = control->Handle();
-    HostWindow host([&](UINT) {
-        const std::vector<HWND> dialogs = FindDialogs();
-        ASSERT_EQ(dialogs.size(), 1u);
-        const HWND dialog = dialogs.front();
-        control->Release();
-        SetDlgItemTextW(dialog, IDC_AUTHENTICATION_USER, L"admin");
-        SendMessageW(dialog, WM_COMMAND, IDOK, 0);
-    });
     PostMessageW(window, WM_OnShowAuthDialog, 0, 0);
-    PostMessageW(host.Handle(), WM_APP, 0, 0);
     PumpMessages();
+    ASSERT_EQ(FindDialogs().size(), 1u);
+    EXPECT_EQ(control->Release(), 0u);
+    EXPECT_TRUE(FindDialogs().empty());
     EXPECT_FALSE(IsWindow(window));
+}
+
+// The host's loop knows nothing of the dialog.
+TEST_F(SignIn, IsWorkedByKeyboardAlone) {
+    Create();
+    Put(L"ServerIP", L"127.0.0.1");
+    EXPECT_TRUE(Ask([&](HWND dialog) {
+        const auto press = [&](WPARAM key) {
+            PostMessageW(GetFocus(), WM_KEYDOWN, key, 1);
+            PumpMessages();
+        };
+        SetFocus(GetDlgItem(dialog, IDC_AUTHENTICATION_USER));
+        for (const wchar_t* key = L"ADA"; *key != 0; ++key)
+            press(static_cast<WPARAM>(*key));
+        EXPECT_EQ(GetDlgCtrlID(GetFocus()), IDC_AUTHENTICATION_USER);
+        press(VK_TAB);
+        EXPECT_EQ(GetDlgCtrlID(GetFocus()), IDC_AUTHENTICATION_PASSWORD);
+        press('1');
+        press(VK_TAB);
+        EXPECT_EQ(GetDlgCtrlID(GetFocus()), IDC_AUTHENTICATION_REMEMBER);
+        press(VK_RETURN);
+        EXPECT_FALSE(IsWindow(dialog));
+    }));
+    EXPECT_EQ(Control().Properties().username, L"ada");
+    EXPECT_EQ(Control().Properties().password, L"1");
+    EXPECT_TRUE(StopTimer(kTimerReconnect));
+    EXPECT_TRUE(Ask([&](HWND dialog) {
+        SetFocus(GetDlgItem(dialog, IDC_AUTHENTICATION_PASSWORD));
+        PostMessageW(GetFocus(), WM_KEYDOWN, VK_ESCAPE, 1);
+        PumpMessages();
+        EXPECT_FALSE(IsWindow(dialog));
+    }));
+    EXPECT_FALSE(StopTimer(kTimerReconnect));
 }
 
 TEST_F(SignIn, PasswordIsInNoLogLine) {
