@@ -1,6 +1,7 @@
 // Editing the camera's motion windows: what the editor needs of the camera and of the user.
 
 #include "control/NorixSDKCtl.h"
+#include "ui/Texts.h"
 
 namespace norix {
 
@@ -77,12 +78,12 @@ void CNorixSDKCtrl::SaveMotion() {
     if (!m_motionEditor.IsOpen()) return;
     const MotionSaving result = m_motionEditor.Save();
     const bool saved = result == MotionSaving::Saved;
-    const wchar_t* text = L"The camera did not take the motion windows!";
+    std::wstring text = UiText(IDS_MOTION_REFUSED);
     if (saved) text = L"Save Motion OK!";
     if (result == MotionSaving::TooSmall) text = L"VMD window is smaller than 32x32! Abandon this setup!";
     if (result == MotionSaving::BadName) text = L"Invalid characters!";
     const framework::InPlace::Modal modal(InPlaceState());
-    MessageBoxW(Handle(), text, saved ? L"info" : L"Warning",
+    MessageBoxW(Handle(), text.c_str(), saved ? L"info" : L"Warning",
                 MB_OK | (saved ? MB_ICONINFORMATION : MB_ICONWARNING));
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "ui/Texts.h"
+
 namespace norix {
 namespace {
 
@@ -45,7 +47,8 @@ bool MotionPanel::Fill() {
     }
     const int top = 6 + kWindows * kRow;
     return AddChild(L"STATIC", L"", SS_CENTERIMAGE, kSensitivity, {6, top, 120, top + 24}) &&
-           AddChild(L"BUTTON", L"Save", WS_TABSTOP | BS_PUSHBUTTON, kSave, {126, top, 190, top + 24});
+           AddChild(L"BUTTON", UiText(IDS_SAVE).c_str(), WS_TABSTOP | BS_PUSHBUTTON, kSave,
+                    {126, top, 190, top + 24});
 }
 
 bool MotionPanel::AddChild(const wchar_t* windowClass, const wchar_t* text, DWORD style, int id, RECT place) {
@@ -77,7 +80,8 @@ void MotionPanel::SetWindow(int index, bool on, const std::wstring& name) {
 }
 
 void MotionPanel::SetSensitivity(int percent) {
-    SetDlgItemTextW(Handle(), kSensitivity, (L"Sensitivity " + std::to_wstring(percent)).c_str());
+    SetDlgItemTextW(Handle(), kSensitivity,
+                    Insert(UiText(IDS_MOTION_SENSITIVITY), {std::to_wstring(percent)}).c_str());
 }
 
 std::wstring MotionPanel::Name(int index) const {

@@ -70,6 +70,14 @@
 #define IDS_PAGE_BAD_NUMBER 3187
 #define IDS_PAGE_NOT_TAKEN 3188
 
+// ---- Questions about a page
+#define IDS_TRUST_TARGET 3190
+#define IDS_TRUST_FOLDER 3191
+
+// ---- Motion windows
+#define IDS_MOTION_SENSITIVITY 3195
+#define IDS_MOTION_REFUSED 3196
+
 // ---- Statistics
 #define IDS_STATISTICS_STREAM 3200
 #define IDS_STATISTICS_FRAMES 3201

@@ -6,6 +6,7 @@
 #include <array>
 
 #include "framework/Module.h"
+#include "ui/Texts.h"
 #include "util/Handles.h"
 #include "util/Text.h"
 
@@ -41,10 +42,9 @@ std::wstring ForReading(const std::string& text) {
 
 bool TrustDialogs::AllowTarget(HWND owner, const PageIdentity& page, const std::string& target,
                                const std::string& address) {
-    std::wstring text =
-        L"The page\n\n    " + ForReading(page.origin) + L"\n\nwants to reach\n\n    " + ForReading(target);
-    if (!address.empty()) text += L" (" + ForReading(address) + L")";
-    text += L"\n\non your network or the Internet. Allow it?";
+    std::wstring whom = ForReading(target);
+    if (!address.empty()) whom += L" (" + ForReading(address) + L")";
+    const std::wstring text = Insert(UiText(IDS_TRUST_TARGET), {ForReading(page.origin), whom});
     return MessageBoxW(owner, text.c_str(), kTitle, MB_YESNO | MB_DEFBUTTON2 | MB_ICONWARNING) == IDYES;
 }
 
@@ -56,9 +56,7 @@ bool TrustDialogs::AllowMicrophone(HWND owner, const PageIdentity& page, const s
 }
 
 std::wstring TrustDialogs::PickFolder(HWND owner, const PageIdentity& page) {
-    return BrowseForFolder(
-        owner, L"The page " + ForReading(page.origin) +
-                   L" wants to save pictures or recordings. Pick the folder that it may write into.");
+    return BrowseForFolder(owner, Insert(UiText(IDS_TRUST_FOLDER), {ForReading(page.origin)}));
 }
 
 std::wstring BrowseForFolder(HWND owner, const std::wstring& text) {
