@@ -17,9 +17,9 @@ constexpr int kNoteLines = 2;
 
 std::wstring CodecNames(std::uint8_t codecs) {
     std::wstring names;
-    // The numbers of the codec list: MPEG-4, Motion JPEG, H.264.
+    // The numbers of the codec list: MPEG-4, Motion JPEG, H.264, H.265.
     for (const auto& [bit, text] :
-         {std::pair(4, IDS_VIDEO_H264), {1, IDS_VIDEO_MPEG4}, {2, IDS_VIDEO_MJPEG}}) {
+         {std::pair(8, IDS_VIDEO_H265), {4, IDS_VIDEO_H264}, {1, IDS_VIDEO_MPEG4}, {2, IDS_VIDEO_MJPEG}}) {
         if ((codecs & bit) == 0) continue;
         if (!names.empty()) names += L", ";
         names += UiText(static_cast<unsigned>(text));

@@ -14,6 +14,8 @@ const wchar_t* NameOf(VideoCodec codec) {
             return L"Motion JPEG";
         case VideoCodec::H264:
             return L"H.264";
+        case VideoCodec::H265:
+            return L"H.265";
         default:
             return L"";
     }
@@ -74,7 +76,8 @@ std::wstring FigureText(const StreamStatistics& statistics, const std::wstring& 
     for (const auto& [figure, text] : Figures(statistics)) {
         if (figure == name) return text;
         // Names and texts are our own: none of them needs escapes.
-        json += (json.empty() ? L"{ \"" : L", \"") + figure + L"\": \"" + text + L"\"";
+        json.append(json.empty() ? L"{ \"" : L", \"").append(figure);
+        json.append(L"\": \"").append(text).append(L"\"");
     }
     return name.empty() ? json + L" }" : fallback;
 }
