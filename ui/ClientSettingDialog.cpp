@@ -51,7 +51,7 @@ std::vector<std::wstring> Texts(std::initializer_list<unsigned> ids) {
 }
 
 std::vector<std::wstring> VideoTexts() {
-    return Texts({IDS_VIDEO_H264, IDS_VIDEO_MPEG4, IDS_VIDEO_MJPEG});
+    return Texts({IDS_VIDEO_H264, IDS_VIDEO_MPEG4, IDS_VIDEO_MJPEG, IDS_VIDEO_H265});
 }
 std::vector<std::wstring> ProtocolTexts() {
     return Texts({IDS_PROTOCOL_UDP, IDS_PROTOCOL_TCP, IDS_PROTOCOL_HTTP, IDS_PROTOCOL_MULTICAST});
@@ -105,7 +105,7 @@ void ClientSettingDialog::OnOpened() {
     FormControls& controls = Controls();
     const std::vector<std::wstring> video = VideoTexts();
     const std::vector<std::wstring> protocols = ProtocolTexts();
-    controls.SetChoices(IDC_SETTINGS_VIDEO, video, Position(settings.video, video.size()));
+    controls.SetChoices(IDC_SETTINGS_VIDEO, video, VideoPosition(settings.video));
     controls.SetChoices(IDC_SETTINGS_PROTOCOL, protocols, Position(settings.protocol, protocols.size()));
     SetStreams(m_view.streams);
     controls.SetText(IDC_SETTINGS_RECORD_FOLDER, settings.recordFolder);
@@ -134,7 +134,7 @@ std::optional<ClientSettings> ClientSettingDialog::Take() {
     const auto chosen = [&](int id) { return std::max(controls.Chosen(id), 0); };
     EnteredSettings entered;
     entered.chosen = m_view.settings;
-    entered.chosen.video = static_cast<std::uint32_t>(chosen(IDC_SETTINGS_VIDEO));
+    entered.chosen.video = kVideoOptions.at(static_cast<std::size_t>(chosen(IDC_SETTINGS_VIDEO)));
     entered.chosen.protocol = static_cast<std::uint32_t>(chosen(IDC_SETTINGS_PROTOCOL));
     entered.chosen.stream = m_streams[static_cast<std::size_t>(chosen(IDC_SETTINGS_STREAM))].number;
     entered.chosen.statistics = controls.IsChecked(IDC_SETTINGS_STATISTICS);

@@ -51,6 +51,11 @@ bool IsWholePath(const std::wstring& folder) {
            folder[2] != L'?';
 }
 
+int VideoPosition(std::uint32_t option) {
+    const auto found = std::find(kVideoOptions.begin(), kVideoOptions.end(), option);
+    return found == kVideoOptions.end() ? 0 : static_cast<int>(found - kVideoOptions.begin());
+}
+
 ClientSettingsFault TakeEntered(const EnteredSettings& entered, ClientSettings& settings) {
     const auto size = ParseNumber(entered.recordMiB, ClientSettings::kMostMiB);
     const auto time = ParseNumber(entered.recordSeconds, ClientSettings::kMostSeconds);
@@ -92,8 +97,10 @@ void TakeValue(ClientSettings& settings, const std::wstring& name, const std::ws
     if (name == kSnapshotFolder && IsFolder(text)) settings.snapshotFolder = text;
     if (text.empty()) return;
     const auto number = [&](long most) { return ParseNumber(text, most); };
+    if (const auto option = number(kVideoOptions.back()); option && name == kVideo)
+        settings.video =
+            kVideoOptions.at(static_cast<std::size_t>(VideoPosition(static_cast<std::uint32_t>(*option))));
     if (const auto option = number(kMostOption)) {
-        if (name == kVideo) settings.video = static_cast<std::uint32_t>(*option);
         if (name == kProtocol) settings.protocol = static_cast<std::uint32_t>(*option);
         if (name == kStatistics) settings.statistics = *option != 0;
     }

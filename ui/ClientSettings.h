@@ -3,6 +3,7 @@
 // What the client-setting dialog sets: which values, within which bounds, and under which names they are
 // kept. Pure.
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -11,11 +12,16 @@
 
 namespace norix {
 
+/// H.264, MPEG-4, Motion JPEG, H.265: in the order of the dialog's list.
+inline constexpr std::array<std::uint32_t, 4> kVideoOptions = {0, 1, 2, 8};
+/// The position of an option in it; the first one's for what is no option.
+int VideoPosition(std::uint32_t option);
+
 struct ClientSettings {
     static constexpr long kMostMiB = 1048576;
     static constexpr long kMostSeconds = 24 * 60 * 60;
 
-    std::uint32_t video = 0;     // VideoOption: a preferred codec, 1 or 2; else H.264
+    std::uint32_t video = 0;     // VideoOption: one of kVideoOptions
     std::uint32_t protocol = 0;  // ProtocolOption: 0 UDP, 1 TCP, 2 HTTP, 3 multicast
     long stream = 1;
     std::wstring recordFolder;

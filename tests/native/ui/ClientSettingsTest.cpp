@@ -54,7 +54,7 @@ TEST(ClientSettings, NameWhatIsWrong) {
 
 TEST(ClientSettings, ComeBackFromTheirValues) {
     ClientSettings settings;
-    settings.video = 1;
+    settings.video = 8;
     settings.protocol = 3;
     settings.stream = 2;
     settings.recordFolder = L"C:\\Videos";
