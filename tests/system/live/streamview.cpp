@@ -49,7 +49,7 @@ class KeyFrames final : public MediaRecorder {
   public:
     bool IsRecordingRequested() const override { return false; }
     void RecMedia(RecordMedia, const std::uint8_t* data, std::size_t size, std::uint32_t) override {
-        if (ContentsOf({data, size}).idr) Say("key");
+        if (ContentsOf(NalSyntax::H264, {data, size}).idr) Say("key");
     }
 };
 

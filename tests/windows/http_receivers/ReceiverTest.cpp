@@ -66,8 +66,12 @@ class HttpReceiverTest : public testing::Test {
     }
 
     static HttpStreamRequest Request(const ScriptedServer& server) {
-        return {"127.0.0.1", server.Port(), "/kest-cgi/mjpeg.cgi?channel=1&stream=1", "admin", "secret", "",
-                {},          2000};
+        return {.host = "127.0.0.1",
+                .port = server.Port(),
+                .path = "/kest-cgi/mjpeg.cgi?channel=1&stream=1",
+                .user = "admin",
+                .password = "secret",
+                .timeLimitMs = 2000};
     }
 
     // The statuses that are posted, at least until there are as many or the deadline is over.
@@ -142,7 +146,7 @@ TEST_F(HttpReceiverTest, AStartThatFailsReportsNothingButItself) {
     }
     EXPECT_EQ(server.Requests().size(), 6u);
     for (const char* host : {"no-such-host.invalid", "bad host", "127.0.0.1"}) {
-        HttpStreamRequest request{host, 9, "/", "", "", "", {}, 300};
+        HttpStreamRequest request{.host = host, .port = 9, .path = "/", .timeLimitMs = 300};
         EXPECT_FALSE(Start(receiver, request)) << host;
     }
     EXPECT_TRUE(Statuses().empty());
