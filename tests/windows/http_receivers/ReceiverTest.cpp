@@ -66,12 +66,14 @@ class HttpReceiverTest : public testing::Test {
     }
 
     static HttpStreamRequest Request(const ScriptedServer& server) {
-        return {.host = "127.0.0.1",
-                .port = server.Port(),
-                .path = "/kest-cgi/mjpeg.cgi?channel=1&stream=1",
-                .user = "admin",
-                .password = "secret",
-                .timeLimitMs = 2000};
+        HttpStreamRequest request;
+        request.host = "127.0.0.1";
+        request.port = server.Port();
+        request.path = "/kest-cgi/mjpeg.cgi?channel=1&stream=1";
+        request.user = "admin";
+        request.password = "secret";
+        request.timeLimitMs = 2000;
+        return request;
     }
 
     // The statuses that are posted, at least until there are as many or the deadline is over.
@@ -146,7 +148,11 @@ TEST_F(HttpReceiverTest, AStartThatFailsReportsNothingButItself) {
     }
     EXPECT_EQ(server.Requests().size(), 6u);
     for (const char* host : {"no-such-host.invalid", "bad host", "127.0.0.1"}) {
-        HttpStreamRequest request{.host = host, .port = 9, .path = "/", .timeLimitMs = 300};
+        HttpStreamRequest request;
+        request.host = host;
+        request.port = 9;
+        request.path = "/";
+        request.timeLimitMs = 300;
         EXPECT_FALSE(Start(receiver, request)) << host;
     }
     EXPECT_TRUE(Statuses().empty());
