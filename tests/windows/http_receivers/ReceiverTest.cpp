@@ -195,7 +195,9 @@ TEST_F(HttpReceiverTest, StopsWhateverTheThreadIsAt) {
     EXPECT_FALSE(StartCalling(receiver, Request(server), stop));  // it waits for the head
     EXPECT_FALSE(StartCalling(receiver, Request(server), [&] { receiver.reset(); }));
     receiver = Receiver();  // it connects to where nobody answers
-    EXPECT_FALSE(StartCalling(receiver, {"192.0.2.1", 80, "/", "", "", "", {}, 2000}, stop));
+    HttpStreamRequest nobody = Request(server);
+    nobody.host = "192.0.2.1";
+    EXPECT_FALSE(StartCalling(receiver, nobody, stop));
 
     m_param->ResetForNewStream();
     ASSERT_TRUE(Start(receiver, Request(server)));
