@@ -59,11 +59,18 @@ void Playback::StartDecoder() {
     auto decoder = std::make_shared<CDecoder>(static_cast<std::uint32_t>(codec));
     decoder->AttachWindow(m_param->window.Get());
     decoder->AttachView(m_view);
-    decoder->SetPresenter(MakePresenter(*decoder, *m_param));
-    std::lock_guard<std::mutex> lock(m_lock);
-    if (IsEnding()) return;
-    if (decoder->CreateDisplayThread() != kResultOk || decoder->StartDecThread(m_param) != kResultOk) return;
-    m_decoder = std::move(decoder);
+    while (true) {
+        const bool gdi = m_param->forceGDI.Get();
+        decoder->SetPresenter(MakePresenter(*decoder, *m_param));
+        std::lock_guard<std::mutex> lock(m_lock);
+        if (IsEnding()) return;
+        // Until it is known here, nobody else gives the decoder another presenter.
+        if (m_param->forceGDI.Get() != gdi) continue;
+        if (decoder->CreateDisplayThread() != kResultOk || decoder->StartDecThread(m_param) != kResultOk)
+            return;
+        m_decoder = std::move(decoder);
+        return;
+    }
 }
 
 void Playback::StartAudio() {
