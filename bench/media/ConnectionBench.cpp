@@ -45,7 +45,6 @@ class NotingPresenter final : public Presenter {
         return result;
     }
     void DisplayChanged() override {}
-    bool DrawOwn(HDC, const RECT&) override { return false; }
 
     std::uint64_t PresentedAt() const { return m_presentedAt; }
     util::Event presented{util::Event::Kind::kAutoReset};

@@ -12,7 +12,6 @@
 #include "bench/render/BenchWindow.h"
 #include "render/overlay/GraphicObjects.h"
 #include "render/present/DirectDrawFunctions.h"
-#include "render/present/PictureBlit.h"
 #include "render/present/Presenter.h"
 #include "util/Handles.h"
 
@@ -47,6 +46,7 @@ class Pictures {
             m_pictures[which].data = bytes.data();
             m_pictures[which].size = size;
             m_pictures[which].stride = stride;
+            m_pictures[which].format = format;
         }
     }
     const Picture& Next() { return m_pictures[m_count++ % 2]; }
@@ -182,8 +182,12 @@ void BareStretchToWindow(benchmark::State& state) {
     const bench::Window window(width);
     Pictures pictures(size, codec::PixelFormat::kBgr24);
     const util::WindowDc dc(window.Handle());
+    BITMAPINFO info = {};
+    info.bmiHeader = {sizeof(info.bmiHeader), size.width, -size.height, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
+    SetStretchBltMode(dc.Get(), COLORONCOLOR);
     for (auto _ : state) {
-        StretchBgr(dc.Get(), {0, 0, width, width * 9 / 16}, {pictures.Next().data, size.width, 0, size});
+        StretchDIBits(dc.Get(), 0, 0, width, width * 9 / 16, 0, 0, size.width, size.height,
+                      pictures.Next().data, &info, DIB_RGB_COLORS, SRCCOPY);
         GdiFlush();
     }
 }

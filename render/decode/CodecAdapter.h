@@ -37,6 +37,10 @@ class DecodeHost {
     virtual codec::OutputPicture Scratch() = 0;
     virtual void SwapWorkAndScratch() = 0;
 
+    /// False while a picture would only be decoded for those that refer to it: nobody sees it, and it need
+    /// not be written. The same throughout a frame.
+    virtual bool IsPictureWanted() const = 0;
+
     virtual bool DeInterlace() const = 0;
     virtual bool SuppressDeinterlace() const = 0;
     virtual int DecodeSpeed() const = 0;

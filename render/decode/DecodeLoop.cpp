@@ -6,6 +6,12 @@
 #include "util/Log.h"
 
 namespace norix {
+namespace {
+
+// However many pictures nobody sees, one in so many milliseconds is there for the window's next repaint.
+constexpr std::uint32_t kLongestUnwanted = 1000;
+
+}  // namespace
 
 DecodeLoop::DecodeLoop(Pipeline& pipeline)
     : m_pipeline(pipeline), m_param(pipeline.param.get()), m_adapter(CreateCodecAdapter(pipeline.kind)) {}
@@ -20,6 +26,7 @@ void DecodeLoop::Step() {
     if (m_param->GetFilledVideoFrame(&record) != kResultOk) return;
 
     AdoptOfferedSink();
+    ReplaceFailedSink();
     if (IsWanted(*record)) {
         DecodeRecord(*record);
         m_param->CountFrame(FrameCounters::kDecoded);
@@ -49,11 +56,22 @@ void DecodeLoop::DecodeRecord(const VideoFrameRecord& record) {
         m_leftOut = false;
         frame.info.damagedBefore = true;
     }
+    m_wanted = IsPictureDue();
+    m_tooLarge = false;
     const std::optional<std::int64_t> picture = m_adapter ? m_adapter->Decode(frame, *this) : frame.info.tag;
     // Here rather than behind the queue, where the display thread may already be ahead of it.
     m_param->Trace().Record(record.pts, FrameTimingTrace::kDecoded, platform::Ticks100ns());
+    if (picture && m_wanted) m_lastWanted = platform::TimerMs();
     if (picture) PushBackToDisplayQueue(m_underWay.Of(*picture));
-    if (picture && m_pipeline.kind == VideoCodec::Mjpeg) SaveJpegOnRequest(record);
+    // What can't be shown can still be saved, but no damaged frame.
+    if ((picture || m_tooLarge) && m_pipeline.kind == VideoCodec::Mjpeg) SaveJpegOnRequest(record);
+}
+
+bool DecodeLoop::IsPictureDue() {
+    const SnapshotRequests& requests = m_param->snapshots;
+    const bool seen = m_param->display.Get() && m_pipeline.sink->IsSeen();
+    const bool due = !m_lastWanted || platform::TimerMs() - *m_lastWanted >= kLongestUnwanted;
+    return seen || due || requests.FileWanted() || requests.DataWanted();
 }
 
 void DecodeLoop::SaveJpegOnRequest(const VideoFrameRecord& record) {
@@ -93,6 +111,7 @@ bool DecodeLoop::Admits(PixelSize size) {
         return true;
     }
     m_ready = false;
+    m_tooLarge = true;
     if (size == m_refused) return false;
     m_refused = size;
     m_param->SetPictureSize(size.width, size.height);
@@ -112,12 +131,19 @@ void DecodeLoop::ReleasePictures() {
 }
 
 void DecodeLoop::AdoptOfferedSink() {
-    std::shared_ptr<PictureSink> offered = m_pipeline.TakeOfferedSink();
-    if (!offered) return;
+    if (std::shared_ptr<PictureSink> offered = m_pipeline.TakeOfferedSink()) Adopt(std::move(offered));
+}
+
+void DecodeLoop::ReplaceFailedSink() {
+    if (!m_pipeline.sink->HasFailed()) return;
+    if (std::shared_ptr<PictureSink> substitute = m_pipeline.sink->Substitute()) Adopt(std::move(substitute));
+}
+
+void DecodeLoop::Adopt(std::shared_ptr<PictureSink> sink) {
     const PauseGate::Pause pause(m_pipeline.gate);
     if (!pause) return;
     ReleasePictures();  // they are in the old one's format
-    m_pipeline.sink = std::move(offered);
+    m_pipeline.sink = std::move(sink);
     if (!m_size.IsEmpty()) m_ready = PrepareSink();
 }
 
@@ -133,10 +159,15 @@ bool DecodeLoop::PrepareFor(PixelSize size) {
     return m_ready;
 }
 
+// The display thread is held.
 bool DecodeLoop::PrepareSink() {
     if (!Admits(m_size)) return false;
     m_pipeline.view->SetPictureSize(m_size);
-    return m_pipeline.sink->Prepare(m_size);
+    if (m_pipeline.sink->Prepare(m_size)) return true;
+    std::shared_ptr<PictureSink> substitute = m_pipeline.sink->Substitute();
+    if (!substitute) return false;
+    m_pipeline.sink = std::move(substitute);
+    return Admits(m_size) && m_pipeline.sink->Prepare(m_size);
 }
 
 DisplayFrame* DecodeLoop::WaitForFreeFrame(std::uint32_t pts) {
@@ -154,10 +185,11 @@ DisplayFrame* DecodeLoop::WaitForFreeFrame(std::uint32_t pts) {
 void DecodeLoop::PushBackToDisplayQueue(const FramesUnderWay::Frame& source) {
     DisplayFrame* const frame = WaitForFreeFrame(source.pts);
     if (!frame) return;
-    frame->picture.Swap(m_work);
+    if (m_wanted) frame->picture.Swap(m_work);
     frame->pts = source.pts;
     frame->size = m_size;
     frame->format = m_pipeline.sink->Format();
+    frame->converted = m_wanted;
 
     const PixelSize reference{source.info.ReferenceWidth(), source.info.ReferenceHeight()};
     for (std::size_t i = 0; i < kRegionCount; ++i) {

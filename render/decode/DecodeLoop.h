@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "render/decode/CodecAdapter.h"
 #include "render/decode/FramesUnderWay.h"
@@ -31,6 +33,7 @@ class DecodeLoop final : private DecodeHost {
     codec::OutputPicture Work() override { return Describe(m_work); }
     codec::OutputPicture Scratch() override { return Describe(m_scratch); }
     void SwapWorkAndScratch() override { m_work.Swap(m_scratch); }
+    bool IsPictureWanted() const override { return m_wanted; }
     bool DeInterlace() const override { return m_param->deInterlace.Get(); }
     bool SuppressDeinterlace() const override { return m_param->suppressDeinterlace.Get(); }
     int DecodeSpeed() const override { return m_param->decodeSpeed.Get(); }
@@ -40,7 +43,10 @@ class DecodeLoop final : private DecodeHost {
     bool Fits(PixelSize size) const;
     void ReleasePictures();
     bool IsWanted(const VideoFrameRecord& record);
+    bool IsPictureDue();
     void AdoptOfferedSink();
+    void ReplaceFailedSink();
+    void Adopt(std::shared_ptr<PictureSink> sink);
     bool PrepareSink();
     void DecodeRecord(const VideoFrameRecord& record);
     void SaveJpegOnRequest(const VideoFrameRecord& record);
@@ -55,9 +61,12 @@ class DecodeLoop final : private DecodeHost {
     PictureBuffer m_work;     // the codec writes here; swapped with a display frame's
     PictureBuffer m_scratch;  // for filters
     PixelSize m_size;
-    bool m_ready = false;    // the sink is prepared for m_size
-    bool m_leftOut = false;  // frames were, since the last key frame
-    PixelSize m_refused;     // the size that was refused last, since one was admitted
+    bool m_ready = false;                       // the sink is prepared for m_size
+    bool m_leftOut = false;                     // frames were, since the last key frame
+    PixelSize m_refused;                        // the size that was refused last, since one was admitted
+    bool m_tooLarge = false;                    // the frame in hand, to be shown
+    bool m_wanted = true;                       // the picture of the frame in hand
+    std::optional<std::uint32_t> m_lastWanted;  // when there was one that was, by the multimedia timer
     bool m_regionsReported = false;
 };
 

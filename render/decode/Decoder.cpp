@@ -5,6 +5,7 @@
 #include "render/decode/DecodeLoop.h"
 #include "render/overlay/GraphicObjects.h"
 #include "render/present/DisplayLoop.h"
+#include "render/present/Repaint.h"
 #include "render/snapshot/SnapshotThread.h"
 #include "util/Log.h"
 #include "util/Settings.h"
@@ -50,7 +51,6 @@ CDecoder::~CDecoder() {
     Stop();
     // Pictures, queues, presenter and codec go with the last owner, which is a thread only if it was
     // abandoned.
-    m_presenter.reset();
     m_pipeline.reset();
 }
 
@@ -76,8 +76,7 @@ bool CDecoder::Stop() {
 
 void CDecoder::SetPresenter(std::shared_ptr<Presenter> presenter) {
     if (!presenter) return;
-    presenter->TakeOver(m_presenter);
-    m_presenter = presenter;
+    m_hasPresenter = true;
     if (m_decodeThread.Started() || m_displayThread.Started()) {
         m_pipeline->OfferSink(std::move(presenter));
     } else {
@@ -94,12 +93,13 @@ void CDecoder::AttachView(std::shared_ptr<PictureView> view) {
 }
 
 bool CDecoder::DrawLast(HDC dc, const RECT& target) {
-    return m_presenter && m_presenter->DrawLast(dc, target);
+    return DrawKept(m_pipeline->kept, *View(), m_overlays.get(), m_window, m_settings.smoothScaling, dc,
+                    target);
 }
 
 Result CDecoder::CreateDisplayThread() {
     if (m_displayThread.Started()) return kResultOk;
-    if (m_stopped || !m_presenter) return kResultFail;
+    if (m_stopped || !m_hasPresenter) return kResultFail;
     const bool started =
         m_displayThread.Start(THREAD_PRIORITY_HIGHEST, [pipeline = m_pipeline](util::StopToken&) {
             NORIX_LOG("CDecoder::DisplayThread", 0, "CDecoder::DisplayThread() begins");
@@ -116,7 +116,7 @@ Result CDecoder::CreateDisplayThread() {
 Result CDecoder::StartDecThread(std::shared_ptr<CCtrlParam> param) {
     if (!param) return kResultInvalidArgument;
     if (m_decodeThread.Started()) return kResultOk;
-    if (m_stopped || !m_presenter) return kResultFail;
+    if (m_stopped || !m_hasPresenter) return kResultFail;
     m_pipeline->param = std::move(param);
     const bool started =
         m_decodeThread.Start(THREAD_PRIORITY_NORMAL, [pipeline = m_pipeline](util::StopToken&) {

@@ -51,7 +51,8 @@ class CDecoder {
     /// What the host draws over the pictures; goes into PresenterConfig.
     const std::shared_ptr<GraphicObjects>& Overlays() const { return m_overlays; }
 
-    /// Draws the last picture into any device context; false when there is none.
+    /// Draws the last picture into any device context, as the window shows it, whichever presenter showed it;
+    /// false when there is none.
     bool DrawLast(HDC dc, const RECT& target);
 
     /// Each starts its thread unless it runs already; 0 on success.
@@ -72,12 +73,12 @@ class CDecoder {
     const std::uint32_t m_kind;
     const DecoderSettings m_settings;
     HWND m_window = nullptr;
-    std::shared_ptr<Presenter> m_presenter;  // the latest one
-    std::shared_ptr<Pipeline> m_pipeline;    // shared with both threads
+    std::shared_ptr<Pipeline> m_pipeline;  // shared with both threads
     const std::shared_ptr<GraphicObjects> m_overlays;
     const std::shared_ptr<SnapshotThread> m_snapshots;
     util::GenericThread m_decodeThread{"Decode"};
     util::GenericThread m_displayThread{"Display"};
+    bool m_hasPresenter = false;
     bool m_stopped = false;
     bool m_ended = true;  // both threads, when they were stopped
 };

@@ -17,6 +17,7 @@ std::optional<std::int64_t> MjpegAdapter::Decode(const CompressedFrame& frame, D
     if (!(announced == host.Size()) || !host.IsReady()) {
         if (!host.PrepareFor(announced)) return std::nullopt;
     }
+    if (!host.IsPictureWanted()) return frame.info.tag;
     const bool filter = host.DeInterlace() && host.Scratch().data;
     const codec::OutputPicture target = filter ? host.Scratch() : host.Work();
     if (const codec::Status status = m_decoder.Decode(frame.data, frame.size, target);

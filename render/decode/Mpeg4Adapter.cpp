@@ -60,7 +60,8 @@ std::optional<std::int64_t> Mpeg4Adapter::DecodePacket(const CompressedFrame& pa
     std::size_t size = packet.size;
     int fruitless = 0;
     do {
-        const bool filter = host.DeInterlace() && host.Scratch().data;
+        const bool wanted = host.IsPictureWanted();
+        const bool filter = wanted && host.DeInterlace() && host.Scratch().data;
         const codec::OutputPicture target = filter ? host.Scratch() : host.Work();
         // The interface takes no capacity. While the host is ready its buffers hold the size that the decoder
         // announced last; before that the decoder is new, and writes nothing until it has announced one.
@@ -73,7 +74,7 @@ std::optional<std::int64_t> Mpeg4Adapter::DecodePacket(const CompressedFrame& pa
         frame.general = kDecodeFlags;
         frame.bitstream = const_cast<std::uint8_t*>(data);  // not modified
         frame.length = static_cast<int>(std::min<std::size_t>(size, std::numeric_limits<int>::max()));
-        frame.output.csp = Colourspace(target.format);
+        frame.output.csp = wanted ? Colourspace(target.format) : XVID_CSP_NULL;
         frame.output.plane[0] = target.data;
         frame.output.stride[0] = target.stride;
 #ifdef XVID_CARRIES_TAGS

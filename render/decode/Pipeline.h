@@ -9,6 +9,7 @@
 #include "render/decode/DecoderSettings.h"
 #include "render/decode/PauseGate.h"
 #include "render/present/DisplayPool.h"
+#include "render/present/KeptPicture.h"
 #include "render/present/PictureSink.h"
 #include "render/present/PictureView.h"
 #include "render/snapshot/SnapshotTaker.h"
@@ -28,6 +29,7 @@ struct Pipeline {
     // any thread
     DisplayPool pool;
     PauseGate gate;  // holds the display thread
+    KeptPicture kept;
 
     /// Set by the owner before the decode thread starts, constant from then on. The display thread looks at
     /// them only when it has got a picture from there. The snapshot taker may be null.
@@ -40,7 +42,7 @@ struct Pipeline {
     std::atomic<bool> displayRunning{true};
 
     /// Decode thread; the display thread too, while it is not held. The owner sets the first one before the
-    /// threads start and later ones through OfferSink.
+    /// threads start and later ones through OfferSink; the decode thread puts a substitute in its place.
     std::shared_ptr<PictureSink> sink;
 
     /// Any thread: pictures go here instead from the next compressed frame on.

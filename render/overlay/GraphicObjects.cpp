@@ -56,12 +56,18 @@ std::shared_ptr<const Tool> GraphicObjects::Find(long handle) const {
     return nullptr;
 }
 
+/// With m_lock held.
+void GraphicObjects::ShapesChanged() {
+    m_hasShapes.store(!m_shapes.empty(), std::memory_order_relaxed);
+    ++m_version;
+}
+
 template <class Make>
 long GraphicObjects::Add(Make&& make) try {
     const std::lock_guard lock(m_lock);
     if (m_shapes.size() >= kMostShapes) return E_OUTOFMEMORY;
     m_shapes.push_back(make());
-    m_hasShapes.store(true, std::memory_order_relaxed);
+    ShapesChanged();
     return m_shapes.back()->GetHandle();
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
@@ -93,7 +99,7 @@ long GraphicObjects::Remove(long handle) {
                                     [&](const auto& candidate) { return candidate->GetHandle() == handle; });
     if (shape != m_shapes.end()) {
         m_shapes.erase(shape);
-        m_hasShapes.store(!m_shapes.empty(), std::memory_order_relaxed);
+        ShapesChanged();
         return S_OK;
     }
     const auto tool = std::find_if(m_tools.begin(), m_tools.end(),
@@ -107,7 +113,7 @@ void GraphicObjects::RemoveAll() {
     const std::lock_guard lock(m_lock);
     m_shapes.clear();
     m_tools.clear();
-    m_hasShapes.store(false, std::memory_order_relaxed);
+    ShapesChanged();
 }
 
 void GraphicObjects::Resize(PixelSize from, PixelSize to) {
@@ -120,6 +126,7 @@ void GraphicObjects::Resize(PixelSize from, PixelSize to) {
               from.height, to.width, to.height, ratioX, ratioY);
     for (const auto& shape : m_shapes)
         shape->ResizeCanvas(ratioX, ratioY);
+    ShapesChanged();
 }
 
 void GraphicObjects::PaintOverlays(HDC dc) {

@@ -6,6 +6,7 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "render/overlay/GraphicObject.h"
@@ -46,6 +47,7 @@ class GraphicObjects final : public OverlayPainter {
 
     void PaintOverlays(HDC dc) override;
     bool HasOverlays() const override { return m_hasShapes.load(std::memory_order_relaxed); }
+    std::optional<unsigned> Version() const override { return m_version.load(); }
 
   private:
     template <class Tool>
@@ -54,13 +56,16 @@ class GraphicObjects final : public OverlayPainter {
     std::shared_ptr<const Tool> Find(long handle) const;
     template <class Make>
     long Add(Make&& make);
+    void ShapesChanged();
 
     std::mutex m_lock;
     // guarded by m_lock
     std::list<std::unique_ptr<CGraphicObject>> m_shapes;
     std::list<std::shared_ptr<CGdiTool>> m_tools;
 
-    std::atomic<bool> m_hasShapes{false};  // a first look without the lock
+    // Looked at without the lock, written with it:
+    std::atomic<bool> m_hasShapes{false};
+    std::atomic<unsigned> m_version{0};  // of the shapes
 };
 
 }  // namespace norix

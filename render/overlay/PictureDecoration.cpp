@@ -112,14 +112,13 @@ void DrawGDIRect(HDC dc, const PixelRect& rect, bool alarm, HWND window) {
                   static_cast<unsigned>(reinterpret_cast<UINT_PTR>(window)), IsWindow(window) ? "yes" : "no");
 }
 
-bool HasDecoration(const Picture& picture, const PictureView::Settings& settings, OverlayPainter* overlays) {
-    return (overlays && overlays->HasOverlays()) || settings.caption || settings.border ||
-           std::any_of(picture.regions.begin(), picture.regions.end(),
+bool HasRegions(const Picture& picture) {
+    return std::any_of(picture.regions.begin(), picture.regions.end(),
                        [](const Picture::Region& region) { return region.drawn; });
 }
 
-void DrawOverPicture(HDC dc, PixelSize area, const Picture& picture, const PictureView::Settings& settings,
-                     OverlayPainter* overlays, HWND window) {
+void DrawRegions(HDC dc, PixelSize area, const Picture& picture, const PictureView::Settings& settings,
+                 HWND window) {
     static const std::wstring kNameless;
     for (std::size_t i = 0; i < picture.regions.size(); ++i) {
         const Picture::Region& region = picture.regions[i];
@@ -129,17 +128,21 @@ void DrawOverPicture(HDC dc, PixelSize area, const Picture& picture, const Pictu
         DrawGDIRect(dc, rect, region.alarm, window);
         DrawRegionText(dc, rect, region, settings.regionNames ? (*settings.regionNames)[i] : kNameless);
     }
-    if (overlays && overlays->HasOverlays()) {
-        const SavedDc saved(dc);
-        try {
-            overlays->PaintOverlays(dc);
-        } catch (...) {
-            NORIX_LOG("CDecoder::DrawAllGraphicObjs", 1,
-                      "CDecoder::DrawAllGraphicObjs exception! Window handle%x(Is window? %s)!",
-                      static_cast<unsigned>(reinterpret_cast<UINT_PTR>(window)),
-                      IsWindow(window) ? "yes" : "no");
-        }
+}
+
+void DrawObjects(HDC dc, OverlayPainter* overlays, HWND window) {
+    if (!overlays || !overlays->HasOverlays()) return;
+    const SavedDc saved(dc);
+    try {
+        overlays->PaintOverlays(dc);
+    } catch (...) {
+        NORIX_LOG("CDecoder::DrawAllGraphicObjs", 1,
+                  "CDecoder::DrawAllGraphicObjs exception! Window handle%x(Is window? %s)!",
+                  static_cast<unsigned>(reinterpret_cast<UINT_PTR>(window)), IsWindow(window) ? "yes" : "no");
     }
+}
+
+void DrawCaptionAndBorder(HDC dc, PixelSize area, const PictureView::Settings& settings) {
     const RECT whole{0, 0, area.width, area.height};
     if (settings.caption) DrawCaption(dc, whole, *settings.caption);
     if (settings.border) DrawBorder(dc, whole);

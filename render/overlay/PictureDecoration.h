@@ -23,12 +23,15 @@ void DrawBorder(HDC dc, const RECT& area);
 /// A failure is only logged, with `window` named in the line.
 void DrawGDIRect(HDC dc, const PixelRect& rect, bool alarm, HWND window);
 
-/// Everything over one picture, in a device context whose origin is the window's: regions first, then the
-/// host's graphic objects, caption and border on top.
-void DrawOverPicture(HDC dc, PixelSize area, const Picture& picture, const PictureView::Settings& settings,
-                     OverlayPainter* overlays, HWND window);
+// Everything over one picture, in a device context whose origin is the window's, from the lowest to the
+// highest.
 
-/// Whether DrawOverPicture() would do anything.
-bool HasDecoration(const Picture& picture, const PictureView::Settings& settings, OverlayPainter* overlays);
+void DrawRegions(HDC dc, PixelSize area, const Picture& picture, const PictureView::Settings& settings,
+                 HWND window);
+/// The host's graphic objects. A painter that fails costs its own drawing only.
+void DrawObjects(HDC dc, OverlayPainter* overlays, HWND window);
+void DrawCaptionAndBorder(HDC dc, PixelSize area, const PictureView::Settings& settings);
+
+bool HasRegions(const Picture& picture);
 
 }  // namespace norix

@@ -8,7 +8,7 @@ BITMAPINFO DibCanvas::Describe(PixelSize size) {
     info.bmiHeader.biWidth = size.width;
     info.bmiHeader.biHeight = size.height;
     info.bmiHeader.biPlanes = 1;
-    info.bmiHeader.biBitCount = 24;
+    info.bmiHeader.biBitCount = 32;
     return info;
 }
 
@@ -20,6 +20,13 @@ DibCanvas::DibCanvas(PixelSize size)
           return CreateDIBSection(m_dc.Get(), &info, DIB_RGB_COLORS, &m_bits, nullptr, 0);
       }()),
       m_selected(m_dc.Get(), m_bitmap.Get()) {}
+
+codec::BgrScaler::Target DibCanvas::Pixels() const {
+    GdiFlush();
+    const std::ptrdiff_t stride = static_cast<std::ptrdiff_t>(m_size.width) * 4;
+    return {static_cast<std::uint8_t*>(m_bits) + (m_size.height - 1) * stride, -stride, m_size.width,
+            m_size.height};
+}
 
 bool DibCanvas::CopyTo(HDC dc, const RECT& target) const {
     GdiFlush();

@@ -1,14 +1,11 @@
 #include "render/present/DirectDrawPresenter.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <new>
 
-#include "codec/ColorConvert.h"
 #include "render/overlay/PictureDecoration.h"
-#include "render/present/DibCanvas.h"
-#include "render/present/PictureBlit.h"
+#include "render/present/Visibility.h"
 #include "util/Handles.h"
 #include "util/Log.h"
 
@@ -21,8 +18,36 @@ constexpr std::uint32_t kMpeg4 = 1;
 constexpr std::uint32_t kH264 = 4;
 constexpr std::uint32_t kH265 = 8;
 
-// What the window thread may wait for the display thread when it wants the last picture.
-constexpr auto kMoment = std::chrono::milliseconds(100);
+// Between two attempts with surfaces that are lost.
+constexpr DWORD kRetryMs = 1000;
+
+// Instead of showing: the window is not on this device alone.
+constexpr HRESULT kBeyondDevice = 2;
+
+// The device context of a surface, which is locked meanwhile.
+class SurfaceDc {
+  public:
+    explicit SurfaceDc(IDirectDrawSurface7& surface) : m_surface(surface) {
+        if (FAILED(surface.GetDC(&m_dc))) m_dc = nullptr;
+    }
+    ~SurfaceDc() {
+        if (m_dc) m_surface.ReleaseDC(m_dc);
+    }
+    SurfaceDc(const SurfaceDc&) = delete;
+    SurfaceDc& operator=(const SurfaceDc&) = delete;
+
+    HDC Get() const { return m_dc; }
+    explicit operator bool() const { return m_dc != nullptr; }
+
+  private:
+    IDirectDrawSurface7& m_surface;
+    HDC m_dc = nullptr;
+};
+
+void LogGivingUp(HRESULT failure) {
+    NORIX_LOG("CDecoder::InitializeDirectDraw", 1,
+              "DirectDraw failed, hr = 0x%08x: pictures are shown by GDI", static_cast<unsigned>(failure));
+}
 
 RECT ToRect(const PixelRect& rect) {
     return {rect.left, rect.top, rect.right, rect.bottom};
@@ -38,64 +63,87 @@ DDSURFACEDESC2 NewDescription() {
 }  // namespace
 
 DirectDrawPresenter::DirectDrawPresenter(const PresenterConfig& config, const DirectDrawFunctions& directDraw,
-                                         const CMonitors& monitors)
-    : m_config(config), m_directDraw(directDraw), m_monitors(monitors) {}
+                                         const CMonitors& monitors, DWORD(WINAPI* milliseconds)())
+    : m_config(config),
+      m_directDraw(directDraw),
+      m_monitors(monitors),
+      m_milliseconds(milliseconds),
+      m_objects(config.overlays) {}
 
 DirectDrawPresenter::~DirectDrawPresenter() {
     ReleaseAll();
 }
 
 HRESULT DirectDrawPresenter::Initialize(int width, int height) {
-    const std::lock_guard lock(m_lock);
-    return InitializeDirectDraw(width, height);
+    const HRESULT result = InitializeDirectDraw(width, height);
+    m_failed = FAILED(result);
+    m_failures = 0;
+    if (FAILED(result)) LogGivingUp(result);
+    return result;
 }
+
+std::shared_ptr<PictureSink> DirectDrawPresenter::Substitute() {
+    return std::make_shared<GdiPresenter>(m_config);
+}
+
+void DirectDrawPresenter::DisplayChanged() {
+    m_displayChanged = true;
+}
+
+bool DirectDrawPresenter::IsSeen() const {
+    return IsWindowSeen(m_config.videoWindow);
+}
+
+// ---- One picture
 
 HRESULT DirectDrawPresenter::Present(const Picture& picture) {
     if (!picture.data || picture.size.IsEmpty()) return E_INVALIDARG;
-    PictureView::Settings settings = m_config.view->Current(picture.size);
-    settings.rotation = Rotation::k0;
-    PixelSize window;
-    {
-        const std::lock_guard lock(m_lock);
-        const HRESULT filled = Fill(picture, settings, window);
-        // New surfaces cost this picture on the screen, but not what is painted before the next one.
-        if (filled == S_FALSE && m_picture && !m_filled && CopyToSurface(picture) == S_OK)
-            m_lastSource = settings.source;
-        if (filled != S_OK) return filled;
-        if (!HasDecoration(picture, settings, m_config.overlays.get()))
-            return ShowOnScreen(*m_picture.Get(), {settings.source, Whole(window)});
+    if (!IsSeen()) return S_FALSE;
+    const bool waits = m_failures > 0 && static_cast<LONG>(m_milliseconds() - m_retryAt) < 0;
+    if (m_failed || waits) return PresentByGdi(picture);
+    const HRESULT shown = PresentByDirectDraw(picture);
+    if (FAILED(shown)) NoteFailure(shown);
+    if (FAILED(shown) || shown == kBeyondDevice) return PresentByGdi(picture);
+    if (shown == S_OK) {
+        m_failures = 0;
+        m_stopgap.reset();
     }
-    return ShowDecorated(picture, settings, window);
+    return shown;
 }
 
-// The surfaces stay as they are meanwhile: they are made by this thread, or while it is held.
+HRESULT DirectDrawPresenter::PresentByDirectDraw(const Picture& picture) {
+    RECT client;
+    if (!GetClientRect(m_config.videoWindow, &client) || IsRectEmpty(&client)) return S_FALSE;
+    const PixelSize window{static_cast<int>(client.right), static_cast<int>(client.bottom)};
+    PictureView::Settings settings = m_config.view->Current(picture.size);
+    settings.rotation = Rotation::k0;
+
+    HRESULT result = FollowMonitor(picture.size);
+    if (FAILED(result)) return result;
+    if (!m_picture) return S_FALSE;
+    if (ReachesBeyondDevice(window)) return kBeyondDevice;
+    result = CopyToSurface(picture);
+    if (result != S_OK) return result;
+    const bool decorated = (m_config.overlays && m_config.overlays->HasOverlays()) || settings.caption ||
+                           settings.border || HasRegions(picture);
+    if (decorated) return ShowDecorated(picture, settings, window);
+    return ShowOnScreen(*m_picture.Get(), {settings.source, Whole(window)});
+}
+
 HRESULT DirectDrawPresenter::ShowDecorated(const Picture& picture, const PictureView::Settings& settings,
                                            PixelSize window) {
-    const auto decorate = [&](HDC dc) {
-        DrawOverPicture(dc, window, picture, settings, m_config.overlays.get(), m_config.videoWindow);
-    };
-    HDC dc = nullptr;
-    HRESULT composed;
-    {
-        const std::lock_guard lock(m_lock);
-        composed = Compose(settings.source, window);
-        if (composed == S_OK) composed = m_composed->GetDC(&dc);
-    }
-    if (composed == S_OK) {
-        decorate(dc);
-        m_composed->ReleaseDC(dc);
-        const std::lock_guard lock(m_lock);
+    const HRESULT composed = Compose(settings.source, window);
+    if (composed == S_OK && Decorate(picture, settings, window))
         return ShowOnScreen(*m_composed.Get(), {Whole(window), Whole(window)});
-    }
     m_composed.Reset();
     if (composed != DDERR_SURFACELOST) m_composes = false;
-    {
-        const std::lock_guard lock(m_lock);
-        const HRESULT shown = ShowOnScreen(*m_picture.Get(), {settings.source, Whole(window)});
-        if (shown != S_OK) return shown;
-    }
+    const HRESULT shown = ShowOnScreen(*m_picture.Get(), {settings.source, Whole(window)});
+    if (shown != S_OK) return shown;
     const util::WindowDc screen(m_config.videoWindow);
-    if (screen) decorate(screen.Get());
+    if (!screen) return S_OK;
+    DrawRegions(screen.Get(), window, picture, settings, m_config.videoWindow);
+    DrawObjects(screen.Get(), m_config.overlays.get(), m_config.videoWindow);
+    DrawCaptionAndBorder(screen.Get(), window, settings);
     return S_OK;
 }
 
@@ -120,46 +168,53 @@ HRESULT DirectDrawPresenter::Compose(const PixelRect& source, PixelSize window) 
     return m_composed->Blt(&to, m_picture.Get(), &from, DDBLT_WAIT, nullptr);
 }
 
-void DirectDrawPresenter::DisplayChanged() {
-    m_displayChanged = true;
+bool DirectDrawPresenter::Decorate(const Picture& picture, const PictureView::Settings& settings,
+                                   PixelSize window) {
+    const bool objectsOver =
+        m_objects.Follow(window) && !HasRegions(picture) && PutObjectsOver();  // regions lie below them
+    if (objectsOver && !settings.caption && !settings.border) return true;
+    const SurfaceDc dc(*m_composed.Get());
+    if (!dc) return false;
+    if (!objectsOver) {
+        DrawRegions(dc.Get(), window, picture, settings, m_config.videoWindow);
+        DrawObjects(dc.Get(), m_config.overlays.get(), m_config.videoWindow);
+    }
+    DrawCaptionAndBorder(dc.Get(), window, settings);
+    return true;
 }
 
-bool DirectDrawPresenter::DrawOwn(HDC dc, const RECT& target) try {
-    std::unique_lock lock(m_lock, std::defer_lock);
-    if (!lock.try_lock_for(kMoment) || !m_filled) return false;
-
-    const int stride = DibRowBytes(m_pictureSize.width);
-    std::vector<std::uint8_t> bgr(static_cast<std::size_t>(stride) * m_pictureSize.height);
+// The objects' pixels, in a surface that has them as our memory has.
+bool DirectDrawPresenter::PutObjectsOver() {
     DDSURFACEDESC2 locked = NewDescription();
-    if (FAILED(m_picture->Lock(nullptr, &locked, DDLOCK_WAIT | DDLOCK_READONLY, nullptr))) return false;
-    const codec::Status converted =
-        codec::ConvertYuy2ToBgr24(static_cast<const std::uint8_t*>(locked.lpSurface), locked.lPitch,
-                                  m_pictureSize.width, m_pictureSize.height, bgr.data(), stride);
-    m_picture->Unlock(nullptr);
-    const PixelRect source = m_lastSource;
-    const PixelSize size = m_pictureSize;
-    lock.unlock();
-    if (converted != codec::Status::kOk) return false;
-
-    // As the window shows it: at its size, with what lies over the picture.
-    RECT client;
-    if (!GetClientRect(m_config.videoWindow, &client) || IsRectEmpty(&client)) return false;
-    const PixelSize window{static_cast<int>(client.right), static_cast<int>(client.bottom)};
-    const DibCanvas canvas(window);
-    const BgrPart part{bgr.data() + static_cast<std::size_t>(source.top) * stride,
-                       size.width,
-                       source.left,
-                       {source.Width(), source.Height()}};
-    if (!canvas || !StretchBgr(canvas.Dc(), Whole(window), part)) return false;
-    Picture picture;
-    picture.size = size;
-    PictureView::Settings settings = m_config.view->Current(size);
-    settings.rotation = Rotation::k0;
-    DrawOverPicture(canvas.Dc(), window, picture, settings, m_config.overlays.get(), m_config.videoWindow);
-    return canvas.CopyTo(dc, target);
-} catch (const std::bad_alloc&) {
-    return false;
+    if (FAILED(m_composed->Lock(nullptr, &locked, DDLOCK_WAIT, nullptr))) return false;
+    const DDPIXELFORMAT& format = locked.ddpfPixelFormat;
+    const bool fits = locked.lpSurface && (format.dwFlags & DDPF_RGB) != 0 && format.dwRGBBitCount == 32 &&
+                      format.dwBBitMask == 0xFF;
+    if (fits)
+        m_objects.Compose({static_cast<std::uint8_t*>(locked.lpSurface), locked.lPitch, m_composedSize.width,
+                           m_composedSize.height});
+    m_composed->Unlock(nullptr);
+    return fits;
 }
+
+// ---- Failures
+
+// What is lost comes back, perhaps at once; the next picture finds out.
+void DirectDrawPresenter::NoteFailure(HRESULT failure) {
+    const bool lost = m_surfaceLost || m_displayChanged;
+    m_retryAt = m_milliseconds() + (lost && m_failures == 0 ? 0 : kRetryMs);
+    if (m_failures++ == 0 || !lost) LogGivingUp(failure);
+    if (!lost) m_failed = true;
+}
+
+HRESULT DirectDrawPresenter::PresentByGdi(const Picture& picture) try {
+    if (!m_stopgap) m_stopgap = std::make_unique<GdiPresenter>(m_config);
+    return m_stopgap->Present(picture);
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+}
+
+// ---- DirectDraw's objects
 
 BOOL CALLBACK DirectDrawPresenter::DDEnumCallbackEx(GUID* guid, char* description, char* name, void* context,
                                                     HMONITOR monitor) {
@@ -287,22 +342,15 @@ void DirectDrawPresenter::ReleaseAll() {
     m_devices.clear();
     m_monitor = nullptr;
     m_pictureSize = {};
-    m_filled = false;
 }
 
-// Puts the picture into its surface, and tells the window's size.
-HRESULT DirectDrawPresenter::Fill(const Picture& picture, const PictureView::Settings& settings,
-                                  PixelSize& window) {
-    RECT client;
-    if (!GetClientRect(m_config.videoWindow, &client) || IsRectEmpty(&client)) return S_FALSE;
-    window = {static_cast<int>(client.right), static_cast<int>(client.bottom)};
-
-    HRESULT result = FollowMonitor(picture.size);
-    if (FAILED(result)) return result;
-    if (!m_picture) return S_FALSE;
-    result = CopyToSurface(picture);
-    if (result == S_OK) m_lastSource = settings.source;
-    return result;
+// A device shows its own monitor, the default one often no more than the primary monitor.
+bool DirectDrawPresenter::ReachesBeyondDevice(PixelSize window) const {
+    POINT corner = {};
+    ClientToScreen(m_config.videoWindow, &corner);
+    const PixelRect visible =
+        Intersect(Offset(Whole(window), corner.x, corner.y), m_monitors.VirtualScreen());
+    return !(Intersect(visible, Offset(Whole(m_primarySize), m_origin.x, m_origin.y)) == visible);
 }
 
 // Part of a surface over part of the window.
@@ -332,7 +380,8 @@ HRESULT DirectDrawPresenter::FollowMonitor(PixelSize picture) {
     const bool moved = m_picture && IsWindow(m_config.notifyWindow) &&
                        m_monitors.NearestTo(m_config.notifyWindow).Handle() != m_monitor;
     if (m_picture && m_pictureSize == picture && !moved) return S_OK;
-    return InitializeDirectDraw(picture.width, picture.height);
+    const HRESULT result = Rebuild(picture);
+    return result == S_FALSE ? S_OK : result;  // what is new is not lost
 }
 
 // S_FALSE when the surfaces had to be rebuilt, which costs this picture.
@@ -356,7 +405,6 @@ HRESULT DirectDrawPresenter::CopyToSurface(const Picture& picture) {
     for (int row = 0; row < picture.size.height; ++row, from += picture.stride, to += locked.lPitch)
         std::memcpy(to, from, rowBytes);
     m_picture->Unlock(nullptr);
-    m_filled = true;
     return S_OK;
 }
 
@@ -365,17 +413,18 @@ HRESULT DirectDrawPresenter::CopyToSurface(const Picture& picture) {
 HRESULT DirectDrawPresenter::HandleLoss(HRESULT loss, PixelSize picture) {
     m_picture->Restore();
     m_surfaceLost = true;
-    m_filled = false;
     return m_displayChanged ? Rebuild(picture) : loss;
 }
 
 HRESULT DirectDrawPresenter::Rebuild(PixelSize picture) {
-    m_surfaceLost = false;
     const bool displayChanged = m_displayChanged.exchange(false);
     const HRESULT result = InitializeDirectDraw(picture.width, picture.height);
-    if (SUCCEEDED(result)) return S_FALSE;
-    if (displayChanged) m_displayChanged = true;
-    return result;
+    if (FAILED(result)) {
+        if (displayChanged) m_displayChanged = true;
+        return result;
+    }
+    m_surfaceLost = false;
+    return S_FALSE;
 }
 
 }  // namespace norix

@@ -31,6 +31,7 @@ struct DisplayFrame {
     PictureBuffer picture;
     PixelSize size;
     codec::PixelFormat format = codec::PixelFormat::kBgr24;
+    bool converted = true;  // there is a picture; false when it was decoded for nobody
 
     std::array<PixelRect, kRegionCount> regions;  // picture coordinates
     std::array<bool, kRegionCount> used{};

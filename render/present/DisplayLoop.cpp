@@ -54,39 +54,57 @@ void DisplayLoop::Step() {
     }
 
     CCtrlParam& param = *m_pipeline.param;
-    Present(*frame, param);
-    param.CountFrame(FrameCounters::kDisplayed);
-    param.Trace().Record(frame->pts, FrameTimingTrace::kDisplayed, platform::Ticks100ns());
-    param.Trace().Close(frame->pts);
-    ServeSnapshots(*frame);
+    if (frame->converted && !frame->size.IsEmpty()) {
+        Show(*frame, param);
+    } else {
+        Count(*frame, param);
+    }
     m_pipeline.pool.Release(frame);
 }
 
-void DisplayLoop::Present(const DisplayFrame& frame, CCtrlParam& param) {
-    if (!param.display.Get() || frame.size.IsEmpty()) return;
-    if (param.displayChanged.Exchange(false)) m_pipeline.sink->DisplayChanged();
+void DisplayLoop::Count(const DisplayFrame& frame, CCtrlParam& param) {
+    param.CountFrame(FrameCounters::kDisplayed);
+    param.Trace().Record(frame.pts, FrameTimingTrace::kDisplayed, platform::Ticks100ns());
+    param.Trace().Close(frame.pts);
+}
+
+void DisplayLoop::Show(DisplayFrame& frame, CCtrlParam& param) {
     std::array<bool, kRegionCount> drawn{};
     for (std::size_t i = 0; i < kRegionCount; ++i) {
         drawn[i] = frame.used[i] && param.showRegions.Get() && param.regionShown[i].Get();
     }
-    m_pipeline.sink->Show(frame, drawn);
+    const bool displayed = param.display.Get();
+    if (displayed) {
+        if (param.displayChanged.Exchange(false)) m_pipeline.sink->DisplayChanged();
+        m_pipeline.sink->Show(frame, drawn);
+    }
+    Count(frame, param);
+    SnapshotOrder order = TakeOrder();
+    const bool taken = order.file || order.format;
+    if (taken) {
+        if (displayed) m_pipeline.kept.KeepCopy(frame, drawn);
+        m_pipeline.snapshots->TakePicture(std::move(order), frame, m_pipeline.param);
+    } else if (displayed) {
+        m_pipeline.kept.Keep(frame, drawn);
+    }
 }
 
-void DisplayLoop::ServeSnapshots(DisplayFrame& frame) {
+// What is wanted of this picture.
+SnapshotOrder DisplayLoop::TakeOrder() {
+    SnapshotOrder order;
     SnapshotTaker* const taker = m_pipeline.snapshots.get();
     SnapshotRequests& requests = m_pipeline.param->snapshots;
-    if (!taker || frame.size.IsEmpty()) return;
+    if (!taker) return order;
     const bool decoded = m_pipeline.kind == VideoCodec::Mpeg4 || m_pipeline.kind == VideoCodec::H264 ||
                          m_pipeline.kind == VideoCodec::H265;
     if (!decoded) {
         // Pictures of a Motion JPEG stream are not delivered: the request just ends.
         if (requests.DataWanted()) requests.TakeData();
-        return;
+        return order;
     }
-    SnapshotOrder order;
     if (requests.FileWanted() && taker->HasRoom(Snapshot::kFile)) order.file = requests.TakeFile();
     if (requests.DataWanted() && taker->HasRoom(Snapshot::kData)) order.format = requests.TakeData();
-    if (order.file || order.format) taker->TakePicture(std::move(order), frame, m_pipeline.param);
+    return order;
 }
 
 }  // namespace norix

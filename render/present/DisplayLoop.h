@@ -19,8 +19,9 @@ class DisplayLoop {
 
   private:
     void Log(std::uint32_t pts, const CTimeSync::Verdict& verdict) const;
-    void Present(const DisplayFrame& frame, CCtrlParam& param);
-    void ServeSnapshots(DisplayFrame& frame);
+    void Show(DisplayFrame& frame, CCtrlParam& param);
+    void Count(const DisplayFrame& frame, CCtrlParam& param);
+    SnapshotOrder TakeOrder();
 
     Pipeline& m_pipeline;
     CTimeSync m_sync;

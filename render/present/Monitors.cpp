@@ -69,6 +69,14 @@ std::vector<CMonitor> CMonitors::All() const {
     return monitors;
 }
 
+PixelRect CMonitors::VirtualScreen() const {
+    if (!m_functions.getSystemMetrics) return OnlyScreen().Rect();
+    const int left = m_functions.getSystemMetrics(SM_XVIRTUALSCREEN);
+    const int top = m_functions.getSystemMetrics(SM_YVIRTUALSCREEN);
+    return {left, top, left + m_functions.getSystemMetrics(SM_CXVIRTUALSCREEN),
+            top + m_functions.getSystemMetrics(SM_CYVIRTUALSCREEN)};
+}
+
 CMonitor CMonitors::Describe(HMONITOR handle) const {
     MONITORINFO info = {};
     info.cbSize = sizeof(info);

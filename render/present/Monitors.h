@@ -51,6 +51,8 @@ class CMonitors {
     CMonitor NearestTo(const POINT& point) const;
 
     std::vector<CMonitor> All() const;
+    /// What all of them together show, and perhaps more.
+    PixelRect VirtualScreen() const;
 
   private:
     CMonitor Describe(HMONITOR handle) const;

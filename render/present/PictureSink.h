@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <memory>
 
 #include "codec/Picture.h"
 #include "render/present/DisplayFrame.h"
@@ -26,6 +27,14 @@ class PictureSink {
 
     /// Display thread: the display mode has changed since the last picture.
     virtual void DisplayChanged() = 0;
+
+    /// Whether pictures would be seen at all. Any thread.
+    virtual bool IsSeen() const { return true; }
+
+    /// That it can't show pictures any more, which it may find out with any of them. Any thread.
+    virtual bool HasFailed() const { return false; }
+    /// Who shows them then; null where nobody could do better. Decode thread.
+    virtual std::shared_ptr<PictureSink> Substitute() { return nullptr; }
 };
 
 }  // namespace norix

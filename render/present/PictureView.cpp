@@ -88,13 +88,24 @@ void PictureView::SetPictureSize(PixelSize size) {
     Adopt(size);
 }
 
+/// With m_lock held.
+PictureView::Settings PictureView::SettingsFor(const PixelRect& source, PixelSize picture) const {
+    return {UsableSource(source, picture), m_rotation, m_captionShown ? m_caption : nullptr, m_borderShown,
+            m_regionNames};
+}
+
 PictureView::Settings PictureView::Current(PixelSize picture) {
     const std::lock_guard lock(m_lock);
     Adopt(picture);
     // All zero, which nobody can set, means that digital PTZ was on before the first picture.
     if (!m_digitalPtz || m_source == PixelRect{}) m_source = Whole(picture);
-    return {UsableSource(m_source, picture), m_rotation, m_captionShown ? m_caption : nullptr, m_borderShown,
-            m_regionNames};
+    return SettingsFor(m_source, picture);
+}
+
+PictureView::Settings PictureView::Peek(PixelSize picture) const {
+    const std::lock_guard lock(m_lock);
+    const bool whole = !m_digitalPtz || m_source == PixelRect{} || m_picture.IsEmpty();
+    return SettingsFor(whole ? Whole(picture) : Scale(m_source, m_picture, picture), picture);
 }
 
 }  // namespace norix

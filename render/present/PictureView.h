@@ -63,8 +63,12 @@ class PictureView {
     /// Display thread, once per picture; allocates nothing.
     Settings Current(PixelSize picture);
 
+    /// The same for a picture that was shown before, in the view as it is now. Any thread.
+    Settings Peek(PixelSize picture) const;
+
   private:
     void Adopt(PixelSize picture);
+    Settings SettingsFor(const PixelRect& source, PixelSize picture) const;
 
     mutable std::mutex m_lock;
     // guarded by m_lock

@@ -8,8 +8,8 @@
 //   Initialize      decode thread, display thread parked    (re)builds everything for a picture size
 //   Present         display thread                          shows a picture with all that lies over it
 //   DisplayChanged  any                                     new display mode: rebuild at the next picture
-//   DrawLast        window thread                           draws the last picture into any device context
-//   TakeOver        the owner's, before any other           keeps what is seen until there is a picture
+//   IsSeen          any                                     whether pictures would be seen
+//   HasFailed       any                                     pictures had better go to the Substitute
 //   destructor      the last owner's                        releases everything
 //
 // The loops call Initialize and Present by the names of PictureSink. None of them throws.
@@ -21,10 +21,9 @@
 #include <windows.h>
 
 #include <array>
-#include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
+#include <optional>
 
 #include "render/present/Geometry.h"
 #include "render/present/PictureSink.h"
@@ -40,6 +39,7 @@ struct Picture {
     const std::uint8_t* data = nullptr;
     PixelSize size;
     int stride = 0;  // bytes from one row to the next; `data` has stride * height of them
+    codec::PixelFormat format = codec::PixelFormat::kBgr24;
 
     /// Motion or analytics regions in picture coordinates. The caller decides which are drawn: those in use,
     /// while region display and that region are switched on.
@@ -52,6 +52,9 @@ struct Picture {
     std::array<Region, 3> regions;
 };
 
+/// A view of the frame's picture, with the regions that are to be drawn.
+Picture PictureOf(const DisplayFrame& frame, const std::array<bool, kRegionCount>& drawn);
+
 /// Draws the host's graphic objects over a picture. Called on the display thread inside Present(), in window
 /// coordinates, never with a presenter's lock held. It must not call the presenter, and may throw: that is
 /// caught. Shared by the control and the presenters that call it.
@@ -61,6 +64,8 @@ class OverlayPainter {
     virtual void PaintOverlays(HDC dc) = 0;
     /// False while there is nothing to paint, so that no device context need be had for it.
     virtual bool HasOverlays() const { return true; }
+    /// Another number after each change of what is painted; nothing where that can't be told.
+    virtual std::optional<unsigned> Version() const { return std::nullopt; }
 };
 
 /// Constant for the life of a presenter.
@@ -83,9 +88,6 @@ class Presenter : public PictureSink {
     bool Prepare(PixelSize size) final { return SUCCEEDED(Initialize(size.width, size.height)); }
     void Show(const DisplayFrame& frame, const std::array<bool, kRegionCount>& drawn) final;
 
-    /// Until this one has shown a picture, the last one is that of the presenter before it.
-    void TakeOver(std::shared_ptr<Presenter> before);
-
     /// 0 on success. After a failure nothing is shown until a later call, or a rebuild inside Present(),
     /// succeeds.
     virtual HRESULT Initialize(int width, int height) = 0;
@@ -95,22 +97,8 @@ class Presenter : public PictureSink {
     /// again.
     virtual HRESULT Present(const Picture& picture) = 0;
 
-    /// False when there is no last picture, or it is busy for longer than a moment: paint something else
-    /// then.
-    bool DrawLast(HDC dc, const RECT& target);
-
   protected:
     Presenter() = default;
-
-    /// DrawLast, of this presenter's own pictures.
-    virtual bool DrawOwn(HDC dc, const RECT& target) = 0;
-
-  private:
-    std::shared_ptr<Presenter> Before() const;
-
-    std::atomic<bool> m_hasShown{false};
-    mutable std::mutex m_lock;
-    std::shared_ptr<Presenter> m_before;  // guarded by m_lock; null once a picture was shown
 };
 
 std::unique_ptr<Presenter> CreatePresenter(DisplayMode mode, const PresenterConfig& config);

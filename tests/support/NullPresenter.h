@@ -33,8 +33,6 @@ class NullPresenter final : public Presenter {
     std::atomic<HRESULT> initializeResult{S_OK};
 
   private:
-    bool DrawOwn(HDC, const RECT&) override { return false; }
-
     const codec::PixelFormat m_format;
 };
 

@@ -392,6 +392,57 @@ TEST(DecodeLoop, AnotherPresenterTakesOverInItsOwnFormat) {
     }
 }
 
+// One that can't begin, and one that breaks down.
+TEST(DecodeLoop, ASubstituteTakesOverFromAPresenterThatFails) {
+    for (const Stream& stream : kStreams) {
+        const std::vector<Bytes> packets = LoadPackets(stream.clip);
+        for (const bool refuses : {true, false}) {
+            Rig rig(stream.kind, PixelFormat::kYuy2);
+            const auto next = std::make_shared<test::FakeSink>(PixelFormat::kBgr24);
+            rig.sink->substitute = next;
+            rig.sink->refuse = refuses;
+            constexpr std::size_t kPictures = 5;
+            for (std::size_t i = 0; i < kPictures; ++i) {
+                rig.sink->failed = i >= 1;
+                rig.Play(packets[i % packets.size()]);
+            }
+            EXPECT_EQ(rig.sink->Shown().size(), refuses ? 0u : 1u) << stream.clip;
+            EXPECT_EQ(next->prepared, std::vector<PixelSize>{stream.size});
+            EXPECT_EQ(next->Shown().size(), kPictures - rig.sink->Shown().size()) << stream.clip;
+        }
+    }
+}
+
+TEST(DecodeLoop, WhatNobodySeesIsDecodedOnly) {
+    for (const Stream& stream : kStreams) {
+        const std::vector<Bytes> packets = LoadPackets(stream.clip);
+        Rig always(stream.kind);
+        for (std::size_t i = 0; i < 6; ++i)
+            always.Play(packets[i % packets.size()]);
+
+        Rig rig(stream.kind);
+        rig.sink->seen = false;
+        const auto play = [&](std::size_t i) {
+            rig.Play(packets[i % packets.size()]);
+            return rig.sink->Shown().size();
+        };
+        EXPECT_EQ(play(0), 1u) << "for the window's repaints";
+        EXPECT_EQ(play(1), 1u) << stream.clip;
+        rig.fake.skippedMs = 1000;
+        EXPECT_EQ(play(2), 2u) << "now and then";
+        EXPECT_EQ(play(3), 2u);
+        rig.param.snapshots.RequestData(1);
+        EXPECT_EQ(play(4), 3u) << "for snapshots";
+        rig.param.snapshots.TakeData();
+        rig.sink->seen = true;
+        EXPECT_EQ(play(5), 4u);
+        EXPECT_EQ(rig.sink->checksum, always.sink->checksum) << "as if all had been seen";
+        EXPECT_EQ(rig.param.GetFrameCount(kDecoded), 6u);
+        EXPECT_EQ(rig.param.GetFrameCount(FrameCounters::kDisplayed), 6u);
+        EXPECT_EQ(rig.sink->prepared.size(), 1u);
+    }
+}
+
 TEST(DecodeLoop, RegionsTravelWithThePicture) {
     Rig rig(VideoCodec::Mjpeg);
     test::Bytes frame = test::CameraHeader(

@@ -23,6 +23,8 @@ struct TakerLog final : SnapshotTaker {
         saved.assign(jpeg, jpeg + size);
     }
     void TakePicture(SnapshotOrder order, DisplayFrame& frame, const std::shared_ptr<CCtrlParam>&) override {
+        PictureBuffer taken;
+        taken.Swap(frame.picture);
         if (order.file) calls.push_back("picture " + std::to_string(frame.size.width));
         if (order.format) calls.push_back("send " + std::to_string(*order.format));
     }
@@ -92,6 +94,56 @@ TEST(DisplayLoop, MotionJpegSnapshotsAreTheFrameItself) {
     rig.Play(jpeg);
     EXPECT_EQ(taker.calls.size(), 2u);
     EXPECT_EQ(taker.saved, jpeg);
+
+    // What is too large to be shown is the frame itself all the same.
+    const Bytes large = LoadPackets("jpeg_420_3840x2160")[0];
+    for (int times = 0; times < 2; ++times) {
+        rig.param.snapshots.RequestFile({});
+        rig.Play(large);
+        EXPECT_EQ(taker.saved, large);
+        EXPECT_FALSE(rig.param.snapshots.FileWanted());
+    }
+    rig.param.snapshots.RequestFile({});
+    rig.Play(Bytes(64, 0x55));
+    EXPECT_TRUE(rig.param.snapshots.FileWanted());
+    EXPECT_EQ(rig.sink->Shown().size(), 2u);
+}
+
+// A stream of which nothing more may come for a minute.
+TEST(DisplayLoop, OnePictureIsEnoughForSnapshotAndRepaint) {
+    for (const auto& [kind, clip] :
+         {std::pair{VideoCodec::H264, "h264_baseline_64x48"}, {VideoCodec::Mpeg4, "mpeg4_odd_99x67"}}) {
+        Rig rig(kind);
+        const auto taker = std::make_shared<TakerLog>();
+        rig.pipeline.snapshots = taker;
+        EXPECT_FALSE(rig.pipeline.kept.Borrow());
+        rig.param.snapshots.RequestFile({});
+        rig.Play(LoadPackets(clip)[0]);
+        EXPECT_EQ(taker->calls.size(), 1u) << clip;
+        const auto kept = rig.pipeline.kept.Borrow();
+        ASSERT_TRUE(kept && kept->picture) << clip << ": the snapshot left it none";
+        std::uint32_t sum = 0;
+        for (std::size_t i = 0; i < kept->picture.Capacity(); i += 61)
+            sum += kept->picture.Data()[i];
+        EXPECT_EQ(sum, rig.sink->checksum) << clip;
+    }
+}
+
+// Pictures go on and requests wait, however long the writer takes.
+TEST(DisplayLoop, AStalledWriterHoldsNothingUp) {
+    Rig rig(VideoCodec::H264);
+    const auto taker = std::make_shared<TakerLog>();
+    rig.pipeline.snapshots = taker;
+    taker->fileIsSlow = true;
+    rig.param.snapshots.RequestFile({});
+    const std::vector<Bytes> packets = LoadPackets("h264_baseline_64x48");
+    for (std::uint32_t i = 0; i < 25; ++i)
+        rig.Play(packets[i % 8], i, i % 8 == 0 ? 0 : 1);
+    EXPECT_EQ(rig.sink->Shown().size(), 25u);
+    EXPECT_TRUE(taker->calls.empty());
+    taker->fileIsSlow = false;
+    rig.Play(packets[0]);
+    EXPECT_EQ(taker->calls.size(), 1u);
 }
 
 TEST(DisplayLoop, DrawsRegionsInUseThatAreSwitchedOn) {

@@ -49,6 +49,9 @@ class FakeSink final : public PictureSink {
         m_shown.push_back({frame.pts, frame.size, drawn});
     }
     void DisplayChanged() override { ++displayChanges; }
+    bool IsSeen() const override { return seen; }
+    bool HasFailed() const override { return failed; }
+    std::shared_ptr<PictureSink> Substitute() override { return substitute; }
 
     std::vector<ShownPicture> Shown() const {
         std::lock_guard<std::mutex> lock(m_lock);
@@ -63,6 +66,9 @@ class FakeSink final : public PictureSink {
     int displayChanges = 0;
 
     std::atomic<bool> refuse{false};
+    std::atomic<bool> seen{true};
+    std::atomic<bool> failed{false};
+    std::shared_ptr<FakeSink> substitute;
 
   private:
     const codec::PixelFormat m_format;

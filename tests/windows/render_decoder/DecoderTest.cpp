@@ -45,8 +45,6 @@ class CallingPresenter final : public Presenter {
     void DisplayChanged() override {}
 
   private:
-    bool DrawOwn(HDC, const RECT&) override { return false; }
-
     const std::function<void()> m_present;
 };
 

@@ -4,9 +4,12 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
+#include <iterator>
 #include <memory>
 
 #include "render/present/DisplayChoice.h"
+#include "tests/support/ResourceUse.h"
 #include "tests/windows/render_presenter/Screen.h"
 
 namespace norix {
@@ -43,7 +46,14 @@ class ReplacedMethod {
     void* m_original;
 };
 
-// Places in the tables of IDirectDraw7 and IDirectDrawSurface7.
+// Places in the tables of IDirectDraw7, IDirectDrawSurface7 and IDirectDrawClipper.
+constexpr int kCreateClipper = 4;
+constexpr int kGetDisplayMode = 12;
+constexpr int kSetCooperativeLevel = 20;
+constexpr int kGetDC = 17;
+constexpr int kGetSurfaceDesc = 22;
+constexpr int kSetClipper = 28;
+constexpr int kSetHWnd = 8;
 constexpr int kCreateSurface = 6;
 constexpr int kGetCaps = 11;
 constexpr int kWaitForVerticalBlank = 22;
@@ -58,6 +68,7 @@ struct Script {
     DWORD refusedCaps = 0;  // surfaces with all of these are refused
     int failingCreations = 0;
     bool composes = true;  // stretches into surfaces that are not the screen's
+    HRESULT blts = DD_OK;  // what they all fail with
 
     int restores = 0;
     int blanks = 0;
@@ -95,6 +106,7 @@ HRESULT WINAPI Blt(IDirectDrawSurface7* self, RECT* to, IDirectDrawSurface7* fro
     self->GetCaps(&caps);
     if (!g_script.composes && (caps.dwCaps & DDSCAPS_PRIMARYSURFACE) == 0) return DDERR_UNSUPPORTED;
     g_script.lastTarget = *to;
+    if (FAILED(g_script.blts)) return g_script.blts;
     if (g_script.failingBlts > 0) {
         --g_script.failingBlts;
         return DDERR_SURFACELOST;
@@ -128,6 +140,22 @@ HRESULT WINAPI WaitForVerticalBlank(IDirectDraw7*, DWORD flags, HANDLE) {
     return DD_OK;
 }
 
+// A method of so many arguments that never does anything.
+template <int kArguments>
+struct Refusal;
+template <>
+struct Refusal<1> {
+    static HRESULT WINAPI Call(IUnknown*, void*) { return DDERR_GENERIC; }
+};
+template <>
+struct Refusal<2> {
+    static HRESULT WINAPI Call(IUnknown*, void*, void*) { return DDERR_GENERIC; }
+};
+template <>
+struct Refusal<3> {
+    static HRESULT WINAPI Call(IUnknown*, void*, void*, void*) { return DDERR_GENERIC; }
+};
+
 // A computer with two monitors side by side that share one real screen. Each has a device of its own.
 constexpr GUID kLeftDevice = {1, 0, 0, {0}};
 constexpr GUID kRightDevice = {2, 0, 0, {0}};
@@ -150,6 +178,20 @@ BOOL WINAPI MonitorInfo(HMONITOR monitor, LPMONITORINFO info) {
     return TRUE;
 }
 
+int WINAPI Metrics(int index) {
+    switch (index) {
+        case SM_CXVIRTUALSCREEN:
+            return 1280;
+        case SM_CYVIRTUALSCREEN:
+            return 1024;
+        case SM_XVIRTUALSCREEN:
+        case SM_YVIRTUALSCREEN:
+            return 0;
+        default:
+            return GetSystemMetrics(index);
+    }
+}
+
 HRESULT WINAPI Enumerate(LPDDENUMCALLBACKEXA callback, void* context, DWORD flags) {
     ++g_script.enumerations;
     EXPECT_EQ(flags, static_cast<DWORD>(DDENUM_ATTACHEDSECONDARYDEVICES | DDENUM_NONDISPLAYDEVICES));
@@ -168,6 +210,12 @@ HRESULT WINAPI Create(GUID* device, void** object, REFIID iid, IUnknown* outer) 
     return DirectDrawFunctions::System().createEx(nullptr, object, iid, outer);
 }
 
+DWORD g_now = 0;  // milliseconds
+
+DWORD WINAPI Now() {
+    return g_now;
+}
+
 class DirectDrawTest : public testing::Test {
   protected:
     void SetUp() override {
@@ -179,8 +227,8 @@ class DirectDrawTest : public testing::Test {
         description.dwSize = sizeof(description);
         description.dwFlags = DDSD_CAPS;
         description.ddsCaps.dwCaps = DDSCAPS_PRIMARYSURFACE;
-        ComPtr<IDirectDrawSurface7> surface;
         ASSERT_EQ(draw->CreateSurface(&description, surface.GetAddressOf(), nullptr), DD_OK);
+        ASSERT_EQ(draw->CreateClipper(0, clipper.GetAddressOf(), nullptr), DD_OK);
         Replace(surface.Get(), kLock, reinterpret_cast<void*>(&Lock), g_lock);
         Replace(surface.Get(), kBlt, reinterpret_cast<void*>(&Blt), g_blt);
         Replace(surface.Get(), kRestore, reinterpret_cast<void*>(&Restore), g_restore);
@@ -190,6 +238,7 @@ class DirectDrawTest : public testing::Test {
         Replace(draw.Get(), kWaitForVerticalBlank, reinterpret_cast<void*>(&WaitForVerticalBlank), unused);
 
         g_script = {};
+        g_now = 0xFFFFFF00;  // wraps soon
         g_listDevices = true;
         config.videoWindow = window.Handle();
         config.notifyWindow = window.Handle();
@@ -198,12 +247,22 @@ class DirectDrawTest : public testing::Test {
         functions.enumerateEx = Enumerate;
         monitors.monitorFromWindow = FromWindow;
         monitors.getMonitorInfo = MonitorInfo;
+        monitors.getSystemMetrics = Metrics;
         Make();
     }
 
-    void Make() { presenter = std::make_unique<DirectDrawPresenter>(config, functions, CMonitors(monitors)); }
+    void Make() {
+        presenter = std::make_unique<DirectDrawPresenter>(config, functions, CMonitors(monitors), Now);
+    }
     HRESULT Initialize() { return presenter->Initialize(kPicture.width, kPicture.height); }
     HRESULT Show() { return presenter->Present(picture.Get()); }
+    void Erase() {
+        InvalidateRect(window.Handle(), nullptr, TRUE);
+        UpdateWindow(window.Handle());
+    }
+    IUnknown* Draw() { return draw.Get(); }
+    IUnknown* Surface() { return surface.Get(); }
+    IUnknown* Clipper() { return clipper.Get(); }
     bool IsShown() const { return Differences(Pixels::OfScreen(kPlace), TestGrid()).empty(); }
 
     TestWindow window{kPlace, RGB(255, 0, 255)};
@@ -222,6 +281,8 @@ class DirectDrawTest : public testing::Test {
     }
 
     ComPtr<IDirectDraw7> draw;
+    ComPtr<IDirectDrawSurface7> surface;
+    ComPtr<IDirectDrawClipper> clipper;
     std::vector<std::unique_ptr<ReplacedMethod>> replaced;
 };
 
@@ -246,29 +307,32 @@ TEST_F(DirectDrawTest, DoesWithoutVideoMemoryWhereThereIsNone) {
     EXPECT_EQ(Show(), S_OK);
     EXPECT_TRUE(IsShown());
 
-    // Without any memory it fails, shows nothing, and tries again with each picture.
     g_script.refusedCaps = DDSCAPS_OFFSCREENPLAIN;
     EXPECT_EQ(Initialize(), DDERR_OUTOFVIDEOMEMORY);
-    EXPECT_EQ(Show(), DDERR_OUTOFVIDEOMEMORY);
+    EXPECT_TRUE(presenter->HasFailed());
     g_script.refusedCaps = 0;
-    EXPECT_EQ(Show(), S_OK);
-    EXPECT_TRUE(IsShown());
+    EXPECT_EQ(Initialize(), DD_OK);
+    EXPECT_FALSE(presenter->HasFailed());
 }
 
-TEST_F(DirectDrawTest, LostSurfaceCostsPicturesAndComesBack) {
+// GDI shows what DirectDraw can't meanwhile, in the same moment.
+TEST_F(DirectDrawTest, LostSurfacesAreTriedAgainOnceASecond) {
     ASSERT_EQ(Initialize(), DD_OK);
     ASSERT_EQ(Show(), S_OK);
     const int made = g_script.enumerations;
 
     g_script.failingLocks = 2;
-    EXPECT_EQ(Show(), DDERR_SURFACELOST);
-    EXPECT_EQ(Show(), DDERR_SURFACELOST);
-    EXPECT_EQ(g_script.restores, 2);
+    for (const int lost : {1, 2, 2, 2}) {  // at once, and then not before a second has passed
+        Erase();
+        EXPECT_EQ(Show(), S_OK);
+        EXPECT_TRUE(IsShown());
+        EXPECT_EQ(g_script.restores, lost);
+    }
     EXPECT_EQ(g_script.enumerations, made);
+    g_now += 1000;
     EXPECT_EQ(Show(), S_FALSE);  // can be locked again: made anew
     EXPECT_EQ(g_script.enumerations, made + 1);
-    InvalidateRect(window.Handle(), nullptr, TRUE);
-    UpdateWindow(window.Handle());
+    Erase();
     ASSERT_FALSE(IsShown());
     EXPECT_EQ(Show(), S_OK);
     EXPECT_TRUE(IsShown());
@@ -276,15 +340,16 @@ TEST_F(DirectDrawTest, LostSurfaceCostsPicturesAndComesBack) {
     // The primary surface is noticed only when it is drawn to.
     g_script.failingBlts = 1;
     g_script.restores = 0;
-    EXPECT_EQ(Show(), DDERR_SURFACELOST);
+    EXPECT_EQ(Show(), S_OK);
     EXPECT_EQ(g_script.restores, 2);
     EXPECT_EQ(Show(), S_FALSE);
     EXPECT_EQ(Show(), S_OK);
 
     g_script.withoutMemory = 1;
-    EXPECT_EQ(Show(), E_FAIL);
+    EXPECT_EQ(Show(), S_OK);
     EXPECT_EQ(Show(), S_FALSE);
     EXPECT_EQ(Show(), S_OK);
+    EXPECT_FALSE(presenter->HasFailed());
 }
 
 TEST_F(DirectDrawTest, ChangeOfDisplayCostsOnePicture) {
@@ -302,16 +367,23 @@ TEST_F(DirectDrawTest, ChangeOfDisplayCostsOnePicture) {
         EXPECT_EQ(g_script.enumerations, made + 1);
     }
 
-    // Failing once, it goes on trying; the lost surfaces are never used.
+    // Surfaces that are refused in the new mode are asked for twice, and then once a second.
     presenter->DisplayChanged();
     g_script.failingLocks = 1;
     g_script.refusedCaps = DDSCAPS_OFFSCREENPLAIN;
-    EXPECT_TRUE(FAILED(Show()));
-    EXPECT_TRUE(FAILED(Show()));
+    g_script.enumerations = 0;
+    for (int pictures = 0; pictures < 50; ++pictures) {
+        EXPECT_EQ(Show(), S_OK);
+        EXPECT_TRUE(IsShown());
+        g_now += 40;
+    }
+    EXPECT_EQ(g_script.enumerations, 3);
     g_script.refusedCaps = 0;
-    EXPECT_EQ(Show(), S_FALSE);
+    g_now += 1000;
     EXPECT_EQ(Show(), S_OK);
     EXPECT_TRUE(IsShown());
+    EXPECT_EQ(g_script.enumerations, 4);
+    EXPECT_FALSE(presenter->HasFailed());
 }
 
 TEST_F(DirectDrawTest, FollowsTheWindowToAnotherMonitor) {
@@ -330,11 +402,21 @@ TEST_F(DirectDrawTest, FollowsTheWindowToAnotherMonitor) {
     EXPECT_EQ(Show(), S_OK);
     EXPECT_EQ(g_script.devices, 2);
 
-    // Partly above the monitor: the target stays on its surface.
-    window.Move({700, 40, 1100, 340});
+    // Beyond the bottom of all monitors: the target stays on the surface.
+    window.Move({700, 900, 1100, 1200});
     EXPECT_EQ(Show(), S_OK);
-    EXPECT_EQ(g_script.lastTarget.top, 0);
-    EXPECT_EQ(g_script.lastTarget.bottom, 240);
+    EXPECT_EQ(g_script.lastTarget.top, 900 - 100);
+    EXPECT_EQ(g_script.lastTarget.bottom, 1024);
+
+    // On two monitors, where no device shows it: all of it is seen.
+    for (const PixelRect& across : {PixelRect{540, 300, 940, 600}, {700, 40, 1100, 340}}) {
+        window.Move(across);
+        g_script.lastTarget = {};
+        EXPECT_EQ(Show(), S_OK);
+        EXPECT_THAT(Differences(Pixels::OfScreen(across), TestGrid()), IsEmpty());
+        EXPECT_EQ(g_script.lastTarget.right, 0);
+        EXPECT_EQ(g_script.devices, 2);
+    }
 
     // Devices that know no monitors work in the coordinates of the whole screen.
     g_listDevices = false;
@@ -345,15 +427,76 @@ TEST_F(DirectDrawTest, FollowsTheWindowToAnotherMonitor) {
     EXPECT_EQ(g_script.lastTarget.top, 40);
 }
 
-TEST_F(DirectDrawTest, CreationFailuresAreReportedAndRetried) {
-    for (const int which : {1, 2}) {  // the default object, the monitor's own
-        g_script.failingCreations = which;
-        EXPECT_EQ(Initialize(), E_FAIL);
-        EXPECT_EQ(Show(), S_OK);
-        EXPECT_TRUE(IsShown());
-    }
+// Every call that DirectDraw can refuse, the whole time: the picture is there by GDI, and nothing is left
+// behind.
+TEST_F(DirectDrawTest, WhateverFailsGdiTakesOver) {
+    view.SetBorderShown(true);  // so that all calls are made
+    struct Fault {
+        const char* call;
+        std::function<void()> begin;
+    };
+    std::unique_ptr<ReplacedMethod> replaced;
+    const auto refuse = [&](IUnknown* object, int index, void* replacement) {
+        replaced = std::make_unique<ReplacedMethod>(object, index, replacement);
+    };
+    const Fault faults[] = {
+        {"the first object", [] { g_script.failingCreations = 1; }},
+        {"the monitor's object", [] { g_script.failingCreations = 2; }},
+        {"GetDisplayMode",
+         [&] { refuse(Draw(), kGetDisplayMode, reinterpret_cast<void*>(&Refusal<1>::Call)); }},
+        {"SetCooperativeLevel",
+         [&] { refuse(Draw(), kSetCooperativeLevel, reinterpret_cast<void*>(&Refusal<2>::Call)); }},
+        {"CreateClipper",
+         [&] { refuse(Draw(), kCreateClipper, reinterpret_cast<void*>(&Refusal<3>::Call)); }},
+        {"SetClipper", [&] { refuse(Surface(), kSetClipper, reinterpret_cast<void*>(&Refusal<1>::Call)); }},
+        {"SetHWnd", [&] { refuse(Clipper(), kSetHWnd, reinterpret_cast<void*>(&Refusal<2>::Call)); }},
+        {"the primary surface", [] { g_script.refusedCaps = DDSCAPS_PRIMARYSURFACE; }},
+        {"the picture's surface", [] { g_script.refusedCaps = DDSCAPS_OFFSCREENPLAIN; }},
+        {"Lock, lost", [] { g_script.failingLocks = 1 << 30; }},
+        {"Lock, no memory", [] { g_script.withoutMemory = 1 << 30; }},
+        {"Blt, lost", [] { g_script.failingBlts = 1 << 30; }},
+        {"Blt", [] { g_script.blts = DDERR_UNSUPPORTED; }},
+        {"GetSurfaceDesc",
+         [&] { refuse(Surface(), kGetSurfaceDesc, reinterpret_cast<void*>(&Refusal<1>::Call)); }},
+        {"GetDC", [&] { refuse(Surface(), kGetDC, reinterpret_cast<void*>(&Refusal<1>::Call)); }},
+    };
+    const GridPicture bgr(TestGrid(), kPicture, codec::PixelFormat::kBgr24);
+    const auto run = [&](const Fault& fault) {
+        Make();
+        fault.begin();
+        Erase();
+        // As the decode loop does it.
+        std::shared_ptr<PictureSink> substitute;
+        bool shown = false;
+        if (!presenter->Prepare(kPicture)) substitute = presenter->Substitute();
+        for (int pictures = 0; pictures < 2 && !shown; ++pictures) {
+            if (presenter->HasFailed() && !substitute) substitute = presenter->Substitute();
+            if (substitute) {
+                ASSERT_TRUE(substitute->Prepare(kPicture));
+                static_cast<Presenter&>(*substitute).Present(bgr.Get());
+            } else {
+                Show();
+            }
+            shown = Alike(Pixels::OfScreen(kPlace).At(50, 50), TestGrid()[0][0]);
+        }
+        EXPECT_TRUE(shown) << fault.call;
+        replaced.reset();
+        g_script = {};
+    };
+    for (const Fault& fault : faults)
+        run(fault);
+    presenter.reset();
+    const ResourceUse before = ResourceUse::Now();
+    for (int times = 0; times < 3; ++times)
+        for (const Fault& fault : faults)
+            run(fault);
+    presenter.reset();
+    const ResourceUse after = ResourceUse::Now();
+    EXPECT_LE(after.gdiSlots, before.gdiSlots + 4) << after;
+    EXPECT_LE(after.handleSlots, before.handleSlots + 8) << after;
+}
 
-    // Without the control's window there is nothing to build for, which is no failure.
+TEST_F(DirectDrawTest, WithoutAWindowOrDirectDrawThereIsNothingToBuild) {
     config.notifyWindow = nullptr;
     Make();
     g_script.askedCaps.clear();
@@ -365,7 +508,7 @@ TEST_F(DirectDrawTest, CreationFailuresAreReportedAndRetried) {
     config.notifyWindow = window.Handle();
     Make();
     EXPECT_EQ(Initialize(), DDERR_GENERIC);
-    EXPECT_EQ(Show(), DDERR_GENERIC);
+    EXPECT_TRUE(presenter->HasFailed());
 }
 
 TEST_F(DirectDrawTest, DrawsOverThePictureOnTheScreenWhereItHasTo) {

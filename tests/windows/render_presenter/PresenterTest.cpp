@@ -4,10 +4,12 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
 #include <tuple>
 
+#include "render/present/Repaint.h"
 #include "tests/support/ResourceUse.h"
 #include "tests/windows/render_presenter/Screen.h"
 #include "util/Handles.h"
@@ -131,7 +133,7 @@ TEST_P(PresenterTest, ShowsWhatIsOnTheScreenOfAWindowThatIsNot) {
                     IsEmpty());
     }
     window.Move({width + 10, 0, width + 100, 100});
-    EXPECT_EQ(Show(grid), S_OK);
+    Show(grid);  // seen by nobody, whether the system says so or not
 }
 
 TEST_P(PresenterTest, EnlargesTheSourceRectangle) {
@@ -161,8 +163,24 @@ TEST_P(PresenterTest, SkipsAWindowThatCannotBeSeen) {
     EXPECT_EQ(Show(grid), S_OK);
     EXPECT_EQ(presenter->Present(Picture{}), E_INVALIDARG);
     ShowWindow(window.Handle(), SW_HIDE);
-    EXPECT_EQ(Show(grid), S_OK);  // nothing to see, and nothing on the screen
+    EXPECT_FALSE(presenter->IsSeen());
+    EXPECT_EQ(Show(grid), S_FALSE);
     EXPECT_NE(Pixels::OfScreen(kPlace).At(50, 50), grid[0][0]);
+    ShowWindow(window.Handle(), SW_SHOWNA);
+    EXPECT_TRUE(presenter->IsSeen());
+
+    // In its parent, and scrolled out of it to all sides.
+    const TestWindow child({0, 0, 50, 50}, kUntouched, window.Handle());
+    Make(child.Handle());
+    EXPECT_EQ(Show(grid), S_OK);
+    SetWindowPos(child.Handle(), nullptr, -60, 0, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    EXPECT_EQ(Show(grid), S_FALSE);
+    SetWindowPos(child.Handle(), nullptr, 0, 299, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    EXPECT_EQ(Show(grid), S_OK);
+    ShowWindow(window.Handle(), SW_MINIMIZE);
+    EXPECT_EQ(Show(grid), S_FALSE);
+    ShowWindow(window.Handle(), SW_RESTORE);
+    EXPECT_EQ(Show(grid), S_OK);
 
     auto gone = std::make_unique<TestWindow>(kPlace, kUntouched);
     Make(gone->Handle());
@@ -223,6 +241,7 @@ TEST_P(PresenterTest, PaintsOverThePicture) {
     EXPECT_TRUE(Alike(seen.At(390, 9), grid[0][3]));
 }
 
+// The picture that was shown last, for printers too, in the view as it is when it is asked for.
 TEST_P(PresenterTest, GivesTheLastPictureToAnyDevice) {
     const PixelRect target{0, 0, 200, 150};
     const RECT rect{0, 0, 200, 150};
@@ -230,51 +249,51 @@ TEST_P(PresenterTest, GivesTheLastPictureToAnyDevice) {
     const util::WindowDc screen(nullptr);
     const util::UniqueBitmap bitmap(CreateCompatibleBitmap(screen.Get(), 200, 150));
     const util::SelectGuard selected(memory.Get(), bitmap.Get());
+    const auto painter = std::make_shared<CrossPainter>();
+    KeptPicture kept;
+    const auto draw = [&](HDC dc) {
+        return DrawKept(kept, view, painter.get(), window.Handle(), true, dc, rect);
+    };
+    EXPECT_FALSE(draw(memory.Get()));
 
-    EXPECT_FALSE(presenter->DrawLast(memory.Get(), rect));
-    EXPECT_EQ(Show(grid), S_OK);
-    EXPECT_TRUE(presenter->DrawLast(memory.Get(), rect));
-    EXPECT_THAT(Differences(Pixels::Of(memory.Get(), target), grid), IsEmpty());
+    const GridPicture picture = MakePicture(grid);
+    DisplayFrame frame;
+    frame.size = kPicture;
+    frame.format = presenter->Format();
+    frame.picture = PictureBuffer(PictureSizeBytes(frame.format, kPicture));
+    std::copy_n(picture.Get().data, frame.picture.Capacity(), frame.picture.Data());
+    frame.regions[1] = {160, 160, 240, 220};
+    frame.alarms[1] = true;
+    const auto stays = frame.picture.Data();
+    kept.Keep(frame, {false, true, false});
+    EXPECT_EQ(frame.picture.Data(), nullptr);
+    for (int times = 0; times < 2; ++times) {
+        EXPECT_TRUE(draw(memory.Get()));
+        const Pixels seen = Pixels::Of(memory.Get(), target);
+        EXPECT_TRUE(Alike(seen.At(25, 25), grid[0][0]));
+        EXPECT_TRUE(Alike(seen.At(190, 140), grid[2][3]));
+        EXPECT_EQ(seen.At(60, 70), RGB(1, 2, 3));      // objects
+        EXPECT_EQ(seen.At(149, 120), RGB(255, 0, 0));  // the region's right edge
+    }
+    DisplayFrame later;
+    later.size = kPicture;
+    later.format = frame.format;
+    kept.Keep(later, {});
+    EXPECT_EQ(later.picture.Data(), stays) << "the buffer goes round";
+    EXPECT_FALSE(draw(memory.Get())) << "a frame without a picture";
+    kept.Keep(later, {});
 
-    // Only the part that is shown.
+    // Only the part that is shown, without another picture. A metafile records what a printer would get.
     view.EnableDigitalPtz(true);
     ASSERT_EQ(view.SetSourceRect(80, 0, 240, 160), S_OK);
-    EXPECT_EQ(Show(grid), S_OK);
-
-    // A metafile records what a printer would get.
     const HDC recorder = CreateEnhMetaFileW(nullptr, nullptr, nullptr, nullptr);
-    EXPECT_TRUE(presenter->DrawLast(recorder, rect));
+    EXPECT_TRUE(draw(recorder));
     const HENHMETAFILE recording = CloseEnhMetaFile(recorder);
     PlayEnhMetaFile(memory.Get(), recording, &rect);
     DeleteEnhMetaFile(recording);
     EXPECT_THAT(
         Differences(Pixels::Of(memory.Get(), {20, 20, 180, 130}), Part(grid, 1, 0, 3, 2), {0, 0, 60, 40}),
         IsEmpty());
-}
-
-TEST_P(PresenterTest, PassesItsPictureOnUntilThereIsAnother) {
-    const auto show = [](Presenter& on) {
-        DisplayFrame frame;
-        frame.format = on.Format();
-        frame.size = kPicture;
-        frame.picture = PictureBuffer(PictureSizeBytes(frame.format, kPicture));
-        std::fill_n(frame.picture.Data(), frame.picture.Capacity(), std::uint8_t{128});
-        on.Show(frame, {});
-    };
-    show(*presenter);
-    const std::shared_ptr<Presenter> first = std::move(presenter);
-    const util::WindowDc dc(window.Handle());
-    std::shared_ptr<Presenter> last = first;
-    for (int i = 0; i < 3; ++i) {
-        std::shared_ptr<Presenter> next = CreatePresenter(DisplayMode::Gdi, config);
-        EXPECT_FALSE(next->DrawLast(dc.Get(), {0, 0, 50, 50}));
-        next->TakeOver(last);
-        EXPECT_TRUE(next->DrawLast(dc.Get(), {0, 0, 50, 50})) << i;
-        last = std::move(next);
-    }
-    show(*last);
-    EXPECT_TRUE(last->DrawLast(dc.Get(), {0, 0, 50, 50}));
-    EXPECT_EQ(first.use_count(), 1);
 }
 
 TEST_P(PresenterTest, LeaksNoGdiObjects) {
@@ -288,9 +307,6 @@ TEST_P(PresenterTest, LeaksNoGdiObjects) {
                 window.Move({100, 100, 200 + 10 * step, 200});
                 EXPECT_EQ(Show(grid), S_OK);
                 if (step == 2) presenter->DisplayChanged(), Show(grid), Show(grid);
-                RECT rect{0, 0, 50, 50};
-                const util::WindowDc dc(window.Handle());
-                EXPECT_TRUE(presenter->DrawLast(dc.Get(), rect));
             }
         }
         presenter.reset();

@@ -96,6 +96,7 @@ GridPicture::GridPicture(const Grid& grid, PixelSize size, codec::PixelFormat fo
     m_picture.data = m_bytes.data();
     m_picture.size = size;
     m_picture.stride = stride;
+    m_picture.format = format;
 }
 
 TestWindow::TestWindow(const PixelRect& rect, COLORREF colour, HWND parent) {

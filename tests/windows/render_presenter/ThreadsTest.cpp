@@ -73,8 +73,6 @@ TEST_P(ThreadsTest, WindowMayChangeAndGoWhilePicturesArePresented) {
         view.SetCaption(i % 3 ? L"caption" : L"");
         view.SetRotation(static_cast<Rotation>(i % 4 * 90));
         if (i % 16 == 0) presenter->DisplayChanged();
-        const util::WindowDc dc(window->Handle());
-        presenter->DrawLast(dc.Get(), {0, 0, 100, 100});
     }
     const int shownBefore = shown;
     window.reset();  // pictures go on coming
