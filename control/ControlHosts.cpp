@@ -206,8 +206,12 @@ void ControlAsViewHost::DrawByGdi() {
 void ControlAsViewHost::ViewChanged() {
     m_control.ViewChanged();
 }
+void ControlAsViewHost::OverlaysChanged() {
+    if (const auto decoder = Decoder(); decoder && decoder->IsStill()) m_control.InvalidateControl();
+}
 void ControlAsViewHost::OnViewMoved() {
     m_control.OnViewMoved();
+    OverlaysChanged();
 }
 void ControlAsViewHost::StartDeferredViewTimer() {
     if (m_control.HasWindow()) SetTimer(m_control.Handle(), kTimerDeferredView, kTimerPeriod, nullptr);

@@ -61,6 +61,7 @@ class ControlAsViewHost final : public ViewHost, public MouseHost {
     std::shared_ptr<CDecoder> Decoder() override;
     void DrawByGdi() override;
     void ViewChanged() override;
+    void OverlaysChanged() override;
     void OnViewMoved() override;
     void StartDeferredViewTimer() override;
     void StopDeferredViewTimer() override;

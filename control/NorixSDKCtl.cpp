@@ -223,6 +223,9 @@ void CNorixSDKCtrl::ViewChanged() {
 void CNorixSDKCtrl::OnAmbientPropertyChange(DISPID id) {
     if (id != DISPID_AMBIENT_UIDEAD && id != DISPID_UNKNOWN) return;
     VARIANT dead;
+    // The release of a button that is down comes too late.
+    m_mouse.Forget();
+    if (HasWindow() && GetCapture() == Handle()) ReleaseCapture();
     m_userInterfaceDead =
         Embedding().GetAmbient(DISPID_AMBIENT_UIDEAD, VT_BOOL, dead) && dead.boolVal != VARIANT_FALSE;
 }
@@ -238,7 +241,8 @@ void CNorixSDKCtrl::OnSaveProperty(const framework::DispatchMember& member, VARI
 }
 
 LRESULT CNorixSDKCtrl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-    if (IsUserInput(message)) m_trust.OnUserInput();
+    // While it fills the screen, a key or a click is no wish that it do so again.
+    if (IsUserInput(message) && !m_fullScreen.IsOn()) m_trust.OnUserInput();
     switch (message) {
         case WM_CREATE: {
             const LRESULT result = COleControl::OnMessage(message, wParam, lParam);
@@ -277,8 +281,15 @@ LRESULT CNorixSDKCtrl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 
 void CNorixSDKCtrl::ReturnToPlace() {
     if (!m_fullScreen.IsOn()) return;
-    m_fullScreen.Leave();
-    InPlaceState().PlaceAgain();
+    KillTimer(Handle(), kTimerFullScreen);
+    const bool back = m_fullScreen.Leave();
+    if (!back) {
+        ::DestroyWindow(Handle());  // as it would have been with the window that it was in
+        return;
+    }
+    // Getting the focus back, the host may have had it fill the screen again.
+    if (m_fullScreen.IsOn()) return;
+    InPlaceState().PlaceAfterAbsence();
     OnParentChanged();
 }
 
@@ -289,9 +300,17 @@ void CNorixSDKCtrl::OnParentChanged() {
 }
 
 bool CNorixSDKCtrl::OnTranslateAccelerator(const MSG& message) {
-    const bool leave = m_fullScreen.IsOn() && message.message == WM_KEYDOWN && message.wParam == VK_ESCAPE;
-    if (leave) ReturnToPlace();
-    return leave || m_audioPanel.TranslateKey(message) || COleControl::OnTranslateAccelerator(message);
+    const bool key = message.message == WM_KEYDOWN;
+    if (key && message.wParam == VK_ESCAPE && m_fullScreen.IsOn()) {
+        ReturnToPlace();
+        return true;
+    }
+    // Containers would scroll by them.
+    if (key && message.wParam >= VK_LEFT && message.wParam <= VK_DOWN && m_overlapped.Has(message.hwnd)) {
+        DispatchMessageW(&message);
+        return true;
+    }
+    return m_audioPanel.TranslateKey(message) || COleControl::OnTranslateAccelerator(message);
 }
 
 void CNorixSDKCtrl::OnSize() {
@@ -320,6 +339,9 @@ void CNorixSDKCtrl::OnTimer(UINT_PTR id) {
             break;
         case kTimerReconnect:
             m_connection.OnReconnectTimer();
+            break;
+        case kTimerFullScreen:
+            if (!m_fullScreen.HasPlace()) ReturnToPlace();
             break;
         case kTimerDeferredView:
             m_viewCommands.OnDeferredViewTimer();

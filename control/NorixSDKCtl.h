@@ -48,6 +48,7 @@ enum ControlTimer : UINT_PTR {
     kTimerAutoConnect = static_cast<UINT_PTR>(ConnectionTimer::AutoConnect),
     kTimerReconnect = static_cast<UINT_PTR>(ConnectionTimer::Reconnect),
     kTimerDeferredView = 11,
+    kTimerFullScreen = 31,
     kTimerReports = static_cast<UINT_PTR>(ConnectionTimer::Reports),
 };
 inline constexpr UINT kTimerPeriod = 1000;
@@ -343,6 +344,7 @@ class CNorixSDKCtrl final : public framework::COleControl,
     bool m_winsockStarted = false;
     bool m_statisticsWanted = false;   // over the picture
     bool m_userInterfaceDead = false;  // the container wants no reaction to the user (ambient UIDead)
+    int m_snapshotDepth = 0;           // events of snapshots that are being handled
 };
 
 }  // namespace norix

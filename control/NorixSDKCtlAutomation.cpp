@@ -59,8 +59,7 @@ void CNorixSDKCtrl::OnMagicCodeChanged() {
 // What the threads of a connection read from the parameter block, at once.
 void CNorixSDKCtrl::OnForceGDIChanged() {
     Pass(m_properties.forceGDI, m_session->param.forceGDI);
-    if (const auto decoder = m_connection.Decoder())
-        decoder->SetPresenter(MakePresenter(*decoder, m_session->param));
+    if (const auto decoder = m_connection.Decoder()) RenewPresenter(*decoder, m_session->param);
 }
 void CNorixSDKCtrl::OnNotifyVideoDataChanged() {
     Pass(m_properties.notifyVideoData, m_session->param.notifyVideoData);
@@ -280,7 +279,7 @@ void CNorixSDKCtrl::SaveSnapShot(const Text& path, const Text& name, bool automa
     // Where the host names no folder, the user's serves.
     const std::wstring folder = path.empty() && !web ? SavedSettings().snapshotFolder : path;
     m_session->param.snapshots.RequestFile(
-        {folder, SnapshotFileName(name, automatic, time), m_trust.Level(), root});
+        {folder, SnapshotFileName(name, automatic, time), m_trust.Level(), root, name.empty() || automatic});
 }
 void CNorixSDKCtrl::GetSnapshotData(long format) {
     m_session->param.snapshots.RequestData(format);
@@ -293,6 +292,7 @@ void CNorixSDKCtrl::PreviewFullScreen(bool full) {
     if (m_fullScreen.IsOn()) {
         ReturnToPlace();
     } else if (full && HasWindow() && m_trust.MayFillScreen() && m_fullScreen.Enter(Handle())) {
+        SetTimer(Handle(), kTimerFullScreen, kTimerPeriod / 2, nullptr);
         OnParentChanged();
     }
 }

@@ -153,11 +153,16 @@ void CNorixSDKCtrl::OnRequestFileName(const SYSTEMTIME& time) {
 void CNorixSDKCtrl::OnSnapshotData(const void* bytes, const SnapshotDescription* picture) {
     if (bytes == nullptr || picture == nullptr) return;
     const SnapshotDescription taken = *picture;
-    const auto format = static_cast<long>(m_session->param.pictureFormat.Get());
     ByteArrayVariant data(bytes, taken.byteLength);
     LetSenderGoOn();
-    FireEvent(events::OnNotifySnapshotData, format, static_cast<long>(taken.width),
+    // A handler that asks for the next one and lets messages in gets it inside of itself, but not without
+    // end: each has its own copy of a picture.
+    constexpr int kDeepest = 4;
+    const std::shared_ptr<SessionContext> session = m_session;
+    if (++m_snapshotDepth == kDeepest) session->param.snapshots.HoldData(true);
+    FireEvent(events::OnNotifySnapshotData, static_cast<long>(taken.format), static_cast<long>(taken.width),
               static_cast<long>(taken.height), static_cast<long>(taken.byteLength), data.Get());
+    if (m_snapshotDepth-- == kDeepest) session->param.snapshots.HoldData(false);
 }
 
 void CNorixSDKCtrl::OnIVAEvent(long index, long functionType) {

@@ -2,6 +2,8 @@
 
 #include <ocidl.h>
 
+#include <utility>
+
 #include "framework/EntryPoint.h"
 #include "framework/OleControl.h"
 
@@ -214,9 +216,14 @@ STDMETHODIMP InPlace::SetObjectRects(LPCRECT position, LPCRECT clip) {
     return GuardedCall(m_owner, [&] {
         m_position = *position;
         m_clip = clip != nullptr ? std::optional(*clip) : std::nullopt;
-        if (!m_owner.IsPlacedElsewhere()) PlaceAgain();
+        m_placedInAbsence = m_owner.IsPlacedElsewhere();
+        if (!m_placedInAbsence) PlaceAgain();
         return S_OK;
     });
+}
+
+void InPlace::PlaceAfterAbsence() {
+    if (std::exchange(m_placedInAbsence, false)) PlaceAgain();
 }
 
 void InPlace::PlaceAgain() {

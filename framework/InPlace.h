@@ -55,6 +55,8 @@ class InPlace final : public InterfacePart<COleControl, IOleInPlaceObject, IOleI
     void OnMouseActivate();
     /// Puts the window where the container wanted it last.
     void PlaceAgain();
+    /// That, if the container has said anything of it since the window is elsewhere.
+    void PlaceAfterAbsence();
 
     /// Shows a line in the container's status bar while active; an empty one takes it away. Calls the
     /// container.
@@ -83,8 +85,9 @@ class InPlace final : public InterfacePart<COleControl, IOleInPlaceObject, IOleI
     bool m_userInterfaceActive = false;
     RECT m_position = {};  // as the container gave them last
     std::optional<RECT> m_clip;
-    Microsoft::WRL::ComPtr<IOleInPlaceSite> m_site;          // while active
-    Microsoft::WRL::ComPtr<IOleInPlaceFrame> m_frame;        // while active
+    bool m_placedInAbsence = false;                    // by SetObjectRects, while the window was elsewhere
+    Microsoft::WRL::ComPtr<IOleInPlaceSite> m_site;    // while active
+    Microsoft::WRL::ComPtr<IOleInPlaceFrame> m_frame;  // while active
     Microsoft::WRL::ComPtr<IOleInPlaceUIWindow> m_document;  // while active; may be null
 };
 

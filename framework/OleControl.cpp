@@ -205,6 +205,12 @@ LRESULT COleControl::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
         case WM_PAINT:
             Paint();
             return 0;
+        case WM_PRINTCLIENT: {  // of hosts that print or copy their windows
+            RECT bounds;
+            GetClientRect(Handle(), &bounds);
+            OnDraw(reinterpret_cast<HDC>(wParam), bounds);
+            return 0;
+        }
         case WM_ERASEBKGND:
             return TRUE;  // OnDraw covers everything
         case WM_SETFOCUS:

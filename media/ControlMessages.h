@@ -45,6 +45,7 @@ struct SnapshotDescription {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::uint32_t byteLength = 0;  // bytes at wParam
+    std::int32_t format = 0;       // that was asked for
 };
 
 }  // namespace norix

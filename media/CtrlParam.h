@@ -121,8 +121,6 @@ class CCtrlParam {
 
     // ---- Written by the snapshot thread
 
-    Shared<std::int32_t> pictureFormat{0};  // of the snapshot data that it is sending
-
     // ---- Any thread
 
     /// How many voices are on their way from this computer's microphone; each counts itself in and out.

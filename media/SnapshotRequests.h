@@ -20,6 +20,7 @@ class SnapshotRequests {
         std::wstring name{};  // without extension
         util::TrustLevel level = util::TrustLevel::kTrusted;
         std::wstring root{};  // for a page: the folder picked for it
+        bool timed = false;   // the name is ours: a file that has it was saved in the same moment, and stays
     };
 
     /// Window thread.
@@ -34,9 +35,18 @@ class SnapshotRequests {
         m_dataWanted.Set(true);
     }
 
+    /// Requests for data wait meanwhile.
+    void HoldData(bool hold) { m_dataHeld.Set(hold); }
+    /// Those that no picture has served are served by none.
+    void Forget() {
+        std::lock_guard<std::mutex> lock(m_lock);
+        m_fileWanted.Set(false);
+        m_dataWanted.Set(false);
+    }
+
     /// Decode and display thread, for every picture: a flag test while nothing is wanted.
     bool FileWanted() const { return m_fileWanted.Get(); }
-    bool DataWanted() const { return m_dataWanted.Get(); }
+    bool DataWanted() const { return m_dataWanted.Get() && !m_dataHeld.Get(); }
 
     /// Gives the request and clears it.
     std::optional<File> TakeFile() {
@@ -55,6 +65,7 @@ class SnapshotRequests {
     // guarded by m_lock, except for a first look at the flags
     Shared<bool> m_fileWanted{false};
     Shared<bool> m_dataWanted{false};
+    Shared<bool> m_dataHeld{false};
     File m_file;
     std::int32_t m_dataFormat = 0;
 };

@@ -509,6 +509,8 @@ long Connection::Disconnect() {
     m_host.WithdrawSignIn();
     m_statistics.reconnections = 0;
     m_backOff.Reset();
+    // A picture of the next camera is not what was asked for.
+    m_session->param.snapshots.Forget();
     if (m_reception) m_reception->StopOutput();
     m_host.EndDigitalPtz();
     FinishDisconnect(Finish::WithNotice);

@@ -33,9 +33,15 @@ void Playback::Start() {
     StartAudio();
 }
 
-std::shared_ptr<Presenter> MakePresenter(const CDecoder& decoder, CCtrlParam& param) {
+namespace {
+
+bool NeedsGdi(const CDecoder& decoder, const CCtrlParam& param) {
+    return param.forceGDI.Get() || decoder.View()->CurrentLayout().rotation != Rotation::k0;
+}
+
+std::shared_ptr<Presenter> MakePresenter(const CDecoder& decoder, CCtrlParam& param, bool forceGdi) {
     const HWND window = param.window.Get();
-    const DisplayChoice choice = ChooseDisplayMode(param.forceGDI.Get(), decoder.Kind(), window);
+    const DisplayChoice choice = ChooseDisplayMode(forceGdi, decoder.Kind(), window);
     param.directDrawAvailable.Set(choice.directDrawAvailable);
     PresenterConfig config;
     config.videoWindow = window;
@@ -46,6 +52,13 @@ std::shared_ptr<Presenter> MakePresenter(const CDecoder& decoder, CCtrlParam& pa
     config.waitForVerticalBlank = decoder.Settings().enableVSync;
     config.smoothScaling = decoder.Settings().smoothScaling;
     return CreatePresenter(choice.mode, config);
+}
+
+}  // namespace
+
+void RenewPresenter(CDecoder& decoder, CCtrlParam& param) {
+    const bool gdi = NeedsGdi(decoder, param);
+    if (decoder.IsGdiForced() != gdi) decoder.SetPresenter(MakePresenter(decoder, param, gdi), gdi);
 }
 
 void Playback::StartDecoder() {
@@ -60,12 +73,12 @@ void Playback::StartDecoder() {
     decoder->AttachWindow(m_param->window.Get());
     decoder->AttachView(m_view);
     while (true) {
-        const bool gdi = m_param->forceGDI.Get();
-        decoder->SetPresenter(MakePresenter(*decoder, *m_param));
+        const bool gdi = NeedsGdi(*decoder, *m_param);
+        decoder->SetPresenter(MakePresenter(*decoder, *m_param, gdi), gdi);
         std::lock_guard<std::mutex> lock(m_lock);
         if (IsEnding()) return;
         // Until it is known here, nobody else gives the decoder another presenter.
-        if (m_param->forceGDI.Get() != gdi) continue;
+        if (NeedsGdi(*decoder, *m_param) != gdi) continue;
         if (decoder->CreateDisplayThread() != kResultOk || decoder->StartDecThread(m_param) != kResultOk)
             return;
         m_decoder = std::move(decoder);

@@ -13,8 +13,10 @@ class CDecoder;
 class PictureView;
 class Presenter;
 
-/// A presenter for the decoder, by GDI or DirectDraw as the parameter block says now.
-std::shared_ptr<Presenter> MakePresenter(const CDecoder& decoder, CCtrlParam& param);
+/// Gives the decoder a presenter by GDI or DirectDraw, as the parameter block says now, unless the one that
+/// it has was made for the same. A view that is turned has GDI in any case: DirectDraw doesn't turn. Window
+/// thread.
+void RenewPresenter(CDecoder& decoder, CCtrlParam& param);
 
 /// The decoder and the audio player of one connection. Made by the window thread when it connects; the
 /// receiving threads start the players once they know the codecs; the window thread commands them and closes

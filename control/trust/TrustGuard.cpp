@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <utility>
 
 #include "control/trust/HostReader.h"
 #include "control/trust/TrustDialogs.h"
@@ -204,7 +205,10 @@ std::wstring TrustGuard::PickFileFolder() {
 }
 
 bool TrustGuard::MayFillScreen() {
-    return !IsWeb() || (m_lastInput && GetTickCount() - *m_lastInput <= kInputCountsFor);
+    if (!IsWeb()) return true;
+    // Once for each: what the user does to leave it must not be followed by coming back.
+    const std::optional<DWORD> input = std::exchange(m_lastInput, std::nullopt);
+    return input && GetTickCount() - *input <= kInputCountsFor;
 }
 
 }  // namespace norix

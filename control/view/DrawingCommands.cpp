@@ -28,6 +28,11 @@ std::shared_ptr<GraphicObjects> DrawingCommands::Objects() const {
     return decoder ? decoder->Overlays() : nullptr;
 }
 
+long DrawingCommands::Shown(long result) const {
+    if (result >= 0) m_host.OverlaysChanged();
+    return result;
+}
+
 template <class Draw>
 long DrawingCommands::InBox(const ViewBox& box, Draw&& draw) const {
     const auto objects = Objects();
@@ -39,8 +44,8 @@ long DrawingCommands::InBox(const ViewBox& box, Draw&& draw) const {
     // Turned, what was the upper left corner is another one.
     const auto [left, right] = std::minmax(begin->x, end->x);
     const auto [top, bottom] = std::minmax(begin->y, end->y);
-    return draw(*objects, PixelRect{static_cast<int>(left), static_cast<int>(top), static_cast<int>(right),
-                                    static_cast<int>(bottom)});
+    return Shown(draw(*objects, PixelRect{static_cast<int>(left), static_cast<int>(top),
+                                          static_cast<int>(right), static_cast<int>(bottom)}));
 }
 
 long DrawingCommands::CreatePen(Colour colour, short width, short style) {
@@ -65,7 +70,7 @@ long DrawingCommands::DrawLine(ViewPoint begin, ViewPoint end, long pen) {
     const auto from = m_view.ToWindow(begin);
     const auto to = m_view.ToWindow(end);
     if (!from || !to) return E_FAIL;
-    return objects->DrawLine({from->x, from->y}, {to->x, to->y}, pen);
+    return Shown(objects->DrawLine({from->x, from->y}, {to->x, to->y}, pen));
 }
 
 long DrawingCommands::DrawRectangle(const ViewBox& box, long pen, long brush) {
@@ -89,14 +94,14 @@ long DrawingCommands::DrawText(const std::wstring& text, const ViewBox& box, sho
 
 long DrawingCommands::Remove(long handle) {
     const auto objects = Objects();
-    return objects ? objects->Remove(handle) : E_POINTER;
+    return objects ? Shown(objects->Remove(handle)) : E_POINTER;
 }
 
 long DrawingCommands::RemoveAll() {
     const auto objects = Objects();
     if (!objects) return E_POINTER;
     objects->RemoveAll();
-    return S_OK;
+    return Shown(S_OK);
 }
 
 void DrawingCommands::Resize(PixelSize from, PixelSize to) {

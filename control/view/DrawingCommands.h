@@ -47,6 +47,7 @@ class DrawingCommands {
 
   private:
     std::shared_ptr<GraphicObjects> Objects() const;
+    long Shown(long result) const;
     template <class Draw>
     long InBox(const ViewBox& box, Draw&& draw) const;
 

@@ -33,6 +33,8 @@ bool FullScreen::Enter(HWND window) {
 
     const RECT monitor = MonitorOf(window);
     const HWND top = GetAncestor(parent, GA_ROOT);
+    m_region = util::UniqueRegion(CreateRectRgn(0, 0, 0, 0));
+    if (GetWindowRgn(window, m_region.Get()) == ERROR) m_region.Reset();
     SetWindowRgn(window, nullptr, FALSE);
     SetParent(window, nullptr);
     SetWindowLongPtrW(window, GWL_STYLE,
@@ -45,15 +47,15 @@ bool FullScreen::Enter(HWND window) {
     return true;
 }
 
-void FullScreen::Leave() {
+bool FullScreen::Leave() {
     // First: the messages that follow must find it off.
     const HWND window = std::exchange(m_window, nullptr);
-    if (window == nullptr || !IsWindow(window)) return;
+    if (window == nullptr || !IsWindow(window)) return true;
     // The system hides it together with a host that is minimised: that is not the host's wish.
     const bool visible = IsWindowVisible(window) || IsIconic(GetAncestor(m_parent, GA_ROOT));
     ShowWindow(window, SW_HIDE);
     SetWindowPos(window, HWND_NOTOPMOST, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
-    if (!IsWindow(m_parent)) return;
+    if (!IsWindow(m_parent)) return false;
     const LONG_PTR hidden = m_style & ~static_cast<LONG_PTR>(WS_VISIBLE);
     SetWindowLongPtrW(window, GWLP_HWNDPARENT, 0);
     SetWindowLongPtrW(window, GWL_STYLE, hidden);
@@ -61,8 +63,10 @@ void FullScreen::Leave() {
     SetParent(window, m_parent);
     const bool covered = IsWindow(m_above) && GetAncestor(m_above, GA_PARENT) == m_parent;
     MoveTo(window, covered ? m_above : HWND_TOP, m_place, SWP_NOACTIVATE | (visible ? SWP_SHOWWINDOW : 0));
+    SetWindowRgn(window, m_region.Release(), TRUE);  // the system takes it over
     SetForegroundWindow(GetAncestor(m_parent, GA_ROOT));
     if (visible) SetFocus(window);
+    return true;
 }
 
 }  // namespace norix

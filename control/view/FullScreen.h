@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include "util/Handles.h"
+
 namespace norix {
 
 /// Lets a window that is a child of another fill the monitor on which it is, and puts it back. It stays the
@@ -13,8 +15,12 @@ class FullScreen {
 
     /// False for a window that is no visible child.
     bool Enter(HWND window);
-    /// Back into its parent, where and below what it was. Hidden, if the host has hidden it meanwhile.
-    void Leave();
+    /// Back into its parent, where and below what it was. Hidden, if the host has hidden it meanwhile. False
+    /// when there is no parent any more: it stays hidden, to be destroyed.
+    bool Leave();
+    /// Whether the parent is still there. Only asking tells: it may go by itself, without its top-level
+    /// window.
+    bool HasPlace() const { return IsWindow(m_parent) != FALSE; }
     /// The window goes.
     void Forget() { m_window = nullptr; }
 
@@ -24,7 +30,8 @@ class FullScreen {
     HWND m_above = nullptr;  // the sibling that covered it, if any
     LONG_PTR m_style = 0;
     LONG_PTR m_exStyle = 0;
-    RECT m_place = {};  // in the parent's client pixels
+    RECT m_place = {};            // in the parent's client pixels
+    util::UniqueRegion m_region;  // the window's, if it had one
 };
 
 }  // namespace norix

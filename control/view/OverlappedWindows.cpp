@@ -30,6 +30,11 @@ std::shared_ptr<COverlappedWnd> OverlappedWindows::Find(long index) const {
     return found == m_windows.end() ? nullptr : *found;
 }
 
+bool OverlappedWindows::Has(HWND window) const {
+    return std::any_of(m_windows.begin(), m_windows.end(),
+                       [&](const auto& known) { return known->Handle() == window; });
+}
+
 long OverlappedWindows::Create(long index, const ViewBox& place, bool show, bool resizable,
                                const std::wstring& caption) {
     const std::optional<ViewBox> bounds = m_view.ToWindow(place);

@@ -46,6 +46,8 @@ class OverlappedWindows final : private OverlappedOwner {
     /// Nothing when there is none.
     void SetCaption(long index, const std::wstring& caption);
 
+    bool Has(HWND window) const;
+
     /// The window, or what it shows, has changed.
     void Follow();
     /// The control's window goes.

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <utility>
 
 #include "control/view/DigitalPtz.h"
 #include "media/CtrlParam.h"
@@ -15,11 +17,13 @@ namespace {
 constexpr long kSlowestDecodeSpeed = 0;
 constexpr long kFastestDecodeSpeed = 7;
 constexpr double kZoomPerNotch = 1.25;  // of the wheel
+constexpr int kLeastWheel = WHEEL_DELTA / 4;
 }  // namespace
 
 long ViewCommands::SetVideoSize(long width, long height) {
     if (width < 0 || height < 0) return E_INVALIDARG;
     m_configuredSize = {width, height};
+    m_host.OnViewMoved();  // windows keep their place on the video
     return S_OK;
 }
 
@@ -101,10 +105,14 @@ void ViewCommands::OnPointer(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
         case WM_MOUSEWHEEL: {
             ScreenToClient(m_host.Window(), &at);  // the wheel's position is the screen's
-            const double notches = static_cast<double>(GET_WHEEL_DELTA_WPARAM(wParam)) / WHEEL_DELTA;
-            Request(ZoomAbout(layout.source, layout.picture, layout.rotation, share(at.x, at.y),
-                              std::pow(kZoomPerNotch, notches)),
-                    layout.picture);
+            // Touchpads give less at a time than changes a small part by a pixel.
+            m_wheel += GET_WHEEL_DELTA_WPARAM(wParam);
+            if (std::abs(m_wheel) < kLeastWheel) break;
+            const double notches = static_cast<double>(std::exchange(m_wheel, 0)) / WHEEL_DELTA;
+            const PixelRect zoomed = ZoomAbout(layout.source, layout.picture, layout.rotation,
+                                               share(at.x, at.y), std::pow(kZoomPerNotch, notches));
+            if (m_drag) m_drag = Drag{at, {zoomed, layout.picture}};
+            Request(zoomed, layout.picture);
             break;
         }
         case WM_LBUTTONDOWN:

@@ -68,6 +68,7 @@ class ViewCommands {
         Part part;
     };
     std::optional<Drag> m_drag;  // while the button is down
+    int m_wheel = 0;             // turned, and not zoomed yet
 };
 
 }  // namespace norix

@@ -25,6 +25,8 @@ class ViewHost {
     virtual void DrawByGdi() = 0;
     /// The picture is to look otherwise than before.
     virtual void ViewChanged() = 0;
+    /// Something over the picture has changed: it is to be seen even while no pictures come.
+    virtual void OverlaysChanged() = 0;
     /// Digital PTZ shows another part of the picture.
     virtual void OnViewMoved() = 0;
     /// What it asks for is to be handed over with the timer's tick at the latest.

@@ -74,9 +74,10 @@ bool CDecoder::Stop() {
     return m_ended;
 }
 
-void CDecoder::SetPresenter(std::shared_ptr<Presenter> presenter) {
+void CDecoder::SetPresenter(std::shared_ptr<Presenter> presenter, bool gdiForced) {
     if (!presenter) return;
     m_hasPresenter = true;
+    m_gdiForced = gdiForced;
     if (m_decodeThread.Started() || m_displayThread.Started()) {
         m_pipeline->OfferSink(std::move(presenter));
     } else {
@@ -95,6 +96,11 @@ void CDecoder::AttachView(std::shared_ptr<PictureView> view) {
 bool CDecoder::DrawLast(HDC dc, const RECT& target) {
     return DrawKept(m_pipeline->kept, *View(), m_overlays.get(), m_window, m_settings.smoothScaling, dc,
                     target);
+}
+
+bool CDecoder::IsStill() const {
+    constexpr std::uint32_t kWhile = 200;  // milliseconds
+    return platform::TimerMs() - m_pipeline->shownAt.load(std::memory_order_relaxed) > kWhile;
 }
 
 Result CDecoder::CreateDisplayThread() {

@@ -41,7 +41,9 @@ class CDecoder {
 
     /// Where pictures are shown; not null, and set before the threads start. May be called again while they
     /// run: the new presenter takes over with the next compressed frame, in the view that the old one had.
-    void SetPresenter(std::shared_ptr<Presenter> presenter);
+    /// `gdiForced`: what it was made for.
+    void SetPresenter(std::shared_ptr<Presenter> presenter, bool gdiForced = false);
+    bool IsGdiForced() const { return m_gdiForced; }
 
     /// Source rectangle, rotation, caption and border, for the host to set; goes into PresenterConfig.
     /// Another one than the decoder's own is attached before a presenter is made and the threads start.
@@ -58,6 +60,9 @@ class CDecoder {
     /// Each starts its thread unless it runs already; 0 on success.
     Result CreateDisplayThread();
     Result StartDecThread(std::shared_ptr<CCtrlParam> param);
+
+    /// No picture has come for a while: whatever changes over the last one is seen with a repaint only.
+    bool IsStill() const;
 
     /// Ends decoding and showing without waiting for the threads: no picture is begun any more.
     void StopOutput();
@@ -79,6 +84,7 @@ class CDecoder {
     util::GenericThread m_decodeThread{"Decode"};
     util::GenericThread m_displayThread{"Display"};
     bool m_hasPresenter = false;
+    bool m_gdiForced = false;
     bool m_stopped = false;
     bool m_ended = true;  // both threads, when they were stopped
 };

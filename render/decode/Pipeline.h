@@ -30,6 +30,7 @@ struct Pipeline {
     DisplayPool pool;
     PauseGate gate;  // holds the display thread
     KeptPicture kept;
+    std::atomic<std::uint32_t> shownAt{0};  // the last picture, by the multimedia timer
 
     /// Set by the owner before the decode thread starts, constant from then on. The display thread looks at
     /// them only when it has got a picture from there. The snapshot taker may be null.

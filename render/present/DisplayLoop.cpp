@@ -77,6 +77,7 @@ void DisplayLoop::Show(DisplayFrame& frame, CCtrlParam& param) {
     if (displayed) {
         if (param.displayChanged.Exchange(false)) m_pipeline.sink->DisplayChanged();
         m_pipeline.sink->Show(frame, drawn);
+        m_pipeline.shownAt.store(platform::TimerMs(), std::memory_order_relaxed);
     }
     Count(frame, param);
     SnapshotOrder order = TakeOrder();

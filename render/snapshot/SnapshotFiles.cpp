@@ -21,12 +21,19 @@ void SnapshotFiles::Save(const SnapshotRequests::File& file, SnapshotShaper::Byt
     wish.level = file.level;
     wish.root = file.root;
     // The name may lead to a folder below, and ends in .jpg even where the host's own name does already.
-    std::tie(wish.folder, wish.name) = util::SplitPath(SnapshotPath(file.folder, file.name));
-    const util::OpenedFile opened = util::OpenForWriting(wish, util::Taken::kReplace);
+    const bool inItsFolder = file.folder.empty() && !file.root.empty();  // a page's, which has no other
+    const std::wstring path = SnapshotPath(inItsFolder ? file.root : file.folder, file.name);
+    std::tie(wish.folder, wish.name) = util::SplitPath(path);
+    util::OpenedFile opened =
+        util::OpenForWriting(wish, file.timed ? util::Taken::kNumber : util::Taken::kReplace);
     if (!opened) return LogFailure(util::Describe(opened.fault), opened.error);
     DWORD written = 0;
-    if (!WriteFile(opened.file.Get(), jpeg.data(), static_cast<DWORD>(jpeg.size()), &written, nullptr))
-        LogFailure("the disk", GetLastError());
+    const DWORD wanted = static_cast<DWORD>(jpeg.size());
+    if (WriteFile(opened.file.Get(), jpeg.data(), wanted, &written, nullptr) && written == wanted) return;
+    LogFailure("the disk", GetLastError());
+    // Half a picture looks like a whole one to those who only see the name.
+    opened.file.Reset();
+    DeleteFileW(opened.path.c_str());
 }
 
 }  // namespace norix

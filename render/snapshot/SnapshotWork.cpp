@@ -51,8 +51,7 @@ void SnapshotSending::Send(SnapshotJob& job) {
     if (bytes.empty()) return;
     const SnapshotDescription description{static_cast<std::uint32_t>(job.frame.size.width),
                                           static_cast<std::uint32_t>(job.frame.size.height),
-                                          static_cast<std::uint32_t>(bytes.size())};
-    param->pictureFormat.Set(*job.order.format);
+                                          static_cast<std::uint32_t>(bytes.size()), *job.order.format};
     param->window.Send(WM_OnSnapshotData, bytes.data(), &description);
 }
 

@@ -62,6 +62,7 @@ void PictureCommands::SaveSnapshot() {
 
 void PictureCommands::CopyPicture() {
     copying_ = true;
+    show_(L"waiting for a picture");  // for ever on Motion JPEG, which gives no data
     call_(L"GetSnapshotData", {kBgrPicture});
 }
 
@@ -86,8 +87,8 @@ void PictureCommands::DrawDemo() {
 
 void PictureCommands::Rotate() {
     const long next = (angle_ + 90) % 360;
-    call_(L"RotateVideo", {next});
-    angle_ = next;
+    const _variant_t result = call_(L"RotateVideo", {next});
+    if (result.vt == VT_I4 && result.lVal == 0) angle_ = next;
 }
 
 void PictureCommands::Zoom() {
@@ -110,7 +111,8 @@ void PictureCommands::OnEvent(const Event& event) {
     if (name == L"OnResolutionChanged" && event.arguments.size() == 2) {
         video_ = {event.arguments[0]->lVal, event.arguments[1]->lVal};
     } else if (name == L"OnConnStatus") {
-        drawn_ = false;  // shapes live as long as their connection
+        // Shapes and zoom live as long as their connection, and its pictures are no other's.
+        drawn_ = zooming_ = copying_ = false;
     } else if (name == L"OnNotifySnapshotData" && event.arguments.size() == 5 && copying_ &&
                event.arguments[0]->lVal == kBgrPicture) {
         copying_ = false;

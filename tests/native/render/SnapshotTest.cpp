@@ -105,7 +105,7 @@ class SnapshotWorkTest : public testing::Test, protected SnapshotStore {
         param->window.Set(platform.Window());
         platform.onSend = [this](const platform::FakePlatform::Message& message) {
             const auto& picture = *reinterpret_cast<const SnapshotDescription*>(message.lParam);
-            sent.push_back({param->pictureFormat.Get(), picture.byteLength});
+            sent.push_back({picture.format, picture.byteLength});
         };
     }
     void Save(const SnapshotRequests::File& file, SnapshotShaper::Bytes jpeg) override {

@@ -79,8 +79,8 @@ TEST_F(Messages, FramesTravelAsBytes) {
 }
 
 TEST_F(Messages, SnapshotsTravelAsBytesWithTheirFormat) {
-    Create().Session().param.pictureFormat.Set(2);
-    const SnapshotDescription picture = {640, 480, sizeof kBytes};
+    Create();
+    const SnapshotDescription picture = {640, 480, sizeof kBytes, 2};
     FromWorker(WM_OnSnapshotData, kBytes, &picture);
     FromWorker(WM_OnSnapshotData, nullptr, &picture);
     FromWorker(WM_OnSnapshotData, kBytes, nullptr);

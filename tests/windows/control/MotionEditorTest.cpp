@@ -40,6 +40,7 @@ class MotionEditorTest : public testing::Test, protected ViewHost, protected Mot
     std::shared_ptr<CDecoder> Decoder() override { return {}; }
     void DrawByGdi() override {}
     void ViewChanged() override {}
+    void OverlaysChanged() override {}
     void OnViewMoved() override {}
     void StartDeferredViewTimer() override {}
     void StopDeferredViewTimer() override {}
