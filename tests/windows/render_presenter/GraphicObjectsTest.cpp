@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "render/overlay/CanvasScale.h"
 #include "render/overlay/OverlayLayer.h"
 #include "tests/support/ResourceUse.h"
 #include "tests/windows/render_presenter/Screen.h"
@@ -313,6 +314,64 @@ TEST(GraphicObjectList, IsPutOverPicturesAsItIsPainted) {
                 objects->Resize({100, 100}, {101, 100});
                 EXPECT_FALSE(layer.Follow(Sheet::kSize));
                 EXPECT_FALSE(layer.Follow({Sheet::kSize.width, 90}));
+            }
+}
+
+// However it is drawn and wherever it lies, an ellipse has the pixels that GDI would give it there.
+TEST(GraphicObjectList, DrawsEllipsesLikeGdi) {
+    struct Pen {
+        int style;
+        int width;
+    };
+    const PixelSize canvas{160, 160};
+    for (const Pen& kind :
+         {Pen{PS_SOLID, 1}, {PS_SOLID, 4}, {PS_SOLID, 9}, {PS_DASH, 1}, {PS_NULL, 1}, {PS_INSIDEFRAME, 5}})
+        for (const bool filled : {false, true})
+            for (const PixelRect& box : {PixelRect{20, 30, 121, 90},
+                                         {-30, -10, 40, 60},
+                                         {90, 100, 300, 190},
+                                         {70, 70, 40, 50},
+                                         {50, 50, 50, 50},
+                                         {-900, -2000, 3000, 80}}) {
+                GraphicObjects objects;
+                const long pen = objects.CreatePen(kind.style, kind.width, kInk);
+                const long brush = filled ? objects.CreateBrush(kPaint) : 0;
+                objects.DrawEllipse(box, pen, brush);
+                // The size of another window and back: what was kept for the first one must not stay.
+                objects.Resize(canvas, {320, 320});
+                const Sheet other;
+                objects.PaintOverlays(other.Dc());
+                objects.Resize({320, 320}, canvas);
+
+                const auto stretched = [](int coordinate) {
+                    return OnStretchedCanvas(OnStretchedCanvas(coordinate, 2), 0.5);
+                };
+                const RECT is{stretched(box.left), stretched(box.top), stretched(box.right),
+                              stretched(box.bottom)};
+                const Sheet expected;
+                {
+                    const util::UniquePen systemPen(CreatePen(kind.style, kind.width, kInk));
+                    const util::UniqueBrush systemBrush(CreateSolidBrush(kPaint));
+                    const util::SelectGuard withPen(expected.Dc(), systemPen.Get());
+                    if (filled) {
+                        const util::SelectGuard withBrush(expected.Dc(), systemBrush.Get());
+                        Ellipse(expected.Dc(), is.left, is.top, is.right, is.bottom);
+                    } else {
+                        SetBkMode(expected.Dc(), TRANSPARENT);
+                        Arc(expected.Dc(), is.left, is.top, is.right, is.bottom, 0, 0, 0, 0);
+                    }
+                }
+                const Sheet written;
+                objects.PaintOverlays(written.Dc());
+                EXPECT_TRUE(written.Colours() == expected.Colours())
+                    << kind.style << ' ' << kind.width << ' ' << filled << ' ' << box.left;
+                // The same in moved device contexts, like those of windows.
+                const Sheet moved;
+                SetViewportOrgEx(moved.Dc(), 1, 0, nullptr);
+                SetWindowOrgEx(moved.Dc(), 1, 0, nullptr);
+                objects.PaintOverlays(moved.Dc());
+                EXPECT_TRUE(moved.Colours() == expected.Colours())
+                    << kind.style << ' ' << kind.width << ' ' << filled << ' ' << box.left;
             }
 }
 
