@@ -13,7 +13,6 @@ class H264Adapter final : public CodecAdapter {
     bool IsAdmitted(const CompressedFrame& frame, DecodeHost& host);
     bool Open(const CompressedFrame& frame, DecodeHost& host);
     bool GetPicture(const CompressedFrame& frame, DecodeHost& host);
-    bool GetUnwanted(const CompressedFrame& frame, DecodeHost& host);
 
     codec::H264Decoder m_decoder;
     int m_speed = 0;         // last given to the decoder

@@ -27,12 +27,22 @@ bool NalAdapter::Open(const CompressedFrame& frame, DecodeHost& host) {
 // Asks once with the frame and, where that gives nothing, once more for a picture that is already due. A new
 // size prepares the presenter first and then asks for the picture that brought it.
 bool NalAdapter::GetPicture(const CompressedFrame& frame, DecodeHost& host) {
+    if (!host.IsPictureWanted()) return GetUnwanted(frame, host);
     codec::Status status = m_decoder.Decode(frame.data, frame.size, host.Work(), frame.info);
     if (status == codec::Status::kSizeChanged) {
         if (!host.PrepareFor({m_decoder.Width(), m_decoder.Height()})) return false;
     }
     if (status != codec::Status::kOk) status = m_decoder.Decode(nullptr, 0, host.Work());
     return status == codec::Status::kOk;
+}
+
+// Others refer to it, but nobody gets to see it: it stays where it was decoded.
+bool NalAdapter::GetUnwanted(const CompressedFrame& frame, DecodeHost& host) {
+    codec::PlanarPicture picture;
+    if (m_decoder.DecodePlanar(frame.data, frame.size, &picture, frame.info) != codec::Status::kOk)
+        return false;
+    const PixelSize size{picture.width, picture.height};
+    return size == host.Size() || host.PrepareFor(size);
 }
 
 std::optional<std::int64_t> NalAdapter::Decode(const CompressedFrame& frame, DecodeHost& host) {
@@ -51,7 +61,7 @@ std::optional<std::int64_t> NalAdapter::Decode(const CompressedFrame& frame, Dec
         if (!m_decoder.IsInitialised()) host.WishKeyFrame();
         return std::nullopt;
     }
-    if (host.DeInterlace() && !host.SuppressDeinterlace() &&
+    if (host.IsPictureWanted() && host.DeInterlace() && !host.SuppressDeinterlace() &&
         FilterInterlaced(host.Work(), host.Scratch(), host.Size())) {
         host.SwapWorkAndScratch();
     }

@@ -16,6 +16,7 @@ class NalAdapter final : public CodecAdapter {
     bool IsAdmitted(const CompressedFrame& frame, DecodeHost& host);
     bool Open(const CompressedFrame& frame, DecodeHost& host);
     bool GetPicture(const CompressedFrame& frame, DecodeHost& host);
+    bool GetUnwanted(const CompressedFrame& frame, DecodeHost& host);
 
     const codec::NalCodec m_codec;
     codec::NalDecoder m_decoder;

@@ -93,6 +93,30 @@ void CRectangle::Draw(HDC dc) const {
 }
 
 void CEllipse::Draw(HDC dc) const {
+    if (m_state == Spans::kUnknown) m_state = m_spans.Find(Bounds(), *this) ? Spans::kFound : Spans::kNone;
+    if (m_state == Spans::kFound) {
+        m_spans.Draw(dc);
+    } else {
+        DrawOn(dc);
+    }
+}
+
+void CEllipse::ResizeCanvas(double ratioX, double ratioY) {
+    CBoxed::ResizeCanvas(ratioX, ratioY);
+    m_state = Spans::kUnknown;
+}
+
+// The box, whichever way round it is given, and as much as a pen reaches beyond it.
+RECT CEllipse::Bounds() const {
+    LOGPEN pen = {};
+    if (m_pen) GetObjectW(m_pen->Handle(), sizeof(pen), &pen);
+    const int reach = static_cast<int>(pen.lopnWidth.x) / 2 + 2;
+    const RECT box = Drawable(Box());
+    return {std::min(box.left, box.right) - reach, std::min(box.top, box.bottom) - reach,
+            std::max(box.left, box.right) + reach, std::max(box.top, box.bottom) + reach};
+}
+
+void CEllipse::DrawOn(HDC dc) const {
     const BackgroundMode mode(dc, m_brush ? OPAQUE : TRANSPARENT);
     const Using pen(dc, m_pen.get());
     const RECT box = Drawable(Box());

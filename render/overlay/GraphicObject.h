@@ -9,6 +9,7 @@
 #include <string>
 
 #include "render/overlay/GdiTools.h"
+#include "render/overlay/ShapeSpans.h"
 #include "render/present/Geometry.h"
 
 namespace norix {
@@ -71,15 +72,23 @@ class CRectangle final : public CBoxed {
 };
 
 /// Filled where there is a brush, else its outline.
-class CEllipse final : public CBoxed {
+class CEllipse final : public CBoxed, private ShapeSpans::Shape {
   public:
     CEllipse(const PixelRect& rect, std::shared_ptr<const CPen> pen, std::shared_ptr<const CBrush> brush)
         : CBoxed(rect), m_pen(std::move(pen)), m_brush(std::move(brush)) {}
     void Draw(HDC dc) const override;
+    void ResizeCanvas(double ratioX, double ratioY) override;
 
   private:
+    void DrawOn(HDC dc) const override;
+    RECT Bounds() const;
+
     std::shared_ptr<const CPen> m_pen;
     std::shared_ptr<const CBrush> m_brush;
+
+    enum class Spans { kUnknown, kFound, kNone };
+    mutable Spans m_state = Spans::kUnknown;
+    mutable ShapeSpans m_spans;  // where the ellipse is now; found when it is first drawn there
 };
 
 /// A text over the picture, or over its rectangle filled with the brush. Its size is the font's.
