@@ -9,7 +9,7 @@ namespace {
 constexpr DWORD kStyle = WS_CHILD | WS_VISIBLE | WS_CLIPSIBLINGS | WS_CAPTION;
 constexpr DWORD kResizable = WS_THICKFRAME;
 constexpr DWORD kExStyle = WS_EX_TOOLWINDOW | WS_EX_WINDOWEDGE;
-constexpr int kKeyStep = 4;         // pixels for each press of an arrow key
+constexpr int kKeyStep = 4;  // pixels for each press of an arrow key
 
 PixelRect ToPixels(const RECT& rect) {
     return {static_cast<int>(rect.left), static_cast<int>(rect.top), static_cast<int>(rect.right),
