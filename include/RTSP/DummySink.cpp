@@ -168,22 +168,19 @@ void DummySink::TakeNalUnit(ByteView nal, std::uint32_t pts) {
 // lacks a unit would show what was in its memory before: it is dropped.
 void DummySink::TakeH265Unit(ByteView nal, std::uint32_t pts, bool damagedBefore) {
     RTPSource* const source = m_subsession.rtpSource();
-    const std::uint32_t time = source ? source->curPacketRTPTimestamp() : pts;
     const bool marker = source && source->curPacketMarkerBit();
     const bool begins = BeginsPicture(nal);
     if (m_assembler.HasPicture()) {
         if (damagedBefore) {
             m_assembler.Discard();
-        } else if (begins || time != m_pictureTime) {
+        } else if (begins) {
             Give(m_assembler.Finish(), m_picturePts);
         }
-    } else if (m_endedByMarker && !begins && time == m_pictureTime && !damagedBefore &&
-               ContentsOf(NalSyntax::H265, nal).slice) {
+    } else if (m_endedByMarker && !begins && !damagedBefore && ContentsOf(NalSyntax::H265, nal).slice) {
         m_markersLie = true;
         m_damaged = true;
     }
     m_endedByMarker = false;
-    m_pictureTime = time;
     m_picturePts = pts;
     Give(m_assembler.Append(nal), pts);
     if (!marker || m_markersLie || !m_assembler.HasPicture()) return;

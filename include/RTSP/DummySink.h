@@ -74,7 +74,6 @@ class DummySink : public MediaSink {
     AccessUnitAssembler m_assembler;                 // H.264 and H.265: without memory for others
 
     // H.265: the picture that is being put together, and the one before.
-    std::uint32_t m_pictureTime = 0;  // RTP's
     std::uint32_t m_picturePts = 0;
     bool m_endedByMarker = false;
     bool m_markersLie = false;  // they stand behind slices that others follow
